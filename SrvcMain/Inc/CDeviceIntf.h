@@ -1,0 +1,95 @@
+/// @file
+/// The interface of one adapter.
+#pragma once
+
+#include "ZVDeviceInfo.h"
+#include "ZVRequests.h"
+#include "ZVStatus.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+/// One adapter that a host works with. Made by CDeviceManagerIntf::OpenDevice, or by
+/// `CreateZVModule<CDeviceIntf>` and then Open.
+///
+/// Held by `std::shared_ptr`; the last share destroys the object and waits for its thread, so it
+/// must not be dropped in a completion callback of the same device. The request operations may be
+/// called from any thread, also side by side. Open and Close must not run beside any other
+/// operation of the same object.
+class CDeviceIntf
+{
+public:
+    /// Binds the object to an adapter and reads the driver's information block.
+    /// @param record the adapter; the object takes its own share. Its NetCfgInstanceId and
+    ///        DriverKeyIndex must be valid.
+    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_ALREADY_OPEN when bound already, and nothing changes;
+    ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN for an empty pointer or an adapter that is faulted or
+    ///         absent, and the object stays unbound; ZV_SRVC_ERR_CONTROL_DEVICE when the driver
+    ///         does not answer, and the object is bound all the same.
+    /// @note Blocks for one open of the control device and at most 300 ms for the answer.
+    virtual unsigned int Open(std::shared_ptr<_ZV_SRVC_DEVICE_INFO>& record) = 0;
+
+    /// Unbinds the object and ends its thread. Asynchronous requests are not served any more, also
+    /// after a later Open.
+    /// @return ZV_SRVC_SUCCESS, whatever state the object is in.
+    /// @throws std::system_error when called in a completion callback of the same device.
+    /// @note Blocks until asynchronous requests in progress have ended.
+    virtual unsigned int Close() = 0;
+
+    /// Reads the adapter's value "ZVSrvcLibSupport" as a number.
+    /// @param result receives the number; 0 for a value that is neither text nor a 32-bit number;
+    ///        untouched for a value that cannot be read.
+    /// @return ZV_SRVC_SUCCESS, ZV_SRVC_ERR_ABILITY_QUERY, ZV_SRVC_ERR_DEVICE_NOT_OPEN.
+    /// @note Blocks for one registry read.
+    virtual unsigned int GetAbility(std::uint32_t* result) = 0;
+
+    /// Copies the adapter's record, flags included; works for an adapter that is gone.
+    /// @param record receives 724 bytes.
+    /// @return ZV_SRVC_SUCCESS, or ZV_SRVC_ERR_DEVICE_NOT_OPEN when the object is not bound.
+    /// @note Does not block.
+    virtual unsigned int GetDeviceInfo(_ZV_SRVC_DEVICE_INFO* record) = 0;
+
+    /// Sets or queries one numbered information item of the driver.
+    /// @param isSet 1 sets the item; any other value queries it.
+    /// @param infoId number of the item.
+    /// @param buffer in: data for the driver; out, on success: the driver's answer. With null
+    ///        nothing is sent and the result is ZV_SRVC_SUCCESS.
+    /// @param length bytes at `buffer`; the driver sees and answers exactly this many.
+    /// @return ZV_SRVC_SUCCESS when the driver ended the request in time; ZV_SRVC_ERR_DRIVER_REQUEST
+    ///         when it refused, did not answer or `length` is above 0xFFFFFFFF - 52;
+    ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN. On failure `buffer` is untouched.
+    /// @note Blocks for at most 50 ms, and then for as long as the driver takes to let go of a
+    ///       request that timed out.
+    virtual unsigned int SetQueryInfo(std::uint8_t isSet, std::uint32_t infoId, void* buffer, std::uint32_t length) = 0;
+
+    /// Sends a control request of the host's own.
+    /// @param request see `_ZV_SRVC_IOCTL_REQ` for ownership.
+    /// @return ZV_SRVC_SUCCESS: the driver ended a synchronous request in time, or an asynchronous
+    ///         one was accepted; ZV_SRVC_ERR_FAILURE: a synchronous request failed;
+    ///         ZV_SRVC_ERR_ASYNC_PENDING: an asynchronous request with this RequestId is waiting;
+    ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN.
+    /// @note A synchronous request blocks for at most its time-out, and then for as long as the
+    ///       driver takes to let go of it. An asynchronous one does not block.
+    virtual unsigned int SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request) = 0;
+
+    /// Reads, writes or deletes a value in the adapter's driver key.
+    /// @param operation ZV_REG_OP_READ, ZV_REG_OP_WRITE (creates a missing key) or
+    ///        ZV_REG_OP_DELETE_VALUE; any other code does nothing and succeeds.
+    /// @param subKey key below the driver key; empty for the driver key itself.
+    /// @param valueName name of the value.
+    /// @param type registry value type; written by a read, read by a write.
+    /// @param data the value's bytes; a read with null reports type and size alone.
+    /// @param size bytes at `data`; a read writes the value's size, also when the room is too small.
+    /// @return ZV_SRVC_SUCCESS, ZV_SRVC_ERR_FAILURE, ZV_SRVC_ERR_DEVICE_NOT_OPEN.
+    /// @note Blocks for the registry calls; a write includes a flush of the key.
+    virtual unsigned int AccessRegistry(std::uint32_t operation, std::string subKey, std::string valueName,
+                                        std::uint32_t* type, std::uint8_t* data, std::uint32_t* size) = 0;
+
+protected:
+    CDeviceIntf() = default;
+    CDeviceIntf(const CDeviceIntf&) = default;
+    CDeviceIntf& operator=(const CDeviceIntf&) = default;
+    /// Not virtual: the shared pointer that the factory made destroys the object as what it is.
+    ~CDeviceIntf() = default;
+};

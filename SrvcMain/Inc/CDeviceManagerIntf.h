@@ -1,0 +1,67 @@
+/// @file
+/// The interface of the adapter inventory.
+#pragma once
+
+#include "CDeviceIntf.h"
+#include "ZVDeviceInfo.h"
+#include "ZVEvents.h"
+#include "ZVStatus.h"
+
+#include <cstdint>
+#include <memory>
+
+/// Lists adapters, opens them, tells of their events and switches them on and off. Made by
+/// `CreateZVModule<CDeviceManagerIntf>`.
+///
+/// A manager lives until the process ends, also after the host has dropped its pointer. Any thread
+/// may call any operation at any time, client callbacks included.
+class CDeviceManagerIntf
+{
+public:
+    /// Lists adapters. The system is walked when the filter is another than at the last call or the
+    /// list is empty; otherwise the answer comes from the list, which events keep current.
+    /// @param request what to list; only read.
+    /// @param result the host's buffer; see `_ZV_SRVC_DEVICE_LIST_RSP`.
+    /// @return ZV_SRVC_SUCCESS, with whole records in the order of the system's walk;
+    ///         ZV_SRVC_ERR_BUFFER_TOO_SMALL, with the size needed and the buffer untouched;
+    ///         ZV_SRVC_ERR_INVALID_PARAMETER for a wrong tag word or an empty filter text;
+    ///         ZV_SRVC_ERR_NO_DEVICE when no adapter passes; ZV_SRVC_ERR_FAILURE when the system
+    ///         cannot be walked. With the last three `result` is untouched.
+    /// @note Blocks for the walk over the system's network devices, when there is one.
+    virtual unsigned int GetZVDeviceList(const _ZV_SRVC_DEVICE_LIST_REQ* request, _ZV_SRVC_DEVICE_LIST_RSP* result) = 0;
+
+    /// Makes a device for one adapter of the list and opens it.
+    /// @param record only NetCfgInstanceId is read; a copy from GetZVDeviceList serves.
+    /// @param type ZV_SRVC_DEVICE_UWP.
+    /// @param device receives the device, also when opening it failed.
+    /// @return ZV_SRVC_ERR_NO_DEVICE when the list has no such adapter; otherwise the status of the
+    ///         factory or of CDeviceIntf::Open.
+    /// @note Blocks for CDeviceIntf::Open.
+    virtual unsigned int OpenDevice(const _ZV_SRVC_DEVICE_INFO* record, _ZV_SRVC_INTERFACE_TYPE type,
+                                    std::shared_ptr<CDeviceIntf>& device) = 0;
+
+    /// Registers a client for events; it hears what is delivered from now on.
+    /// @param client copied; receives its ClientId, 1 for the manager's first.
+    /// @return ZV_SRVC_SUCCESS.
+    virtual unsigned int RegisterNotification(_ZV_WLAN_NOTIFY_HDLR* client) = 0;
+
+    /// Removes a client. Does not wait for a callback that is running or about to run.
+    /// @param client only ClientId and ClientType are read.
+    /// @return ZV_SRVC_SUCCESS, or ZV_SRVC_ERR_INVALID_PARAMETER when the list has no such client.
+    virtual unsigned int DeRegisterNotification(const _ZV_WLAN_NOTIFY_HDLR* client) = 0;
+
+    /// Enables or disables a device's adapter.
+    /// @param device a bound device.
+    /// @param enable 0 disables, anything else enables.
+    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_FAILURE when the system's devices cannot be listed;
+    ///         ZV_SRVC_ERR_INVALID_PARAMETER when no present device is this adapter; otherwise the
+    ///         platform's own error number.
+    virtual unsigned int NicChangeState(std::shared_ptr<CDeviceIntf>& device, std::uint8_t enable) = 0;
+
+protected:
+    CDeviceManagerIntf() = default;
+    CDeviceManagerIntf(const CDeviceManagerIntf&) = default;
+    CDeviceManagerIntf& operator=(const CDeviceManagerIntf&) = default;
+    /// Not virtual: the shared pointer that the factory made destroys the object as what it is.
+    ~CDeviceManagerIntf() = default;
+};

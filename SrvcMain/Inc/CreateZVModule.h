@@ -1,0 +1,31 @@
+/// @file
+/// The library's two entry points.
+#pragma once
+
+#include "CDeviceIntf.h"
+#include "CDeviceManagerIntf.h"
+#include "ZVExport.h"
+#include "ZVStatus.h"
+
+#include <memory>
+
+/// Makes an object behind one of the two interfaces. The first call of a process, whatever its
+/// type, brings the library's service up: a thread, tracing, and the simulated driver when its file
+/// "VirtualDriver_UWP.dll" lies in the current directory. The service lives until the process ends.
+///
+/// Any thread may call this at any time. Host and library exchange `std::shared_ptr` and
+/// `std::string`, so both have to be built against the same C++ runtime.
+///
+/// @param module receives the object and loses what it held; untouched unless the call succeeds.
+/// @param type `CDeviceManagerIntf`: ZV_SRVC_DEVICE_MANAGER_UWP. `CDeviceIntf`: ZV_SRVC_DEVICE_UWP.
+/// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_INTERFACE_TYPE for any other type;
+///         ZV_SRVC_ERR_MODULE_CREATE when the new object is not ready.
+/// @throws std::bad_alloc, std::system_error when memory or threads are exhausted. A first call
+///         that failed this way can be made again.
+/// @note Blocks for the start of threads; a manager has three and a device one.
+template <class Interface>
+unsigned int CreateZVModule(std::shared_ptr<Interface>& module, _ZV_SRVC_INTERFACE_TYPE type);
+
+extern template ZV_API unsigned int CreateZVModule<CDeviceIntf>(std::shared_ptr<CDeviceIntf>&, _ZV_SRVC_INTERFACE_TYPE);
+extern template ZV_API unsigned int CreateZVModule<CDeviceManagerIntf>(std::shared_ptr<CDeviceManagerIntf>&,
+                                                                       _ZV_SRVC_INTERFACE_TYPE);

@@ -1,0 +1,135 @@
+/// @file
+/// The table of the library's trace points: what a decoder needs to print them. The provider is
+/// silent until a trace controller enables it with a level and a set of flags.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// Control GUID of the provider, in the memory layout of the platform's GUID:
+/// {DF8CCA02-A0FE-49D1-95A6-EE3D58F48496}.
+struct ZVTraceGuid
+{
+    std::uint32_t Data1;
+    std::uint16_t Data2;
+    std::uint16_t Data3;
+    std::uint8_t Data4[8];
+
+    friend constexpr bool operator==(const ZVTraceGuid&, const ZVTraceGuid&) = default;
+};
+
+static_assert(sizeof(ZVTraceGuid) == 16);
+
+inline constexpr ZVTraceGuid ZV_TRACE_PROVIDER = {
+    0xDF8CCA02, 0xA0FE, 0x49D1, {0x95, 0xA6, 0xEE, 0x3D, 0x58, 0xF4, 0x84, 0x96}};
+
+/// @name Component flags
+/// A controller enables the components whose bits it sets.
+/// @{
+inline constexpr std::uint32_t TRACE_FLAG_SERVICE = 0x01;
+inline constexpr std::uint32_t TRACE_FLAG_DEVICE = 0x02;
+inline constexpr std::uint32_t TRACE_FLAG_DEVICE_MANAGER = 0x04;
+inline constexpr std::uint32_t TRACE_FLAG_NOTIFICATION = 0x08;
+inline constexpr std::uint32_t TRACE_FLAG_OS_EVENT = 0x10;
+/// @}
+
+/// @name Levels
+/// @{
+inline constexpr std::uint8_t ZV_TRACE_LEVEL_FATAL = 1;   ///< Something that must not happen.
+inline constexpr std::uint8_t ZV_TRACE_LEVEL_INFO = 3;    ///< The ordinary trace point.
+inline constexpr std::uint8_t ZV_TRACE_LEVEL_VERBOSE = 4; ///< Frequent points; the service's own start and end.
+/// @}
+
+/// The source units; each has its own message-class GUID and counts its messages from 10.
+enum class ZVTraceUnit : std::uint8_t
+{
+    Notification,
+    Service,
+    Factory,
+    Device,
+    DeviceManager,
+    OSAPIWrapper,
+    TrackedThread,
+};
+
+/// Message-class GUIDs in the order of ZVTraceUnit.
+inline constexpr ZVTraceGuid ZV_TRACE_CLASSES[] = {
+    {0x36955D62, 0x9DED, 0xACB5, {0xAB, 0xC1, 0x83, 0x9F, 0x7F, 0xD7, 0xB8, 0x71}},
+    {0xAC031C2A, 0xC4F8, 0xF2DF, {0x09, 0x20, 0x24, 0x51, 0xA4, 0xBB, 0x34, 0xD9}},
+    {0x5594BE3C, 0x079F, 0x3E92, {0x30, 0x5E, 0x20, 0x70, 0x0F, 0xB0, 0x77, 0x93}},
+    {0x29382FA8, 0x9E8A, 0x3220, {0x4D, 0x50, 0x94, 0x1B, 0xD3, 0x74, 0xC4, 0x4B}},
+    {0x39C7D748, 0x72A7, 0x562B, {0x45, 0x23, 0x35, 0xD6, 0xA9, 0xA0, 0xB3, 0x18}},
+    {0x8CD8EFA2, 0xF6A5, 0xE94E, {0x40, 0x10, 0xD8, 0x41, 0x8B, 0x93, 0xA6, 0x8D}},
+    {0x6CAF22CB, 0x9326, 0x2A0F, {0xEC, 0xC4, 0x1A, 0x38, 0x8B, 0xB9, 0xCA, 0x51}},
+};
+
+/// One trace point.
+struct ZVTraceMessage
+{
+    ZVTraceUnit Unit;
+    std::uint16_t Number; ///< Counts from 10 within the unit.
+    std::uint8_t Level;
+    std::uint32_t Flag;
+    /// Message text. `%s` stands for a text argument, `%u` and `%x` for a 32-bit number in decimal
+    /// and hexadecimal, in the order of the arguments.
+    const char* Text;
+};
+
+/// Every trace point of the library: its name in the code, unit, number, level, flag and text.
+/// A new point goes to the end of its unit, so that numbers keep their meaning.
+#define ZV_TRACE_POINTS(X)                                                                                             \
+    X(NotifyThreadStarted, Notification, 10, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" started")                      \
+    X(NotifyThreadEntered, Notification, 11, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" entered its loop")             \
+    X(NotifyThreadLeft, Notification, 12, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" left its loop")                   \
+    X(NotifyThreadStopping, Notification, 13, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" is asked to stop")            \
+    X(NotifyThreadStopped, Notification, 14, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" has stopped")                  \
+    X(NotifyThreadRefused, Notification, 15, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" runs already")                 \
+    X(ServiceUp, Service, 10, 4, TRACE_FLAG_SERVICE, "service object is up, simulated driver loaded: %u")              \
+    X(ServiceInit, Service, 11, 4, TRACE_FLAG_SERVICE, "service object initialised, simulated events: %u")             \
+    X(ServiceGoes, Service, 12, 4, TRACE_FLAG_SERVICE, "service object goes")                                          \
+    X(HandlerRegistered, Service, 13, 4, TRACE_FLAG_SERVICE, "power-event handler registered, now %u")                 \
+    X(WindowMessage, Service, 14, 4, TRACE_FLAG_OS_EVENT, "window message 0x%x, wParam 0x%x")                          \
+    X(FactoryManager, Factory, 10, 3, TRACE_FLAG_SERVICE, "making a device manager")                                   \
+    X(FactoryDevice, Factory, 11, 3, TRACE_FLAG_SERVICE, "making a device")                                            \
+    X(FactoryUnknownType, Factory, 12, 3, TRACE_FLAG_SERVICE, "no such interface type: 0x%x")                          \
+    X(FactoryNotReady, Factory, 13, 3, TRACE_FLAG_SERVICE, "the new object of type 0x%x is not ready")                 \
+    X(ManagerThreadFailed, DeviceManager, 10, 3, TRACE_FLAG_DEVICE_MANAGER, "thread \"%s\" could not be started")      \
+    X(ListRequest, DeviceManager, 11, 3, TRACE_FLAG_DEVICE_MANAGER, "listing \"%s\" as services \"%s\"")               \
+    X(ListFromCache, DeviceManager, 12, 3, TRACE_FLAG_DEVICE_MANAGER, "filter unchanged, answering from the list")     \
+    X(ListPattern, DeviceManager, 13, 3, TRACE_FLAG_DEVICE_MANAGER, "instance-ID pattern \"%s\"")                      \
+    X(ListResult, DeviceManager, 14, 3, TRACE_FLAG_DEVICE_MANAGER, "listing ends with status %u, %u bytes")            \
+    X(WalkNoFilter, DeviceManager, 15, 3, TRACE_FLAG_DEVICE_MANAGER, "no service names to enumerate")                  \
+    X(WalkNoClass, DeviceManager, 16, 3, TRACE_FLAG_DEVICE_MANAGER, "network class has no GUID, error %u")             \
+    X(WalkNoSet, DeviceManager, 17, 3, TRACE_FLAG_DEVICE_MANAGER, "no set of network devices, error %u")               \
+    X(WalkNoClassRoot, DeviceManager, 18, 3, TRACE_FLAG_DEVICE_MANAGER, "class root key cannot be opened, error %u")   \
+    X(WalkHardwareId, DeviceManager, 19, 4, TRACE_FLAG_DEVICE_MANAGER, "testing device with hardware ID \"%s\"")       \
+    X(WalkAccepted, DeviceManager, 20, 3, TRACE_FLAG_DEVICE_MANAGER,                                                   \
+      "accepted \"%s\", driver key %s, identity %s, instance \"%s\", driver version %s, section \"%s\", service %s, "  \
+      "flags 0x%x")                                                                                                    \
+    X(WalkDone, DeviceManager, 21, 3, TRACE_FLAG_DEVICE_MANAGER, "enumeration ends with status %u, %u adapters")       \
+    X(SimulatedRecords, DeviceManager, 22, 3, TRACE_FLAG_DEVICE_MANAGER, "simulated driver delivered %u records")
+
+/// Names of the trace points, in the order of ZV_TRACE_MESSAGES.
+enum class ZVTracePoint : std::uint16_t
+{
+#define ZV_TRACE_NAME(name, unit, number, level, flag, text) name,
+    ZV_TRACE_POINTS(ZV_TRACE_NAME)
+#undef ZV_TRACE_NAME
+};
+
+/// The table itself.
+inline constexpr ZVTraceMessage ZV_TRACE_MESSAGES[] = {
+#define ZV_TRACE_ROW(name, unit, number, level, flag, text) {ZVTraceUnit::unit, number, level, flag, text},
+    ZV_TRACE_POINTS(ZV_TRACE_ROW)
+#undef ZV_TRACE_ROW
+};
+
+/// Finds the row of a received trace message.
+/// @return null when the library has no such point.
+constexpr const ZVTraceMessage* ZVFindTraceMessage(const ZVTraceGuid& messageClass, std::uint16_t number) noexcept
+{
+    for (const ZVTraceMessage& row : ZV_TRACE_MESSAGES)
+        if (row.Number == number && ZV_TRACE_CLASSES[static_cast<std::size_t>(row.Unit)] == messageClass)
+            return &row;
+    return nullptr;
+}
