@@ -1,0 +1,69 @@
+/// @file
+/// The provider's side of event tracing. Functions with a ULONG result return their error number.
+#pragma once
+
+#include "PlatformExport.h"
+#include "WinTypes.h"
+
+using TRACEHANDLE = ULONG64;
+
+enum WMIDPREQUESTCODE
+{
+    WMI_ENABLE_EVENTS = 4,
+    WMI_DISABLE_EVENTS = 5
+};
+
+/// Head of the buffer that the enable callback gets.
+struct WNODE_HEADER
+{
+    ULONG BufferSize;
+    ULONG ProviderId;
+    ULONG64 HistoricalContext; ///< The logger's handle.
+    std::int64_t TimeStamp;
+    GUID Guid;
+    ULONG ClientContext;
+    ULONG Flags;
+};
+static_assert(sizeof(WNODE_HEADER) == 48);
+
+inline constexpr ULONG WNODE_FLAG_TRACED_GUID = 0x20000;
+
+/// Names one class of messages of a provider.
+struct TRACE_GUID_REGISTRATION
+{
+    const GUID* Guid;
+    HANDLE RegHandle;
+};
+static_assert(sizeof(TRACE_GUID_REGISTRATION) == 16);
+
+using WMIDPREQUEST = ULONG (*)(WMIDPREQUESTCODE requestCode, void* context, ULONG* bufferSize, void* buffer);
+
+inline constexpr ULONG TRACE_MESSAGE_SEQUENCE = 0x1;
+inline constexpr ULONG TRACE_MESSAGE_GUID = 0x2;
+inline constexpr ULONG TRACE_MESSAGE_TIMESTAMP = 0x8;
+inline constexpr ULONG TRACE_MESSAGE_SYSTEMINFO = 0x20;
+
+extern "C"
+{
+    /// Registers a provider. When a controller has enabled it already, the callback runs before this
+    /// returns, and `*registration` is valid by then; later it runs on the controller's thread. Calls of
+    /// one provider's callback never overlap.
+    PLATFORM_API ULONG RegisterTraceGuidsW(WMIDPREQUEST callback, void* context, const GUID* control, ULONG guidCount,
+                                           TRACE_GUID_REGISTRATION* guids, const WCHAR* imagePath,
+                                           const WCHAR* resourceName, TRACEHANDLE* registration);
+
+    /// Ends a registration. An enabled provider's callback is told to disable before this returns; after
+    /// that it runs no more.
+    PLATFORM_API ULONG UnregisterTraceGuids(TRACEHANDLE registration);
+
+    /// The logger in the buffer of an enable callback; INVALID_HANDLE_VALUE's number for any other buffer.
+    PLATFORM_API TRACEHANDLE GetTraceLoggerHandle(void* buffer);
+    PLATFORM_API UCHAR GetTraceEnableLevel(TRACEHANDLE logger);
+    PLATFORM_API ULONG GetTraceEnableFlags(TRACEHANDLE logger);
+
+    /// Writes a message. The arguments are pairs of a `const void*` and a `size_t`, ended by a null
+    /// pointer. Gives ERROR_INVALID_HANDLE once the session has ended. The number is published as a USHORT;
+    /// C++ does not let that stand before the dots of a function that is written in it.
+    PLATFORM_API ULONG TraceMessage(TRACEHANDLE logger, ULONG messageFlags, const GUID* messageClass,
+                                    UINT messageNumber, ...);
+}

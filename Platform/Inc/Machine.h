@@ -1,0 +1,211 @@
+/// @file
+/// The machine behind the stand-in: adapters, registry, faults and a trace controller, in the hands
+/// of a test or a host tool. No Windows name appears here.
+#pragma once
+
+#include "PlatformExport.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Platform
+{
+
+/// A registry value: its type number and its bytes as stored.
+struct PLATFORM_API RegistryValue
+{
+    std::uint32_t Type = 0;
+    std::vector<std::uint8_t> Data;
+
+    static RegistryValue Text(std::string_view text);  ///< REG_SZ with its NUL.
+    static RegistryValue Number(std::uint32_t number); ///< REG_DWORD.
+    static RegistryValue Binary(std::vector<std::uint8_t> bytes);
+
+    bool operator==(const RegistryValue&) const = default;
+};
+
+/// A network adapter as the system knows it. A field that is not set does not exist in the system.
+/// Every field has an initialiser, so that a designated one may name just those that matter.
+struct AdapterDescription
+{
+    std::optional<std::string> NetCfgInstanceId = {};
+    std::optional<std::string> DeviceInstanceId = {};
+    std::optional<std::string> DriverVersion = {};
+    std::optional<std::string> InfSection = {};
+    std::optional<std::string> Service = {}; ///< Value "Service" of the driver key's "NDI".
+
+    // Device properties, 16-bit as the system keeps them.
+    std::optional<std::u16string> HardwareId = {};
+    std::optional<std::u16string> FriendlyName = {};
+    std::optional<std::u16string> Description = {};
+    std::optional<std::u16string> ClassName = {};
+    std::optional<std::u16string> ClassGuid = {}; ///< Text only; the node is of the network class whatever it says.
+    /// Property SPDRP_DRIVER. When it is not set but `AssignDriverKey` is, the machine chooses the next
+    /// free "{4D36E972-E325-11CE-BFC1-08002BE10318}\NNNN" as the adapter is added.
+    std::optional<std::u16string> DriverKey = {};
+    bool AssignDriverKey = true;
+
+    bool HasDriverKey = true;  ///< The driver key exists in the registry.
+    bool HasLinkage = true;    ///< Its subkey "Linkage" exists.
+    bool HasNdi = true;        ///< Its subkey "NDI" exists.
+    bool Present = true;       ///< Plugged in.
+    bool Hidden = false;       ///< Node status DN_NO_SHOW_IN_DM.
+    bool Readable = true;      ///< CM_Get_DevNode_Status succeeds.
+    std::uint32_t Problem = 0; ///< Problem number of the node; 22 for a disabled adapter.
+
+    /// Further values of the driver key, by name; they win over the fields above.
+    std::map<std::string, RegistryValue> Values = {};
+};
+
+/// Identifies an adapter of a machine for as long as the machine lives.
+using AdapterId = std::uint32_t;
+
+/// What the process holds open at the stand-in; all zero when nothing leaks.
+struct OpenObjects
+{
+    std::size_t RegistryKeys = 0;
+    std::size_t DeviceSets = 0;
+    std::size_t Modules = 0;
+    std::size_t TraceProviders = 0;
+
+    std::size_t Total() const { return RegistryKeys + DeviceSets + Modules + TraceProviders; }
+};
+
+/// One message that a provider wrote.
+struct TraceRecord
+{
+    std::uint8_t MessageClass[16] = {}; ///< GUID in memory layout.
+    std::uint16_t Number = 0;
+    std::uint32_t MessageFlags = 0;
+    std::uint64_t Sequence = 0;
+    std::uint64_t TimestampNs = 0; ///< Monotonic clock.
+    std::uint32_t ThreadId = 0;
+    std::vector<std::vector<std::uint8_t>> Arguments;
+};
+
+/// A mistake in a machine file; `what()` names the file, the place and the mistake.
+class PLATFORM_API MachineFileError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// One described computer. Thread-safe; every operation may be called from any thread. Starts with
+/// the network class registered, no adapter, and no other registry content.
+class PLATFORM_API Machine
+{
+public:
+    Machine();
+    ~Machine();
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    /// Fills the machine from a JSON text; the format is in Platform/README.md.
+    /// @param origin names the text in error messages.
+    /// @throws MachineFileError
+    void Load(std::string_view json, std::string_view origin);
+    /// Reads a file and loads it. @throws MachineFileError
+    void LoadFile(const std::string& path);
+
+    AdapterId AddAdapter(const AdapterDescription& adapter);
+    /// Changes an adapter's node in place: the callback edits the description; the registry follows
+    /// the values that changed. The callback runs with no lock of the stand-in held, and once more on
+    /// fresh data when another thread changed the same adapter meanwhile.
+    /// @throws std::out_of_range for an adapter that is gone, as all operations that take an id.
+    void ChangeAdapter(AdapterId id, const std::function<void(AdapterDescription&)>& edit);
+    AdapterDescription Adapter(AdapterId id) const;
+    /// Removes the node and its registry keys.
+    void RemoveAdapter(AdapterId id);
+    /// All adapters in the order in which they were added.
+    std::vector<AdapterId> Adapters() const;
+
+    /// @name Registry below HKEY_LOCAL_MACHINE, by path; names compare without regard to case.
+    /// @{
+    void SetValue(std::string_view path, std::string_view name, const RegistryValue& value);
+    std::optional<RegistryValue> Value(std::string_view path, std::string_view name) const;
+    bool KeyExists(std::string_view path) const;
+    void DeleteTree(std::string_view path);
+    /// @}
+
+    /// @name Faults
+    /// Makes a platform call fail although nothing is wrong.
+    /// @{
+    /// The `nth` call (1: the next one) of the function with this published name fails with `error`;
+    /// with `count` above 1 the following ones too. An error number of 0 keeps the function's plain
+    /// failure result and leaves the last error alone; where the result is itself the error number,
+    /// it is then ERROR_GEN_FAILURE (31), or CR_FAILURE (0x13) of the configuration manager.
+    /// @throws std::invalid_argument for a name that the stand-in does not publish, as OnCall does.
+    void FailCall(std::string_view function, unsigned nth, std::uint32_t error, unsigned count = 1);
+    void ClearFaults();
+    /// How often the function was called on this machine, failed calls included.
+    std::uint64_t Calls(std::string_view function) const;
+    /// Runs on the calling thread at the start of each call of that function, with no lock of the
+    /// stand-in held, so that a test can hold a call at a gate. Null removes it.
+    void OnCall(std::string_view function, std::function<void()> hook);
+    /// @}
+
+    class Impl;
+    Impl& Internal() const { return *Self; }
+
+private:
+    std::unique_ptr<Impl> Self;
+};
+
+/// The machine that the published functions see: the innermost ScopedMachine, otherwise the
+/// process's default one. The default machine is empty, or what the file named in the environment
+/// variable ZV_MACHINE describes; a mistake in that file ends the process with a message and code 2,
+/// since a host could not tell a broken description from a machine without adapters.
+PLATFORM_API std::shared_ptr<Machine> CurrentMachine();
+
+/// Installs a machine for a scope. Scopes must nest; handles keep the machine they came from.
+class PLATFORM_API ScopedMachine
+{
+public:
+    ScopedMachine();
+    explicit ScopedMachine(std::shared_ptr<Machine> machine);
+    ~ScopedMachine();
+    ScopedMachine(const ScopedMachine&) = delete;
+    ScopedMachine& operator=(const ScopedMachine&) = delete;
+
+    Machine& operator*() const { return *Installed; }
+    Machine* operator->() const { return Installed.get(); }
+
+private:
+    std::shared_ptr<Machine> Installed;
+    std::shared_ptr<Machine> Previous;
+};
+
+PLATFORM_API OpenObjects CountOpenObjects();
+
+/// A running trace session. It enables the provider with that control GUID, now or as soon as it
+/// registers, and disables it at the end of the scope.
+class PLATFORM_API TraceSession
+{
+public:
+    /// @param provider 16 bytes, GUID in memory layout.
+    /// @param sink gets every message, on the writing thread, one at a time.
+    TraceSession(const void* provider, std::uint8_t level, std::uint32_t flags,
+                 std::function<void(const TraceRecord&)> sink);
+    ~TraceSession();
+    TraceSession(const TraceSession&) = delete;
+    TraceSession& operator=(const TraceSession&) = delete;
+
+    /// Changes level and flags of the running session.
+    void Enable(std::uint8_t level, std::uint32_t flags);
+    /// Disables the provider and keeps the session.
+    void Disable();
+
+    struct State;
+
+private:
+    std::shared_ptr<State> Self;
+};
+
+} // namespace Platform

@@ -1,0 +1,27 @@
+/// @file
+/// Loading of shared libraries. A failure leaves its reason in the last error.
+#pragma once
+
+#include "PlatformExport.h"
+#include "WinTypes.h"
+
+using FARPROC = std::intptr_t (*)();
+
+inline constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_PIN = 0x1;
+inline constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS = 0x4;
+
+extern "C"
+{
+    /// Loads a library. A bare name is looked for in the program's folder, then in the current one, then
+    /// on the system's path; the first file of that name decides. A name with a path is used as it
+    /// stands. Null and ERROR_MOD_NOT_FOUND on failure. Each load of a library counts.
+    PLATFORM_API HMODULE LoadLibraryA(const char* name);
+
+    /// Looks an export up in that module alone, not in those it depends on; null stands for the program.
+    PLATFORM_API FARPROC GetProcAddress(HMODULE module, const char* name);
+    PLATFORM_API BOOL FreeLibrary(HMODULE module);
+
+    /// Finds the module that an address lies in (GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS is needed) and
+    /// counts a load of it, or with GET_MODULE_HANDLE_EX_FLAG_PIN keeps it until the process ends.
+    PLATFORM_API BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module);
+}

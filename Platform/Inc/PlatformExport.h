@@ -1,0 +1,5 @@
+/// @file
+/// Marks what the stand-in's shared library exports.
+#pragma once
+
+#define PLATFORM_API __attribute__((visibility("default")))

@@ -1,0 +1,54 @@
+/// @file
+/// The registry. Every function returns its error number and leaves the last error alone.
+///
+/// Names compare without regard to case (of ASCII letters) and keep the case in which they were
+/// written first. Paths may have several parts, separated by backslashes; one at the front gives
+/// ERROR_BAD_PATHNAME. A closed or unknown handle gives ERROR_INVALID_HANDLE, a handle on a key that
+/// was deleted meanwhile ERROR_KEY_DELETED. All may be called from any thread.
+#pragma once
+
+#include "PlatformExport.h"
+#include "WinTypes.h"
+
+using REGSAM = DWORD;
+
+/// Always open; closing it does nothing. The 32-bit number is sign-extended.
+inline const HKEY HKEY_LOCAL_MACHINE = reinterpret_cast<HKEY>(std::uintptr_t{0xFFFFFFFF80000002});
+
+inline constexpr DWORD REG_NONE = 0;
+inline constexpr DWORD REG_SZ = 1;
+inline constexpr DWORD REG_EXPAND_SZ = 2;
+inline constexpr DWORD REG_BINARY = 3;
+inline constexpr DWORD REG_DWORD = 4;
+inline constexpr DWORD REG_MULTI_SZ = 7;
+inline constexpr REGSAM KEY_READ = 0x20019;
+inline constexpr REGSAM KEY_SET_VALUE = 0x2;
+inline constexpr REGSAM KEY_ALL_ACCESS = 0xF003F;
+
+extern "C"
+{
+    /// Opens an existing key for whatever the caller may do. A null or empty `subKey` gives back `key`
+    /// itself, not a second handle. On failure `*result` is null.
+    PLATFORM_API LSTATUS RegOpenKeyA(HKEY key, const char* subKey, HKEY* result);
+    PLATFORM_API LSTATUS RegOpenKeyW(HKEY key, const WCHAR* subKey, HKEY* result);
+
+    /// Opens a key and makes what is missing on the way. Nothing can be made directly below
+    /// HKEY_LOCAL_MACHINE: ERROR_INVALID_PARAMETER.
+    PLATFORM_API LSTATUS RegCreateKeyA(HKEY key, const char* subKey, HKEY* result);
+
+    /// Reads a value. All out-arguments may be null, but data without a size is ERROR_INVALID_PARAMETER.
+    /// - Data null: the size (and type) alone.
+    /// - Too little room: ERROR_MORE_DATA with the needed size; the data are left alone.
+    /// - No such value: ERROR_FILE_NOT_FOUND with type REG_NONE; size and data are left alone.
+    /// - Text that was stored without its NUL gets one when there is room, and the size counts it.
+    PLATFORM_API LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD* type, BYTE* data,
+                                          DWORD* size);
+    PLATFORM_API LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD reserved, DWORD type, const BYTE* data,
+                                        DWORD size);
+    PLATFORM_API LSTATUS RegFlushKey(HKEY key);
+    PLATFORM_API LSTATUS RegCloseKey(HKEY key);
+    /// Deletes a value of `subKey`, or of `key` itself when `subKey` is null or empty.
+    PLATFORM_API LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName);
+    /// Deletes a key with its values; ERROR_ACCESS_DENIED when it has subkeys.
+    PLATFORM_API LSTATUS RegDeleteKeyA(HKEY key, const char* subKey);
+}

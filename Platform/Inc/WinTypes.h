@@ -1,0 +1,71 @@
+/// @file
+/// Basic types and numbers of the Windows API, with the widths that they have on 64-bit Windows.
+#pragma once
+
+#include <cstdint>
+
+/// Calling conventions; there is only one where the stand-in runs.
+#define WINAPI
+#define CALLBACK
+
+using BYTE = std::uint8_t;
+using UCHAR = std::uint8_t;
+using WORD = std::uint16_t;
+using USHORT = std::uint16_t;
+using DWORD = std::uint32_t;
+using ULONG = std::uint32_t;
+using UINT = std::uint32_t;
+using LONG = std::int32_t;
+using LSTATUS = LONG;
+using BOOL = int;
+using ULONG64 = std::uint64_t;
+using ULONG_PTR = std::uint64_t;
+using LPARAM = std::int64_t;
+using WPARAM = std::uint64_t;
+using LRESULT = std::int64_t;
+using WCHAR = char16_t;
+
+using HANDLE = void*;
+using HDEVINFO = void*;
+using HKEY = struct HKEY__*;
+using HMODULE = struct HINSTANCE__*;
+using HWND = struct HWND__*;
+
+struct GUID
+{
+    std::uint32_t Data1;
+    std::uint16_t Data2;
+    std::uint16_t Data3;
+    std::uint8_t Data4[8];
+
+    bool operator==(const GUID&) const = default;
+};
+static_assert(sizeof(GUID) == 16);
+
+inline constexpr BOOL FALSE = 0;
+inline constexpr BOOL TRUE = 1;
+
+inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(~std::uintptr_t{0});
+
+/// @name Error numbers
+/// @{
+inline constexpr LONG ERROR_SUCCESS = 0;
+inline constexpr LONG ERROR_FILE_NOT_FOUND = 2;
+inline constexpr LONG ERROR_ACCESS_DENIED = 5;
+inline constexpr LONG ERROR_INVALID_HANDLE = 6;
+inline constexpr LONG ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr LONG ERROR_INVALID_DATA = 13;
+inline constexpr LONG ERROR_GEN_FAILURE = 31;
+inline constexpr LONG ERROR_INVALID_PARAMETER = 87;
+inline constexpr LONG ERROR_INSUFFICIENT_BUFFER = 122;
+inline constexpr LONG ERROR_MOD_NOT_FOUND = 126;
+inline constexpr LONG ERROR_PROC_NOT_FOUND = 127;
+inline constexpr LONG ERROR_BAD_PATHNAME = 161;
+inline constexpr LONG ERROR_ALREADY_EXISTS = 183;
+inline constexpr LONG ERROR_MORE_DATA = 234;
+inline constexpr LONG ERROR_NO_MORE_ITEMS = 259;
+inline constexpr LONG ERROR_IO_PENDING = 997;
+inline constexpr LONG ERROR_NOACCESS = 998;
+inline constexpr LONG ERROR_KEY_DELETED = 1018;
+inline constexpr LONG ERROR_INVALID_USER_BUFFER = 1784;
+/// @}

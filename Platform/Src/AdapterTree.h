@@ -1,0 +1,46 @@
+// The adapters of one machine, and how they show in its registry.
+#pragma once
+
+#include "Machine.h"
+#include "RegistryTree.h"
+
+#include <map>
+#include <string_view>
+
+namespace Platform
+{
+
+inline constexpr std::string_view ClassRootPath = R"(SYSTEM\CurrentControlSet\Control\Class)";
+inline constexpr std::string_view NetworkClassText = "{4D36E972-E325-11CE-BFC1-08002BE10318}";
+
+struct AdapterNode
+{
+    AdapterDescription Description;
+    std::uint64_t Version = 0; ///< Grows with each change.
+};
+
+/// Guarded by the machine's lock, with the registry that it keeps in step.
+class AdapterTree
+{
+public:
+    /// @param root of the registry.
+    explicit AdapterTree(RegistryKeyPtr root);
+
+    AdapterId Add(AdapterDescription adapter);
+    /// @throws std::out_of_range as Remove does, for an adapter that is gone.
+    void Change(AdapterId id, AdapterDescription description);
+    void Remove(AdapterId id);
+    /// Null for an adapter that is gone.
+    const AdapterNode* Find(AdapterId id) const;
+    /// By id, which is the order of adding.
+    const std::map<AdapterId, AdapterNode>& All() const { return Nodes; }
+
+private:
+    std::u16string FreeDriverKey() const;
+
+    RegistryKeyPtr Root;
+    std::map<AdapterId, AdapterNode> Nodes;
+    AdapterId LastId = 0;
+};
+
+} // namespace Platform

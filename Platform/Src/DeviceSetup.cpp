@@ -1,0 +1,274 @@
+#include "DeviceSetup.h"
+
+#include "Errors.h"
+#include "HandleTable.h"
+#include "KeyHandle.h"
+#include "MachineImpl.h"
+#include "PublishedCall.h"
+
+#include <algorithm>
+#include <mutex>
+#include <optional>
+#include <span>
+
+using namespace Platform;
+
+namespace
+{
+
+constexpr GUID NetworkClass = {0x4D36E972, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
+
+/// A snapshot of devices. It keeps its machine alive.
+class DeviceSet final : public HandleObject
+{
+public:
+    static constexpr HandleKind Kind = HandleKind::DeviceSet;
+
+    DeviceSet(std::shared_ptr<Machine> owner, std::vector<AdapterId> devices)
+        : Owner(std::move(owner)), Devices(std::move(devices))
+    {
+    }
+    HandleKind KindOf() const override { return Kind; }
+
+    const std::shared_ptr<Machine> Owner;
+    const std::vector<AdapterId> Devices;
+};
+
+std::string NetworkClassPath()
+{
+    return std::string(ClassRootPath) + '\\' + std::string(NetworkClassText);
+}
+
+// The class is what the registry says it is.
+bool IsNetworkClass(const WCHAR* name)
+{
+    const auto value = CurrentMachine()->Value(NetworkClassPath(), "Class");
+    const auto wanted = RegistryValue::Text(ToUtf8(name)).Data;
+    const auto view = [](const std::vector<BYTE>& bytes) { return std::string(bytes.begin(), bytes.end()); };
+    return value && EqualNames(view(value->Data), view(wanted));
+}
+
+// An empty set is a good result: a class without devices has one.
+std::vector<AdapterId> Snapshot(Machine& machine, const GUID* classGuid, DWORD flags)
+{
+    std::vector<AdapterId> devices;
+    if ((flags & DIGCF_ALLCLASSES) == 0 && *classGuid != NetworkClass)
+    {
+        return devices;
+    }
+    const std::lock_guard lock(machine.Internal().Lock);
+    for (const auto& [id, node] : machine.Internal().AdapterNodes.All())
+    {
+        if (node.Description.Present || (flags & DIGCF_PRESENT) == 0)
+        {
+            devices.push_back(id);
+        }
+    }
+    return devices;
+}
+
+std::optional<std::u16string> Property(const AdapterDescription& adapter, DWORD property)
+{
+    switch (property)
+    {
+    case SPDRP_DEVICEDESC:
+        return adapter.Description;
+    case SPDRP_HARDWAREID:
+        // A list: one NUL behind the text and one behind the list.
+        return adapter.HardwareId ? std::optional(*adapter.HardwareId + u'\0') : std::nullopt;
+    case SPDRP_CLASS:
+        return adapter.ClassName;
+    case SPDRP_CLASSGUID:
+        return adapter.ClassGuid;
+    case SPDRP_DRIVER:
+        return adapter.DriverKey;
+    case SPDRP_FRIENDLYNAME:
+        return adapter.FriendlyName;
+    default:
+        return std::nullopt;
+    }
+}
+
+DWORD ReadProperty(Machine& machine, DEVINST device, DWORD property, std::optional<std::u16string>& text)
+{
+    if (property >= SPDRP_MAXIMUM_PROPERTY)
+    {
+        return ERROR_INVALID_REG_PROPERTY;
+    }
+    const std::lock_guard lock(machine.Internal().Lock);
+    const AdapterNode* node = machine.Internal().AdapterNodes.Find(device);
+    if (node == nullptr)
+    {
+        return ERROR_NO_SUCH_DEVINST;
+    }
+    text = Property(node->Description, property);
+    return text ? ERROR_SUCCESS : ERROR_INVALID_DATA;
+}
+
+ULONG StatusBits(const AdapterDescription& adapter)
+{
+    const ULONG state = adapter.Problem == 0 ? DN_DRIVER_LOADED | DN_STARTED : DN_HAS_PROBLEM;
+    return state | (adapter.Hidden ? DN_NO_SHOW_IN_DM : 0);
+}
+
+} // namespace
+
+BOOL SetupDiClassGuidsFromNameW(const WCHAR* className, GUID* guids, DWORD guidCount, DWORD* requiredSize)
+{
+    if (CallFails("SetupDiClassGuidsFromNameW"))
+    {
+        return FALSE;
+    }
+    if (className == nullptr || requiredSize == nullptr || (guids == nullptr && guidCount != 0))
+    {
+        return FailWith(ERROR_INVALID_PARAMETER);
+    }
+    *requiredSize = IsNetworkClass(className) ? 1 : 0;
+    if (guidCount < *requiredSize)
+    {
+        return FailWith(ERROR_INSUFFICIENT_BUFFER);
+    }
+    std::ranges::fill_n(guids, *requiredSize, NetworkClass);
+    return TRUE;
+}
+
+HDEVINFO SetupDiGetClassDevsW(const GUID* classGuid, const WCHAR* enumerator, HWND, DWORD flags)
+{
+    if (CallFails("SetupDiGetClassDevsW"))
+    {
+        return INVALID_HANDLE_VALUE;
+    }
+    if (enumerator != nullptr || (classGuid == nullptr && (flags & DIGCF_ALLCLASSES) == 0))
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return INVALID_HANDLE_VALUE;
+    }
+    auto machine = CurrentMachine();
+    auto devices = Snapshot(*machine, classGuid, flags);
+    return HandleTable::Instance().Add(std::make_shared<DeviceSet>(std::move(machine), std::move(devices)));
+}
+
+BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set)
+{
+    if (CallFails("SetupDiDestroyDeviceInfoList"))
+    {
+        return FALSE;
+    }
+    return HandleTable::Instance().Close<DeviceSet>(set) ? TRUE : FailWith(ERROR_INVALID_HANDLE);
+}
+
+HKEY SetupDiOpenClassRegKey(const GUID* classGuid, REGSAM access)
+{
+    const HKEY failed = static_cast<HKEY>(INVALID_HANDLE_VALUE);
+    if (CallFails("SetupDiOpenClassRegKey"))
+    {
+        return failed;
+    }
+    if (classGuid != nullptr && *classGuid != NetworkClass)
+    {
+        SetLastError(ERROR_INVALID_CLASS);
+        return failed;
+    }
+    auto machine = CurrentMachine();
+    const std::string path = classGuid != nullptr ? NetworkClassPath() : std::string(ClassRootPath);
+    const std::lock_guard lock(machine->Internal().Lock);
+    RegistryKeyPtr key = machine->Internal().Registry->Find(path);
+    if (!key)
+    {
+        SetLastError(ERROR_FILE_NOT_FOUND);
+        return failed;
+    }
+    return AddKeyHandle(machine, std::move(key), (access & KEY_SET_VALUE) != 0);
+}
+
+BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* device)
+{
+    if (CallFails("SetupDiEnumDeviceInfo"))
+    {
+        return FALSE;
+    }
+    if (device == nullptr)
+    {
+        return FailWith(ERROR_INVALID_PARAMETER);
+    }
+    const auto open = HandleTable::Instance().Find<DeviceSet>(set);
+    if (!open)
+    {
+        return FailWith(ERROR_INVALID_HANDLE);
+    }
+    if (device->cbSize != sizeof(SP_DEVINFO_DATA))
+    {
+        return FailWith(ERROR_INVALID_USER_BUFFER);
+    }
+    if (index >= open->Devices.size())
+    {
+        return FailWith(ERROR_NO_MORE_ITEMS);
+    }
+    *device = {sizeof(SP_DEVINFO_DATA), NetworkClass, open->Devices[index], ULONG_PTR{index} + 1};
+    return TRUE;
+}
+
+BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO set, SP_DEVINFO_DATA* device, DWORD property, DWORD* type, BYTE* buffer,
+                                       DWORD bufferSize, DWORD* requiredSize)
+{
+    if (CallFails("SetupDiGetDeviceRegistryPropertyW"))
+    {
+        return FALSE;
+    }
+    const auto open = HandleTable::Instance().Find<DeviceSet>(set);
+    if (!open)
+    {
+        return FailWith(ERROR_INVALID_HANDLE);
+    }
+    if (device == nullptr || device->cbSize != sizeof(SP_DEVINFO_DATA) ||
+        std::ranges::count(open->Devices, device->DevInst) == 0)
+    {
+        return FailWith(ERROR_INVALID_PARAMETER);
+    }
+    std::optional<std::u16string> text;
+    if (const DWORD error = ReadProperty(*open->Owner, device->DevInst, property, text))
+    {
+        return FailWith(error);
+    }
+    const auto bytes = std::as_bytes(std::span(text->c_str(), text->size() + 1));
+    if (type != nullptr)
+    {
+        *type = property == SPDRP_HARDWAREID ? REG_MULTI_SZ : REG_SZ;
+    }
+    if (requiredSize != nullptr)
+    {
+        *requiredSize = static_cast<DWORD>(bytes.size());
+    }
+    if (buffer == nullptr || bufferSize < bytes.size())
+    {
+        return FailWith(ERROR_INSUFFICIENT_BUFFER);
+    }
+    std::ranges::copy(bytes, std::as_writable_bytes(std::span(buffer, bufferSize)).begin());
+    return TRUE;
+}
+
+CONFIGRET CM_Get_DevNode_Status(ULONG* status, ULONG* problem, DEVINST device, ULONG flags)
+{
+    if (const CONFIGRET fault = CallFault("CM_Get_DevNode_Status", CR_FAILURE))
+    {
+        return fault;
+    }
+    if (status == nullptr || problem == nullptr)
+    {
+        return CR_INVALID_POINTER;
+    }
+    if (flags != 0)
+    {
+        return CR_INVALID_FLAG;
+    }
+    const auto machine = CurrentMachine();
+    const std::lock_guard lock(machine->Internal().Lock);
+    const AdapterNode* node = machine->Internal().AdapterNodes.Find(device);
+    if (node == nullptr || !node->Description.Present || !node->Description.Readable)
+    {
+        return CR_NO_SUCH_DEVINST;
+    }
+    *status = StatusBits(node->Description);
+    *problem = node->Description.Problem;
+    return CR_SUCCESS;
+}

@@ -1,0 +1,172 @@
+#include "EventTrace.h"
+
+#include "Errors.h"
+#include "PublishedCall.h"
+#include "TraceHub.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdarg>
+#include <cstring>
+
+namespace Platform
+{
+
+TraceSession::TraceSession(const void* provider, std::uint8_t level, std::uint32_t flags,
+                           std::function<void(const TraceRecord&)> sink)
+    : Self(std::make_shared<State>())
+{
+    std::memcpy(&Self->Control, provider, sizeof(GUID));
+    Self->Sink = std::move(sink);
+    TraceHub::Instance().Start(Self);
+    Enable(level, flags);
+}
+
+TraceSession::~TraceSession()
+{
+    TraceHub::Instance().Stop(Self);
+    // Waits for a sink on another thread; a message that comes later finds the session closed.
+    const Turn::Holder turn(Self->SinkTurn);
+    Self->Closed = true;
+}
+
+void TraceSession::Enable(std::uint8_t level, std::uint32_t flags)
+{
+    TraceHub::Instance().Enable(Self, level, flags);
+}
+
+void TraceSession::Disable()
+{
+    TraceHub::Instance().Disable(Self);
+}
+
+namespace
+{
+
+std::vector<std::vector<std::uint8_t>> CopyArguments(std::va_list list)
+{
+    std::vector<std::vector<std::uint8_t>> arguments;
+    while (const auto* data = static_cast<const std::uint8_t*>(va_arg(list, const void*)))
+    {
+        const std::size_t size = va_arg(list, std::size_t);
+        arguments.emplace_back(data, data + size);
+    }
+    return arguments;
+}
+
+// Fills in the parts that the message flags ask for.
+void Stamp(TraceRecord& record, const GUID* messageClass, std::uint64_t sequence)
+{
+    if ((record.MessageFlags & TRACE_MESSAGE_GUID) != 0 && messageClass != nullptr)
+    {
+        std::memcpy(record.MessageClass, messageClass, sizeof(GUID));
+    }
+    if ((record.MessageFlags & TRACE_MESSAGE_SEQUENCE) != 0)
+    {
+        record.Sequence = sequence;
+    }
+    if ((record.MessageFlags & TRACE_MESSAGE_TIMESTAMP) != 0)
+    {
+        const auto now = std::chrono::steady_clock::now().time_since_epoch();
+        record.TimestampNs =
+            static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+    }
+    if ((record.MessageFlags & TRACE_MESSAGE_SYSTEMINFO) != 0)
+    {
+        record.ThreadId = static_cast<std::uint32_t>(gettid());
+    }
+}
+
+ULONG Write(TRACEHANDLE logger, const GUID* messageClass, TraceRecord& record)
+{
+    const TraceHub::Session session = TraceHub::Instance().Find(logger);
+    if (!session)
+    {
+        return ERROR_INVALID_HANDLE;
+    }
+    const Turn::Holder turn(session->SinkTurn);
+    // A sink that traces would never come to an end: its own messages are dropped.
+    if (turn && !session->Closed)
+    {
+        Stamp(record, messageClass, ++session->Sequence);
+        session->Sink(record);
+    }
+    return ERROR_SUCCESS;
+}
+
+} // namespace
+
+} // namespace Platform
+
+using namespace Platform;
+
+ULONG RegisterTraceGuidsW(WMIDPREQUEST callback, void* context, const GUID* control, ULONG guidCount,
+                          TRACE_GUID_REGISTRATION* guids, const WCHAR*, const WCHAR*, TRACEHANDLE* registration)
+{
+    if (const ULONG fault = CallFault("RegisterTraceGuidsW"))
+    {
+        return fault;
+    }
+    if (callback == nullptr || control == nullptr || registration == nullptr || (guidCount != 0 && guids == nullptr))
+    {
+        return ERROR_INVALID_PARAMETER;
+    }
+    auto provider = std::make_shared<TraceProvider>();
+    provider->Control = *control;
+    provider->Callback = callback;
+    provider->Context = context;
+    TraceHub::Instance().Register(std::move(provider), registration);
+    return ERROR_SUCCESS;
+}
+
+ULONG UnregisterTraceGuids(TRACEHANDLE registration)
+{
+    if (const ULONG fault = CallFault("UnregisterTraceGuids"))
+    {
+        return fault;
+    }
+    return TraceHub::Instance().Unregister(registration) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+}
+
+TRACEHANDLE GetTraceLoggerHandle(void* buffer)
+{
+    const auto invalid = reinterpret_cast<TRACEHANDLE>(INVALID_HANDLE_VALUE);
+    if (CallFails("GetTraceLoggerHandle"))
+    {
+        return invalid;
+    }
+    const auto* header = static_cast<const WNODE_HEADER*>(buffer);
+    if (header == nullptr || header->BufferSize < sizeof(*header) || (header->Flags & WNODE_FLAG_TRACED_GUID) == 0)
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return invalid;
+    }
+    return header->HistoricalContext;
+}
+
+UCHAR GetTraceEnableLevel(TRACEHANDLE logger)
+{
+    return CallFails("GetTraceEnableLevel") ? UCHAR{0} : static_cast<UCHAR>(logger >> 16);
+}
+
+ULONG GetTraceEnableFlags(TRACEHANDLE logger)
+{
+    return CallFails("GetTraceEnableFlags") ? 0 : static_cast<ULONG>(logger >> 32);
+}
+
+ULONG TraceMessage(TRACEHANDLE logger, ULONG messageFlags, const GUID* messageClass, UINT messageNumber, ...)
+{
+    if (const ULONG fault = CallFault("TraceMessage"))
+    {
+        return fault;
+    }
+    TraceRecord record;
+    record.Number = static_cast<USHORT>(messageNumber);
+    record.MessageFlags = messageFlags;
+    std::va_list list;
+    va_start(list, messageNumber);
+    record.Arguments = CopyArguments(list);
+    va_end(list);
+    return Write(logger, messageClass, record);
+}

@@ -1,0 +1,92 @@
+#include "FaultBoard.h"
+
+#include <dlfcn.h>
+
+#include <stdexcept>
+#include <utility>
+
+namespace Platform
+{
+
+namespace
+{
+
+// A misspelt name would make a test pass for the wrong reason.
+void RequirePublished(const std::string& function)
+{
+    if (dlsym(RTLD_DEFAULT, function.c_str()) == nullptr)
+    {
+        throw std::invalid_argument("the stand-in publishes no function " + function);
+    }
+}
+
+} // namespace
+
+FaultBoard::Function& FaultBoard::Entry(std::string_view function)
+{
+    const auto found = Functions.find(function);
+    return found != Functions.end() ? found->second : Functions[std::string(function)];
+}
+
+std::optional<std::uint32_t> FaultBoard::Enter(std::string_view function)
+{
+    std::optional<std::uint32_t> error;
+    std::shared_ptr<const std::function<void()>> hook;
+    {
+        const std::lock_guard lock(Lock);
+        Function& entry = Entry(function);
+        ++entry.Calls;
+        hook = entry.Hook;
+        std::erase_if(entry.Faults, [&](const Fault& fault) { return fault.LastCall < entry.Calls; });
+        for (const Fault& fault : entry.Faults)
+        {
+            if (fault.FirstCall <= entry.Calls)
+            {
+                error = fault.Error;
+            }
+        }
+    }
+    if (hook)
+    {
+        (*hook)();
+    }
+    return error;
+}
+
+void FaultBoard::Fail(std::string_view function, unsigned nth, std::uint32_t error, unsigned count)
+{
+    RequirePublished(std::string(function));
+    if (nth == 0 || count == 0)
+    {
+        throw std::invalid_argument("calls are counted from 1");
+    }
+    const std::lock_guard lock(Lock);
+    Function& entry = Entry(function);
+    entry.Faults.push_back({entry.Calls + nth, entry.Calls + nth + count - 1, error});
+}
+
+void FaultBoard::Clear()
+{
+    const std::lock_guard lock(Lock);
+    for (auto& [name, entry] : Functions)
+    {
+        entry.Faults.clear();
+    }
+}
+
+std::uint64_t FaultBoard::Calls(std::string_view function) const
+{
+    const std::lock_guard lock(Lock);
+    const auto found = Functions.find(function);
+    return found == Functions.end() ? 0 : found->second.Calls;
+}
+
+void FaultBoard::SetHook(std::string_view function, std::function<void()> hook)
+{
+    RequirePublished(std::string(function));
+    auto shared = hook ? std::make_shared<const std::function<void()>>(std::move(hook)) : nullptr;
+    const std::lock_guard lock(Lock);
+    Entry(function).Hook.swap(shared); // the old one ends behind the lock
+}
+
+} // namespace Platform

@@ -1,0 +1,51 @@
+#include "HandleTable.h"
+
+#include <algorithm>
+
+namespace Platform
+{
+
+HandleTable& HandleTable::Instance()
+{
+    // Never destroyed: threads may call while the process ends.
+    static HandleTable& table = *new HandleTable;
+    return table;
+}
+
+HANDLE HandleTable::Add(std::shared_ptr<HandleObject> object)
+{
+    const std::lock_guard lock(Lock);
+    LastNumber += 4; // as on Windows, where the two low bits are free for the caller
+    Objects.emplace(LastNumber, std::move(object));
+    return reinterpret_cast<HANDLE>(LastNumber);
+}
+
+std::size_t HandleTable::Count(HandleKind kind) const
+{
+    const std::lock_guard lock(Lock);
+    return static_cast<std::size_t>(
+        std::ranges::count_if(Objects, [kind](const auto& entry) { return entry.second->KindOf() == kind; }));
+}
+
+std::shared_ptr<HandleObject> HandleTable::FindAny(const void* handle, HandleKind kind) const
+{
+    const std::lock_guard lock(Lock);
+    const auto found = Objects.find(reinterpret_cast<std::uintptr_t>(handle));
+    return found != Objects.end() && found->second->KindOf() == kind ? found->second : nullptr;
+}
+
+bool HandleTable::CloseAny(const void* handle, HandleKind kind)
+{
+    std::shared_ptr<HandleObject> closed; // may be the last holder: it ends behind the lock
+    const std::lock_guard lock(Lock);
+    const auto found = Objects.find(reinterpret_cast<std::uintptr_t>(handle));
+    if (found == Objects.end() || found->second->KindOf() != kind)
+    {
+        return false;
+    }
+    closed = std::move(found->second);
+    Objects.erase(found);
+    return true;
+}
+
+} // namespace Platform

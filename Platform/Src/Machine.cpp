@@ -1,0 +1,152 @@
+#include "Machine.h"
+
+#include "MachineImpl.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace Platform
+{
+
+namespace
+{
+
+constexpr std::uint32_t TextType = 1;
+constexpr std::uint32_t BinaryType = 3;
+constexpr std::uint32_t NumberType = 4;
+
+} // namespace
+
+RegistryValue RegistryValue::Text(std::string_view text)
+{
+    RegistryValue value{TextType, {text.begin(), text.end()}};
+    value.Data.push_back(0);
+    return value;
+}
+
+RegistryValue RegistryValue::Number(std::uint32_t number)
+{
+    RegistryValue value{NumberType, {}};
+    for (unsigned shift = 0; shift < 32; shift += 8)
+    {
+        value.Data.push_back(static_cast<std::uint8_t>(number >> shift));
+    }
+    return value;
+}
+
+RegistryValue RegistryValue::Binary(std::vector<std::uint8_t> bytes)
+{
+    return {BinaryType, std::move(bytes)};
+}
+
+Machine::Machine() : Self(std::make_unique<Impl>()) {}
+
+Machine::~Machine() = default;
+
+AdapterId Machine::AddAdapter(const AdapterDescription& adapter)
+{
+    const std::lock_guard lock(Self->Lock);
+    return Self->AdapterNodes.Add(adapter);
+}
+
+void Machine::ChangeAdapter(AdapterId id, const std::function<void(AdapterDescription&)>& edit)
+{
+    const auto node = [&] {
+        const std::lock_guard lock(Self->Lock);
+        return Self->AdapterNodes.All().at(id);
+    };
+    for (;;)
+    {
+        AdapterNode copy = node();
+        edit(copy.Description);
+        const std::lock_guard lock(Self->Lock);
+        if (Self->AdapterNodes.All().at(id).Version == copy.Version)
+        {
+            Self->AdapterNodes.Change(id, std::move(copy.Description));
+            return;
+        }
+    }
+}
+
+AdapterDescription Machine::Adapter(AdapterId id) const
+{
+    const std::lock_guard lock(Self->Lock);
+    return Self->AdapterNodes.All().at(id).Description;
+}
+
+void Machine::RemoveAdapter(AdapterId id)
+{
+    const std::lock_guard lock(Self->Lock);
+    Self->AdapterNodes.Remove(id);
+}
+
+std::vector<AdapterId> Machine::Adapters() const
+{
+    const std::lock_guard lock(Self->Lock);
+    std::vector<AdapterId> ids;
+    for (const auto& [id, node] : Self->AdapterNodes.All())
+    {
+        ids.push_back(id);
+    }
+    return ids;
+}
+
+void Machine::SetValue(std::string_view path, std::string_view name, const RegistryValue& value)
+{
+    const std::lock_guard lock(Self->Lock);
+    Self->Registry->FindOrCreate(path)->Values.insert_or_assign(std::string(name), value);
+}
+
+std::optional<RegistryValue> Machine::Value(std::string_view path, std::string_view name) const
+{
+    const std::lock_guard lock(Self->Lock);
+    const RegistryKeyPtr key = Self->Registry->Find(path);
+    if (!key)
+    {
+        return std::nullopt;
+    }
+    const auto found = key->Values.find(name);
+    return found == key->Values.end() ? std::nullopt : std::optional(found->second);
+}
+
+bool Machine::KeyExists(std::string_view path) const
+{
+    const std::lock_guard lock(Self->Lock);
+    return Self->Registry->Find(path) != nullptr;
+}
+
+void Machine::DeleteTree(std::string_view path)
+{
+    const std::lock_guard lock(Self->Lock);
+    const RegistryKeyPtr key = Self->Registry->Find(path);
+    if (key == Self->Registry)
+    {
+        throw std::invalid_argument("the root of the registry stays");
+    }
+    if (key)
+    {
+        key->Delete();
+    }
+}
+
+void Machine::FailCall(std::string_view function, unsigned nth, std::uint32_t error, unsigned count)
+{
+    Self->Faults.Fail(function, nth, error, count);
+}
+
+void Machine::ClearFaults()
+{
+    Self->Faults.Clear();
+}
+
+std::uint64_t Machine::Calls(std::string_view function) const
+{
+    return Self->Faults.Calls(function);
+}
+
+void Machine::OnCall(std::string_view function, std::function<void()> hook)
+{
+    Self->Faults.SetHook(function, std::move(hook));
+}
+
+} // namespace Platform

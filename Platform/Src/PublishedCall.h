@@ -1,0 +1,18 @@
+// What every published function does first: let the machine count the call, hold it or fail it.
+#pragma once
+
+#include "WinTypes.h"
+
+namespace Platform
+{
+
+/// For a function that reports through the last error: true when it is to fail; the error is set.
+bool CallFails(const char* function);
+
+/// For a function whose result is the error number: 0, or what it is to return.
+DWORD CallFault(const char* function, DWORD plainFailure = ERROR_GEN_FAILURE);
+
+/// Sets the last error and gives FALSE.
+BOOL FailWith(DWORD error);
+
+} // namespace Platform

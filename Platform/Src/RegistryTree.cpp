@@ -1,0 +1,80 @@
+#include "RegistryTree.h"
+
+#include <algorithm>
+
+namespace Platform
+{
+
+namespace
+{
+
+// Cuts the first part off the path; empty at its end.
+std::string_view NextPart(std::string_view& path)
+{
+    path.remove_prefix(std::min(path.find_first_not_of('\\'), path.size()));
+    const std::string_view part = path.substr(0, path.find('\\'));
+    path.remove_prefix(part.size());
+    return part;
+}
+
+} // namespace
+
+RegistryKeyPtr RegistryKey::MakeRoot()
+{
+    return std::make_shared<RegistryKey>();
+}
+
+RegistryKeyPtr RegistryKey::Find(std::string_view path)
+{
+    RegistryKeyPtr key = shared_from_this();
+    for (auto part = NextPart(path); !part.empty(); part = NextPart(path))
+    {
+        const auto found = key->Subkeys.find(part);
+        if (found == key->Subkeys.end())
+        {
+            return nullptr;
+        }
+        key = found->second;
+    }
+    return key;
+}
+
+RegistryKeyPtr RegistryKey::FindOrCreate(std::string_view path)
+{
+    RegistryKeyPtr key = shared_from_this();
+    for (auto part = NextPart(path); !part.empty(); part = NextPart(path))
+    {
+        RegistryKeyPtr& below = key->Subkeys[std::string(part)];
+        if (!below)
+        {
+            below = std::make_shared<RegistryKey>();
+            below->Name = part;
+            below->Parent = key;
+        }
+        key = RegistryKeyPtr(below);
+    }
+    return key;
+}
+
+void RegistryKey::Delete()
+{
+    const RegistryKeyPtr keep = shared_from_this();
+    if (const RegistryKeyPtr parent = Parent.lock())
+    {
+        parent->Subkeys.erase(Name);
+    }
+    MarkDeleted();
+}
+
+void RegistryKey::MarkDeleted()
+{
+    Deleted = true;
+    for (const auto& [name, key] : Subkeys)
+    {
+        key->MarkDeleted();
+    }
+    Subkeys.clear();
+    Values.clear();
+}
+
+} // namespace Platform

@@ -1,0 +1,24 @@
+// Text helpers: comparing names without regard to case, and the two encodings.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace Platform
+{
+
+bool EqualNames(std::string_view left, std::string_view right);
+
+/// Orders names without regard to the case of ASCII letters.
+struct NameLess
+{
+    using is_transparent = void;
+    bool operator()(std::string_view left, std::string_view right) const;
+};
+
+/// Takes half of a surrogate pair as a character of its own, so that every text has a form.
+std::string ToUtf8(std::u16string_view text);
+/// The text must be well-formed.
+std::u16string ToUtf16(std::string_view text);
+
+} // namespace Platform

@@ -1,0 +1,161 @@
+#include "TraceHub.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Platform
+{
+
+namespace
+{
+
+// A logger's handle carries its setting: number in bits 0 to 15, level in 16 to 23, flags in 32 to 63.
+TRACEHANDLE MakeLogger(std::uint16_t id, std::uint8_t level, std::uint32_t flags)
+{
+    return TRACEHANDLE{id} | TRACEHANDLE{level} << 16 | TRACEHANDLE{flags} << 32;
+}
+
+} // namespace
+
+TraceHub& TraceHub::Instance()
+{
+    // Never destroyed: threads may call while the process ends.
+    static TraceHub& hub = *new TraceHub;
+    return hub;
+}
+
+void TraceHub::Register(std::shared_ptr<TraceProvider> provider, TRACEHANDLE* handle)
+{
+    {
+        const std::lock_guard lock(Lock);
+        provider->Handle = ++LastProvider;
+        *handle = provider->Handle;
+        Providers.push_back(provider);
+    }
+    Tell(*provider);
+}
+
+bool TraceHub::Unregister(TRACEHANDLE handle)
+{
+    std::shared_ptr<TraceProvider> provider;
+    {
+        const std::lock_guard lock(Lock);
+        const auto found = std::ranges::find(Providers, handle, &TraceProvider::Handle);
+        if (found == Providers.end())
+        {
+            return false;
+        }
+        provider = *found;
+        provider->Registered = false;
+        Providers.erase(found);
+    }
+    Tell(*provider);
+    return true;
+}
+
+std::size_t TraceHub::ProviderCount() const
+{
+    const std::lock_guard lock(Lock);
+    return Providers.size();
+}
+
+void TraceHub::Start(const Session& session)
+{
+    const std::lock_guard lock(Lock);
+    session->LoggerId = ++LastLoggerId;
+    Sessions.push_back(session);
+}
+
+void TraceHub::Enable(const Session& session, std::uint8_t level, std::uint32_t flags)
+{
+    {
+        const std::lock_guard lock(Lock);
+        session->Version = ++LastVersion;
+        session->Logger = MakeLogger(session->LoggerId, level, flags);
+    }
+    TellProviders(session->Control);
+}
+
+void TraceHub::Disable(const Session& session)
+{
+    {
+        const std::lock_guard lock(Lock);
+        session->Version = 0;
+    }
+    TellProviders(session->Control);
+}
+
+void TraceHub::Stop(const Session& session)
+{
+    Disable(session);
+    const std::lock_guard lock(Lock);
+    std::erase(Sessions, session);
+}
+
+TraceHub::Session TraceHub::Find(TRACEHANDLE logger) const
+{
+    const std::lock_guard lock(Lock);
+    const auto id = static_cast<std::uint16_t>(logger);
+    const auto found = std::ranges::find(Sessions, id, [](const Session& session) { return session->LoggerId; });
+    return found == Sessions.end() ? nullptr : *found;
+}
+
+void TraceHub::TellProviders(const GUID& control)
+{
+    std::vector<std::shared_ptr<TraceProvider>> concerned;
+    {
+        const std::lock_guard lock(Lock);
+        std::ranges::copy_if(Providers, std::back_inserter(concerned),
+                             [&](const auto& provider) { return provider->Control == control; });
+    }
+    for (const auto& provider : concerned)
+    {
+        Tell(*provider);
+    }
+}
+
+// Calls until the provider knows the present setting, so that it makes no difference which thread
+// tells it of a change. A change out of the callback itself is told by the loop further out.
+void TraceHub::Tell(TraceProvider& provider)
+{
+    const Turn::Holder turn(provider.CallbackTurn);
+    while (turn)
+    {
+        const auto request = Instance().NextRequest(provider);
+        if (!request)
+        {
+            return;
+        }
+        WNODE_HEADER header{};
+        header.BufferSize = sizeof(header);
+        header.HistoricalContext = request->Logger;
+        header.Guid = provider.Control;
+        header.Flags = WNODE_FLAG_TRACED_GUID;
+        ULONG size = sizeof(header);
+        provider.Callback(request->Code, provider.Context, &size, &header);
+    }
+}
+
+std::optional<TraceHub::Request> TraceHub::NextRequest(TraceProvider& provider)
+{
+    const std::lock_guard lock(Lock);
+    // A provider serves one session: the one that was set last.
+    const TraceSession::State* newest = nullptr;
+    for (const Session& session : Sessions)
+    {
+        const bool enables = provider.Registered && session->Version != 0 && session->Control == provider.Control;
+        if (enables && (newest == nullptr || session->Version > newest->Version))
+        {
+            newest = session.get();
+        }
+    }
+    const std::uint64_t version = newest != nullptr ? newest->Version : 0;
+    if (std::exchange(provider.ToldVersion, version) == version)
+    {
+        return std::nullopt;
+    }
+    const TRACEHANDLE previous = std::exchange(provider.ToldLogger, newest != nullptr ? newest->Logger : 0);
+    return newest != nullptr ? Request{WMI_ENABLE_EVENTS, newest->Logger} : Request{WMI_DISABLE_EVENTS, previous};
+}
+
+} // namespace Platform

@@ -1,0 +1,38 @@
+// Lets one thread at a time through a door that leads to foreign code.
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace Platform
+{
+
+/// Unlike a mutex, it can tell that the thread is inside already: foreign code may come back.
+class Turn
+{
+public:
+    /// Holds the turn for a scope. It converts to false when this thread held it before; nothing is then
+    /// given back at the end.
+    class Holder
+    {
+    public:
+        explicit Holder(Turn& turn);
+        ~Holder();
+        Holder(const Holder&) = delete;
+        Holder& operator=(const Holder&) = delete;
+
+        explicit operator bool() const { return Taken; }
+
+    private:
+        Turn& Door;
+        bool Taken;
+    };
+
+private:
+    std::mutex Lock;
+    std::condition_variable Free;
+    std::thread::id Owner; // guarded by Lock; nobody's when the turn is free
+};
+
+} // namespace Platform
