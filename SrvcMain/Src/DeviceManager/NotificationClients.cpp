@@ -1,0 +1,51 @@
+/// Notification clients and the delivery of events to them.
+
+#include "CUWPDeviceManager.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace
+{
+
+constexpr std::size_t PayloadOffset = offsetof(_ZV_WLAN_EVENT_MSG, Payload);
+
+} // namespace
+
+CUWPDeviceManager::CClientList& CUWPDeviceManager::ClientsOfType(std::uint32_t clientType)
+{
+    return clientType == ZV_INFO_REQ_MAGIC ? ZVClients : UserClients;
+}
+
+unsigned int CUWPDeviceManager::RegisterNotification(_ZV_WLAN_NOTIFY_HDLR* client)
+{
+    client->ClientId = NextClientId.fetch_add(1, std::memory_order_relaxed) + 1;
+    ClientsOfType(client->ClientType).PushBack(std::make_shared<const _ZV_WLAN_NOTIFY_HDLR>(*client));
+    return ZV_SRVC_SUCCESS;
+}
+
+unsigned int CUWPDeviceManager::DeRegisterNotification(const _ZV_WLAN_NOTIFY_HDLR* client)
+{
+    const bool removed = ClientsOfType(client->ClientType).With([client](CClientList::CList& list) {
+        const auto found = std::ranges::find(list, client->ClientId, [](const auto& entry) { return entry->ClientId; });
+        if (found == list.end())
+            return false;
+        list.erase(found);
+        return true;
+    });
+    return removed ? ZV_SRVC_SUCCESS : ZV_SRVC_ERR_INVALID_PARAMETER;
+}
+
+void CUWPDeviceManager::NotifyCallback(std::string name, const ZVBlob& blob)
+{
+    if (name == UninstallNotifierName)
+        return;
+    const auto message = ReadBlob<_ZV_WLAN_EVENT_MSG>(blob);
+    const _ZV_WLAN_NOTIFY_DATA data{0, message.Length, blob.get() + PayloadOffset};
+    // References of this moment: a client that registers meanwhile starts with the next event, and
+    // one that deregisters stays valid until its call has returned.
+    CClientList& clients = name.find(UserNotifierName) != std::string::npos ? UserClients : ZVClients;
+    for (const auto& client : clients.Snapshot())
+        if (client->Callback != nullptr)
+            client->Callback(client->Context, message.Type, &data);
+}

@@ -1,0 +1,30 @@
+/// From a listed adapter to an open device.
+
+#include "CUWPDeviceManager.h"
+
+#include "CreateZVModule.h"
+
+#include <algorithm>
+
+/// A reference taken under the list's lock; it keeps the record while the driver is asked.
+ZVAdapterRecord CUWPDeviceManager::FindRecord(std::string_view netCfgInstanceId)
+{
+    return DeviceList.With([netCfgInstanceId](const CAdapterList::CList& list) -> ZVAdapterRecord {
+        const auto found = std::ranges::find_if(list, [&](const ZVAdapterRecord& listed) {
+            return FieldText(listed->NetCfgInstanceId) == netCfgInstanceId;
+        });
+        return found == list.end() ? nullptr : *found;
+    });
+}
+
+unsigned int CUWPDeviceManager::OpenDevice(const _ZV_SRVC_DEVICE_INFO* record, _ZV_SRVC_INTERFACE_TYPE type,
+                                           std::shared_ptr<CDeviceIntf>& device)
+{
+    if (record == nullptr)
+        return ZV_SRVC_ERR_NO_DEVICE;
+    ZVAdapterRecord listed = FindRecord(FieldText(record->NetCfgInstanceId));
+    if (listed == nullptr)
+        return ZV_SRVC_ERR_NO_DEVICE;
+    const unsigned int status = CreateZVModule(device, type);
+    return status == ZV_SRVC_SUCCESS ? device->Open(listed) : status;
+}

@@ -1,0 +1,66 @@
+#include "RecordText.h"
+
+#include <algorithm>
+
+namespace
+{
+
+bool IsContinuation(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+/// True for the three bytes of one half of a surrogate pair; `mark` is 0xA0 for the first half and
+/// 0xB0 for the second.
+bool IsSurrogateHalf(std::string_view bytes, unsigned char mark)
+{
+    return bytes.size() >= 3 && bytes[0] == '\xED' && (static_cast<unsigned char>(bytes[1]) & 0xF0) == mark;
+}
+
+} // namespace
+
+std::string_view CutAtCodePoint(std::string_view text, std::size_t room)
+{
+    if (text.size() <= room)
+        return text;
+    std::size_t cut = room;
+    while (cut > 0 && room - cut < 3 && IsContinuation(text[cut]))
+        --cut;
+    // More continuation bytes than a sequence has: the text is no UTF-8, so any cut is as good.
+    if (IsContinuation(text[cut]))
+        cut = room;
+    if (cut >= 3 && IsSurrogateHalf(text.substr(cut), 0xB0) && IsSurrogateHalf(text.substr(cut - 3), 0xA0))
+        cut -= 3;
+    return text.substr(0, cut);
+}
+
+void FillField(std::span<char> field, std::string_view text)
+{
+    const std::string_view kept = CutAtCodePoint(text.substr(0, text.find('\0')), field.size() - 1);
+    const auto end = std::ranges::copy(kept, field.begin()).out;
+    std::fill(end, field.end(), '\0');
+}
+
+std::string ToUtf8(std::u16string_view text)
+{
+    std::string bytes;
+    bytes.reserve(text.size());
+    const auto append = [&bytes](unsigned value) { bytes.push_back(static_cast<char>(value)); };
+    for (const unsigned unit : text)
+    {
+        if (unit < 0x80)
+        {
+            append(unit);
+            continue;
+        }
+        if (unit < 0x800)
+            append(0xC0 | (unit >> 6));
+        else
+        {
+            append(0xE0 | (unit >> 12));
+            append(0x80 | ((unit >> 6) & 0x3F));
+        }
+        append(0x80 | (unit & 0x3F));
+    }
+    return bytes;
+}

@@ -1,0 +1,29 @@
+/// @file
+/// Race-free use of adapter records. After a record has entered a list only its `StateFlags` and
+/// `DriverVersion` change; the flags are used as an atomic word and the version under one lock.
+#pragma once
+
+#include "Lock.h"
+
+#include "ZVDeviceInfo.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+using ZVAdapterRecord = std::shared_ptr<_ZV_SRVC_DEVICE_INFO>;
+
+std::uint32_t LoadStateFlags(const _ZV_SRVC_DEVICE_INFO& record);
+void StoreStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t flags);
+
+/// A copy of all 724 bytes while the service may change the record.
+_ZV_SRVC_DEVICE_INFO CopyRecord(const _ZV_SRVC_DEVICE_INFO& record);
+
+/// The text of a fixed-width field, up to its NUL or its end.
+template <std::size_t Size>
+std::string_view FieldText(const char (&field)[Size])
+{
+    return {field, strnlen(field, Size)};
+}

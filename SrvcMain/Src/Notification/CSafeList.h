@@ -1,0 +1,103 @@
+/// @file
+/// A doubly linked list with its own mutex.
+#pragma once
+
+#include "Lock.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <list>
+#include <utility>
+#include <vector>
+
+/// Every operation takes the mutex for list work alone: elements are destroyed, and nodes allocated
+/// and freed, outside it. Nodes that a consumer gives back are used again, so that a queue does not
+/// allocate on one thread what another frees.
+template <class T>
+class CSafeList
+{
+public:
+    using CList = std::list<T>;
+
+    /// Nodes kept for reuse at most; a burst beyond it goes back to the allocator.
+    static constexpr std::size_t MaxSpare = 1024;
+
+    std::uint32_t Size() const
+    {
+        const CScopedLock lock(Mutex);
+        return static_cast<std::uint32_t>(Elements.size());
+    }
+
+    /// Removes all elements.
+    void Clear() { Replace({}); }
+
+    /// Puts other elements in the place of the present ones.
+    void Replace(CList elements)
+    {
+        const CScopedLock lock(Mutex);
+        Elements.swap(elements);
+    }
+
+    void PushBack(T element)
+    {
+        if (!PushIntoSpare(element))
+            PushNew(std::move(element));
+    }
+
+    /// The elements of this moment, for a walk that must not hold the mutex.
+    std::vector<T> Snapshot() const
+    {
+        const CScopedLock lock(Mutex);
+        return {Elements.begin(), Elements.end()};
+    }
+
+    /// Moves all elements to the end of `taken`, and keeps the nodes of `spent` for reuse. The
+    /// elements of `spent` must be empty already.
+    void TakeAll(CList& taken, CList& spent)
+    {
+        const CScopedLock lock(Mutex);
+        if (Spare.size() < MaxSpare)
+            Spare.splice(Spare.end(), spent);
+        SpareHint.store(!Spare.empty(), std::memory_order_relaxed);
+        taken.splice(taken.end(), Elements);
+    }
+
+    /// Calls `work` with the elements while the mutex is held; for work of a few instructions that
+    /// has to be one step.
+    template <class Work>
+    decltype(auto) With(Work&& work)
+    {
+        const CScopedLock lock(Mutex);
+        return std::forward<Work>(work)(Elements);
+    }
+
+private:
+    bool PushIntoSpare(T& element)
+    {
+        if (!SpareHint.load(std::memory_order_relaxed))
+            return false;
+        const CScopedLock lock(Mutex);
+        if (Spare.empty())
+            return false;
+        Spare.front() = std::move(element);
+        Elements.splice(Elements.end(), Spare, Spare.begin());
+        if (Spare.empty())
+            SpareHint.store(false, std::memory_order_relaxed);
+        return true;
+    }
+
+    void PushNew(T&& element)
+    {
+        CList node;
+        node.push_back(std::move(element));
+        const CScopedLock lock(Mutex);
+        Elements.splice(Elements.end(), node);
+    }
+
+    mutable CLock Mutex;
+    CList Elements ZV_GUARDED_BY(Mutex);
+    CList Spare ZV_GUARDED_BY(Mutex);
+    std::atomic<bool> SpareHint{false}; ///< Written under Mutex; saves a hold when there is no spare.
+};

@@ -1,0 +1,40 @@
+/// @file
+/// A condition variable and its mutex, the wake lock of a notification thread.
+#pragma once
+
+#include "Lock.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+
+/// A wake given while nobody waits is remembered, so the next wait returns at once. One thread waits
+/// at a time; any thread may wake.
+class CWaitEvent
+{
+public:
+    /// Waits for a wake, at most for this time.
+    void WaitFor(std::chrono::milliseconds time);
+    /// Waits for a wake without limit.
+    void Wait();
+    void Wake();
+
+private:
+    enum class CWord : std::uint32_t
+    {
+        Idle,    ///< No wake to take, and nobody sleeps.
+        Pending, ///< A wake came that no wait has taken yet.
+        Asleep   ///< A waiter sleeps, or is about to with the wake lock held.
+    };
+
+    bool FallAsleep() ZV_REQUIRES(WakeLock);
+
+    CLock WakeLock;
+    std::condition_variable Condition;
+    /// Turned to Asleep, and back from it, under the wake lock only; so a waker that reads Asleep
+    /// and has then had the lock knows the waiter to be in its wait. A wake for a thread that is
+    /// awake touches this word and no lock.
+    std::atomic<CWord> Word{CWord::Idle};
+};

@@ -1,0 +1,177 @@
+#include "CZVNotification.h"
+
+#include "TracePoint.h"
+
+#include <chrono>
+#include <utility>
+
+namespace
+{
+
+/// How long a stop waits for a worker that has not yet begun: this many pauses of 1 ms.
+constexpr int EntryPauses = 10;
+/// A worker that came to rest less than this ago may not have reached its wait.
+constexpr std::int64_t YoungRestMs = 3;
+constexpr std::chrono::milliseconds Pause{1};
+
+thread_local const CZVNotification* currentWorker = nullptr;
+
+std::int64_t MonotonicNs()
+{
+    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+}
+
+} // namespace
+
+bool CZVNotification::OnWorkerThread() noexcept
+{
+    return currentWorker != nullptr;
+}
+
+CZVNotification::~CZVNotification()
+{
+    DropQueued();
+    if (currentWorker != this)
+    {
+        StopNotifyThread();
+        return;
+    }
+    // The last owner was dropped by the handler itself, or the process ends on this thread. The
+    // worker cannot be joined here; it leaves without another look at this object.
+    *GoneFlag = true;
+    Thread.detach();
+}
+
+bool CZVNotification::RunNotifyThread(CZVNotifyHandler* handler, std::string name)
+{
+    if ((State & ZV_NOTIFY_RUNNING) != 0)
+    {
+        ZV_TRACE(NotifyThreadRefused, Name);
+        return false;
+    }
+    Handler = handler;
+    Name = std::move(name);
+    State |= ZV_NOTIFY_RUNNING;
+    try
+    {
+        Thread = std::thread(&CZVNotification::Work, this);
+    }
+    catch (const std::system_error&)
+    {
+        throw CThreadError(std::errc::resource_unavailable_try_again, "resource unavailable try again");
+    }
+    LastActive = MonotonicNs();
+    ZV_TRACE(NotifyThreadStarted, Name);
+    return true;
+}
+
+bool CZVNotification::SendNorification(const ZVBlob& blob)
+{
+    if ((State & ZV_NOTIFY_RUNNING) == 0)
+        return false;
+    Queue.PushBack(blob);
+    WakeEvent.Wake();
+    return true;
+}
+
+bool CZVNotification::StopNotifyThread()
+{
+    if ((State & ZV_NOTIFY_RUNNING) == 0)
+        return false;
+    ZV_TRACE(NotifyThreadStopping, Name);
+    AwaitRest();
+    State |= ZV_NOTIFY_STOPPING;
+    WakeEvent.Wake();
+    if (Thread.joinable())
+    {
+        if (Thread.get_id() == std::this_thread::get_id())
+            throw CThreadError(std::errc::resource_deadlock_would_occur, "resource deadlock would occur");
+        try
+        {
+            Thread.join();
+        }
+        catch (const std::system_error&)
+        {
+            throw CThreadError(std::errc::no_such_process, "no such process");
+        }
+    }
+    State &= ~(ZV_NOTIFY_RUNNING | ZV_NOTIFY_ENTERED);
+    ZV_TRACE(NotifyThreadStopped, Name);
+    return true;
+}
+
+/// Gives a worker that has just been started, or has just drained, the time to reach its wait.
+void CZVNotification::AwaitRest()
+{
+    CWaitEvent nobodySignals;
+    for (int i = 0; i < EntryPauses && (State & ZV_NOTIFY_ENTERED) == 0; ++i)
+        nobodySignals.WaitFor(Pause);
+    StopTime = MonotonicNs();
+    if ((StopTime - LastActive) / 1'000'000 < YoungRestMs)
+        nobodySignals.WaitFor(Pause);
+}
+
+void CZVNotification::DropQueued()
+{
+    CSafeList<ZVBlob>::CList dropped;
+    CSafeList<ZVBlob>::CList none;
+    const CScopedLock lock(TakenLock);
+    dropped.swap(Taken);
+    Queue.TakeAll(dropped, none);
+}
+
+void CZVNotification::Work()
+{
+    bool gone = false;
+    GoneFlag = &gone;
+    currentWorker = this;
+    State |= ZV_NOTIFY_ENTERED;
+    LastActive = MonotonicNs();
+    ZV_TRACE(NotifyThreadEntered, Name);
+    for (;;)
+    {
+        WakeEvent.Wait();
+        const std::uint32_t state = State;
+        if ((state & ZV_NOTIFY_RUNNING) == 0 || (state & ZV_NOTIFY_STOPPING) != 0)
+            break;
+        if (!Drain(gone))
+            return;
+        LastActive = MonotonicNs();
+    }
+    ZV_TRACE(NotifyThreadLeft, Name);
+}
+
+/// Delivers until nothing is left, whatever has been asked of the worker meanwhile.
+/// @return false when a handler has destroyed this object.
+bool CZVNotification::Drain(const bool& gone)
+{
+    if (Handler == nullptr)
+        return true;
+    CSafeList<ZVBlob>::CList spent;
+    ZVBlob blob;
+    while (TakeNext(blob, spent))
+    {
+        Handler->NotifyCallback(Name, blob);
+        blob.reset();
+        if (gone)
+            return false;
+    }
+    return true;
+}
+
+/// Takes the next entry. A batch comes off the queue in one hold of its lock, so that producers and
+/// the worker meet there once a batch and not once an entry.
+bool CZVNotification::TakeNext(ZVBlob& blob, CSafeList<ZVBlob>::CList& spent)
+{
+    const CScopedLock lock(TakenLock);
+    if (Taken.empty())
+        Queue.TakeAll(Taken, spent);
+    if (Taken.empty())
+        return false;
+    blob = std::move(Taken.front());
+    if (spent.size() < CSafeList<ZVBlob>::MaxSpare)
+        spent.splice(spent.end(), Taken, Taken.begin());
+    else
+        Taken.pop_front();
+    return true;
+}

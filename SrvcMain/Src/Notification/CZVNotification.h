@@ -1,0 +1,87 @@
+/// @file
+/// A named worker thread with a first-in first-out queue of shared blobs.
+#pragma once
+
+#include "CSafeList.h"
+#include "CWaitEvent.h"
+#include "Lock.h"
+#include "MessageBlob.h"
+#include "NotifyHandlers.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <thread>
+
+/// Flag bits of a notification thread's state word.
+inline constexpr std::uint32_t ZV_NOTIFY_RUNNING = 0x1;  ///< Started and not yet joined.
+inline constexpr std::uint32_t ZV_NOTIFY_STOPPING = 0x2; ///< A stop was asked for; never cleared.
+inline constexpr std::uint32_t ZV_NOTIFY_ENTERED = 0x4;  ///< The worker has begun.
+
+/// A failure of a thread, with the same text on every platform.
+class CThreadError : public std::system_error
+{
+public:
+    CThreadError(std::errc code, const char* text) : std::system_error(std::make_error_code(code)), Text(text) {}
+    const char* what() const noexcept override { return Text; }
+
+private:
+    const char* Text;
+};
+
+/// All work that must leave the thread on which it arises goes through one of these. A producer
+/// posts and goes on at once; the worker hands each blob to the one handler, in order, with no lock
+/// held. Used as one start, any number of posts, one stop; a stopped object is not started again.
+class CZVNotification
+{
+public:
+    CZVNotification() = default;
+    /// Drops what is queued, the entries behind a running handler included, and stops. On the own
+    /// worker, where a stop is impossible, it lets the thread go instead.
+    ~CZVNotification();
+    CZVNotification(const CZVNotification&) = delete;
+    CZVNotification& operator=(const CZVNotification&) = delete;
+
+    /// Starts the worker and does not wait for it to run.
+    /// @param handler not owned; has to be valid until the thread has stopped. With null nothing is
+    ///        ever delivered.
+    /// @return false when it runs already, and nothing changes.
+    /// @throws std::system_error "resource unavailable try again" when no thread can be had.
+    bool RunNotifyThread(CZVNotifyHandler* handler, std::string name);
+
+    /// Queues one blob, from any thread, without waiting for the handler.
+    /// @return false when the thread does not run; the blob is not queued.
+    bool SendNorification(const ZVBlob& blob);
+
+    /// Ends the worker and returns when it has ended. A drain in progress runs to its end first.
+    /// @return false when the thread does not run.
+    /// @throws std::system_error "resource deadlock would occur" on the own worker.
+    bool StopNotifyThread();
+
+    /// True on a worker of any object of this class.
+    static bool OnWorkerThread() noexcept;
+
+private:
+    void Work();
+    bool Drain(const bool& gone);
+    bool TakeNext(ZVBlob& blob, CSafeList<ZVBlob>::CList& spent);
+    void DropQueued();
+    void AwaitRest();
+
+    std::thread Thread;      ///< Used by the starting and the stopping thread only.
+    CWaitEvent WakeEvent;    ///< Brings its own lock, the wake lock.
+    CSafeList<ZVBlob> Queue; ///< Brings its own lock, the queue lock.
+    /// The entries that the worker has taken off the queue in one hold and not yet delivered. Its
+    /// lock is the worker's own but for the destructor, and so costs next to nothing. Taken before
+    /// the queue lock, never with the wake lock.
+    CLock TakenLock;
+    CSafeList<ZVBlob>::CList Taken ZV_GUARDED_BY(TakenLock);
+    std::atomic<std::uint32_t> State{0};
+    std::string Name;                        ///< Constant while the worker lives.
+    CZVNotifyHandler* Handler = nullptr;     ///< Constant while the worker lives.
+    std::atomic<std::int64_t> LastActive{0}; ///< Monotonic nanoseconds: the worker came to rest.
+    std::int64_t StopTime = 0;               ///< Monotonic nanoseconds; the stopping thread only.
+    bool* GoneFlag = nullptr;                ///< The worker's own; told when it outlives the object.
+};

@@ -1,0 +1,37 @@
+/// @file
+/// The one-slot interfaces through which the rooms of the library call each other.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+/// Receives the blobs of a notification thread.
+class CZVNotifyHandler
+{
+public:
+    /// Called on the thread's worker, one blob at a time, with no lock held.
+    /// @param name a fresh copy of the thread's name; tells the threads of one handler apart.
+    /// @param blob may stand in other queues at the same time; only read.
+    virtual void NotifyCallback(std::string name, const std::shared_ptr<unsigned char>& blob) = 0;
+
+protected:
+    CZVNotifyHandler() = default;
+    ~CZVNotifyHandler() = default;
+    CZVNotifyHandler(const CZVNotifyHandler&) = default;
+    CZVNotifyHandler& operator=(const CZVNotifyHandler&) = default;
+};
+
+/// Receives the power and device messages of the system.
+class CZVPwrEvtHandler
+{
+public:
+    /// Called on the service's notification thread, one message at a time.
+    virtual void PwrEvtHdlr(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam) = 0;
+
+protected:
+    CZVPwrEvtHandler() = default;
+    ~CZVPwrEvtHandler() = default;
+    CZVPwrEvtHandler(const CZVPwrEvtHandler&) = default;
+    CZVPwrEvtHandler& operator=(const CZVPwrEvtHandler&) = default;
+};

@@ -1,0 +1,74 @@
+/// @file
+/// The optional library that stands for the driver and the platform's device services.
+#pragma once
+
+#include "OSPlatform.h"
+
+#include "ZVDeviceInfo.h"
+
+#include <atomic>
+#include <cstdint>
+
+/// Shape of the window procedure that a simulated driver calls to deliver a message.
+using ZVWindowProcedure = LRESULT(CALLBACK*)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+/// Second argument of Virtual_EnumZVDevice.
+struct CVirtualEnumDescriptor
+{
+    std::uint32_t Length; ///< In: room in bytes. Out: bytes written.
+    std::uint32_t Padding;
+    void* Buffer;
+};
+
+static_assert(sizeof(CVirtualEnumDescriptor) == 16);
+
+/// The entry points, bound while not null. Written during bring-up, before any device or manager
+/// exists, and cleared at teardown when objects that outlive the service may still test them; hence
+/// atomics. Whatever an entry returns is ignored.
+/// @{
+using ZVVirtualRegister = void(WINAPI*)(ZVWindowProcedure handler);
+using ZVVirtualEnum = void(WINAPI*)(void* buffer, CVirtualEnumDescriptor* descriptor);
+using ZVVirtualSetQuery = void(WINAPI*)(const char* name, std::uint8_t isSet, std::uint32_t infoId, void* buffer,
+                                        std::uint32_t length);
+using ZVVirtualRegistry = void(WINAPI*)(const char* name, std::uint32_t operation, const char* subKey,
+                                        const char* valueName, std::uint32_t* type, std::uint8_t* data,
+                                        std::uint32_t* size);
+using ZVVirtualIoctl = void(WINAPI*)(const char* name, std::uint32_t code, std::uint32_t requestId,
+                                     const void* inBuffer, std::uint32_t inLength, void* outBuffer,
+                                     std::uint32_t outLength, std::uint32_t timeoutMs);
+
+extern std::atomic<ZVVirtualRegister> Virtual_RegisterPnPHandler;
+extern std::atomic<ZVVirtualEnum> Virtual_EnumZVDevice;
+extern std::atomic<ZVVirtualSetQuery> Virtual_Dev_SetQueryInfo;
+extern std::atomic<ZVVirtualRegistry> Virtual_AccessRegistry;
+extern std::atomic<ZVVirtualIoctl> Virtual_SendIOCTLReq;
+/// @}
+
+/// Loads the simulated driver and binds its entry points; unloads it when destroyed. Used by
+/// bring-up and teardown alone.
+class CVirtualDriverBinding
+{
+public:
+    CVirtualDriverBinding() = default;
+    ~CVirtualDriverBinding() { Unload(); }
+    CVirtualDriverBinding(const CVirtualDriverBinding&) = delete;
+    CVirtualDriverBinding& operator=(const CVirtualDriverBinding&) = delete;
+
+    /// Looks for the file in the current directory and loads it. A name that it does not export
+    /// leaves that entry unbound, and a file that cannot be loaded leaves all of them unbound.
+    /// @return false when there is no such file, the normal case.
+    bool Load();
+    void Unload();
+
+    bool IsLoaded() const { return (LoadFlags & Loaded) != 0; }
+
+private:
+    static constexpr std::uint32_t Loaded = 0x1;
+
+    std::uint32_t LoadFlags = 0;
+    HMODULE Module = nullptr;
+};
+
+/// Keeps the module with this address in the process until it ends, so that no host can unload code
+/// from under a running thread.
+void PinModule(const void* address);

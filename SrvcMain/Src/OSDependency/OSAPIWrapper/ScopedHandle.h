@@ -1,0 +1,81 @@
+/// @file
+/// Owners of the platform's handles. Nothing else in the library closes one.
+#pragma once
+
+#include "OSPlatform.h"
+
+#include <utility>
+
+/// Keeps the thread's last error over a scope, so that cleaning up never hides why a call failed.
+class CLastErrorKeeper
+{
+public:
+    CLastErrorKeeper() noexcept : Saved(GetLastError()) {}
+    ~CLastErrorKeeper() { SetLastError(Saved); }
+    CLastErrorKeeper(const CLastErrorKeeper&) = delete;
+    CLastErrorKeeper& operator=(const CLastErrorKeeper&) = delete;
+
+private:
+    DWORD Saved;
+};
+
+/// Owns one handle. `Policy` gives the type, the value that means none, and the close call. The
+/// last error survives a close.
+template <class Policy>
+class CScopedHandle
+{
+public:
+    using Type = typename Policy::Type;
+
+    CScopedHandle() noexcept = default;
+    explicit CScopedHandle(Type handle) noexcept : Handle(handle) {}
+    CScopedHandle(CScopedHandle&& other) noexcept : Handle(other.Release()) {}
+    CScopedHandle& operator=(CScopedHandle&& other) noexcept
+    {
+        if (this != &other)
+            Reset(other.Release());
+        return *this;
+    }
+    ~CScopedHandle() { Reset(); }
+
+    Type Get() const noexcept { return Handle; }
+    explicit operator bool() const noexcept { return Handle != Policy::None(); }
+
+    Type Release() noexcept { return std::exchange(Handle, Policy::None()); }
+
+    void Reset(Type handle = Policy::None()) noexcept
+    {
+        const Type old = std::exchange(Handle, handle);
+        if (old == Policy::None())
+            return;
+        const CLastErrorKeeper keeper;
+        Policy::Close(old);
+    }
+
+    /// Closes what is held and gives the place for a call that writes a new handle.
+    Type* Receive() noexcept
+    {
+        Reset();
+        return &Handle;
+    }
+
+private:
+    Type Handle = Policy::None();
+};
+
+struct CRegistryKeyPolicy
+{
+    using Type = HKEY;
+    static Type None() noexcept { return nullptr; }
+    static void Close(Type key) noexcept { RegCloseKey(key); }
+};
+
+struct CDeviceSetPolicy
+{
+    using Type = HDEVINFO;
+    static Type None() noexcept { return INVALID_HANDLE_VALUE; }
+    static void Close(Type set) noexcept { SetupDiDestroyDeviceInfoList(set); }
+};
+
+using CRegistryKey = CScopedHandle<CRegistryKeyPolicy>;
+using CDeviceSet = CScopedHandle<CDeviceSetPolicy>;

@@ -1,0 +1,87 @@
+#include "CZVNSrvcMgnt.h"
+
+#include "COSPrivilege.h"
+#include "CSafeList.h"
+#include "CVirtualDriverBinding.h"
+#include "CZVNotification.h"
+#include "MessageBlob.h"
+#include "PwrEvtWndProc.h"
+#include "TracePoint.h"
+#include "TraceProvider.h"
+
+#include <string>
+#include <utility>
+
+constinit CServiceOwner g_pSrvcMgnt;
+constinit CServiceGate ServiceGate;
+
+class CZVNSrvcMgnt::Pimpl final : public CZVNotifyHandler
+{
+public:
+    Pimpl()
+    {
+        Notifier.RunNotifyThread(this, NotifierName);
+        VirtualDriver.Load();
+    }
+
+    ~Pimpl() { Notifier.StopNotifyThread(); }
+
+    Pimpl(const Pimpl&) = delete;
+    Pimpl& operator=(const Pimpl&) = delete;
+
+    void NotifyCallback(std::string name, const ZVBlob& blob) override
+    {
+        if (name.find(NotifierName) == std::string::npos)
+            return;
+        const auto message = ReadBlob<CWindowMessageBlob>(blob);
+        if (message.Type != ZV_EVT_WINDOW_MESSAGE)
+            return;
+        for (const std::shared_ptr<CZVPwrEvtHandler>& handler : PwrEvtHandlers.Snapshot())
+            handler->PwrEvtHdlr(message.Message, message.WParam, message.LParam);
+    }
+
+    // Destroyed from the last to the first: the managers go when their sources are silent.
+    CSafeList<std::shared_ptr<CZVPwrEvtHandler>> PwrEvtHandlers; ///< Brings its own lock.
+    CZVNotification Notifier;                                    ///< Thread-safe.
+    const std::string NotifierName = "Srvc_Manager_WinPwr_Notification";
+    std::shared_ptr<COSPrivilege> OSPrivilege; ///< Set by Init.
+    CVirtualDriverBinding VirtualDriver;       ///< Bring-up and teardown only.
+};
+
+CZVNSrvcMgnt::CZVNSrvcMgnt() : Self(std::make_shared<Pimpl>())
+{
+    RegisterTraceProvider();
+    const std::uint32_t simulated = Self->VirtualDriver.IsLoaded() ? 1 : 0;
+    ZV_TRACE(ServiceUp, simulated);
+}
+
+CZVNSrvcMgnt::~CZVNSrvcMgnt()
+{
+    ZV_TRACE(ServiceGoes);
+    UnregisterTraceProvider();
+    Self.reset();
+}
+
+void CZVNSrvcMgnt::Init()
+{
+    Self->OSPrivilege = std::make_shared<CWinOSPrivilege>();
+    Self->OSPrivilege->AdjustPrivilege();
+    const ZVVirtualRegister registerHandler = Virtual_RegisterPnPHandler;
+    if (registerHandler != nullptr)
+        registerHandler(&PwrEvtWndProc);
+    // Otherwise the hidden window takes its place here, on its own thread.
+    const std::uint32_t simulated = registerHandler != nullptr ? 1 : 0;
+    ZV_TRACE(ServiceInit, simulated);
+}
+
+void CZVNSrvcMgnt::RegisterPwrEvtHandler(std::shared_ptr<CZVPwrEvtHandler> handler)
+{
+    Self->PwrEvtHandlers.PushBack(std::move(handler));
+    const std::uint32_t count = Self->PwrEvtHandlers.Size();
+    ZV_TRACE(HandlerRegistered, count);
+}
+
+void CZVNSrvcMgnt::PostWindowMessage(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam)
+{
+    Self->Notifier.SendNorification(MakeWindowMessageBlob(message, wParam, lParam));
+}

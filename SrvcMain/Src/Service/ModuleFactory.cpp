@@ -1,0 +1,81 @@
+/// The entry points and the maker behind them.
+
+#include "CModuleBase.h"
+#include "CUWPDevice.h"
+#include "CUWPDeviceManager.h"
+#include "CZVNSrvcMgnt.h"
+#include "CreateZVModule.h"
+#include "TracePoint.h"
+
+#include <memory>
+#include <utility>
+
+namespace
+{
+
+template <class Class, class Interface>
+unsigned int MakeModule(std::shared_ptr<Interface>& module, std::uint32_t type)
+{
+    auto object = std::make_shared<Class>();
+    CModuleBase& base = *object;
+    if (!base.IsModuleReady())
+    {
+        ZV_TRACE(FactoryNotReady, type);
+        return ZV_SRVC_ERR_MODULE_CREATE;
+    }
+    module = std::move(object);
+    return ZV_SRVC_SUCCESS;
+}
+
+unsigned int MakeFor(std::shared_ptr<CDeviceIntf>& module, _ZV_SRVC_INTERFACE_TYPE type)
+{
+    const std::uint32_t number = type;
+    switch (type)
+    {
+    case ZV_SRVC_DEVICE_UWP:
+        ZV_TRACE(FactoryDevice);
+        return MakeModule<CUWPDevice>(module, number);
+    case ZV_SRVC_DEVICE_BASE:
+    case ZV_SRVC_DEVICE_RESERVED:
+        return ZV_SRVC_ERR_INTERFACE_TYPE;
+    default:
+        ZV_TRACE(FactoryUnknownType, number);
+        return ZV_SRVC_ERR_INTERFACE_TYPE;
+    }
+}
+
+unsigned int MakeFor(std::shared_ptr<CDeviceManagerIntf>& module, _ZV_SRVC_INTERFACE_TYPE type)
+{
+    const std::uint32_t number = type;
+    switch (type)
+    {
+    case ZV_SRVC_DEVICE_MANAGER_UWP:
+        break;
+    case ZV_SRVC_DEVICE_MANAGER_BASE:
+        return ZV_SRVC_ERR_INTERFACE_TYPE;
+    default:
+        ZV_TRACE(FactoryUnknownType, number);
+        return ZV_SRVC_ERR_INTERFACE_TYPE;
+    }
+    ZV_TRACE(FactoryManager);
+    const unsigned int status = MakeModule<CUWPDeviceManager>(module, number);
+    if (status == ZV_SRVC_SUCCESS)
+    {
+        std::shared_ptr<CZVPwrEvtHandler> handler = std::dynamic_pointer_cast<CUWPDeviceManager>(module);
+        WithService([&](CZVNSrvcMgnt& service) { service.RegisterPwrEvtHandler(std::move(handler)); });
+    }
+    return status;
+}
+
+} // namespace
+
+template <class Interface>
+unsigned int CreateZVModule(std::shared_ptr<Interface>& module, _ZV_SRVC_INTERFACE_TYPE type)
+{
+    EnsureService();
+    return MakeFor(module, type);
+}
+
+template ZV_API unsigned int CreateZVModule<CDeviceIntf>(std::shared_ptr<CDeviceIntf>&, _ZV_SRVC_INTERFACE_TYPE);
+template ZV_API unsigned int CreateZVModule<CDeviceManagerIntf>(std::shared_ptr<CDeviceManagerIntf>&,
+                                                                _ZV_SRVC_INTERFACE_TYPE);

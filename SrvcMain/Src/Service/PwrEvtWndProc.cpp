@@ -1,0 +1,15 @@
+#include "PwrEvtWndProc.h"
+
+#include "CZVNSrvcMgnt.h"
+#include "TracePoint.h"
+
+#include <cstdint>
+
+LRESULT CALLBACK PwrEvtWndProc(HWND /*window*/, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const auto number = static_cast<std::uint32_t>(message);
+    const auto parameter = static_cast<std::uint32_t>(wParam);
+    ZV_TRACE(WindowMessage, number, parameter);
+    WithService([&](CZVNSrvcMgnt& service) { service.PostWindowMessage(number, wParam, lParam); });
+    return 1;
+}
