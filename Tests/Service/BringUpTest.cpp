@@ -1,0 +1,67 @@
+/// Bring-up under failures of threads and memory.
+
+#include "CZVNSrvcMgnt.h"
+
+#include "Faults.h"
+#include "Hosting.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <system_error>
+
+namespace
+{
+
+TEST(BringUp, AFailedServiceThreadIsReportedAndTheNextCallTriesAgain)
+{
+    std::shared_ptr<CDeviceManagerIntf> manager;
+    FailThreadStart(1);
+    EXPECT_THROW(CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP), std::system_error);
+    EXPECT_EQ(g_pSrvcMgnt.Get(), nullptr);
+    EXPECT_EQ(CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP), ZV_SRVC_SUCCESS);
+}
+
+TEST(BringUp, AFailedManagerThreadLeavesTheServiceUp)
+{
+    for (int nth = 2; nth <= 4; ++nth)
+    {
+        std::shared_ptr<CDeviceManagerIntf> manager;
+        FailThreadStart(g_pSrvcMgnt.Get() == nullptr ? nth : nth - 1);
+        EXPECT_THROW(CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP), std::system_error) << nth;
+        EXPECT_EQ(manager, nullptr);
+        EXPECT_NE(g_pSrvcMgnt.Get(), nullptr);
+    }
+    EXPECT_NE(MakeManager(), nullptr);
+}
+
+TEST(BringUp, EveryAllocationMayFailOnceAndALaterCallSucceeds)
+{
+    // Wherever memory runs out, the call fails cleanly and the service is built at most once.
+    std::shared_ptr<CDeviceManagerIntf> manager;
+    int failures = 0;
+    for (int nth = 1;; ++nth)
+    {
+        const CZVNSrvcMgnt* before = g_pSrvcMgnt.Get();
+        FailAllocation(nth);
+        try
+        {
+            const unsigned int status = CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP);
+            FailAllocation(0);
+            EXPECT_EQ(status, ZV_SRVC_SUCCESS);
+            break;
+        }
+        catch (const std::bad_alloc&)
+        {
+            ++failures;
+            EXPECT_EQ(manager, nullptr);
+        }
+        EXPECT_TRUE(before == nullptr || g_pSrvcMgnt.Get() == before);
+    }
+    EXPECT_GT(failures, 10);
+    Platform::ScopedMachine machine;
+    machine->AddAdapter(GivenAdapter("{a}", "zvwlanu"));
+    EXPECT_EQ(List(*manager, "ZV_USB").Records.size(), 1U);
+}
+
+} // namespace

@@ -1,0 +1,144 @@
+/// The trace provider as a controller sees it.
+
+#include "TracePoint.h"
+
+#include "Hosting.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <mutex>
+#include <optional>
+#include <set>
+
+namespace
+{
+
+/// A running session and the points that it got.
+class Session
+{
+public:
+    Session(std::uint8_t level, std::uint32_t flags)
+        : Running(std::in_place, &ZV_TRACE_PROVIDER, level, flags, [this](const Platform::TraceRecord& r) { Take(r); })
+    {
+    }
+
+    /// The texts of all points so far; each must be in the table and carry the common flags.
+    std::vector<const ZVTraceMessage*> Rows()
+    {
+        const std::lock_guard lock(Mutex);
+        return std::exchange(Taken, {});
+    }
+
+    std::vector<std::vector<std::uint8_t>> LastArguments()
+    {
+        const std::lock_guard lock(Mutex);
+        return Arguments;
+    }
+
+    std::optional<Platform::TraceSession> Running;
+
+private:
+    void Take(const Platform::TraceRecord& record)
+    {
+        ZVTraceGuid messageClass;
+        std::memcpy(&messageClass, record.MessageClass, sizeof messageClass);
+        const ZVTraceMessage* row = ZVFindTraceMessage(messageClass, record.Number);
+        EXPECT_NE(row, nullptr);
+        EXPECT_EQ(record.MessageFlags, 43U);
+        const std::lock_guard lock(Mutex);
+        Taken.push_back(row);
+        Arguments = record.Arguments;
+    }
+
+    std::mutex Mutex;
+    std::vector<const ZVTraceMessage*> Taken;         ///< Guarded by Mutex.
+    std::vector<std::vector<std::uint8_t>> Arguments; ///< Guarded by Mutex.
+};
+
+bool Has(const std::vector<const ZVTraceMessage*>& rows, ZVTracePoint point)
+{
+    return std::ranges::find(rows, &ZV_TRACE_MESSAGES[static_cast<std::size_t>(point)]) != rows.end();
+}
+
+TEST(Trace, FiltersByLevelAndComponent)
+{
+    Platform::ScopedMachine machine;
+    machine->AddAdapter(GivenAdapter("{a}", "zvwlanu"));
+    const auto manager = MakeManager();
+    const struct
+    {
+        std::uint8_t Level;
+        std::uint32_t Flags;
+        bool Accepted, HardwareId, Factory;
+    } cases[] = {
+        {4, 0x1F, true, true, true},         {3, 0x1F, true, false, true},  {2, 0x1F, false, false, false},
+        {4, 0x04, true, true, false},        {4, 0x01, false, false, true}, {4, 0, false, false, false},
+        {255, 0xFFFFFFFF, true, true, true},
+    };
+    for (const auto& [level, flags, accepted, hardwareId, factory] : cases)
+    {
+        Session session(level, flags);
+        const auto other = MakeManager();
+        List(*other, "ZV_USB");
+        const auto rows = session.Rows();
+        EXPECT_EQ(Has(rows, ZVTracePoint::WalkAccepted), accepted) << int{level} << " " << flags;
+        EXPECT_EQ(Has(rows, ZVTracePoint::WalkHardwareId), hardwareId) << int{level} << " " << flags;
+        EXPECT_EQ(Has(rows, ZVTracePoint::FactoryManager), factory) << int{level} << " " << flags;
+    }
+}
+
+TEST(Trace, ASessionThatRunsBeforeTheLibraryHearsItsBringUpFromTheRegistrationOn)
+{
+    Session session(4, TRACE_FLAG_SERVICE | TRACE_FLAG_NOTIFICATION);
+    EXPECT_FALSE(TraceWanted(1, 0x1F)) << "silent before the registration";
+    MakeManager();
+    const auto rows = session.Rows();
+    ASSERT_FALSE(rows.empty());
+    EXPECT_EQ(rows.front(), &ZV_TRACE_MESSAGES[static_cast<std::size_t>(ZVTracePoint::ServiceUp)])
+        << "nothing from the service's thread, which starts before";
+    EXPECT_TRUE(Has(rows, ZVTracePoint::ServiceInit));
+    EXPECT_TRUE(Has(rows, ZVTracePoint::HandlerRegistered));
+}
+
+TEST(Trace, ASessionCanChangeItsMindAndEnd)
+{
+    const auto manager = MakeManager();
+    Session session(3, TRACE_FLAG_DEVICE_MANAGER);
+    List(*manager, "");
+    EXPECT_TRUE(Has(session.Rows(), ZVTracePoint::WalkNoFilter));
+    session.Running->Disable();
+    List(*manager, "");
+    EXPECT_TRUE(session.Rows().empty());
+    session.Running->Enable(3, TRACE_FLAG_DEVICE_MANAGER);
+    List(*manager, "");
+    EXPECT_TRUE(Has(session.Rows(), ZVTracePoint::WalkNoFilter));
+    session.Running.reset();
+    EXPECT_FALSE(TraceWanted(1, 0x1F));
+}
+
+TEST(Trace, ArgumentsAreTextsWithTheirNulAndNumbersOfFourBytes)
+{
+    MakeManager();
+    Session session(3, TRACE_FLAG_DEVICE_MANAGER);
+    const char* missing = nullptr;
+    const std::uint32_t number = 0x01020304;
+    ZV_TRACE(ListRequest, missing, std::string("ab"));
+    EXPECT_EQ(session.LastArguments(),
+              (std::vector<std::vector<std::uint8_t>>{{'N', 'U', 'L', 'L', 0}, {'a', 'b', 0}}));
+    ZV_TRACE(ListResult, number, number);
+    EXPECT_EQ(session.LastArguments(), (std::vector<std::vector<std::uint8_t>>(2, {4, 3, 2, 1})));
+}
+
+TEST(Trace, EveryPointHasANumberOfItsOwnInItsUnit)
+{
+    std::set<std::pair<ZVTraceUnit, int>> numbers;
+    for (const ZVTraceMessage& row : ZV_TRACE_MESSAGES)
+    {
+        EXPECT_TRUE(numbers.emplace(row.Unit, row.Number).second) << row.Text;
+        EXPECT_GE(row.Number, 10) << row.Text;
+        EXPECT_TRUE(row.Level == 1 || row.Level == 3 || row.Level == 4) << row.Text;
+    }
+}
+
+} // namespace

@@ -1,0 +1,54 @@
+#include "Faults.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <new>
+#include <pthread.h>
+
+namespace
+{
+std::atomic<int> threadCountdown{0};
+thread_local int allocationCountdown = 0;
+} // namespace
+
+void FailThreadStart(int nth)
+{
+    threadCountdown = nth;
+}
+
+void FailAllocation(int nth)
+{
+    allocationCountdown = nth;
+}
+
+extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
+                                                                     const pthread_attr_t* attributes,
+                                                                     void* (*body)(void*), void* argument) noexcept
+{
+    if (threadCountdown > 0 && --threadCountdown == 0)
+        return EAGAIN;
+    using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+    return next(thread, attributes, body, argument);
+}
+
+void* operator new(std::size_t size)
+{
+    if (allocationCountdown > 0 && --allocationCountdown == 0)
+        throw std::bad_alloc();
+    if (void* memory = std::malloc(size != 0 ? size : 1); memory != nullptr)
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept
+{
+    std::free(memory);
+}

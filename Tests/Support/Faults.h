@@ -1,0 +1,9 @@
+/// @file
+/// Failures of the process's own means: threads and memory.
+#pragma once
+
+/// Makes the `nth` thread start of this process from now on fail with EAGAIN; 0 for none.
+void FailThreadStart(int nth);
+
+/// Makes the `nth` allocation of the calling thread from now on fail with std::bad_alloc; 0 for none.
+void FailAllocation(int nth);

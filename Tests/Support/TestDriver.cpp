@@ -1,0 +1,85 @@
+/// A simulated driver for the tests. Which entries it exports is chosen when it is built; what it
+/// delivers is read from the environment at each call.
+
+#include "ZVDeviceInfo.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#define TEST_EXPORT extern "C" __attribute__((visibility("default")))
+
+#ifdef EXPORT_EVENTS
+using MessageHandler = std::intptr_t (*)(void*, unsigned, std::uint64_t, std::int64_t);
+
+namespace
+{
+MessageHandler handler = nullptr;
+} // namespace
+
+TEST_EXPORT void Virtual_RegisterPnPHandler(MessageHandler given);
+TEST_EXPORT std::intptr_t TestDeliver(unsigned message, std::uint64_t wParam);
+
+void Virtual_RegisterPnPHandler(MessageHandler given)
+{
+    handler = given;
+}
+
+std::intptr_t TestDeliver(unsigned message, std::uint64_t wParam)
+{
+    return handler(nullptr, message, wParam, 0);
+}
+#endif
+
+#ifdef EXPORT_ENUM
+namespace
+{
+
+struct Descriptor
+{
+    std::uint32_t Length;
+    std::uint32_t Padding;
+    void* Buffer;
+};
+
+unsigned Setting(const char* name, unsigned otherwise)
+{
+    const char* text = std::getenv(name);
+    return text != nullptr ? static_cast<unsigned>(std::strtoul(text, nullptr, 0)) : otherwise;
+}
+
+} // namespace
+
+TEST_EXPORT void Virtual_EnumZVDevice(void* buffer, Descriptor* descriptor);
+
+/// Writes ten records, with the flags of TEST_FLAGS, and answers the length of TEST_LENGTH.
+void Virtual_EnumZVDevice(void* buffer, Descriptor* descriptor)
+{
+    if (descriptor->Length != 7240 || descriptor->Buffer != buffer)
+        std::abort();
+    for (unsigned i = 0; i < 10; ++i)
+    {
+        _ZV_SRVC_DEVICE_INFO record{};
+        std::snprintf(record.NetCfgInstanceId, sizeof record.NetCfgInstanceId, "{sim-%u}", i);
+        std::memset(record.InfSection, 'x', sizeof record.InfSection);
+        record.StateFlags = Setting("TEST_FLAGS", 0);
+        std::memcpy(static_cast<char*>(buffer) + i * sizeof record, &record, sizeof record);
+    }
+    descriptor->Length = Setting("TEST_LENGTH", descriptor->Length);
+}
+#endif
+
+#ifdef EXPORT_REQUESTS
+TEST_EXPORT void Virtual_SendIOCTLReq(const char* name, std::uint32_t code, std::uint32_t requestId, const void* in,
+                                      std::uint32_t inLength, void* out, std::uint32_t outLength,
+                                      std::uint32_t timeoutMs);
+
+void Virtual_SendIOCTLReq(const char* /*name*/, std::uint32_t /*code*/, std::uint32_t /*requestId*/, const void* in,
+                          std::uint32_t inLength, void* out, std::uint32_t outLength, std::uint32_t /*timeoutMs*/)
+{
+    if (in != nullptr && out != nullptr)
+        std::memcpy(out, in, inLength < outLength ? inLength : outLength);
+}
+#endif
