@@ -1,0 +1,123 @@
+// A simulated driver to start your own from: three adapters that keep what is written to them.
+#include "VirtualDriver.h"
+
+#include "VirtualAdapter.h"
+
+#include <ZVRequests.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <string_view>
+
+namespace
+{
+
+/// What Open asks of every driver.
+constexpr std::uint32_t InformationBlockCode = 0x122428;
+
+/// The information block: four words that are told in the README, and 84 zero bytes.
+struct InformationBlock
+{
+    std::uint32_t Words[4] = {0x5A560001, 0x00010000, 0x00000003, 0x00000064};
+    std::uint8_t Rest[84] = {};
+};
+static_assert(sizeof(InformationBlock) == 100);
+
+/// Kept for the delivery of events; written by the thread that brings the library up.
+std::atomic<PnPHandler> RegisteredHandler{nullptr};
+
+/// The adapters live as long as the driver is loaded; the array itself never changes.
+std::array<VirtualAdapter, 3>& Adapters()
+{
+    static std::array<VirtualAdapter, 3> adapters{{
+        {"Zorvane Virtual USB Adapter", "0001", R"(USB\VID_5A56&PID_0001\VIRTUAL1)",
+         "{5A560001-0000-4000-8000-000000000001}", "zvwlanu"},
+        {"Zorvane Virtual SDIO Adapter", "0002", R"(SD\VID_5A56&PID_0002\VIRTUAL2)",
+         "{5A560001-0000-4000-8000-000000000002}", "zvwlans"},
+        {"Zorvane Virtual PCIe Adapter", "0003", R"(PCI\VEN_5A56&DEV_0003\VIRTUAL3)",
+         "{5A560001-0000-4000-8000-000000000003}", "zvwlane"},
+    }};
+    return adapters;
+}
+
+/// Null for a name that no adapter has.
+VirtualAdapter* Find(const char* name)
+{
+    const auto found = std::ranges::find_if(Adapters(), [name](const VirtualAdapter& adapter) {
+        return std::string_view(adapter.Record().NetCfgInstanceId) == name;
+    });
+    return found == Adapters().end() ? nullptr : &*found;
+}
+
+/// Copies what fits and zeroes the rest.
+void Answer(void* outBuffer, std::uint32_t outLength, const void* answer, std::size_t answerLength)
+{
+    const std::size_t copied = std::min<std::size_t>(outLength, answerLength);
+    if (outLength == 0)
+        return;
+    std::memset(outBuffer, 0, outLength);
+    if (copied > 0)
+        std::memcpy(outBuffer, answer, copied);
+}
+
+} // namespace
+
+void Virtual_RegisterPnPHandler(PnPHandler handler)
+{
+    RegisteredHandler = handler;
+}
+
+void Virtual_EnumZVDevice(void* buffer, EnumDescriptor* descriptor)
+{
+    auto* const out = static_cast<char*>(buffer);
+    const std::uint32_t room = descriptor->Length;
+    descriptor->Length = 0;
+    for (const VirtualAdapter& adapter : Adapters())
+    {
+        if (room - descriptor->Length < sizeof(_ZV_SRVC_DEVICE_INFO))
+            return;
+        std::memcpy(out + descriptor->Length, &adapter.Record(), sizeof(_ZV_SRVC_DEVICE_INFO));
+        descriptor->Length += static_cast<std::uint32_t>(sizeof(_ZV_SRVC_DEVICE_INFO));
+    }
+}
+
+void Virtual_Dev_SetQueryInfo(const char* name, std::uint8_t isSet, std::uint32_t infoId, void* buffer,
+                              std::uint32_t length)
+{
+    VirtualAdapter* const adapter = Find(name);
+    if (adapter == nullptr || buffer == nullptr)
+        return;
+    const std::span<std::byte> data(static_cast<std::byte*>(buffer), length);
+    if (isSet == 1)
+        adapter->SetItem(infoId, data);
+    else
+        adapter->QueryItem(infoId, data);
+}
+
+void Virtual_AccessRegistry(const char* name, std::uint32_t operation, const char* subKey, const char* valueName,
+                            std::uint32_t* type, std::uint8_t* data, std::uint32_t* size)
+{
+    VirtualAdapter* const adapter = Find(name);
+    if (adapter == nullptr)
+        return;
+    if (operation == ZV_REG_OP_READ)
+        adapter->ReadValue(subKey, valueName, *type, data, *size);
+    else if (operation == ZV_REG_OP_WRITE)
+        adapter->WriteValue(subKey, valueName, *type, {data, *size});
+    else if (operation == ZV_REG_OP_DELETE_VALUE)
+        adapter->DeleteValue(subKey, valueName);
+}
+
+void Virtual_SendIOCTLReq(const char* name, std::uint32_t code, std::uint32_t /*requestId*/, const void* inBuffer,
+                          std::uint32_t inLength, void* outBuffer, std::uint32_t outLength, std::uint32_t /*timeoutMs*/)
+{
+    constexpr InformationBlock block;
+    if (Find(name) == nullptr)
+        return;
+    if (code == InformationBlockCode)
+        Answer(outBuffer, outLength, &block, sizeof block);
+    else // echoes, so that a host's test can tell that its bytes went both ways
+        Answer(outBuffer, outLength, inBuffer, inLength);
+}

@@ -1,0 +1,44 @@
+/// @file
+/// The five entry points of a simulated driver. The library looks them up by name in the file
+/// "VirtualDriver_UWP.dll" of the current directory; it goes to the real system for each that the
+/// file does not export.
+///
+/// `name` always is the NetCfgInstanceId of the adapter that is meant, a text of at most 50 bytes.
+/// The library ignores whatever an entry returns. It calls the entries on the host's threads and on
+/// threads of its own, several at a time. No exception may leave an entry.
+#pragma once
+
+#include <cstdint>
+
+#define VIRTUAL_DRIVER_API extern "C" __attribute__((visibility("default")))
+
+/// The library's handler of power and device messages; the window is passed on to nothing.
+using PnPHandler = std::intptr_t (*)(void* window, unsigned int message, std::uintptr_t wParam, std::intptr_t lParam);
+
+/// Second argument of Virtual_EnumZVDevice, 16 bytes.
+struct EnumDescriptor
+{
+    std::uint32_t Length;   ///< In: room in bytes, for 10 records. Out: bytes written.
+    std::uint32_t Reserved; ///< Not read.
+    void* Buffer;           ///< The same memory as the first argument.
+};
+
+/// Called once, at start. The driver may call the handler later, on any thread, to deliver a message.
+VIRTUAL_DRIVER_API void Virtual_RegisterPnPHandler(PnPHandler handler);
+
+/// Writes up to 10 `_ZV_SRVC_DEVICE_INFO` records into the zeroed buffer and sets the length.
+VIRTUAL_DRIVER_API void Virtual_EnumZVDevice(void* buffer, EnumDescriptor* descriptor);
+
+/// Sets (`isSet` 1) or queries an information item; a query answers in `buffer`.
+VIRTUAL_DRIVER_API void Virtual_Dev_SetQueryInfo(const char* name, std::uint8_t isSet, std::uint32_t infoId,
+                                                 void* buffer, std::uint32_t length);
+
+/// Reads, writes or deletes (`ZV_REG_OP_` codes) a value of the adapter's driver key.
+VIRTUAL_DRIVER_API void Virtual_AccessRegistry(const char* name, std::uint32_t operation, const char* subKey,
+                                               const char* valueName, std::uint32_t* type, std::uint8_t* data,
+                                               std::uint32_t* size);
+
+/// Carries out one control request: reads the input, fills the output.
+VIRTUAL_DRIVER_API void Virtual_SendIOCTLReq(const char* name, std::uint32_t code, std::uint32_t requestId,
+                                             const void* inBuffer, std::uint32_t inLength, void* outBuffer,
+                                             std::uint32_t outLength, std::uint32_t timeoutMs);

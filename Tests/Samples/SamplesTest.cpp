@@ -1,0 +1,140 @@
+// The samples as users meet them.
+#include "RunTool.h"
+#include "VirtualDriver.h"
+
+#include <ZVDeviceInfo.h>
+#include <ZVRequests.h>
+
+#include <array>
+#include <cstring>
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace
+{
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr const char* DriverFile = VIRTUAL_DRIVER_FOLDER "/VirtualDriver_UWP.dll";
+
+TEST(SampleHost, ListsTheMachineOfTheEnvironment)
+{
+    const Process::ToolResult result = Process::RunTool(SAMPLE_HOST_PATH, "", DEFAULT_MACHINE);
+    EXPECT_EQ(result.Code, 0);
+    EXPECT_THAT(result.Out, HasSubstr("{9B1D6F2C-57A8-4E0D-B3C4-0A6F8E215D74}  zvwlane  "
+                                      "Zorvane WL900E Wi-Fi 6E PCIe Adapter  0x1\n"));
+}
+
+TEST(SampleHost, ListsTheSimulatedDriver)
+{
+    const Process::ToolResult result = Process::RunTool(SAMPLE_HOST_PATH, "", DEFAULT_MACHINE, VIRTUAL_DRIVER_FOLDER);
+    EXPECT_EQ(result.Code, 0);
+    EXPECT_EQ(std::ranges::count(result.Out, '\n'), 3);
+    EXPECT_THAT(result.Out, HasSubstr("  zvwlans  Zorvane Virtual SDIO Adapter  0x0\n"));
+}
+
+TEST(SampleHost, TellsThatThereIsNoAdapter)
+{
+    const Process::ToolResult result = Process::RunTool(SAMPLE_HOST_PATH, "");
+    EXPECT_EQ(result.Code, 1);
+    EXPECT_EQ(result.Err, "no list: ZV_SRVC_ERR_NO_DEVICE (13)\n");
+}
+
+TEST(SampleHost, IsWhatTheReadmeShows)
+{
+    const std::string source = Process::FileText(SOURCE_FOLDER "/Samples/Host/Host.cpp");
+    const std::string shown = source.substr(source.find('\n') + 1);
+    EXPECT_THAT(Process::FileText(SOURCE_FOLDER "/README.md"), HasSubstr("```cpp\n" + shown + "```\n"));
+}
+
+/// The simulated driver's entries, as the library gets at them.
+class VirtualDriver : public testing::Test
+{
+protected:
+    template <class Entry>
+    Entry* Find(const char* name) const
+    {
+        void* const entry = dlsym(Module, name);
+        EXPECT_NE(entry, nullptr) << name;
+        return reinterpret_cast<Entry*>(entry);
+    }
+
+    ~VirtualDriver() override { dlclose(Module); }
+
+    void* const Module = dlopen(DriverFile, RTLD_NOW | RTLD_LOCAL);
+    decltype(Virtual_EnumZVDevice)* const Enum = Find<decltype(Virtual_EnumZVDevice)>("Virtual_EnumZVDevice");
+    decltype(Virtual_Dev_SetQueryInfo)* const SetQuery =
+        Find<decltype(Virtual_Dev_SetQueryInfo)>("Virtual_Dev_SetQueryInfo");
+    decltype(Virtual_AccessRegistry)* const Registry = Find<decltype(Virtual_AccessRegistry)>("Virtual_AccessRegistry");
+    decltype(Virtual_SendIOCTLReq)* const Ioctl = Find<decltype(Virtual_SendIOCTLReq)>("Virtual_SendIOCTLReq");
+
+    static constexpr const char* First = "{5A560001-0000-4000-8000-000000000001}";
+    static constexpr const char* Second = "{5A560001-0000-4000-8000-000000000002}";
+};
+
+TEST_F(VirtualDriver, WritesNoMoreRecordsThanThereIsRoomFor)
+{
+    for (const auto& [room, written] :
+         {std::pair(7240U, 3U * 724), std::pair(2 * 724U + 723, 2U * 724), std::pair(723U, 0U)})
+    {
+        std::vector<_ZV_SRVC_DEVICE_INFO> records(10);
+        EnumDescriptor descriptor = {room, 0, records.data()};
+        Enum(records.data(), &descriptor);
+        EXPECT_EQ(descriptor.Length, written);
+        EXPECT_EQ(records[written / 724].NetCfgInstanceId[0], '\0');
+    }
+}
+
+TEST_F(VirtualDriver, KeepsItemsPerAdapter)
+{
+    std::array<std::uint8_t, 4> item = {1, 2, 3, 4};
+    SetQuery(First, 1, 7, item.data(), 3);
+    SetQuery(First, 0, 7, item.data(), 4);
+    EXPECT_THAT(item, ElementsAre(1, 2, 3, 0));
+    SetQuery(Second, 0, 7, item.data(), 4);
+    EXPECT_THAT(item, ElementsAre(0, 0, 0, 0));
+}
+
+TEST_F(VirtualDriver, KeepsRegistryValues)
+{
+    std::uint32_t type = 3;
+    std::uint32_t size = 2;
+    std::array<std::uint8_t, 2> data = {8, 9};
+    Registry(First, ZV_REG_OP_WRITE, "sub", "value", &type, data.data(), &size);
+
+    type = 0;
+    size = 1;
+    data = {};
+    Registry(First, ZV_REG_OP_READ, "sub", "value", &type, data.data(), &size);
+    EXPECT_EQ(size, 2U) << "a room that is too small gives the size";
+    EXPECT_THAT(data, ElementsAre(0, 0));
+    Registry(First, ZV_REG_OP_READ, "sub", "value", &type, data.data(), &size);
+    EXPECT_EQ(type, 3U);
+    EXPECT_THAT(data, ElementsAre(8, 9));
+
+    Registry(First, ZV_REG_OP_DELETE_VALUE, "sub", "value", nullptr, nullptr, nullptr);
+    Registry(First, ZV_REG_OP_READ, "sub", "value", &type, data.data(), &size);
+    EXPECT_EQ(size, 0U);
+}
+
+TEST_F(VirtualDriver, AnswersControlRequests)
+{
+    std::array<std::uint32_t, 25> block;
+    block.fill(0xAAAAAAAA);
+    Ioctl(First, 0x122428, 0, nullptr, 0, block.data(), 100, 300);
+    EXPECT_EQ(std::vector(block.begin(), block.begin() + 5),
+              (std::vector<std::uint32_t>{0x5A560001, 0x00010000, 3, 100, 0}));
+
+    std::array<std::uint8_t, 4> echo = {9, 9, 9, 9};
+    const std::array<std::uint8_t, 2> input = {5, 6};
+    Ioctl(Second, 0x1234, 1, input.data(), 2, echo.data(), 4, 300);
+    EXPECT_THAT(echo, ElementsAre(5, 6, 0, 0));
+    Ioctl("nobody", 0x1234, 1, input.data(), 2, echo.data(), 1, 300);
+    EXPECT_EQ(echo[0], 5);
+}
+
+} // namespace

@@ -1,0 +1,128 @@
+#include "AdapterView.h"
+
+#include <array>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <iterator>
+#include <nlohmann/json.hpp>
+
+namespace
+{
+
+using Row = std::array<std::string, 7>;
+
+struct NamedFlag
+{
+    std::uint32_t Bit;
+    std::string_view Name;
+};
+
+constexpr NamedFlag FlagTable[] = {
+    {ZV_DEV_HAS_PROBLEM, "problem"},
+    {ZV_DEV_ABSENT, "absent"},
+    {ZV_DEV_DRIVER_CHANGED, "driver-changed"},
+    {ZV_DEV_DRIVER_UNINSTALLED, "driver-uninstalled"},
+};
+
+/// Characters of a UTF-8 text: all bytes but the following ones of a sequence.
+std::size_t Width(std::string_view text)
+{
+    return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+Row RowOf(std::size_t index, const _ZV_SRVC_DEVICE_INFO& adapter)
+{
+    return {
+        fmt::to_string(index),
+        Printable(FieldText(adapter.DeviceName)),
+        std::string(BusOf(FieldText(adapter.Service))),
+        Printable(FieldText(adapter.Service)),
+        Printable(FieldText(adapter.DriverVersion)),
+        Printable(FieldText(adapter.NetCfgInstanceId)),
+        fmt::format("{}", fmt::join(FlagNames(adapter.StateFlags), ",")),
+    };
+}
+
+/// The last column is left as it is, so that no line ends in blanks.
+std::string Line(const Row& row, const std::array<std::size_t, 7>& widths)
+{
+    std::string line;
+    for (std::size_t column = 0; column + 1 < row.size(); ++column)
+        line += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
+    return line + row.back() + '\n';
+}
+
+nlohmann::ordered_json ObjectOf(const _ZV_SRVC_DEVICE_INFO& adapter)
+{
+    return {
+        {"deviceName", FieldText(adapter.DeviceName)},
+        {"driverKeyIndex", FieldText(adapter.DriverKeyIndex)},
+        {"deviceInstanceId", FieldText(adapter.DeviceInstanceID)},
+        {"driverVersion", FieldText(adapter.DriverVersion)},
+        {"netCfgInstanceId", FieldText(adapter.NetCfgInstanceId)},
+        {"infSection", FieldText(adapter.InfSection)},
+        {"service", FieldText(adapter.Service)},
+        {"bus", BusOf(FieldText(adapter.Service))},
+        {"stateFlags", adapter.StateFlags},
+        {"flags", FlagNames(adapter.StateFlags)},
+    };
+}
+
+} // namespace
+
+std::string Printable(std::string_view text)
+{
+    std::string shown(text);
+    std::ranges::replace_if(shown, [](char c) { return (c >= 0 && c < ' ') || c == '\x7F'; }, '?');
+    return shown;
+}
+
+std::string_view BusOf(std::string_view service)
+{
+    switch (service.empty() ? '\0' : service.back())
+    {
+    case 'u':
+        return "USB";
+    case 's':
+        return "SDIO";
+    case 'e':
+        return "PCIe";
+    default:
+        return "?";
+    }
+}
+
+std::vector<std::string_view> FlagNames(std::uint32_t stateFlags)
+{
+    std::vector<std::string_view> names;
+    if ((stateFlags & ZV_DEV_UNAVAILABLE_MASK) == 0)
+        names.emplace_back("ready");
+    for (const NamedFlag& flag : FlagTable)
+        if ((stateFlags & flag.Bit) != 0)
+            names.push_back(flag.Name);
+    return names;
+}
+
+std::string AdapterJson(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters)
+{
+    auto array = nlohmann::ordered_json::array();
+    std::ranges::transform(adapters, std::back_inserter(array), ObjectOf);
+    return array.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+}
+
+std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters)
+{
+    std::vector<Row> rows = {{"#", "NAME", "BUS", "SERVICE", "VERSION", "IDENTITY", "FLAGS"}};
+    for (const _ZV_SRVC_DEVICE_INFO& adapter : adapters)
+        rows.push_back(RowOf(rows.size() - 1, adapter));
+
+    std::array<std::size_t, 7> widths = {};
+    for (const Row& row : rows)
+        for (std::size_t column = 0; column < row.size(); ++column)
+            widths[column] = std::max(widths[column], Width(row[column]));
+
+    std::string table;
+    for (const Row& row : rows)
+        table += Line(row, widths);
+    return table;
+}

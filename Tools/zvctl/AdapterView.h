@@ -1,0 +1,35 @@
+/// @file
+/// An adapter record in words.
+#pragma once
+
+#include <ZVDeviceInfo.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The text of a record's field, which may fill its field without a NUL.
+template <std::size_t Width>
+std::string_view FieldText(const char (&field)[Width])
+{
+    return {field, static_cast<std::size_t>(std::find(field, field + Width, '\0') - field)};
+}
+
+/// Text for one line of a terminal: control characters become "?".
+std::string Printable(std::string_view text);
+
+/// The bus that a service name tells: "USB", "SDIO", "PCIe", or "?".
+std::string_view BusOf(std::string_view service);
+
+/// State flags by name. "ready" comes first when none of them makes the adapter unusable.
+std::vector<std::string_view> FlagNames(std::uint32_t stateFlags);
+
+/// A JSON array of objects with every field of the record, and the bus. Bytes that are not UTF-8
+/// show as U+FFFD.
+std::string AdapterJson(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters);
+
+/// A table with a heading, one line for each adapter.
+std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters);

@@ -1,0 +1,25 @@
+/// @file
+/// How a command tells that it did not succeed.
+#pragma once
+
+#include <stdexcept>
+#include <string_view>
+
+/// What zvctl returns to its caller.
+enum class ExitCode : int
+{
+    Done = 0,
+    OperationFailed = 1, ///< The library or the system refused.
+    Usage = 2,           ///< The command line or the machine file is wrong.
+};
+
+/// A library operation that did not succeed. `what()` gives the operation, the status by name and
+/// its number.
+class OperationFailed : public std::runtime_error
+{
+public:
+    OperationFailed(std::string_view operation, unsigned int status);
+};
+
+/// Throws OperationFailed unless the status is ZV_SRVC_SUCCESS.
+void Require(std::string_view operation, unsigned int status);

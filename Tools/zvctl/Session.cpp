@@ -1,0 +1,31 @@
+#include "Session.h"
+
+#include "Immortal.h"
+
+#include <Machine.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace
+{
+
+std::shared_ptr<Platform::Machine> MakeMachine(const std::string& file)
+{
+    auto machine = std::make_shared<Platform::Machine>();
+    if (file.empty())
+        machine->Load(DefaultMachineText, "built-in machine");
+    else
+        machine->LoadFile(file);
+    return machine;
+}
+
+} // namespace
+
+void InstallMachine(const std::string& file)
+{
+    const char* const named = std::getenv("ZV_MACHINE");
+    const bool inEnvironment = named != nullptr && *named != '\0';
+    static const Immortal<Platform::ScopedMachine> installed(file.empty() && inEnvironment ? Platform::CurrentMachine()
+                                                                                           : MakeMachine(file));
+}

@@ -1,0 +1,28 @@
+/// @file
+/// Trace messages as text.
+#pragma once
+
+#include <ZVTraceMessages.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// What a trace session asks of the provider.
+struct TraceSettings
+{
+    std::uint8_t Level;
+    std::uint32_t Flags;
+};
+
+/// Reads LEVEL[:FLAGS], each decimal or, with 0x, hexadecimal; all components without FLAGS.
+/// @throws std::invalid_argument with the mistake.
+TraceSettings ParseTraceSettings(const std::string& text);
+
+/// Fills the arguments into a trace point's text. Takes whatever a provider wrote: an argument that
+/// is missing or has the wrong size shows as "<?>".
+std::string TraceMessageText(const ZVTraceMessage& row, const std::vector<std::vector<std::uint8_t>>& arguments);
+
+/// The component that a trace point's flag stands for.
+std::string_view TraceComponent(std::uint32_t flag);
