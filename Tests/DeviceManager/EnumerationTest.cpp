@@ -37,6 +37,7 @@ TEST(Enumeration, SkipsADeviceForEachReasonAndNoOther)
         {"hidden", [](AdapterDescription& a) { a.Hidden = true; }, false},
         {"no hardware ID", [](AdapterDescription& a) { a.HardwareId.reset(); }, false},
         {"no driver property", [](AdapterDescription& a) { a.AssignDriverKey = false; }, false},
+        {"empty driver property", [](AdapterDescription& a) { a.DriverKey = u""; }, false},
         {"no driver key", [](AdapterDescription& a) { a.HasDriverKey = false; }, false},
         {"no Linkage", [](AdapterDescription& a) { a.HasLinkage = false; }, false},
         {"no NDI", [](AdapterDescription& a) { a.HasNdi = false; }, false},

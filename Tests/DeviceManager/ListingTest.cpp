@@ -174,6 +174,7 @@ TEST_F(ListingTest, FourThreadsWithChangingFiltersEachGetWhatTheyAskedFor)
         {"othernic", {"othernic"}},
     };
     std::vector<std::jthread> hosts;
+    hosts.reserve(4);
     for (std::size_t host = 0; host < 4; ++host)
         hosts.emplace_back([&, host] {
             std::array<_ZV_SRVC_DEVICE_INFO, 8> buffer;

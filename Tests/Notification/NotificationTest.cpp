@@ -49,7 +49,7 @@ struct Gate
 
 TEST(Notification, DeliversEveryBlobOfFourProducersInTheirOrder)
 {
-    constexpr std::uint32_t each = 25'000;
+    constexpr std::ptrdiff_t each = 25'000;
     std::array<std::uint32_t, 4> next{};
     std::latch all(4 * each);
     Handler handler([&](const ZVBlob& blob) {
@@ -61,6 +61,7 @@ TEST(Notification, DeliversEveryBlobOfFourProducersInTheirOrder)
     ASSERT_TRUE(notifier.RunNotifyThread(&handler, "worker"));
     {
         std::vector<std::jthread> producers;
+        producers.reserve(4);
         for (std::uint32_t id = 0; id < 4; ++id)
             producers.emplace_back([&, id] {
                 for (std::uint32_t n = 0; n < each; ++n)

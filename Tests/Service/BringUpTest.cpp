@@ -35,28 +35,33 @@ TEST(BringUp, AFailedManagerThreadLeavesTheServiceUp)
     EXPECT_NE(MakeManager(), nullptr);
 }
 
+/// @return false when the call ran out of memory at its `nth` allocation.
+bool MakesManagerDespite(int nth, std::shared_ptr<CDeviceManagerIntf>& manager)
+{
+    FailAllocation(nth);
+    try
+    {
+        const unsigned int status = CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP);
+        FailAllocation(0);
+        EXPECT_EQ(status, ZV_SRVC_SUCCESS);
+        return true;
+    }
+    catch (const std::bad_alloc&)
+    {
+        EXPECT_EQ(manager, nullptr);
+        return false;
+    }
+}
+
 TEST(BringUp, EveryAllocationMayFailOnceAndALaterCallSucceeds)
 {
     // Wherever memory runs out, the call fails cleanly and the service is built at most once.
     std::shared_ptr<CDeviceManagerIntf> manager;
     int failures = 0;
-    for (int nth = 1;; ++nth)
+    for (const CZVNSrvcMgnt* service = nullptr; !MakesManagerDespite(failures + 1, manager); ++failures)
     {
-        const CZVNSrvcMgnt* before = g_pSrvcMgnt.Get();
-        FailAllocation(nth);
-        try
-        {
-            const unsigned int status = CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP);
-            FailAllocation(0);
-            EXPECT_EQ(status, ZV_SRVC_SUCCESS);
-            break;
-        }
-        catch (const std::bad_alloc&)
-        {
-            ++failures;
-            EXPECT_EQ(manager, nullptr);
-        }
-        EXPECT_TRUE(before == nullptr || g_pSrvcMgnt.Get() == before);
+        EXPECT_TRUE(service == nullptr || g_pSrvcMgnt.Get() == service);
+        service = g_pSrvcMgnt.Get();
     }
     EXPECT_GT(failures, 10);
     Platform::ScopedMachine machine;

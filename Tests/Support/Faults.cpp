@@ -11,6 +11,15 @@ namespace
 {
 std::atomic<int> threadCountdown{0};
 thread_local int allocationCountdown = 0;
+
+template <class Counter>
+bool CountsDownToZero(Counter& counter)
+{
+    if (counter <= 0)
+        return false;
+    counter -= 1;
+    return counter == 0;
+}
 } // namespace
 
 void FailThreadStart(int nth)
@@ -27,7 +36,7 @@ extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* 
                                                                      const pthread_attr_t* attributes,
                                                                      void* (*body)(void*), void* argument) noexcept
 {
-    if (threadCountdown > 0 && --threadCountdown == 0)
+    if (CountsDownToZero(threadCountdown))
         return EAGAIN;
     using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
     static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
@@ -36,7 +45,7 @@ extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* 
 
 void* operator new(std::size_t size)
 {
-    if (allocationCountdown > 0 && --allocationCountdown == 0)
+    if (CountsDownToZero(allocationCountdown))
         throw std::bad_alloc();
     if (void* memory = std::malloc(size != 0 ? size : 1); memory != nullptr)
         return memory;

@@ -60,6 +60,7 @@ struct Listing
     std::vector<std::string> Identities() const
     {
         std::vector<std::string> identities;
+        identities.reserve(Records.size());
         for (const _ZV_SRVC_DEVICE_INFO& record : Records)
             identities.emplace_back(record.NetCfgInstanceId);
         return identities;

@@ -6,16 +6,15 @@
 
 #include <string>
 #include <unordered_map>
-#include <utility>
 
 class CSafeMap
 {
 public:
     /// Adds a pair; a key that is present keeps its value.
-    void Insert(std::string key, std::string value)
+    void Insert(const std::string& key, const std::string& value)
     {
         const CScopedLock lock(Mutex);
-        Entries.try_emplace(std::move(key), std::move(value));
+        Entries.try_emplace(key, value);
     }
 
     /// A copy of the key's value, or an empty text.

@@ -80,9 +80,12 @@ std::optional<CNetDevice> CNetClassWalk::Next()
 
 CRegistryKey CNetClassWalk::OpenDriverKey(const std::u16string& path) const
 {
+    CRegistryKey key;
+    // For an empty path the platform gives the root key itself, which is not the device's to close.
+    if (path.empty())
+        return key;
     std::vector<WCHAR> text(path.begin(), path.end());
     text.push_back(0);
-    CRegistryKey key;
     RegOpenKeyW(ClassRoot.Get(), text.data(), key.Receive());
     return key;
 }
