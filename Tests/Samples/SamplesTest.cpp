@@ -15,7 +15,6 @@
 namespace
 {
 
-using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
