@@ -28,10 +28,15 @@ bool CZVNotification::OnWorkerThread() noexcept
     return currentWorker != nullptr;
 }
 
+bool CZVNotification::IsOwnThread() const noexcept
+{
+    return currentWorker == this;
+}
+
 CZVNotification::~CZVNotification()
 {
     DropQueued();
-    if (currentWorker != this)
+    if (!IsOwnThread())
     {
         StopNotifyThread();
         return;

@@ -9,6 +9,7 @@
 #include "NotifyHandlers.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -63,25 +64,34 @@ public:
     /// True on a worker of any object of this class.
     static bool OnWorkerThread() noexcept;
 
+    /// True on this object's own worker.
+    bool IsOwnThread() const noexcept;
+
 private:
+    static constexpr std::size_t CacheLine = 64;
+
     void Work();
     bool Drain(const bool& gone);
     bool TakeNext(ZVBlob& blob, CSafeList<ZVBlob>::CList& spent);
     void DropQueued();
     void AwaitRest();
 
-    std::thread Thread;      ///< Used by the starting and the stopping thread only.
-    CWaitEvent WakeEvent;    ///< Brings its own lock, the wake lock.
-    CSafeList<ZVBlob> Queue; ///< Brings its own lock, the queue lock.
+    // Three groups of their own cache lines: what nobody changes while the worker lives, what the
+    // producers write, and what the worker writes; so neither side slows the other without need.
+    std::thread Thread;                  ///< Used by the starting and the stopping thread only.
+    std::string Name;                    ///< Constant while the worker lives.
+    CZVNotifyHandler* Handler = nullptr; ///< Constant while the worker lives.
+    std::atomic<std::uint32_t> State{0};
+    std::int64_t StopTime = 0; ///< Monotonic nanoseconds; the stopping thread only.
+
+    alignas(CacheLine) CSafeList<ZVBlob> Queue; ///< Brings its own lock, the queue lock.
+    CWaitEvent WakeEvent;                       ///< Brings its own lock, the wake lock.
+
     /// The entries that the worker has taken off the queue in one hold and not yet delivered. Its
     /// lock is the worker's own but for the destructor, and so costs next to nothing. Taken before
     /// the queue lock, never with the wake lock.
-    CLock TakenLock;
+    alignas(CacheLine) CLock TakenLock;
     CSafeList<ZVBlob>::CList Taken ZV_GUARDED_BY(TakenLock);
-    std::atomic<std::uint32_t> State{0};
-    std::string Name;                        ///< Constant while the worker lives.
-    CZVNotifyHandler* Handler = nullptr;     ///< Constant while the worker lives.
     std::atomic<std::int64_t> LastActive{0}; ///< Monotonic nanoseconds: the worker came to rest.
-    std::int64_t StopTime = 0;               ///< Monotonic nanoseconds; the stopping thread only.
     bool* GoneFlag = nullptr;                ///< The worker's own; told when it outlives the object.
 };
