@@ -3,6 +3,7 @@
 /// of a test or a host tool. No Windows name appears here.
 #pragma once
 
+#include "ControlDevice.h"
 #include "PlatformExport.h"
 
 #include <cstdint>
@@ -60,6 +61,9 @@ struct AdapterDescription
     bool Readable = true;      ///< CM_Get_DevNode_Status succeeds.
     std::uint32_t Problem = 0; ///< Problem number of the node; 22 for a disabled adapter.
 
+    /// Name of the attached device that comes and goes with this adapter's `Present`; none when empty.
+    std::string ControlDeviceName = {};
+
     /// Further values of the driver key, by name; they win over the fields above.
     std::map<std::string, RegistryValue> Values = {};
 };
@@ -75,7 +79,14 @@ struct OpenObjects
     std::size_t Modules = 0;
     std::size_t TraceProviders = 0;
 
-    std::size_t Total() const { return RegistryKeys + DeviceSets + Modules + TraceProviders; }
+    std::size_t Files = 0;
+    std::size_t Events = 0;           ///< Handles, not events.
+    std::size_t RequestsInFlight = 0; ///< Begun and not ended, whether or not their handle is open.
+
+    std::size_t Total() const
+    {
+        return RegistryKeys + DeviceSets + Modules + TraceProviders + Files + Events + RequestsInFlight;
+    }
 };
 
 /// One message that a provider wrote.
@@ -121,10 +132,23 @@ public:
     /// @throws std::out_of_range for an adapter that is gone, as all operations that take an id.
     void ChangeAdapter(AdapterId id, const std::function<void(AdapterDescription&)>& edit);
     AdapterDescription Adapter(AdapterId id) const;
-    /// Removes the node and its registry keys.
+    /// Removes the node and its registry keys. Its control device is out of reach until another adapter names it.
     void RemoveAdapter(AdapterId id);
     /// All adapters in the order in which they were added.
     std::vector<AdapterId> Adapters() const;
+
+    /// @name Control devices
+    /// Names come without the "\\.\" that callers open them with, and compare without regard to case.
+    /// @{
+    /// @throws std::invalid_argument for a name that is empty or attached already, and for no device.
+    void AttachDevice(std::string name, std::shared_ptr<ControlDevice> device);
+    /// The device vanishes: opens find none, new requests on open handles fail with 1617
+    /// (ERROR_DEVICE_REMOVED), and for those in flight the cancellation is asked for; the device may end
+    /// them with 1617. Does nothing for a name that is not attached.
+    void DetachDevice(std::string_view name);
+    /// What an open would reach; null for none.
+    std::shared_ptr<ControlDevice> Device(std::string_view name) const;
+    /// @}
 
     /// @name Registry below HKEY_LOCAL_MACHINE, by path; names compare without regard to case.
     /// @{

@@ -51,6 +51,7 @@ inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(~std::uintpt
 /// @{
 inline constexpr LONG ERROR_SUCCESS = 0;
 inline constexpr LONG ERROR_FILE_NOT_FOUND = 2;
+inline constexpr LONG ERROR_PATH_NOT_FOUND = 3;
 inline constexpr LONG ERROR_ACCESS_DENIED = 5;
 inline constexpr LONG ERROR_INVALID_HANDLE = 6;
 inline constexpr LONG ERROR_NOT_ENOUGH_MEMORY = 8;
@@ -64,8 +65,12 @@ inline constexpr LONG ERROR_BAD_PATHNAME = 161;
 inline constexpr LONG ERROR_ALREADY_EXISTS = 183;
 inline constexpr LONG ERROR_MORE_DATA = 234;
 inline constexpr LONG ERROR_NO_MORE_ITEMS = 259;
+inline constexpr LONG ERROR_OPERATION_ABORTED = 995;
+inline constexpr LONG ERROR_IO_INCOMPLETE = 996;
 inline constexpr LONG ERROR_IO_PENDING = 997;
 inline constexpr LONG ERROR_NOACCESS = 998;
 inline constexpr LONG ERROR_KEY_DELETED = 1018;
+inline constexpr LONG ERROR_NOT_FOUND = 1168;
+inline constexpr LONG ERROR_DEVICE_REMOVED = 1617;
 inline constexpr LONG ERROR_INVALID_USER_BUFFER = 1784;
 /// @}

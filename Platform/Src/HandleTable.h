@@ -17,7 +17,9 @@ namespace Platform
 enum class HandleKind : std::size_t
 {
     RegistryKey,
-    DeviceSet
+    DeviceSet,
+    Event,
+    File
 };
 
 /// What a handle stands for. A class of handles derives from it and has its kind as `Kind`; one close

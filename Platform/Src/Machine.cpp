@@ -2,6 +2,7 @@
 
 #include "MachineImpl.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -14,6 +15,25 @@ namespace
 constexpr std::uint32_t TextType = 1;
 constexpr std::uint32_t BinaryType = 3;
 constexpr std::uint32_t NumberType = 4;
+
+/// A device that goes out of reach under the machine's lock is told when the lock is free: declare it
+/// before the lock.
+class LeavingDevice
+{
+public:
+    LeavingDevice() = default;
+    ~LeavingDevice()
+    {
+        if (Device)
+        {
+            Device->Detach();
+        }
+    }
+    LeavingDevice(const LeavingDevice&) = delete;
+    LeavingDevice& operator=(const LeavingDevice&) = delete;
+
+    AttachedDevicePtr Device;
+};
 
 } // namespace
 
@@ -45,7 +65,9 @@ Machine::~Machine() = default;
 
 AdapterId Machine::AddAdapter(const AdapterDescription& adapter)
 {
+    LeavingDevice leaving;
     const std::lock_guard lock(Self->Lock);
+    leaving.Device = Self->Devices.SetPresent(adapter.ControlDeviceName, adapter.Present);
     return Self->AdapterNodes.Add(adapter);
 }
 
@@ -59,9 +81,11 @@ void Machine::ChangeAdapter(AdapterId id, const std::function<void(AdapterDescri
     {
         AdapterNode copy = node();
         edit(copy.Description);
+        LeavingDevice leaving;
         const std::lock_guard lock(Self->Lock);
         if (Self->AdapterNodes.All().at(id).Version == copy.Version)
         {
+            leaving.Device = Self->Devices.SetPresent(copy.Description.ControlDeviceName, copy.Description.Present);
             Self->AdapterNodes.Change(id, std::move(copy.Description));
             return;
         }
@@ -76,7 +100,9 @@ AdapterDescription Machine::Adapter(AdapterId id) const
 
 void Machine::RemoveAdapter(AdapterId id)
 {
+    LeavingDevice leaving;
     const std::lock_guard lock(Self->Lock);
+    leaving.Device = Self->Devices.SetPresent(Self->AdapterNodes.All().at(id).Description.ControlDeviceName, false);
     Self->AdapterNodes.Remove(id);
 }
 
@@ -89,6 +115,46 @@ std::vector<AdapterId> Machine::Adapters() const
         ids.push_back(id);
     }
     return ids;
+}
+
+AttachedDevicePtr Machine::Impl::FindDevice(std::string_view name)
+{
+    const std::lock_guard lock(Lock);
+    return Devices.Find(name);
+}
+
+void Machine::Impl::Attach(const std::string& name, std::shared_ptr<ControlDevice> device)
+{
+    const bool absent = std::ranges::any_of(AdapterNodes.All(), [&](const auto& entry) {
+        const AdapterDescription& adapter = entry.second.Description;
+        return !adapter.Present && EqualNames(adapter.ControlDeviceName, name);
+    });
+    Devices.Add(name, std::move(device), !absent);
+}
+
+void Machine::AttachDevice(std::string name, std::shared_ptr<ControlDevice> device)
+{
+    const std::lock_guard lock(Self->Lock);
+    if (name.empty() || !device || Self->Devices.Contains(name))
+    {
+        throw std::invalid_argument("no device, or none that can be called \"" + name + '"');
+    }
+    Self->Attach(name, std::move(device));
+}
+
+void Machine::DetachDevice(std::string_view name)
+{
+    DeviceNames::Entry removed; // may be the last holder: the device ends behind the lock
+    LeavingDevice leaving;
+    const std::lock_guard lock(Self->Lock);
+    removed = Self->Devices.Remove(name);
+    leaving.Device = removed.Current;
+}
+
+std::shared_ptr<ControlDevice> Machine::Device(std::string_view name) const
+{
+    const AttachedDevicePtr found = Self->FindDevice(name);
+    return found ? found->Device : nullptr;
 }
 
 void Machine::SetValue(std::string_view path, std::string_view name, const RegistryValue& value)

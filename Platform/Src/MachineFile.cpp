@@ -1,16 +1,18 @@
 // The machine file: JSON in, adapters and registry values out, or a mistake with its place.
+#include "DriverModule.h"
+#include "FileNode.h"
 #include "Machine.h"
 #include "MachineImpl.h"
 #include "Text.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <limits>
 #include <sstream>
 #include <utility>
 #include <variant>
@@ -51,159 +53,58 @@ constexpr std::array AdapterFields = std::to_array<std::pair<std::string_view, F
     {"values", &AdapterDescription::Values},
 });
 
-/// One place of the file. What is wrong with it is thrown with the way to it.
-class Node
+/// The driver behind an adapter's control device.
+struct DeviceSource
 {
-public:
-    Node(const json& value, std::string origin, std::string place)
-        : Value(value), Origin(std::move(origin)), Place(std::move(place))
-    {
-    }
+    FileNode Place;
+    std::string Name;
+    std::string Module;
+    std::string Settings;
 
-    [[noreturn]] void Fail(const std::string& mistake) const
+    std::shared_ptr<ControlDevice> Make(const std::string& folder) const
     {
-        throw MachineFileError(Origin + ": " + (Place.empty() ? "" : Place + ": ") + mistake);
-    }
-
-    /// Calls `visit(name, node)` for each member.
-    template <class Visit>
-    void ForMembers(Visit visit) const
-    {
-        Require(Value.is_object(), "expected an object");
-        for (const auto& [name, member] : Value.items())
+        try
         {
-            visit(name, Node(member, Origin, Place.empty() ? name : Place + '.' + name));
+            return MakeControlDevice(folder, Module, Name, Settings);
+        }
+        catch (const DriverModuleError& error)
+        {
+            Place.Fail(error.what());
         }
     }
-
-    template <class Visit>
-    void ForElements(Visit visit) const
-    {
-        Require(Value.is_array(), "expected an array");
-        for (std::size_t i = 0; i < Value.size(); ++i)
-        {
-            visit(Node(Value[i], Origin, Place + '[' + std::to_string(i) + ']'));
-        }
-    }
-
-    Node Member(const char* name) const
-    {
-        const auto found = Value.find(name);
-        Require(found != Value.end(), std::string("has no \"") + name + '"');
-        return Node(*found, Origin, Place + '.' + name);
-    }
-
-    void Read(bool& out) const
-    {
-        Require(Value.is_boolean(), "expected true or false");
-        out = Value.get<bool>();
-    }
-
-    void Read(std::uint32_t& out) const
-    {
-        Require(Value.is_number(), "expected a number");
-        const bool fits =
-            Value.is_number_unsigned() && Value.get<std::uint64_t>() <= std::numeric_limits<std::uint32_t>::max();
-        Require(fits, "expected a whole number from 0 to 4294967295");
-        out = Value.get<std::uint32_t>();
-    }
-
-    void Read(std::optional<std::string>& out) const { out = Text(); }
-    void Read(std::optional<std::u16string>& out) const { out = ToUtf16(Text()); }
-    void Read(std::map<std::string, RegistryValue>& out) const
-    {
-        ForMembers([&](const std::string& name, const Node& value) { out.insert_or_assign(name, value.TypedValue()); });
-    }
-
-    /// A registry value: {"type": ..., "value": ...}.
-    RegistryValue TypedValue() const;
-    std::string Text() const
-    {
-        Require(Value.is_string(), "expected a text");
-        return Value.get<std::string>();
-    }
-
-private:
-    void Require(bool good, const std::string& mistake) const
-    {
-        if (!good)
-        {
-            Fail(mistake);
-        }
-    }
-
-    std::vector<std::uint8_t> Bytes() const;
-    std::vector<std::uint8_t> TextList() const;
-
-    const json& Value;
-    std::string Origin;
-    std::string Place;
 };
 
-RegistryValue Node::TypedValue() const
+struct Contents
 {
-    ForMembers([](const std::string& name, const Node& member) {
-        if (name != "type" && name != "value")
-        {
-            member.Fail("unknown key");
-        }
-    });
-    const Node typeNode = Member("type");
-    const std::string type = typeNode.Text();
-    const Node value = Member("value");
-    if (type == "dword")
+    std::vector<AdapterDescription> Adapters;
+    std::map<std::string, DeviceSource, NameLess> Devices;
+    std::map<std::string, std::map<std::string, RegistryValue>> Keys;
+};
+
+/// @return the name of the device.
+std::string ReadControlDevice(const FileNode& node, Contents& contents)
+{
+    node.AllowMembers({"name", "module", "settings"});
+    const FileNode nameNode = node.Member("name");
+    const std::string name = nameNode.Text();
+    if (name.empty() || contents.Devices.contains(name))
     {
-        std::uint32_t number = 0;
-        value.Read(number);
-        return RegistryValue::Number(number);
+        nameNode.Fail("expected a name that no other device has");
     }
-    if (type == "sz" || type == "expand_sz")
-    {
-        RegistryValue text = RegistryValue::Text(value.Text());
-        text.Type = type == "sz" ? 1 : 2;
-        return text;
-    }
-    if (type == "multi_sz")
-    {
-        return {7, value.TextList()};
-    }
-    if (type == "binary")
-    {
-        return RegistryValue::Binary(value.Bytes());
-    }
-    typeNode.Fail("expected \"dword\", \"sz\", \"expand_sz\", \"multi_sz\" or \"binary\"");
+    const std::string settings = node.HasMember("settings") ? node.Member("settings").Json() : "{}";
+    contents.Devices.emplace(name, DeviceSource{node, name, node.Member("module").Text(), settings});
+    return name;
 }
 
-std::vector<std::uint8_t> Node::Bytes() const
-{
-    const std::string digits = Text();
-    std::vector<std::uint8_t> bytes(digits.size() / 2);
-    bool good = digits.size() % 2 == 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-    {
-        const char* pair = digits.data() + 2 * i;
-        good = good && std::from_chars(pair, pair + 2, bytes[i], 16).ptr == pair + 2;
-    }
-    Require(good, "expected pairs of hexadecimal digits");
-    return bytes;
-}
-
-std::vector<std::uint8_t> Node::TextList() const
-{
-    std::vector<std::uint8_t> bytes;
-    ForElements([&](const Node& element) {
-        const std::string text = element.Text();
-        bytes.insert(bytes.end(), text.begin(), text.end());
-        bytes.push_back(0);
-    });
-    bytes.push_back(0);
-    return bytes;
-}
-
-AdapterDescription ReadAdapter(const Node& node)
+AdapterDescription ReadAdapter(const FileNode& node, Contents& contents)
 {
     AdapterDescription adapter;
-    node.ForMembers([&](const std::string& name, const Node& value) {
+    node.ForMembers([&](const std::string& name, const FileNode& value) {
+        if (name == "controlDevice")
+        {
+            adapter.ControlDeviceName = ReadControlDevice(value, contents);
+            return;
+        }
         const auto field = std::ranges::find(AdapterFields, name, [](const auto& entry) { return entry.first; });
         if (field == AdapterFields.end())
         {
@@ -214,23 +115,19 @@ AdapterDescription ReadAdapter(const Node& node)
     return adapter;
 }
 
-struct Contents
-{
-    std::vector<AdapterDescription> Adapters;
-    std::map<std::string, std::map<std::string, RegistryValue>> Keys;
-};
-
-Contents ReadContents(const Node& root)
+Contents ReadContents(const FileNode& root)
 {
     Contents contents;
-    root.ForMembers([&](const std::string& name, const Node& section) {
+    root.ForMembers([&](const std::string& name, const FileNode& section) {
         if (name == "adapters")
         {
-            section.ForElements([&](const Node& adapter) { contents.Adapters.push_back(ReadAdapter(adapter)); });
+            section.ForElements(
+                [&](const FileNode& adapter) { contents.Adapters.push_back(ReadAdapter(adapter, contents)); });
         }
         else if (name == "registry")
         {
-            section.ForMembers([&](const std::string& path, const Node& values) { values.Read(contents.Keys[path]); });
+            section.ForMembers(
+                [&](const std::string& path, const FileNode& values) { values.Read(contents.Keys[path]); });
         }
         else
         {
@@ -258,13 +155,30 @@ json Parse(std::string_view text, std::string_view origin)
 
 void Machine::Load(std::string_view text, std::string_view origin)
 {
+    Self->Load(text, origin, "");
+}
+
+void Machine::Impl::Load(std::string_view text, std::string_view origin, const std::string& folder)
+{
     const json document = Parse(text, origin);
     // All is read before anything changes: a mistake leaves the machine as it was.
-    const Contents contents = ReadContents(Node(document, std::string(origin), ""));
-    const std::lock_guard lock(Self->Lock);
+    const Contents contents = ReadContents(FileNode(document, std::string(origin), ""));
+    std::map<std::string, std::shared_ptr<ControlDevice>> made;
+    for (const auto& [name, source] : contents.Devices)
+    {
+        made.emplace(name, source.Make(folder));
+    }
+    const std::lock_guard lock(Lock);
+    for (const auto& [name, source] : contents.Devices)
+    {
+        if (Devices.Contains(name))
+        {
+            source.Place.Fail("a device of this name is attached already");
+        }
+    }
     for (const auto& [path, values] : contents.Keys)
     {
-        const RegistryKeyPtr key = Self->Registry->FindOrCreate(path);
+        const RegistryKeyPtr key = Registry->FindOrCreate(path);
         for (const auto& [name, value] : values)
         {
             key->Values.insert_or_assign(name, value);
@@ -272,7 +186,11 @@ void Machine::Load(std::string_view text, std::string_view origin)
     }
     for (const AdapterDescription& adapter : contents.Adapters)
     {
-        Self->AdapterNodes.Add(adapter);
+        AdapterNodes.Add(adapter);
+    }
+    for (auto& [name, device] : made)
+    {
+        Attach(name, std::move(device));
     }
 }
 
@@ -286,7 +204,7 @@ void Machine::LoadFile(const std::string& path)
         throw MachineFileError(path + ": cannot be read: " + std::strerror(errno));
     }
     text << file.rdbuf();
-    Load(text.str(), path);
+    Self->Load(text.str(), path, std::filesystem::absolute(path).parent_path().string());
 }
 
 } // namespace Platform

@@ -1,59 +1,13 @@
 #include "ModuleLoading.h"
 
 #include "Errors.h"
+#include "ModuleFile.h"
 #include "ModuleTable.h"
 #include "PublishedCall.h"
 
 #include <dlfcn.h>
-#include <link.h>
-
-#include <filesystem>
-#include <string_view>
 
 using namespace Platform;
-
-namespace
-{
-
-std::string ResolveName(std::string_view name)
-{
-    std::error_code ignored;
-    if (name.find('/') == std::string_view::npos)
-    {
-        const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
-        for (const auto& folder : {program, std::filesystem::path(".")})
-        {
-            const auto file = folder / name;
-            if (std::filesystem::exists(file, ignored))
-            {
-                return file.string();
-            }
-        }
-    }
-    return std::string(name);
-}
-
-const link_map* MapOf(void* module)
-{
-    link_map* map = nullptr;
-    return dlinfo(module, RTLD_DI_LINKMAP, &map) == 0 ? map : nullptr;
-}
-
-const link_map* MapOfAddress(const void* address)
-{
-    Dl_info info{};
-    void* map = nullptr;
-    return dladdr1(address, &info, &map, RTLD_DL_LINKMAP) != 0 ? static_cast<const link_map*>(map) : nullptr;
-}
-
-// The loader would also search what the module depends on.
-void* OwnExport(void* module, const char* name)
-{
-    void* symbol = dlsym(module, name);
-    return symbol != nullptr && MapOfAddress(symbol) == MapOf(module) ? symbol : nullptr;
-}
-
-} // namespace
 
 HMODULE LoadLibraryA(const char* name)
 {
@@ -61,8 +15,7 @@ HMODULE LoadLibraryA(const char* name)
     {
         return nullptr;
     }
-    void* loaded =
-        name != nullptr && *name != '\0' ? dlopen(ResolveName(name).c_str(), RTLD_NOW | RTLD_LOCAL) : nullptr;
+    void* loaded = name != nullptr && *name != '\0' ? dlopen(ModuleFile(name).c_str(), RTLD_NOW | RTLD_LOCAL) : nullptr;
     if (loaded == nullptr)
     {
         SetLastError(ERROR_MOD_NOT_FOUND);

@@ -1,6 +1,7 @@
 #include "HandleTable.h"
 #include "Machine.h"
 #include "ModuleTable.h"
+#include "RequestTable.h"
 #include "TraceHub.h"
 
 namespace Platform
@@ -9,8 +10,13 @@ namespace Platform
 OpenObjects CountOpenObjects()
 {
     const HandleTable& handles = HandleTable::Instance();
-    return {handles.Count(HandleKind::RegistryKey), handles.Count(HandleKind::DeviceSet),
-            ModuleTable::Instance().Count(), TraceHub::Instance().ProviderCount()};
+    return {.RegistryKeys = handles.Count(HandleKind::RegistryKey),
+            .DeviceSets = handles.Count(HandleKind::DeviceSet),
+            .Modules = ModuleTable::Instance().Count(),
+            .TraceProviders = TraceHub::Instance().ProviderCount(),
+            .Files = handles.Count(HandleKind::File),
+            .Events = handles.Count(HandleKind::Event),
+            .RequestsInFlight = RequestTable::Instance().Count()};
 }
 
 } // namespace Platform

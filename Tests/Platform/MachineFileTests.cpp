@@ -1,5 +1,7 @@
 #include "Expect.h"
 
+#include <fstream>
+
 namespace
 {
 
@@ -53,6 +55,19 @@ TEST_F(MachineFileTest, MistakesNameTheirPlace)
         {R"({"registry": {"S": {"A": {"type": "sz", "value": "", "x": 1}}}})", "registry.S.A.x: unknown key"},
         {R"({"registry": {"S": {"A": {"type": "binary", "value": "0g"}}}})", "registry.S.A.value: expected pairs"},
         {R"({"registry": {"S": {"A": {"type": "multi_sz", "value": [1]}}}})", "registry.S.A.value[0]: expected a text"},
+        {R"({"adapters": [{"controlDevice": {"name": ""}}]})", "adapters[0].controlDevice.name: expected a name"},
+        {R"({"adapters": [{"controlDevice": {"name": "A", "modul": ""}}]})",
+         "adapters[0].controlDevice.modul: unknown"},
+        {R"({"adapters": [{"controlDevice": {"name": "A"}}]})", "adapters[0].controlDevice: has no \"module\""},
+        {R"({"adapters": [{"controlDevice": {"name": "A", "module": "x"}}, {"controlDevice": {"name": "a"}}]})",
+         "adapters[1].controlDevice.name: expected a name"},
+        {R"({"adapters": [{"controlDevice": {"name": "A", "module": "none.dll"}}]})",
+         "adapters[0].controlDevice: cannot be loaded: none.dll: "},
+        {R"({"adapters": [{"controlDevice": {"name": "A", "module": ")" OTHER_FOLDER R"(/PlatformTestOther.dll"}}]})",
+         "adapters[0].controlDevice: \"" OTHER_FOLDER "/PlatformTestOther.dll\" exports no CreateControlDevice"},
+        {R"({"adapters": [{"controlDevice": {"name": "A", "settings": null, "module": ")" OTHER_FOLDER
+         R"(/PlatformTestDriver.dll"}}]})",
+         "adapters[0].controlDevice: makes no device: A has no settings"},
         {"{\n  \"adapters\": [}\n", "parse error at line 2, column 16"},
         {"{\"adapters\": [{\"service\": \"\xFF\"}]}", "parse error at line 1, column"},
         {"", "parse error at line 1, column 1"},
@@ -71,6 +86,26 @@ TEST_F(MachineFileTest, MistakesNameTheirPlace)
         }
     }
     EXPECT_TRUE(Box->Adapters().empty()) << "a mistake changes nothing";
+}
+
+TEST_F(MachineFileTest, DriverIsFoundBesideTheFile)
+{
+    const std::string path = OTHER_FOLDER "/machine.json";
+    std::ofstream(path) << R"({"adapters": [
+        {"controlDevice": {"name": "Zv{1}", "module": "PlatformTestDriver.dll", "settings": {"speed": 2}}},
+        {"controlDevice": {"name": "Zv{2}", "module": "PlatformTestDriver.dll"}, "present": false}]})";
+    Box->LoadFile(path);
+    EXPECT_THROW(Box->LoadFile(path), Platform::MachineFileError) << "the names are taken";
+    EXPECT_EQ(2U, Box->Adapters().size());
+    const HANDLE file = CreateFileA(R"(\\.\zv{1})", 0, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    char output[32] = {};
+    DWORD returned = 0;
+    EXPECT_TRUE(DeviceIoControl(file, 0, nullptr, 0, output, sizeof(output), &returned, nullptr));
+    EXPECT_STREQ(R"(Zv{1}{"speed":2})", output);
+    EXPECT_TRUE(CloseHandle(file));
+    EXPECT_EQ(nullptr, Box->Device("Zv{2}"));
+    Box->ChangeAdapter(Box->Adapters().at(1), [](auto& adapter) { adapter.Present = true; });
+    EXPECT_NE(nullptr, Box->Device("Zv{2}"));
 }
 
 TEST_F(MachineFileTest, UnreadableFilesAreMistakesToo)

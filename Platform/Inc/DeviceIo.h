@@ -1,0 +1,68 @@
+/// @file
+/// Control requests to devices. Functions with a BOOL result leave the reason of a failure in the last
+/// error. All may be called from any thread.
+///
+/// The memory that a request was given (output, OVERLAPPED) and its event are in use until the request
+/// has ended, also after its cancellation was asked for, its handle was closed or its thread ended.
+#pragma once
+
+#include "PlatformExport.h"
+#include "Waiting.h"
+#include "WinTypes.h"
+
+/// The caller's record of one request.
+struct OVERLAPPED
+{
+    ULONG_PTR Internal;     ///< Status: STATUS_PENDING while in flight, and after a refusal at once.
+    ULONG_PTR InternalHigh; ///< Bytes that were transferred.
+    DWORD Offset;
+    DWORD OffsetHigh;
+    HANDLE hEvent; ///< Reset as a request starts, signalled when it ends; null: the file is signalled.
+};
+static_assert(sizeof(OVERLAPPED) == 32);
+
+inline constexpr DWORD STATUS_PENDING = 0x103;
+
+inline constexpr DWORD GENERIC_READ = 0x80000000;
+inline constexpr DWORD GENERIC_WRITE = 0x40000000;
+inline constexpr DWORD GENERIC_ALL = 0x10000000;
+inline constexpr DWORD FILE_READ_DATA = 0x1;
+inline constexpr DWORD FILE_WRITE_DATA = 0x2;
+inline constexpr DWORD FILE_SHARE_READ = 0x1;
+inline constexpr DWORD OPEN_EXISTING = 3;
+inline constexpr DWORD FILE_FLAG_OVERLAPPED = 0x40000000;
+
+extern "C"
+{
+    /// Opens the device of a path "\\.\NAME", in any letter case; INVALID_HANDLE_VALUE on failure.
+    /// ERROR_FILE_NOT_FOUND when there is none, ERROR_INVALID_PARAMETER for another disposition than
+    /// OPEN_EXISTING, or the error of the device itself.
+    PLATFORM_API HANDLE CreateFileA(const char* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
+                                    DWORD disposition, DWORD flags, HANDLE templateFile);
+
+    /// Sends a control request.
+    /// - TRUE: it ended well at once; `*returned` has its bytes and its event is signalled.
+    /// - FALSE with ERROR_IO_PENDING: it is in flight; `*returned` has no meaning.
+    /// - FALSE with ERROR_MORE_DATA: as TRUE, but there was more than room.
+    /// - FALSE with any other error: it was refused; neither event nor `*returned` tells of it.
+    ///
+    /// A handle without FILE_FLAG_OVERLAPPED takes no OVERLAPPED, and its requests are waited for; any
+    /// other needs one: ERROR_INVALID_PARAMETER.
+    PLATFORM_API BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, void* output,
+                                      DWORD outputSize, DWORD* returned, OVERLAPPED* overlapped);
+
+    /// Asks for the cancellation of what this thread has in flight on a file; TRUE also for nothing.
+    PLATFORM_API BOOL CancelIo(HANDLE file);
+    /// Asks for the cancellation of one request on a file, or of all with null, whichever threads began
+    /// them. ERROR_NOT_FOUND when there is nothing to cancel.
+    PLATFORM_API BOOL CancelIoEx(HANDLE file, OVERLAPPED* overlapped);
+
+    /// Gives a request's end: TRUE or its error, with its bytes in either case. While it is in flight:
+    /// ERROR_IO_INCOMPLETE, or with `wait` a wait for its event, or for the file when it has none. That
+    /// wait consumes an automatic event, and when it was signalled by another hand the result means
+    /// nothing.
+    PLATFORM_API BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred, BOOL wait);
+
+    /// Closes a file or an event. For what is in flight on a file the cancellation is asked for.
+    PLATFORM_API BOOL CloseHandle(HANDLE handle);
+}

@@ -1,0 +1,37 @@
+/// @file
+/// Events and waits. A failure leaves its reason in the last error. All may be called from any thread.
+#pragma once
+
+#include "PlatformExport.h"
+#include "WinTypes.h"
+
+struct SECURITY_ATTRIBUTES;
+
+inline constexpr DWORD INFINITE = 0xFFFFFFFF;
+inline constexpr DWORD MAXIMUM_WAIT_OBJECTS = 64;
+
+inline constexpr DWORD WAIT_OBJECT_0 = 0;
+inline constexpr DWORD WAIT_TIMEOUT = 258;
+inline constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
+
+extern "C"
+{
+    /// Makes an event; null on failure. Names are shared within the process and compare with their case;
+    /// null or an empty one stands for none. When there is an event of that name, the result is a new
+    /// handle on it, its kind and state stay, and the last error is ERROR_ALREADY_EXISTS; otherwise a
+    /// success leaves 0 there.
+    PLATFORM_API HANDLE CreateEventW(SECURITY_ATTRIBUTES* security, BOOL manualReset, BOOL initialState,
+                                     const WCHAR* name);
+    /// Signals an event. An automatic one lets a single wait through, now or later.
+    PLATFORM_API BOOL SetEvent(HANDLE event);
+    PLATFORM_API BOOL ResetEvent(HANDLE event);
+
+    /// Waits for an event, or for a file that no request is in flight on. A time of 0 looks and returns.
+    /// WAIT_FAILED for a bad handle.
+    PLATFORM_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
+
+    /// Waits for any of up to 64 objects: WAIT_OBJECT_0 + the lowest index that is signalled; only that
+    /// one is consumed. Waiting for all is refused with ERROR_INVALID_PARAMETER. A bad handle among them
+    /// fails the call and consumes nothing.
+    PLATFORM_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds);
+}

@@ -1,0 +1,68 @@
+// The way from requests to their device that does not keep the device.
+#pragma once
+
+#include "ControlDevice.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+
+namespace Platform
+{
+
+/// A driver's own thread may end the last request of a handle. Did requests keep their device, that
+/// thread could be the one that destroys the driver, and would wait for itself. Thread-safe.
+class DeviceGate
+{
+public:
+    explicit DeviceGate(ControlDevice& device) : Device(&device) {}
+
+    /// Makes a call with the device, holding no lock, unless the gate is shut.
+    template <class Call>
+    void Visit(Call call)
+    {
+        if (ControlDevice* device = Enter())
+        {
+            call(*device);
+            Leave();
+        }
+    }
+
+    /// Waits until all visits have ended; there are none afterwards.
+    void Shut();
+
+private:
+    ControlDevice* Enter();
+    void Leave();
+
+    std::mutex Lock;
+    std::condition_variable Empty;
+    // Both guarded by Lock.
+    ControlDevice* Device; // null when shut
+    std::size_t Visitors = 0;
+};
+
+/// A device as long as it can be reached under its name, and as long as handles on it are open. It is
+/// attached again as another one: handles from before stay without a device.
+class AttachedDevice
+{
+public:
+    explicit AttachedDevice(std::shared_ptr<ControlDevice> device);
+    ~AttachedDevice();
+    AttachedDevice(const AttachedDevice&) = delete;
+    AttachedDevice& operator=(const AttachedDevice&) = delete;
+
+    /// Lets no new request through and asks for the cancellation of all that are in flight.
+    void Detach();
+    bool IsDetached() const { return Detached; }
+
+    const std::shared_ptr<ControlDevice> Device;
+    const std::shared_ptr<DeviceGate> Gate;
+
+private:
+    std::atomic<bool> Detached = false;
+};
+
+} // namespace Platform

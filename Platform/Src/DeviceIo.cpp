@@ -1,0 +1,265 @@
+#include "DeviceIo.h"
+
+#include "Errors.h"
+#include "EventHandle.h"
+#include "FileHandle.h"
+#include "IoStatus.h"
+#include "MachineImpl.h"
+#include "PublishedCall.h"
+#include "RequestTable.h"
+
+#include <atomic>
+#include <string_view>
+
+using namespace Platform;
+
+namespace
+{
+
+std::uint64_t NextNumber()
+{
+    static std::atomic<std::uint64_t> last = 0;
+    return ++last;
+}
+
+/// The requests of a thread do not outlive it. Windows keeps the thread until they have ended; here their
+/// cancellation is asked for and nobody waits, since a driver that never lets go would hang the test that
+/// looks at it. What is kinder in that is little: the memory stays in use all the same.
+struct ThreadRequests
+{
+    ~ThreadRequests()
+    {
+        RequestTable::Instance().Cancel([this](const Request& request) { return request.Thread == Thread; });
+    }
+
+    const std::uint64_t Thread = NextNumber();
+};
+
+std::uint64_t ThisThread()
+{
+    thread_local const ThreadRequests requests;
+    return requests.Thread;
+}
+
+HANDLE OpenFails(DWORD error)
+{
+    SetLastError(error);
+    return INVALID_HANDLE_VALUE;
+}
+
+/// One call of DeviceIoControl, its handle looked up.
+struct Call
+{
+    const std::shared_ptr<FileHandle> File;
+    const DWORD Code;
+    const std::span<const std::uint8_t> Input;
+    const std::span<std::uint8_t> Output;
+    DWORD* const Returned;
+
+    /// Sends the request and gives its end, if it has one already.
+    std::optional<RequestEnd> Send(OVERLAPPED* record, std::shared_ptr<Waitable> done) const
+    {
+        const auto request = std::make_shared<Request>(File->File, ThisThread(), Code, Input,
+                                                       CallerMemory{Output.data(), Output.size(), record, done});
+        RequestTable::Instance().Add(*request);
+        // Looked at when the request is in the table: a close or detach before that is seen here, and a
+        // later one sees the request.
+        if (const DWORD refusal = File->Refusal())
+        {
+            request->Complete(refusal, {});
+        }
+        else
+        {
+            File->Target->Device->Start(request);
+        }
+        return request->LeaveStart();
+    }
+
+    BOOL Finish(const RequestEnd& end) const
+    {
+        if (!IsFailure(end.Error) && Returned != nullptr)
+        {
+            *Returned = static_cast<DWORD>(end.Bytes);
+        }
+        return end.Error == ERROR_SUCCESS ? TRUE : FailWith(end.Error);
+    }
+
+    BOOL SendAndWait() const
+    {
+        OVERLAPPED record{};
+        const auto done = std::make_shared<Waitable>(true, false);
+        if (const auto end = Send(&record, done))
+        {
+            return Finish(*end);
+        }
+        Waitable::WaitAny({&done, 1}, INFINITE);
+        return Finish({ErrorOf(record.Internal), record.InternalHigh});
+    }
+
+    BOOL SendOverlapped(OVERLAPPED* record) const
+    {
+        const auto event = HandleTable::Instance().Find<EventHandle>(record->hEvent);
+        if (record->hEvent != nullptr && !event)
+        {
+            return FailWith(ERROR_INVALID_HANDLE);
+        }
+        const auto stale = static_cast<DWORD>(record->InternalHigh);
+        File->File->Done->Reset();
+        if (const auto end = Send(record, event ? event->Event : File->File->Done))
+        {
+            return Finish(*end);
+        }
+        if (Returned != nullptr)
+        {
+            *Returned = stale; // as on Windows, which copies what the record holds at this time
+        }
+        return FailWith(ERROR_IO_PENDING);
+    }
+};
+
+std::span<std::uint8_t> Bytes(void* data, DWORD size)
+{
+    return {static_cast<std::uint8_t*>(data), size};
+}
+
+} // namespace
+
+HANDLE CreateFileA(const char* path, DWORD access, DWORD /*share*/, SECURITY_ATTRIBUTES* /*security*/,
+                   DWORD disposition, DWORD flags, HANDLE /*templateFile*/)
+{
+    if (CallFails("CreateFileA"))
+    {
+        return INVALID_HANDLE_VALUE;
+    }
+    if (path == nullptr || *path == '\0')
+    {
+        return OpenFails(ERROR_PATH_NOT_FOUND);
+    }
+    if (disposition != OPEN_EXISTING)
+    {
+        return OpenFails(ERROR_INVALID_PARAMETER);
+    }
+    constexpr std::string_view devices = R"(\\.\)";
+    const std::string_view name(path);
+    const auto device =
+        name.starts_with(devices) ? CurrentMachine()->Internal().FindDevice(name.substr(devices.size())) : nullptr;
+    if (!device)
+    {
+        return OpenFails(ERROR_FILE_NOT_FOUND);
+    }
+    const std::uint64_t openId = NextNumber();
+    if (const DWORD error = device->Device->Open(openId))
+    {
+        return OpenFails(error);
+    }
+    return HandleTable::Instance().Add(std::make_shared<FileHandle>(device, openId, access, flags));
+}
+
+BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, void* output, DWORD outputSize,
+                     DWORD* returned, OVERLAPPED* overlapped)
+{
+    if (CallFails("DeviceIoControl"))
+    {
+        return FALSE;
+    }
+    const auto file = HandleTable::Instance().Find<FileHandle>(device);
+    if (!file)
+    {
+        return FailWith(ERROR_INVALID_HANDLE);
+    }
+    if (file->IsOverlapped != (overlapped != nullptr) || (overlapped == nullptr && returned == nullptr))
+    {
+        return FailWith(ERROR_INVALID_PARAMETER);
+    }
+    if (!file->Allows(code))
+    {
+        return FailWith(ERROR_ACCESS_DENIED);
+    }
+    if ((input == nullptr && inputSize != 0) || (output == nullptr && outputSize != 0))
+    {
+        return FailWith(ERROR_NOACCESS);
+    }
+    const Call call{file, code, Bytes(input, inputSize), Bytes(output, outputSize), returned};
+    return overlapped != nullptr ? call.SendOverlapped(overlapped) : call.SendAndWait();
+}
+
+BOOL CancelIo(HANDLE file)
+{
+    if (CallFails("CancelIo"))
+    {
+        return FALSE;
+    }
+    const auto found = HandleTable::Instance().Find<FileHandle>(file);
+    if (!found)
+    {
+        return FailWith(ERROR_INVALID_HANDLE);
+    }
+    RequestTable::Instance().Cancel([id = found->File->OpenId, thread = ThisThread()](const Request& request) {
+        return request.FileId == id && request.Thread == thread;
+    });
+    return TRUE;
+}
+
+BOOL CancelIoEx(HANDLE file, OVERLAPPED* overlapped)
+{
+    if (CallFails("CancelIoEx"))
+    {
+        return FALSE;
+    }
+    const auto found = HandleTable::Instance().Find<FileHandle>(file);
+    if (!found)
+    {
+        return FailWith(ERROR_INVALID_HANDLE);
+    }
+    const std::size_t count = RequestTable::Instance().Cancel([&](const Request& request) {
+        return request.FileId == found->File->OpenId && (overlapped == nullptr || request.Caller.Record == overlapped);
+    });
+    return count != 0 ? TRUE : FailWith(ERROR_NOT_FOUND);
+}
+
+BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred, BOOL wait)
+{
+    if (CallFails("GetOverlappedResult"))
+    {
+        return FALSE;
+    }
+    const std::atomic_ref<ULONG_PTR> status(overlapped->Internal);
+    if (status.load(std::memory_order_acquire) == STATUS_PENDING)
+    {
+        if (wait == FALSE)
+        {
+            return FailWith(ERROR_IO_INCOMPLETE);
+        }
+        const auto done = FindWaitable(overlapped->hEvent != nullptr ? overlapped->hEvent : file);
+        if (!done)
+        {
+            return FailWith(ERROR_INVALID_HANDLE);
+        }
+        Waitable::WaitAny({&done, 1}, INFINITE);
+    }
+    // After a signal by another hand it is still pending, which counts as a success on Windows too.
+    const DWORD error = ErrorOf(status.load(std::memory_order_acquire));
+    *transferred = static_cast<DWORD>(std::atomic_ref(overlapped->InternalHigh).load(std::memory_order_relaxed));
+    return error == ERROR_SUCCESS ? TRUE : FailWith(error);
+}
+
+BOOL CloseHandle(HANDLE handle)
+{
+    if (CallFails("CloseHandle"))
+    {
+        return FALSE;
+    }
+    HandleTable& handles = HandleTable::Instance();
+    if (handles.Close<EventHandle>(handle))
+    {
+        return TRUE;
+    }
+    const auto file = handles.Find<FileHandle>(handle);
+    if (!file || !handles.Close<FileHandle>(handle))
+    {
+        return FailWith(ERROR_INVALID_HANDLE);
+    }
+    file->File->Closed = true;
+    RequestTable::Instance().Cancel([&](const Request& request) { return request.FileId == file->File->OpenId; });
+    return TRUE;
+}

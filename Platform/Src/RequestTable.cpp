@@ -1,0 +1,150 @@
+#include "RequestTable.h"
+
+#include "IoStatus.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <utility>
+
+namespace Platform
+{
+
+Request::Request(std::shared_ptr<OpenFile> file, std::uint64_t thread, DWORD code, std::span<const std::uint8_t> input,
+                 CallerMemory caller)
+    : Gate(file->Gate), FileId(file->OpenId), Thread(thread), ControlCode(code), InputCopy(input.begin(), input.end()),
+      Caller(std::move(caller)), File(std::move(file))
+{
+    Caller.Done->Reset();
+    std::atomic_ref(Caller.Record->Internal).store(STATUS_PENDING, std::memory_order_relaxed);
+}
+
+Request::~Request()
+{
+    Complete(ERROR_OPERATION_ABORTED, {});
+}
+
+bool Request::IsCancelRequested() const
+{
+    const std::lock_guard lock(Lock);
+    return CancelAsked;
+}
+
+bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output)
+{
+    std::shared_ptr<OpenFile> released; // may be the last: the device hears of the close behind the lock
+    const std::lock_guard lock(Lock);
+    if (Now == Phase::Ended)
+    {
+        return false;
+    }
+    const bool refused = Now == Phase::Starting && IsFailure(error);
+    Now = Phase::Ended;
+    End = {error, IsFailure(error) ? 0 : std::min(output.size(), Caller.Room)};
+    released = std::move(File);
+    // First of all: once the caller knows of the end, nothing may still look in flight.
+    RequestTable::Instance().Remove(*this);
+    if (!refused)
+    {
+        Deliver(output);
+    }
+    return true;
+}
+
+// The caller may free its memory as soon as it sees the status, so that is the last thing touched; the
+// event lives by itself.
+void Request::Deliver(std::span<const std::uint8_t> output)
+{
+    if (End.Bytes != 0)
+    {
+        std::memcpy(Caller.Output, output.data(), End.Bytes);
+    }
+    std::atomic_ref(Caller.Record->InternalHigh).store(End.Bytes, std::memory_order_relaxed);
+    std::atomic_ref(Caller.Record->Internal).store(StatusOf(End.Error), std::memory_order_release);
+    Caller.Done->Signal();
+}
+
+std::optional<RequestEnd> Request::LeaveStart()
+{
+    std::shared_ptr<OpenFile> file;
+    {
+        const std::lock_guard lock(Lock);
+        if (Now == Phase::Ended)
+        {
+            return End;
+        }
+        Now = Phase::InFlight;
+        file = CancelAsked ? File : nullptr;
+    }
+    PassCancel(file);
+    return std::nullopt;
+}
+
+void Request::AskCancel()
+{
+    std::shared_ptr<OpenFile> file;
+    {
+        const std::lock_guard lock(Lock);
+        file = Now == Phase::InFlight && !CancelAsked ? File : nullptr;
+        CancelAsked = true;
+    }
+    PassCancel(file);
+}
+
+// The file is held, so that the device does not hear of its close before or during the cancellation.
+void Request::PassCancel(const std::shared_ptr<OpenFile>& file)
+{
+    if (file)
+    {
+        Gate->Visit([this](ControlDevice& device) { device.Cancel(shared_from_this()); });
+    }
+}
+
+RequestTable& RequestTable::Instance()
+{
+    // Never destroyed: threads may call while the process ends.
+    static RequestTable& table = *new RequestTable;
+    return table;
+}
+
+void RequestTable::Add(Request& request)
+{
+    const std::lock_guard lock(Lock);
+    request.Place = Requests.insert(Requests.end(), &request);
+}
+
+void RequestTable::Remove(Request& request)
+{
+    const std::lock_guard lock(Lock);
+    Requests.erase(request.Place);
+}
+
+std::size_t RequestTable::Count() const
+{
+    const std::lock_guard lock(Lock);
+    return Requests.size();
+}
+
+std::size_t RequestTable::Cancel(const std::function<bool(const Request&)>& matches)
+{
+    // Released behind the lock: one may be the last holder.
+    std::vector<std::shared_ptr<Request>> found;
+    {
+        const std::lock_guard lock(Lock);
+        for (Request* request : Requests)
+        {
+            // One that its driver has just dropped cannot be held any more, and ends without help.
+            if (std::shared_ptr<Request> held = matches(*request) ? request->weak_from_this().lock() : nullptr)
+            {
+                found.push_back(std::move(held));
+            }
+        }
+    }
+    for (const auto& request : found)
+    {
+        request->AskCancel();
+    }
+    return found.size();
+}
+
+} // namespace Platform

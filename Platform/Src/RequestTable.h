@@ -1,0 +1,104 @@
+// Control requests in flight.
+#pragma once
+
+#include "ControlDevice.h"
+#include "DeviceIo.h"
+#include "FileHandle.h"
+
+#include <functional>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace Platform
+{
+
+/// The caller's side of a request: what may be touched until it has ended.
+struct CallerMemory
+{
+    void* Output;
+    std::size_t Room;
+    OVERLAPPED* Record;
+    std::shared_ptr<Waitable> Done; ///< Signalled at the end.
+};
+
+struct RequestEnd
+{
+    DWORD Error;
+    std::size_t Bytes;
+};
+
+/// Its maker adds it to the table; it leaves by itself as it ends.
+class Request final : public IoRequest, public std::enable_shared_from_this<Request>
+{
+public:
+    Request(std::shared_ptr<OpenFile> file, std::uint64_t thread, DWORD code, std::span<const std::uint8_t> input,
+            CallerMemory caller);
+    /// A driver that drops a request has ended it.
+    ~Request() override;
+
+    std::uint32_t Code() const override { return ControlCode; }
+    std::span<const std::uint8_t> Input() const override { return InputCopy; }
+    std::size_t OutputRoom() const override { return Caller.Room; }
+    std::uint64_t OpenId() const override { return FileId; }
+    bool IsCancelRequested() const override;
+    bool Complete(std::uint32_t error, std::span<const std::uint8_t> output) override;
+
+    /// The device has returned from Start. Empty for a request that is in flight from now on; a
+    /// cancellation that was asked for meanwhile reaches the device now, never before its Start.
+    std::optional<RequestEnd> LeaveStart();
+    /// Tells the device, once.
+    void AskCancel();
+
+    // Constant.
+    const std::shared_ptr<DeviceGate> Gate;
+    const std::uint64_t FileId;
+    const std::uint64_t Thread; ///< Number of the thread that began it.
+    const DWORD ControlCode;
+    const std::vector<std::uint8_t> InputCopy;
+    const CallerMemory Caller;
+
+private:
+    friend class RequestTable;
+    enum class Phase
+    {
+        Starting,
+        InFlight,
+        Ended
+    };
+
+    void PassCancel(const std::shared_ptr<OpenFile>& file);
+    void Deliver(std::span<const std::uint8_t> output);
+
+    mutable std::mutex Lock;
+    // All guarded by Lock.
+    std::shared_ptr<OpenFile> File; // null when it has ended
+    Phase Now = Phase::Starting;
+    bool CancelAsked = false;
+    RequestEnd End{};
+
+    std::list<Request*>::iterator Place; // guarded by the table's lock
+};
+
+/// All requests of the process between their start and their end. Thread-safe.
+class RequestTable
+{
+public:
+    static RequestTable& Instance();
+
+    void Add(Request& request);
+    void Remove(Request& request);
+    std::size_t Count() const;
+
+    /// Asks for the cancellation of those that match, oldest first; the filter sees what is constant.
+    /// @return how many there were.
+    std::size_t Cancel(const std::function<bool(const Request&)>& matches);
+
+private:
+    mutable std::mutex Lock;      // may be taken under a request's lock, never around one
+    std::list<Request*> Requests; // guarded by Lock; a request leaves before it is destroyed
+};
+
+} // namespace Platform

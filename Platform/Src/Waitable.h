@@ -1,0 +1,49 @@
+// What threads wait for, and the wait itself.
+#pragma once
+
+#include "WinTypes.h"
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace Platform
+{
+
+/// One waiting thread. Who signals an object decides whom that lets through, and wakes those alone.
+struct Waiter;
+
+/// An object that is signalled or not. One lock for all of them keeps a wait for any exact; it is held
+/// for a few instructions at a time. Thread-safe.
+class Waitable
+{
+public:
+    Waitable(bool manualReset, bool signalled);
+
+    void Signal();
+    void Reset();
+
+    /// Waits until one is signalled and consumes it if it is automatic; the lowest index goes first.
+    /// The result is empty when the time ran out.
+    static std::optional<std::size_t> WaitAny(std::span<const std::shared_ptr<Waitable>> objects, DWORD milliseconds);
+
+private:
+    struct Link
+    {
+        Waiter* Who;
+        std::size_t Index; // of this object in the waiter's list
+    };
+
+    static std::mutex& Lock();
+    static std::optional<std::size_t> TakeAny(std::span<const std::shared_ptr<Waitable>> objects);
+
+    const bool ManualReset;
+    // Both guarded by Lock().
+    bool Signalled;
+    std::vector<Link> Waiters; // longest first
+};
+
+} // namespace Platform

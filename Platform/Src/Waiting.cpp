@@ -1,0 +1,146 @@
+#include "Waiting.h"
+
+#include "Errors.h"
+#include "EventHandle.h"
+#include "FileHandle.h"
+#include "PublishedCall.h"
+
+#include <map>
+#include <string>
+
+using namespace Platform;
+
+namespace
+{
+
+/// The named events of the process.
+class EventNames
+{
+public:
+    static EventNames& Instance()
+    {
+        // Never destroyed: threads may call while the process ends.
+        static EventNames& names = *new EventNames;
+        return names;
+    }
+
+    /// A handle on the event of that name; the last error tells whether it is new.
+    HANDLE Open(const std::u16string& name, bool manualReset, bool signalled)
+    {
+        const std::lock_guard lock(Lock);
+        std::erase_if(Events, [](const auto& entry) { return entry.second.expired(); });
+        std::weak_ptr<EventHandle>& known = Events[name];
+        std::shared_ptr<EventHandle> event = known.lock();
+        SetLastError(event ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+        if (!event)
+        {
+            event = std::make_shared<EventHandle>(manualReset, signalled);
+            known = event;
+        }
+        return HandleTable::Instance().Add(std::move(event));
+    }
+
+private:
+    std::mutex Lock;
+    std::map<std::u16string, std::weak_ptr<EventHandle>> Events; // guarded by Lock
+};
+
+DWORD WaitFailed(DWORD error)
+{
+    SetLastError(error);
+    return WAIT_FAILED;
+}
+
+/// @param objects room for those of the handles, one each.
+DWORD WaitOn(std::span<std::shared_ptr<Waitable>> objects, const HANDLE* handles, DWORD milliseconds)
+{
+    for (std::size_t i = 0; i < objects.size(); ++i)
+    {
+        objects[i] = FindWaitable(handles[i]);
+        if (!objects[i])
+        {
+            return WaitFailed(ERROR_INVALID_HANDLE);
+        }
+    }
+    const auto index = Waitable::WaitAny(objects, milliseconds);
+    return index ? WAIT_OBJECT_0 + static_cast<DWORD>(*index) : WAIT_TIMEOUT;
+}
+
+} // namespace
+
+std::shared_ptr<Waitable> Platform::FindWaitable(HANDLE handle)
+{
+    const HandleTable& handles = HandleTable::Instance();
+    if (const auto event = handles.Find<EventHandle>(handle))
+    {
+        return event->Event;
+    }
+    const auto file = handles.Find<FileHandle>(handle);
+    return file ? file->File->Done : nullptr;
+}
+
+HANDLE CreateEventW(SECURITY_ATTRIBUTES* /*security*/, BOOL manualReset, BOOL initialState, const WCHAR* name)
+{
+    if (CallFails("CreateEventW"))
+    {
+        return nullptr;
+    }
+    const bool manual = manualReset != FALSE;
+    const bool signalled = initialState != FALSE;
+    if (name != nullptr && *name != u'\0')
+    {
+        return EventNames::Instance().Open(name, manual, signalled);
+    }
+    SetLastError(ERROR_SUCCESS);
+    return HandleTable::Instance().Add(std::make_shared<EventHandle>(manual, signalled));
+}
+
+BOOL SetEvent(HANDLE event)
+{
+    if (CallFails("SetEvent"))
+    {
+        return FALSE;
+    }
+    const auto found = HandleTable::Instance().Find<EventHandle>(event);
+    if (!found)
+    {
+        return FailWith(ERROR_INVALID_HANDLE);
+    }
+    found->Event->Signal();
+    return TRUE;
+}
+
+BOOL ResetEvent(HANDLE event)
+{
+    if (CallFails("ResetEvent"))
+    {
+        return FALSE;
+    }
+    const auto found = HandleTable::Instance().Find<EventHandle>(event);
+    if (!found)
+    {
+        return FailWith(ERROR_INVALID_HANDLE);
+    }
+    found->Event->Reset();
+    return TRUE;
+}
+
+DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds)
+{
+    std::shared_ptr<Waitable> object;
+    return CallFails("WaitForSingleObject") ? WAIT_FAILED : WaitOn({&object, 1}, &handle, milliseconds);
+}
+
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds)
+{
+    if (CallFails("WaitForMultipleObjects"))
+    {
+        return WAIT_FAILED;
+    }
+    if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || waitAll != FALSE)
+    {
+        return WaitFailed(ERROR_INVALID_PARAMETER);
+    }
+    std::shared_ptr<Waitable> objects[MAXIMUM_WAIT_OBJECTS];
+    return WaitOn({objects, count}, handles, milliseconds);
+}
