@@ -40,13 +40,15 @@ public:
     /// Reads the adapter's value "ZVSrvcLibSupport" as a number.
     /// @param result receives the number; 0 for a value that is neither text nor a 32-bit number;
     ///        untouched for a value that cannot be read.
-    /// @return ZV_SRVC_SUCCESS, ZV_SRVC_ERR_ABILITY_QUERY, ZV_SRVC_ERR_DEVICE_NOT_OPEN.
+    /// @return ZV_SRVC_SUCCESS, ZV_SRVC_ERR_ABILITY_QUERY, ZV_SRVC_ERR_DEVICE_NOT_OPEN;
+    ///         ZV_SRVC_ERR_INVALID_PARAMETER for a null pointer.
     /// @note Blocks for one registry read.
     virtual unsigned int GetAbility(std::uint32_t* result) = 0;
 
     /// Copies the adapter's record, flags included; works for an adapter that is gone.
     /// @param record receives 724 bytes.
-    /// @return ZV_SRVC_SUCCESS, or ZV_SRVC_ERR_DEVICE_NOT_OPEN when the object is not bound.
+    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_DEVICE_NOT_OPEN when the object is not bound;
+    ///         ZV_SRVC_ERR_INVALID_PARAMETER for a null pointer.
     /// @note Does not block.
     virtual unsigned int GetDeviceInfo(_ZV_SRVC_DEVICE_INFO* record) = 0;
 
@@ -68,7 +70,9 @@ public:
     /// @return ZV_SRVC_SUCCESS: the driver ended a synchronous request in time, or an asynchronous
     ///         one was accepted; ZV_SRVC_ERR_FAILURE: a synchronous request failed;
     ///         ZV_SRVC_ERR_ASYNC_PENDING: an asynchronous request with this RequestId is waiting;
-    ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN.
+    ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN; ZV_SRVC_ERR_INVALID_PARAMETER for a null record, or null
+    ///         memory with a length.
+    /// @throws std::bad_alloc when memory runs out; the request was not accepted then.
     /// @note A synchronous request blocks for at most its time-out, and then for as long as the
     ///       driver takes to let go of it. An asynchronous one does not block.
     virtual unsigned int SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request) = 0;
@@ -81,7 +85,9 @@ public:
     /// @param type registry value type; written by a read, read by a write.
     /// @param data the value's bytes; a read with null reports type and size alone.
     /// @param size bytes at `data`; a read writes the value's size, also when the room is too small.
-    /// @return ZV_SRVC_SUCCESS, ZV_SRVC_ERR_FAILURE, ZV_SRVC_ERR_DEVICE_NOT_OPEN.
+    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_FAILURE, with a read also when the room is too small;
+    ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN; ZV_SRVC_ERR_INVALID_PARAMETER for a write without its
+    ///         type, size or data.
     /// @note Blocks for the registry calls; a write includes a flush of the key.
     virtual unsigned int AccessRegistry(std::uint32_t operation, std::string subKey, std::string valueName,
                                         std::uint32_t* type, std::uint8_t* data, std::uint32_t* size) = 0;

@@ -107,7 +107,23 @@ struct ZVTraceMessage
       "accepted \"%s\", driver key %s, identity %s, instance \"%s\", driver version %s, section \"%s\", service %s, "  \
       "flags 0x%x")                                                                                                    \
     X(WalkDone, DeviceManager, 21, 3, TRACE_FLAG_DEVICE_MANAGER, "enumeration ends with status %u, %u adapters")       \
-    X(SimulatedRecords, DeviceManager, 22, 3, TRACE_FLAG_DEVICE_MANAGER, "simulated driver delivered %u records")
+    X(SimulatedRecords, DeviceManager, 22, 3, TRACE_FLAG_DEVICE_MANAGER, "simulated driver delivered %u records")      \
+    X(Opened, Device, 10, 3, TRACE_FLAG_DEVICE, "opened %s, driver words 0x%x 0x%x 0x%x")                              \
+    X(OpenFailed, Device, 11, 3, TRACE_FLAG_DEVICE, "%s does not answer the information query")                        \
+    X(Closed, Device, 12, 3, TRACE_FLAG_DEVICE, "closed %s")                                                           \
+    X(ControlDeviceFailed, Device, 13, 3, TRACE_FLAG_DEVICE, "%s cannot be opened, error %u")                          \
+    X(SendRefused, Device, 14, 3, TRACE_FLAG_DEVICE, "request 0x%x was refused at once, error %u")                     \
+    X(SendTimedOut, Device, 15, 3, TRACE_FLAG_DEVICE, "request 0x%x was not ended in %u ms")                           \
+    X(SendTooLarge, Device, 16, 3, TRACE_FLAG_DEVICE, "request 0x%x of %u bytes does not fit its header")              \
+    X(ItemDone, Device, 17, 3, TRACE_FLAG_DEVICE, "set %u of item 0x%x ends with status %u")                           \
+    X(RequestDone, Device, 18, 3, TRACE_FLAG_DEVICE, "request 0x%x, id %u ends with status %u")                        \
+    X(AsyncNothingPending, Device, 19, 3, TRACE_FLAG_DEVICE, "woken with no request waiting")                          \
+    X(AsyncUnknownThread, Device, 20, 3, TRACE_FLAG_DEVICE, "message of another thread: \"%s\"")                       \
+    X(AsyncCollected, Device, 21, 3, TRACE_FLAG_DEVICE, "response of request id %u has %u bytes")                      \
+    X(AsyncDone, Device, 22, 3, TRACE_FLAG_DEVICE, "asynchronous request id %u ends with status %u")                   \
+    X(RegistryAccess, Device, 23, 3, TRACE_FLAG_SERVICE, "registry operation 0x%x on \"%s\", value \"%s\"")            \
+    X(RegistryResult, Device, 24, 3, TRACE_FLAG_SERVICE, "registry operation 0x%x ends with error %u")                 \
+    X(RegistryCallFailed, OSAPIWrapper, 10, 3, TRACE_FLAG_OS_EVENT, "registry \"%s\", value \"%s\": error %u")
 
 /// Names of the trace points, in the order of ZV_TRACE_MESSAGES.
 enum class ZVTracePoint : std::uint16_t

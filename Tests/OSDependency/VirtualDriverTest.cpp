@@ -39,7 +39,7 @@ TEST(VirtualDriver, BindsWhatTheFileExportsAndUnbindsIt)
         Bound Entries;
     } cases[] = {
         {".", false, {}},
-        {"all", true, {true, true, false, false, true}},
+        {"all", true, {true, true, true, true, true}},
         {"requests-only", true, {false, false, false, false, true}},
         {"nothing", true, {}},
         {"unloadable", true, {}},
@@ -97,6 +97,48 @@ TEST(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)
             EXPECT_EQ(std::string(record.InfSection, 50), std::string(50, 'x')) << "copied as it is";
         }
     }
+}
+
+TEST(VirtualDriver, TakesEveryRequestOfADeviceAndNoneReachesThePlatform)
+{
+    GoTo("all");
+    Platform::ScopedMachine machine;
+    const auto manager = MakeManager();
+    const Listing listing = List(*manager, "ZV_ALL");
+    std::shared_ptr<CDeviceIntf> device;
+    ASSERT_EQ(manager->OpenDevice(&listing.Records.at(1), ZV_SRVC_DEVICE_UWP, device), ZV_SRVC_SUCCESS);
+    char text[64] = "";
+    EXPECT_EQ(device->SetQueryInfo(2, 0x1F, text, sizeof text), ZV_SRVC_SUCCESS);
+    EXPECT_STREQ(text, "{sim-1} 2 1f");
+    EXPECT_EQ(device->SetQueryInfo(1, 1, nullptr, 0), ZV_SRVC_SUCCESS);
+
+    std::uint32_t type = 0;
+    std::uint32_t size = sizeof text;
+    auto* data = reinterpret_cast<std::uint8_t*>(text);
+    EXPECT_EQ(device->AccessRegistry(2, "Sub", "Name", &type, data, &size), ZV_SRVC_SUCCESS);
+    EXPECT_STREQ(text, "{sim-1} 2 Sub Name") << "the subkey as the caller gave it";
+
+    for (const std::uint8_t isAsync : {std::uint8_t{0}, std::uint8_t{1}})
+    {
+        _ZV_SRVC_IOCTL_REQ request{};
+        request.IoctlCode = 0xABC;
+        request.RequestId = 0xFFFE;
+        request.InBuffer = "in";
+        request.InLength = 2;
+        request.OutBuffer = text;
+        request.OutLength = sizeof text;
+        request.Timeout = 70;
+        request.IsAsync = isAsync;
+        request.NotifyFn = [](void*, std::uint32_t, const _ZV_ASYNC_RESULT*) { ADD_FAILURE() << "a callback"; };
+        request.NotifyContext = &request;
+        EXPECT_EQ(device->SendIOCTLReq(&request), ZV_SRVC_SUCCESS);
+        EXPECT_STREQ(text, "{sim-1} abc fffe in 70");
+        std::memset(text, 0, sizeof text);
+    }
+    EXPECT_EQ(device->Close(), ZV_SRVC_SUCCESS);
+    EXPECT_EQ(device->SetQueryInfo(0, 1, text, 1), ZV_SRVC_ERR_DEVICE_NOT_OPEN);
+    for (const char* call : {"CreateFileA", "DeviceIoControl", "RegOpenKeyA", "RegCreateKeyA"})
+        EXPECT_EQ(machine->Calls(call), 0U) << call;
 }
 
 TEST(VirtualDriver, NoFilterAppliesToItsRecordsAndTheListIsKept)

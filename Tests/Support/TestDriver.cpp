@@ -76,10 +76,37 @@ TEST_EXPORT void Virtual_SendIOCTLReq(const char* name, std::uint32_t code, std:
                                       std::uint32_t inLength, void* out, std::uint32_t outLength,
                                       std::uint32_t timeoutMs);
 
-void Virtual_SendIOCTLReq(const char* /*name*/, std::uint32_t /*code*/, std::uint32_t /*requestId*/, const void* in,
-                          std::uint32_t inLength, void* out, std::uint32_t outLength, std::uint32_t /*timeoutMs*/)
+/// Fills the output with the request's numbers, so that the host sees what has arrived.
+void Virtual_SendIOCTLReq(const char* name, std::uint32_t code, std::uint32_t requestId, const void* in,
+                          std::uint32_t inLength, void* out, std::uint32_t outLength, std::uint32_t timeoutMs)
 {
-    if (in != nullptr && out != nullptr)
-        std::memcpy(out, in, inLength < outLength ? inLength : outLength);
+    if (out != nullptr)
+        std::snprintf(static_cast<char*>(out), outLength, "%s %x %x %.*s %u", name, code, requestId,
+                      static_cast<int>(inLength), static_cast<const char*>(in), timeoutMs);
+}
+#endif
+
+#ifdef EXPORT_ITEMS
+TEST_EXPORT void Virtual_Dev_SetQueryInfo(const char* name, std::uint8_t isSet, std::uint32_t infoId, void* buffer,
+                                          std::uint32_t length);
+TEST_EXPORT void Virtual_AccessRegistry(const char* name, std::uint32_t operation, const char* subKey,
+                                        const char* valueName, std::uint32_t* type, std::uint8_t* data,
+                                        std::uint32_t* size);
+
+void Virtual_Dev_SetQueryInfo(const char* name, std::uint8_t isSet, std::uint32_t infoId, void* buffer,
+                              std::uint32_t length)
+{
+    if (buffer != nullptr)
+        std::snprintf(static_cast<char*>(buffer), length, "%s %u %x", name, unsigned{isSet}, infoId);
+}
+
+void Virtual_AccessRegistry(const char* name, std::uint32_t operation, const char* subKey, const char* valueName,
+                            std::uint32_t* type, std::uint8_t* data, std::uint32_t* size)
+{
+    if (data != nullptr)
+        *size = static_cast<std::uint32_t>(
+            std::snprintf(reinterpret_cast<char*>(data), *size, "%s %x %s %s", name, operation, subKey, valueName));
+    if (type != nullptr)
+        *type = 1;
 }
 #endif

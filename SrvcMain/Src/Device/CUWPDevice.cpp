@@ -1,13 +1,27 @@
+/// The device object itself: opening, closing and its record.
+
 #include "CUWPDevice.h"
+
+#include "CVirtualDriverBinding.h"
+#include "TracePoint.h"
+
+namespace
+{
+
+constexpr char ThreadName[] = "DEV_ASYNC_IOCTL_NOTIFY";
+
+} // namespace
 
 CUWPDevice::CUWPDevice()
 {
-    Notifier.RunNotifyThread(this, "DEV_ASYNC_IOCTL_NOTIFY");
+    Notifier.RunNotifyThread(this, ThreadName);
 }
 
 CUWPDevice::~CUWPDevice()
 {
-    Close();
+    DeviceInfo.reset();
+    if (!Notifier.IsOwnThread())
+        Notifier.StopNotifyThread();
 }
 
 bool CUWPDevice::IsDeviceReady() const
@@ -15,24 +29,55 @@ bool CUWPDevice::IsDeviceReady() const
     return DeviceInfo != nullptr && (LoadStateFlags(*DeviceInfo) & ZV_DEV_UNAVAILABLE_MASK) == 0;
 }
 
-// The road to the driver is not built yet, so every operation that needs it reports the status of a
-// driver that does not answer.
-
 unsigned int CUWPDevice::Open(std::shared_ptr<_ZV_SRVC_DEVICE_INFO>& record)
 {
     if (DeviceInfo != nullptr)
         return ZV_SRVC_ERR_ALREADY_OPEN;
     DeviceInfo = record;
-    if (IsDeviceReady())
+    if (!IsDeviceReady())
+    {
+        DeviceInfo.reset();
+        return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
+    }
+    ControlPath = ZV_CONTROL_PATH;
+    ControlPath += FieldText(DeviceInfo->NetCfgInstanceId);
+    _ZV_DRV_INFO_BLOCK block{};
+    if (!QueryDeviceInfo(block))
+    {
+        ZV_TRACE(OpenFailed, ControlPath);
         return ZV_SRVC_ERR_CONTROL_DEVICE;
-    DeviceInfo.reset();
-    return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
+    }
+    DriverInfo = block.Words;
+    ZV_TRACE(Opened, ControlPath, block.Words[3], block.Words[1], block.Words[2]);
+    return ZV_SRVC_SUCCESS;
+}
+
+/// With a simulated driver the block is what that driver wrote, and the open succeeds: a host can
+/// tell a device that works from one whose driver does not answer.
+bool CUWPDevice::QueryDeviceInfo(_ZV_DRV_INFO_BLOCK& block) const
+{
+    const CDriverRequest query{IOCTL_ZV_DEVICE_INFO, 0, nullptr, 0, &block, sizeof block, ZV_DEVICE_INFO_TIMEOUT_MS};
+    if (Fake_IOCTL_Send(query))
+        return true;
+    const CFileHandle handle = OpenControlDevice(ControlPath);
+    return handle && IOCTL_Send(handle.Get(), query);
+}
+
+bool CUWPDevice::Fake_IOCTL_Send(const CDriverRequest& request) const
+{
+    const ZVVirtualIoctl send = Virtual_SendIOCTLReq;
+    if (send == nullptr)
+        return false;
+    send(DeviceInfo->NetCfgInstanceId, request.Code, request.RequestId, request.InBuffer, request.InLength,
+         request.OutBuffer, request.OutLength, request.TimeoutMs);
+    return true;
 }
 
 unsigned int CUWPDevice::Close()
 {
     DeviceInfo.reset();
     Notifier.StopNotifyThread();
+    ZV_TRACE(Closed, ControlPath);
     return ZV_SRVC_SUCCESS;
 }
 
@@ -40,30 +85,8 @@ unsigned int CUWPDevice::GetDeviceInfo(_ZV_SRVC_DEVICE_INFO* record)
 {
     if (DeviceInfo == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
+    if (record == nullptr)
+        return ZV_SRVC_ERR_INVALID_PARAMETER;
     *record = CopyRecord(*DeviceInfo);
     return ZV_SRVC_SUCCESS;
 }
-
-unsigned int CUWPDevice::GetAbility(std::uint32_t* /*result*/)
-{
-    return IsDeviceReady() ? ZV_SRVC_ERR_ABILITY_QUERY : ZV_SRVC_ERR_DEVICE_NOT_OPEN;
-}
-
-unsigned int CUWPDevice::SetQueryInfo(std::uint8_t /*isSet*/, std::uint32_t /*infoId*/, void* /*buffer*/,
-                                      std::uint32_t /*length*/)
-{
-    return IsDeviceReady() ? ZV_SRVC_ERR_DRIVER_REQUEST : ZV_SRVC_ERR_DEVICE_NOT_OPEN;
-}
-
-unsigned int CUWPDevice::SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* /*request*/)
-{
-    return IsDeviceReady() ? ZV_SRVC_ERR_FAILURE : ZV_SRVC_ERR_DEVICE_NOT_OPEN;
-}
-
-unsigned int CUWPDevice::AccessRegistry(std::uint32_t /*operation*/, std::string /*subKey*/, std::string /*valueName*/,
-                                        std::uint32_t* /*type*/, std::uint8_t* /*data*/, std::uint32_t* /*size*/)
-{
-    return IsDeviceReady() ? ZV_SRVC_ERR_FAILURE : ZV_SRVC_ERR_DEVICE_NOT_OPEN;
-}
-
-void CUWPDevice::NotifyCallback(std::string /*name*/, const ZVBlob& /*blob*/) {}

@@ -77,5 +77,21 @@ struct CDeviceSetPolicy
     static void Close(Type set) noexcept { SetupDiDestroyDeviceInfoList(set); }
 };
 
+struct CFilePolicy
+{
+    using Type = HANDLE;
+    static Type None() noexcept { return INVALID_HANDLE_VALUE; }
+    static void Close(Type file) noexcept { CloseHandle(file); }
+};
+
+struct CEventPolicy
+{
+    using Type = HANDLE;
+    static Type None() noexcept { return nullptr; }
+    static void Close(Type event) noexcept { CloseHandle(event); }
+};
+
+using CFileHandle = CScopedHandle<CFilePolicy>;
+using CEventHandle = CScopedHandle<CEventPolicy>;
 using CRegistryKey = CScopedHandle<CRegistryKeyPolicy>;
 using CDeviceSet = CScopedHandle<CDeviceSetPolicy>;

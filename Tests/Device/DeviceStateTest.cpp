@@ -1,0 +1,251 @@
+/// Opening and closing, and what each operation answers in each state.
+
+#include "DeviceFixture.h"
+
+#include <thread>
+
+namespace
+{
+
+std::shared_ptr<CDeviceIntf> MakeDevice()
+{
+    std::shared_ptr<CDeviceIntf> device;
+    CreateZVModule(device, ZV_SRVC_DEVICE_UWP);
+    return device;
+}
+
+/// What a host can tell of a device's state without changing it.
+struct Answers
+{
+    unsigned int Info, Item, Request, Registry, Ability;
+    friend bool operator==(const Answers&, const Answers&) = default;
+
+    static Answers Of(CDeviceIntf& device)
+    {
+        _ZV_SRVC_DEVICE_INFO record{};
+        _ZV_SRVC_IOCTL_REQ request{};
+        request.IoctlCode = 0x99000000;
+        request.Timeout = 1000;
+        std::uint8_t byte = 0;
+        std::uint32_t ability = 0;
+        return {device.GetDeviceInfo(&record), device.SetQueryInfo(0, 1, &byte, 1), device.SendIOCTLReq(&request),
+                device.AccessRegistry(2, "", "", nullptr, nullptr, nullptr), device.GetAbility(&ability)};
+    }
+};
+
+constexpr Answers Unbound{14, 14, 14, 14, 14};
+constexpr Answers Usable{0, 0, 0, 0, 5};
+constexpr Answers Silent{0, 2, 1, 0, 5};
+constexpr Answers Unready{0, 14, 14, 14, 14};
+
+class DeviceState : public DeviceTest
+{
+protected:
+    std::shared_ptr<_ZV_SRVC_DEVICE_INFO> Record(const char* identity, std::uint32_t flags = 0)
+    {
+        auto record = std::make_shared<_ZV_SRVC_DEVICE_INFO>();
+        std::string(identity).copy(record->NetCfgInstanceId, 49);
+        record->StateFlags = flags;
+        return record;
+    }
+    std::shared_ptr<_ZV_SRVC_DEVICE_INFO> Good = Record("{dev}");
+    std::shared_ptr<_ZV_SRVC_DEVICE_INFO> NoDriver = Record("{none}");
+    std::shared_ptr<_ZV_SRVC_DEVICE_INFO> None;
+};
+
+TEST_F(DeviceState, TransitionsAreThoseOfTheTable)
+{
+    auto faulted = Record("{dev}", ZV_DEV_HAS_PROBLEM);
+    auto absent = Record("{dev}", ZV_DEV_ABSENT);
+    auto changed = Record("{dev}", ZV_DEV_DRIVER_CHANGED | ZV_DEV_DRIVER_UNINSTALLED);
+    // Every road into a state, then each event there. Null stands for Close.
+    using Step = std::shared_ptr<_ZV_SRVC_DEVICE_INFO>*;
+    const struct
+    {
+        const char* Name;
+        std::vector<Step> Road;
+        unsigned int Result; // Of the last step.
+        Answers After;
+    } cases[] = {
+        {"idle", {}, 0, Unbound},
+        {"idle, nothing to open", {&None}, 14, Unbound},
+        {"idle, faulted", {&faulted}, 14, Unbound},
+        {"idle, absent", {&absent}, 14, Unbound},
+        {"idle, open", {&Good}, 0, Usable},
+        {"idle, changed driver", {&changed}, 0, Usable},
+        {"idle, no driver", {&NoDriver}, 15, Silent},
+        {"idle, close", {nullptr}, 0, Unbound},
+        {"idle, refused and then open", {&absent, &Good}, 0, Usable},
+        {"bound, open", {&Good, &NoDriver}, 11, Usable},
+        {"bound without driver, open", {&NoDriver, &Good}, 11, Silent},
+        {"bound, close", {&Good, nullptr}, 0, Unbound},
+        {"closed, open", {&Good, nullptr, &Good}, 0, Usable},
+        {"closed, no driver", {nullptr, &NoDriver}, 15, Silent},
+        {"closed, refused", {nullptr, &absent}, 14, Unbound},
+        {"closed, close", {nullptr, nullptr}, 0, Unbound},
+        {"rebound, open", {nullptr, &Good, &Good}, 11, Usable},
+        {"rebound, close", {nullptr, &Good, nullptr}, 0, Unbound},
+    };
+    for (const auto& [name, road, result, after] : cases)
+    {
+        const auto device = MakeDevice();
+        unsigned int status = 0;
+        for (const Step step : road)
+            status = step == nullptr ? device->Close() : device->Open(*step);
+        EXPECT_EQ(status, result) << name;
+        EXPECT_EQ(Answers::Of(*device), after) << name;
+    }
+}
+
+TEST_F(DeviceState, TheRecordsFlagsDecideAtEachCall)
+{
+    const auto device = MakeDevice();
+    ASSERT_EQ(device->Open(Good), ZV_SRVC_SUCCESS);
+    for (std::uint32_t flags = 0; flags < 32; ++flags)
+    {
+        Good->StateFlags = flags;
+        EXPECT_EQ(Answers::Of(*device), (flags & 5) == 0 ? Usable : Unready) << flags;
+        _ZV_SRVC_DEVICE_INFO copy{};
+        EXPECT_EQ(device->GetDeviceInfo(&copy), ZV_SRVC_SUCCESS);
+        EXPECT_EQ(copy.StateFlags, flags);
+    }
+}
+
+TEST_F(DeviceState, OpenFailsWithTheDriverAndLeavesTheDeviceBound)
+{
+    constexpr std::uint32_t info = 0x122428;
+    const struct
+    {
+        const char* Name;
+        ScriptedDevice::Answer Script;
+        unsigned int Status;
+    } cases[] = {
+        {"answers", ScriptedDevice::EndWith(0, Bytes(100, 7)), 0},
+        {"answers with too little", ScriptedDevice::EndWith(0, Bytes(3, 7)), 0},
+        {"refuses", ScriptedDevice::EndWith(5), 15},
+        {"does not answer", Driver->Hold(), 15},
+    };
+    for (const auto& [name, script, status] : cases)
+    {
+        Driver->On(info, script);
+        const auto device = MakeDevice();
+        EXPECT_EQ(device->Open(Good), status) << name;
+        EXPECT_EQ(device->Open(Good), ZV_SRVC_ERR_ALREADY_OPEN) << name;
+    }
+}
+
+TEST_F(DeviceState, AnEmptyIdentityUsesTheBarePath)
+{
+    Machine->AttachDevice(ControlDeviceName, Driver);
+    auto record = Record("");
+    EXPECT_EQ(MakeDevice()->Open(record), ZV_SRVC_SUCCESS);
+}
+
+TEST_F(DeviceState, ADeviceSharesTheManagersRecordAndOutlivesARebuildOfTheList)
+{
+    OpenIt();
+    const std::uint64_t opens = Machine->Calls("CreateFileA");
+    EXPECT_EQ(List(*Manager, "zvwlanu").Status, ZV_SRVC_SUCCESS);
+    EXPECT_EQ(Answers::Of(*Device), Usable);
+    EXPECT_EQ(Machine->Calls("CreateFileA"), opens + 2) << "one handle for each request, none kept";
+}
+
+TEST_F(DeviceState, FailuresOfASendBecomeTheStatusOfTheirOperation)
+{
+    OpenIt();
+    const struct
+    {
+        const char* Name;
+        ScriptedDevice::Answer Script;
+        bool Sent;
+    } cases[] = {
+        {"ended", ScriptedDevice::EndWith(0), true},
+        {"refused", ScriptedDevice::EndWith(1), false},
+        {"never ended", Driver->Hold(), false},
+    };
+    for (const auto& [name, script, sent] : cases)
+    {
+        Driver->On(0x122414, script);
+        Driver->On(0x99000000, script);
+        std::uint8_t data[3] = {1, 2, 3};
+        EXPECT_EQ(Device->SetQueryInfo(1, 1, data, 3), sent ? ZV_SRVC_SUCCESS : ZV_SRVC_ERR_DRIVER_REQUEST) << name;
+        _ZV_SRVC_IOCTL_REQ request{};
+        request.IoctlCode = 0x99000000;
+        for (const std::uint32_t timeout : {0U, 20U})
+        {
+            request.Timeout = timeout;
+            EXPECT_EQ(Device->SendIOCTLReq(&request), sent ? ZV_SRVC_SUCCESS : ZV_SRVC_ERR_FAILURE) << name;
+        }
+    }
+    for (const char* call : {"CreateFileA", "CreateEventW", "DeviceIoControl"})
+    {
+        Driver->On(0x99000000, ScriptedDevice::EndWith(0));
+        Machine->FailCall(call, 1, 8);
+        _ZV_SRVC_IOCTL_REQ request{};
+        request.IoctlCode = 0x99000000;
+        request.Timeout = 1000;
+        EXPECT_EQ(Device->SendIOCTLReq(&request), ZV_SRVC_ERR_FAILURE) << call;
+    }
+}
+
+TEST_F(DeviceState, ARequestThatEndsWithAnErrorAfterItPendedWasSentAllTheSame)
+{
+    OpenIt();
+    Driver->On(0x122414, Driver->Hold());
+    std::jthread driver([this] { Driver->Held()->Complete(31); });
+    Bytes data(4000, 1);
+    // Ended at once or a moment later: either way the driver ended it, and the send tells no more.
+    EXPECT_EQ(Device->SetQueryInfo(1, 1, data.data(), 4000), ZV_SRVC_SUCCESS);
+    EXPECT_EQ(data, Bytes(4000, 1));
+}
+
+TEST_F(DeviceState, ATimedOutSendReturnsOnlyWhenTheDriverHasLetGo)
+{
+    OpenIt();
+    Driver->On(0x99000000, Driver->Hold());
+    Driver->HoldCancelled();
+    auto out = std::make_unique<Bytes>(16, 0xEE);
+    std::atomic<bool> returned{false};
+    std::jthread host([&] {
+        _ZV_SRVC_IOCTL_REQ request{};
+        request.IoctlCode = 0x99000000;
+        request.OutBuffer = out->data();
+        request.OutLength = 16;
+        request.Timeout = 1;
+        EXPECT_EQ(Device->SendIOCTLReq(&request), ZV_SRVC_ERR_FAILURE);
+        returned = true;
+        out.reset(); // The host's memory is free again: a driver that still used it would be seen.
+    });
+    const auto cancelled = Driver->Cancelled();
+    EXPECT_FALSE(returned);
+    EXPECT_TRUE(cancelled->Complete(0, Bytes(16, 1)));
+}
+
+TEST_F(DeviceState, BadRecordsAreRefusedAndNothingIsSent)
+{
+    OpenIt();
+    EXPECT_EQ(Device->SendIOCTLReq(nullptr), ZV_SRVC_ERR_INVALID_PARAMETER);
+    _ZV_SRVC_IOCTL_REQ noIn{};
+    noIn.InLength = 1;
+    _ZV_SRVC_IOCTL_REQ noOut{};
+    noOut.OutLength = 1;
+    for (std::uint8_t isAsync : Bytes{0, 1})
+    {
+        noIn.IsAsync = noOut.IsAsync = isAsync;
+        EXPECT_EQ(Device->SendIOCTLReq(&noIn), ZV_SRVC_ERR_INVALID_PARAMETER);
+        EXPECT_EQ(Device->SendIOCTLReq(&noOut), ZV_SRVC_ERR_INVALID_PARAMETER);
+    }
+    std::uint8_t byte = 0;
+    for (const std::uint32_t length : {0xFFFFFFFFU, 0xFFFFFFFFU - 39, 0xFFFFFFFFU - 40, 0xFFFFFFFFU - 51})
+        EXPECT_EQ(Device->SetQueryInfo(0, 1, &byte, length), ZV_SRVC_ERR_DRIVER_REQUEST);
+    EXPECT_EQ(Device->SetQueryInfo(0, 1, nullptr, 5), ZV_SRVC_SUCCESS);
+    _ZV_SRVC_IOCTL_REQ huge{};
+    huge.InBuffer = &byte;
+    huge.InLength = 0xFFFFFFFF - 11;
+    EXPECT_EQ(Device->SendIOCTLReq(&huge), ZV_SRVC_ERR_FAILURE);
+    EXPECT_EQ(Device->GetDeviceInfo(nullptr), ZV_SRVC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(Device->GetAbility(nullptr), ZV_SRVC_ERR_INVALID_PARAMETER);
+    EXPECT_TRUE(Driver->Requests().empty());
+}
+
+} // namespace
