@@ -27,20 +27,6 @@ VirtualAdapter::VirtualAdapter(const char* name, const char* driverKeyIndex, con
     SetField(Description.Service, service);
 }
 
-void VirtualAdapter::SetItem(std::uint32_t infoId, std::span<const std::byte> data)
-{
-    const std::scoped_lock guard(Lock);
-    Items[infoId].assign(data.begin(), data.end());
-}
-
-void VirtualAdapter::QueryItem(std::uint32_t infoId, std::span<std::byte> buffer)
-{
-    std::ranges::fill(buffer, std::byte{0});
-    const std::scoped_lock guard(Lock);
-    if (const auto item = Items.find(infoId); item != Items.end())
-        std::copy_n(item->second.begin(), std::min(item->second.size(), buffer.size()), buffer.begin());
-}
-
 void VirtualAdapter::ReadValue(const std::string& subKey, const std::string& valueName, std::uint32_t& type,
                                std::uint8_t* data, std::uint32_t& size)
 {

@@ -2,9 +2,10 @@
 /// One adapter that exists in memory only.
 #pragma once
 
+#include "ItemStore.h"
+
 #include <ZVDeviceInfo.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -24,9 +25,7 @@ public:
     /// Constant after construction.
     const _ZV_SRVC_DEVICE_INFO& Record() const { return Description; }
 
-    void SetItem(std::uint32_t infoId, std::span<const std::byte> data);
-    /// Fills the whole buffer; an item that is shorter, or was never set, leaves zeros.
-    void QueryItem(std::uint32_t infoId, std::span<std::byte> buffer);
+    ItemStore& Items() { return StoredItems; }
 
     /// A read in the manner of the registry: writes type and size of the value, and its bytes when
     /// they fit into the room that `size` gives. A value that does not exist has the size 0.
@@ -44,7 +43,7 @@ private:
     };
 
     _ZV_SRVC_DEVICE_INFO Description = {};
-    std::mutex Lock; ///< Guards the two maps below.
-    std::map<std::uint32_t, std::vector<std::byte>> Items;
+    ItemStore StoredItems;
+    std::mutex Lock;                                             ///< Guards the map below.
     std::map<std::pair<std::string, std::string>, Value> Values; ///< By subkey and name.
 };

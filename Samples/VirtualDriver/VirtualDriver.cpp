@@ -89,11 +89,11 @@ void Virtual_Dev_SetQueryInfo(const char* name, std::uint8_t isSet, std::uint32_
     VirtualAdapter* const adapter = Find(name);
     if (adapter == nullptr || buffer == nullptr)
         return;
-    const std::span<std::byte> data(static_cast<std::byte*>(buffer), length);
+    const std::span<std::uint8_t> data(static_cast<std::uint8_t*>(buffer), length);
     if (isSet == 1)
-        adapter->SetItem(infoId, data);
+        adapter->Items().Set(infoId, data);
     else
-        adapter->QueryItem(infoId, data);
+        adapter->Items().Query(infoId, data);
 }
 
 void Virtual_AccessRegistry(const char* name, std::uint32_t operation, const char* subKey, const char* valueName,

@@ -1,0 +1,145 @@
+// What the driver model does with a request that is in order.
+#include "DriverModel.h"
+
+#include <algorithm>
+#include <random>
+#include <span>
+
+namespace
+{
+
+using Bytes = DriverSettings::Bytes;
+
+Bytes GarbageBytes(std::size_t size)
+{
+    std::minstd_rand random;
+    Bytes bytes(size);
+    std::ranges::generate(bytes, [&] { return static_cast<std::uint8_t>(random() >> 8); });
+    return bytes;
+}
+
+Bytes InformationBlock(std::span<const std::uint32_t> words)
+{
+    Bytes block;
+    for (const std::uint32_t word : words)
+        for (unsigned shift = 0; shift < 32; shift += 8)
+            block.push_back(static_cast<std::uint8_t>(word >> shift));
+    block.resize(Wire::InformationSize);
+    return block;
+}
+
+/// The record comes back, in a query with the item's data in it.
+Bytes ItemAnswer(const WireRequest& wire, ItemStore& items)
+{
+    Bytes record(wire.Payload.begin(), wire.Payload.end());
+    const auto data = std::span(record).subspan(Wire::RecordHead);
+    if (wire.IsSet)
+        items.Set(wire.ItemId, data);
+    else
+        items.Query(wire.ItemId, data);
+    return record;
+}
+
+Bytes HostAnswer(const WireRequest& wire, const std::map<std::uint32_t, Bytes>& outputs, std::size_t room)
+{
+    const auto chosen = outputs.find(wire.Code);
+    const std::span<const std::uint8_t> output = chosen == outputs.end() ? wire.Payload : std::span(chosen->second);
+    const auto sent = output.first(std::min(output.size(), room));
+    return {sent.begin(), sent.end()};
+}
+
+} // namespace
+
+void DriverModel::Deal(const RequestPtr& request, const WireRequest& wire)
+{
+    Ends ends;
+    std::unique_lock guard(Lock);
+    if (Current.Refuse != 0)
+    {
+        if (Remove(request))
+            ends.push_back({request, Current.Refuse});
+    }
+    else if (wire.Code == Wire::ResponseCode)
+        DealWithRead(request, ends);
+    else
+        DealWithRequest(request, wire, ends);
+    guard.unlock();
+    CarryOut(ends);
+}
+
+void DriverModel::DealWithRead(const RequestPtr& read, Ends& ends)
+{
+    if (const auto stream = Streams.find(read->OpenId()); stream != Streams.end())
+        Serve(stream->second, ends);
+}
+
+void DriverModel::DealWithRequest(const RequestPtr& request, const WireRequest& wire, Ends& ends)
+{
+    if (std::ranges::find(Waiting, request) == Waiting.end())
+        return; // it was cancelled before its time came
+    ResponseStream& stream = Stream(request->OpenId());
+    std::vector<Bytes> chunks;
+    if (const bool isHosts = wire.Code != Wire::InformationCode && wire.Code != Wire::ItemCode;
+        isHosts && stream.WaitingReads() > 0 && !Current.Silent)
+        chunks = ResponseChunks(wire);
+    const std::size_t inFront = ChunksInFront(stream.WaitingReads(), chunks.size());
+
+    stream.AddChunks(std::span(chunks).first(inFront));
+    Serve(stream, ends);
+    if (Current.Hang || std::erase(Waiting, request) == 0)
+        return; // waits for its cancellation, or vanished with the device
+    ends.push_back({request, 0, Answer(wire, request->OutputRoom())});
+    stream.AddChunks(std::span(chunks).subspan(inFront));
+    Serve(stream, ends);
+}
+
+void DriverModel::Serve(ResponseStream& stream, Ends& ends)
+{
+    while (auto end = stream.TakeEnd())
+    {
+        ends.push_back(std::move(*end));
+        if (++ChunksServed != Current.VanishAfterChunks)
+            continue;
+        Gone = true;
+        std::ranges::move(TakeAll(Removed), std::back_inserter(ends));
+    }
+}
+
+std::vector<DriverModel::Bytes> DriverModel::ResponseChunks(const WireRequest& wire) const
+{
+    const auto chosen = Settings.Responses.find(wire.Code);
+    std::span<const std::uint8_t> response = wire.Payload;
+    if (chosen != Settings.Responses.end())
+        response = chosen->second;
+    else if (Settings.Response)
+        response = *Settings.Response;
+    return Current.Garbage ? CutIntoChunks(GarbageBytes(response.size()), Settings.Last)
+                           : CutIntoChunks(response, Settings.Last);
+}
+
+/// How many chunks go ahead of the request's own end.
+std::size_t DriverModel::ChunksInFront(std::size_t waitingReads, std::size_t chunks) const
+{
+    switch (Settings.Order)
+    {
+    case ResponseOrder::Before:
+        return std::min(chunks, waitingReads);
+    case ResponseOrder::During:
+        return std::min<std::size_t>(chunks, 1);
+    case ResponseOrder::After:
+        break;
+    }
+    return 0;
+}
+
+DriverModel::Bytes DriverModel::Answer(const WireRequest& wire, std::size_t room)
+{
+    Bytes answer;
+    if (wire.Code == Wire::InformationCode)
+        answer = InformationBlock(Settings.Information);
+    else if (wire.Code == Wire::ItemCode)
+        answer = ItemAnswer(wire, StoredItems);
+    else
+        answer = HostAnswer(wire, Settings.Outputs, room);
+    return Current.Garbage ? GarbageBytes(answer.size()) : answer;
+}

@@ -1,0 +1,191 @@
+#include "DriverModel.h"
+
+#include <algorithm>
+#include <utility>
+
+DriverModel::DriverModel(DriverSettings settings) : Settings(std::move(settings)), Current(Settings.Switches)
+{
+    for (const auto& [id, data] : Settings.Items)
+        StoredItems.Set(id, data);
+}
+
+DriverModel::~DriverModel()
+{
+    Timer.Stop();
+    CarryOut(TakeAll(Cancelled));
+}
+
+std::uint32_t DriverModel::Open(std::uint64_t /*openId*/)
+{
+    const std::scoped_lock guard(Lock);
+    return Gone ? NoSuchDevice : Current.RefuseOpen;
+}
+
+void DriverModel::Close(std::uint64_t openId)
+{
+    std::unique_lock guard(Lock);
+    const auto closed = Streams.extract(openId);
+    guard.unlock(); // what is left of the stream goes with no lock held
+}
+
+void DriverModel::Start(const RequestPtr& request)
+{
+    const WireRequest wire = ReadWireRequest(request->Code(), request->Input(), request->OutputRoom());
+    std::unique_lock guard(Lock);
+    Capture(*request);
+    const std::uint32_t refusal = Accept(request, wire);
+    const std::chrono::milliseconds delay(Current.SlowMs);
+    const bool later = Current.Pend || Current.SlowMs > 0;
+    guard.unlock();
+    if (refusal != 0)
+        request->Complete(refusal);
+    else if (later)
+        Timer.Post(delay, [this, request, wire] { Deal(request, wire); });
+    else
+        Deal(request, wire);
+}
+
+void DriverModel::Cancel(const RequestPtr& request)
+{
+    std::unique_lock guard(Lock);
+    if (!Remove(request))
+        return; // it has ended, or is about to
+    const bool hold = Current.HoldCancelled;
+    const std::chrono::milliseconds delay(Current.LateCancelMs);
+    HeldCancelled.push_back(request);
+    CancelledChange.notify_all();
+    guard.unlock();
+    if (hold)
+        return;
+    if (delay.count() > 0)
+        Timer.Post(delay, [this, request] { LetGo(request); });
+    else
+        LetGo(request);
+}
+
+/// Ends a cancelled request, unless someone else has.
+void DriverModel::LetGo(const RequestPtr& request)
+{
+    std::unique_lock guard(Lock);
+    const bool held = std::erase(HeldCancelled, request) != 0;
+    guard.unlock();
+    if (held)
+        request->Complete(Cancelled);
+}
+
+std::vector<std::string> DriverModel::Violations() const
+{
+    const std::scoped_lock guard(Lock);
+    return Wrong;
+}
+
+std::vector<DriverCapture> DriverModel::Captures() const
+{
+    const std::scoped_lock guard(Lock);
+    return {Captured.begin(), Captured.end()};
+}
+
+void DriverModel::ClearCaptures()
+{
+    const std::scoped_lock guard(Lock);
+    Captured.clear();
+}
+
+DriverSwitches DriverModel::Switches() const
+{
+    const std::scoped_lock guard(Lock);
+    return Current;
+}
+
+void DriverModel::SetSwitches(const DriverSwitches& switches)
+{
+    const std::scoped_lock guard(Lock);
+    Current = switches;
+    ChunksServed = 0;
+}
+
+void DriverModel::HoldCancelled(bool hold)
+{
+    const std::scoped_lock guard(Lock);
+    Current.HoldCancelled = hold;
+}
+
+void DriverModel::ReleaseCancelled()
+{
+    std::unique_lock guard(Lock);
+    const std::vector<RequestPtr> released = std::exchange(HeldCancelled, {});
+    guard.unlock();
+    for (const RequestPtr& request : released)
+        request->Complete(Cancelled);
+}
+
+bool DriverModel::AwaitCancelled(std::size_t count, std::chrono::milliseconds bound) const
+{
+    std::unique_lock guard(Lock);
+    return CancelledChange.wait_for(guard, bound, [&] { return HeldCancelled.size() >= count; });
+}
+
+void DriverModel::Vanish()
+{
+    std::unique_lock guard(Lock);
+    Gone = true;
+    const Ends ends = TakeAll(Removed);
+    guard.unlock();
+    CarryOut(ends);
+}
+
+void DriverModel::CarryOut(const Ends& ends)
+{
+    for (const RequestEnd& end : ends)
+        end.Request->Complete(end.Error, end.Output);
+}
+
+void DriverModel::Capture(const Platform::IoRequest& request)
+{
+    if (Captured.size() == MostCaptures)
+        Captured.pop_front();
+    const auto input = request.Input();
+    Captured.push_back({request.Code(), {input.begin(), input.end()}, request.OutputRoom()});
+}
+
+/// @return the error of a request that is not taken.
+std::uint32_t DriverModel::Accept(const RequestPtr& request, const WireRequest& wire)
+{
+    Wrong.insert(Wrong.end(), wire.Violations.begin(), wire.Violations.end());
+    if (Gone)
+        return Removed;
+    if (!wire.Violations.empty())
+        return BadRequest;
+    if (wire.Code == Wire::ResponseCode)
+        Stream(request->OpenId()).AddRead(request);
+    else
+        Waiting.push_back(request);
+    return 0;
+}
+
+/// Takes a request out of where it waits. @return false when it does not wait any more.
+bool DriverModel::Remove(const RequestPtr& request)
+{
+    return std::erase(Waiting, request) != 0 ||
+           std::ranges::any_of(Streams, [&](auto& stream) { return stream.second.RemoveRead(request); });
+}
+
+ResponseStream& DriverModel::Stream(std::uint64_t openId)
+{
+    return Streams.try_emplace(openId, Settings.Eager).first->second;
+}
+
+/// Takes every request there is.
+DriverModel::Ends DriverModel::TakeAll(std::uint32_t error)
+{
+    Ends ends;
+    const auto take = [&](const std::vector<RequestPtr>& requests) {
+        for (const RequestPtr& request : requests)
+            ends.push_back({request, error});
+    };
+    for (auto& [openId, stream] : Streams)
+        take(stream.Clear());
+    take(std::exchange(Waiting, {}));
+    take(std::exchange(HeldCancelled, {}));
+    return ends;
+}

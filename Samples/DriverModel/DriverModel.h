@@ -1,0 +1,112 @@
+/// @file
+/// A control device that answers as an adapter's driver does, strict about what it is sent.
+#pragma once
+
+#include "ControlDevice.h"
+#include "DriverSettings.h"
+#include "ItemStore.h"
+#include "ResponseStream.h"
+#include "TimerThread.h"
+#include "WireRecords.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// A request as it came.
+struct DriverCapture
+{
+    std::uint32_t Code = 0;
+    std::vector<std::uint8_t> Input = {};
+    std::size_t OutputRoom = 0;
+};
+
+/// The driver. It answers the information request and item requests, echoes a host's requests, and
+/// gives a response over the response reads that wait on the same handle when a host's request comes.
+/// A request that breaks the wire's rules is refused with 87 and written down.
+///
+/// Thread-safe. No lock is held while a request is ended. It deals with requests on the caller's
+/// thread, unless a switch asks for later: that happens on one thread of its own, which the
+/// destructor waits for. The destructor ends what is left with 995; no request may own the model.
+class DriverModel final : public Platform::ControlDevice
+{
+public:
+    static constexpr std::size_t MostCaptures = 64;
+    static constexpr std::uint32_t BadRequest = 87; ///< Error of a request that breaks the rules.
+    static constexpr std::uint32_t Cancelled = 995;
+    static constexpr std::uint32_t Removed = 1617;   ///< Error of every request once unplugged.
+    static constexpr std::uint32_t NoSuchDevice = 2; ///< Error of every open once unplugged.
+
+    explicit DriverModel(DriverSettings settings = {});
+    ~DriverModel() override;
+    DriverModel(const DriverModel&) = delete;
+    DriverModel& operator=(const DriverModel&) = delete;
+
+    std::uint32_t Open(std::uint64_t openId) override;
+    void Close(std::uint64_t openId) override;
+    void Start(const RequestPtr& request) override;
+    void Cancel(const RequestPtr& request) override;
+
+    ItemStore& Items() { return StoredItems; }
+    /// Everything that was wrong with requests, oldest first.
+    std::vector<std::string> Violations() const;
+    /// The last requests, refused ones too, oldest first.
+    std::vector<DriverCapture> Captures() const;
+    void ClearCaptures();
+
+    DriverSwitches Switches() const;
+    /// For requests that are dealt with from now on; chunks are counted anew.
+    void SetSwitches(const DriverSwitches& switches);
+    /// Whether cancelled requests are held from now on, until ReleaseCancelled.
+    void HoldCancelled(bool hold);
+    /// Ends all held requests with 995.
+    void ReleaseCancelled();
+    /// Waits until so many cancelled requests are held. @return false when the time is up.
+    bool AwaitCancelled(std::size_t count, std::chrono::milliseconds bound) const;
+    /// Unplugs the device: ends every request with 1617, now and from now on.
+    void Vanish();
+
+private:
+    using Bytes = DriverSettings::Bytes;
+    using Ends = std::vector<RequestEnd>;
+
+    static void CarryOut(const Ends& ends);
+    void Deal(const RequestPtr& request, const WireRequest& wire);
+    void LetGo(const RequestPtr& request);
+
+    // The lock is held during these.
+    void Capture(const Platform::IoRequest& request);
+    std::uint32_t Accept(const RequestPtr& request, const WireRequest& wire);
+    bool Remove(const RequestPtr& request);
+    ResponseStream& Stream(std::uint64_t openId);
+    void DealWithRead(const RequestPtr& read, Ends& ends);
+    void DealWithRequest(const RequestPtr& request, const WireRequest& wire, Ends& ends);
+    void Serve(ResponseStream& stream, Ends& ends);
+    Ends TakeAll(std::uint32_t error);
+    std::vector<Bytes> ResponseChunks(const WireRequest& wire) const;
+    std::size_t ChunksInFront(std::size_t waitingReads, std::size_t chunks) const;
+    Bytes Answer(const WireRequest& wire, std::size_t room);
+
+    const DriverSettings Settings;
+    ItemStore StoredItems;
+
+    mutable std::mutex Lock;                         ///< Guards all that follows but the timer.
+    mutable std::condition_variable CancelledChange; ///< HeldCancelled has grown.
+    DriverSwitches Current;
+    bool Gone = false;
+    std::uint32_t ChunksServed = 0;
+    std::vector<std::string> Wrong;
+    std::deque<DriverCapture> Captured;
+    std::map<std::uint64_t, ResponseStream> Streams; ///< By open handle; they hold the reads.
+    std::vector<RequestPtr> Waiting;                 ///< Requests other than reads.
+    std::vector<RequestPtr> HeldCancelled;
+
+    TimerThread Timer;
+};

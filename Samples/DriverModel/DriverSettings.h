@@ -1,0 +1,69 @@
+/// @file
+/// How a driver model behaves, and the JSON text that says so.
+#pragma once
+
+#include "ResponseStream.h"
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+/// Misbehaviour that can be switched while the model runs. All off: a driver that works.
+struct DriverSwitches
+{
+    std::uint32_t Refuse = 0;            ///< Ends every request with this error.
+    std::uint32_t RefuseOpen = 0;        ///< Fails every open with this error.
+    std::uint32_t SlowMs = 0;            ///< Deals with a request only after that long.
+    std::uint32_t LateCancelMs = 0;      ///< Lets go of a cancelled request only after that long.
+    std::uint32_t VanishAfterChunks = 0; ///< Is unplugged behind that many chunks; 0 never.
+    bool Pend = false;                   ///< Deals with requests on the model's own thread.
+    bool Hang = false;                   ///< Ends requests other than response reads only when cancelled.
+    bool Silent = false;                 ///< Gives no response.
+    bool Garbage = false;                ///< Answers right lengths of arbitrary, but always the same, bytes.
+    bool HoldCancelled = false;          ///< Lets go of cancelled requests only when told.
+};
+
+/// When a host request with response reads before it ends, beside its chunks.
+enum class ResponseOrder
+{
+    Before, ///< All chunks that the waiting reads can take, then the request, then what is left.
+    During, ///< One chunk, the request, the others.
+    After,  ///< The request, then the chunks.
+};
+
+struct DriverSettings
+{
+    using Bytes = std::vector<std::uint8_t>;
+
+    std::array<std::uint32_t, 4> Information = {0x5A560001, 0x00010000, 3, 100};
+    std::map<std::uint32_t, Bytes> Items = {};
+    std::map<std::uint32_t, Bytes> Outputs = {};   ///< Answers by code; otherwise the payload's echo.
+    std::map<std::uint32_t, Bytes> Responses = {}; ///< By code; otherwise Response.
+    std::optional<Bytes> Response = {};            ///< Otherwise the payload's echo.
+    ResponseOrder Order = ResponseOrder::After;
+    LastChunk Last = LastChunk::Short;
+    bool Eager = false; ///< See ResponseStream.
+    DriverSwitches Switches = {};
+};
+
+/// `what()` names the place and the mistake.
+class DriverSettingsError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Every key may be left out. Keys: "info" (four numbers); "items", "outputs" and "responses" (bytes by
+/// number, as {"0x10": "a1b2"}); "response" (bytes); "order" ("before", "during", "after"); "lastChunk"
+/// ("short", "missing", "empty"); "eager" and the switches by their names, as "slowMs" and "hang".
+/// Bytes are pairs of hexadecimal digits, or {"text": "..."}, or {"size": 450} for a pattern that
+/// counts from 0 to 250 again and again.
+/// @throws DriverSettingsError
+DriverSettings ReadDriverSettings(std::string_view json);
+
+/// The pattern of {"size": ...}.
+DriverSettings::Bytes CountingBytes(std::size_t size);

@@ -1,0 +1,60 @@
+/// @file
+/// A response on its way to the reads of one open handle.
+#pragma once
+
+#include "ControlDevice.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+using RequestPtr = std::shared_ptr<Platform::IoRequest>;
+
+/// How a request is to end; whoever has one carries it out with no lock held.
+struct RequestEnd
+{
+    RequestPtr Request;
+    std::uint32_t Error = 0;
+    std::vector<std::uint8_t> Output = {};
+};
+
+/// How the end of a response is told. A chunk below 200 bytes is the last one.
+enum class LastChunk
+{
+    Short,   ///< As it should be: an empty chunk behind a multiple of 200 bytes.
+    Missing, ///< No such empty chunk; the reader has to time out.
+    Empty,   ///< An empty chunk always, behind a short one too.
+};
+
+std::vector<std::vector<std::uint8_t>> CutIntoChunks(std::span<const std::uint8_t> response, LastChunk last);
+
+/// Chunks and reads that wait for each other. Not thread-safe.
+class ResponseStream
+{
+public:
+    /// @param eager hands out each chunk as soon as there is a read. Otherwise, when all reads in
+    ///        flight have got one, the next follows when all have come back: a reader that looks at
+    ///        its reads in a fixed order then gets the chunks in theirs.
+    explicit ResponseStream(bool eager) : Eager(eager) {}
+
+    void AddRead(const RequestPtr& read);
+    /// @return false when the read does not wait here.
+    bool RemoveRead(const RequestPtr& read);
+    std::size_t WaitingReads() const { return Reads.size(); }
+    void AddChunks(std::span<const std::vector<std::uint8_t>> chunks);
+    /// The oldest read with the next chunk, if both are there.
+    std::optional<RequestEnd> TakeEnd();
+    /// Hands over all reads and forgets all chunks.
+    std::vector<RequestPtr> Clear();
+
+private:
+    bool Eager;
+    std::deque<RequestPtr> Reads;
+    std::deque<std::vector<std::uint8_t>> Chunks;
+    std::size_t MostReads = 0; ///< That ever waited at once.
+    std::size_t TurnLeft = 0;  ///< Reads that may be served before all have to come back.
+};
