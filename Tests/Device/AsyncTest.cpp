@@ -1,14 +1,11 @@
 /// Asynchronous requests: chunks, ends and everything that can come in between.
 
-#include "CreateZVModule.h"
 #include "DeviceFixture.h"
-
-#include <dlfcn.h>
-#include <latch>
-#include <numeric>
-#include <thread>
-
 #include "Platform.h"
+
+#include <algorithm>
+#include <latch>
+#include <thread>
 
 namespace
 {
