@@ -140,6 +140,22 @@ inline constexpr ZVTraceMessage ZV_TRACE_MESSAGES[] = {
 #undef ZV_TRACE_ROW
 };
 
+/// A decoder tells points apart by unit and number, so no two may share them.
+consteval bool ZVTraceNumbersAreUnique()
+{
+    for (const ZVTraceMessage& row : ZV_TRACE_MESSAGES)
+    {
+        int same = 0;
+        for (const ZVTraceMessage& other : ZV_TRACE_MESSAGES)
+            same += row.Unit == other.Unit && row.Number == other.Number ? 1 : 0;
+        if (same != 1 || row.Number < 10)
+            return false;
+    }
+    return true;
+}
+
+static_assert(ZVTraceNumbersAreUnique());
+
 /// Finds the row of a received trace message.
 /// @return null when the library has no such point.
 constexpr const ZVTraceMessage* ZVFindTraceMessage(const ZVTraceGuid& messageClass, std::uint16_t number) noexcept

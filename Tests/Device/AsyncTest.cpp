@@ -343,7 +343,8 @@ TEST_F(Async, AResponseOfSixteenMegabytesArrivesWhole)
     Driver->On(ScriptedDevice::WaitRsp, [&](const ScriptedDevice::RequestPtr& read) {
         const std::uint32_t number = at++;
         Bytes chunk(std::min<std::size_t>(200, size - std::min(size, std::size_t{number} * 200)));
-        std::memcpy(chunk.data(), &number, std::min(chunk.size(), sizeof number));
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(&number);
+        std::copy_n(bytes, std::min(chunk.size(), sizeof number), chunk.begin());
         read->Complete(0, chunk);
     });
     AsyncRequest request(1, Code, size);
