@@ -73,7 +73,7 @@ TEST_F(Async, TheMainRequestMayEndBeforeDuringOrAfterTheResponse)
         Driver->On(Code, Driver->Hold());
         AsyncRequest request(1, Code, 300);
         Send(request);
-        const auto main = Driver->Held();
+        const auto main = Driver->Held(Code);
         // Its own output lies under the response.
         const Bytes output = Filled(300, 0x11);
         if (moment == 0)
@@ -94,9 +94,9 @@ TEST_F(Async, ReadsThatEndTogetherAreTakenLowestFirstAndSentAgain)
     Driver->On(Code, Driver->Hold());
     AsyncRequest request(1, Code, 1100);
     Send(request);
-    const auto main = Driver->Held();
+    const auto main = Driver->Held(Code);
     // While the main request is out nobody takes chunks: all five reads end, the last one first.
-    std::vector<ScriptedDevice::RequestPtr> reads;
+    std::vector<TestDriver::RequestPtr> reads;
     for (int i = 0; i < 5; ++i)
         reads.push_back(Driver->Read());
     for (std::size_t i = 5; i-- > 0;)
@@ -167,19 +167,19 @@ TEST_F(Async, WhatTheDriverDoesToTheSendAndTheReadsDecidesStatusAndData)
     const struct
     {
         const char* Name;
-        ScriptedDevice::Answer Main;
-        ScriptedDevice::Answer Reads; // Null: kept.
+        TestDriver::Answer Main;
+        TestDriver::Answer Reads;
         std::uint32_t Status;
     } cases[] = {
-        {"main refused", ScriptedDevice::EndWith(5), nullptr, 1},
-        {"main times out", Driver->Hold(), nullptr, 1},
-        {"main refused, reads refused", ScriptedDevice::EndWith(5), ScriptedDevice::EndWith(5), 1},
-        {"a read ends at once, empty", ScriptedDevice::EndWith(0), ScriptedDevice::EndWith(0), 0},
+        {"main refused", TestDriver::EndWith(5), Driver->Hold(), 1},
+        {"main times out", Driver->Hold(), Driver->Hold(), 1},
+        {"main refused, reads refused", TestDriver::EndWith(5), TestDriver::EndWith(5), 1},
+        {"a read ends at once, empty", TestDriver::EndWith(0), TestDriver::EndWith(0), 0},
     };
     for (const auto& [name, main, reads, status] : cases)
     {
         Driver->On(Code, main);
-        Driver->On(ScriptedDevice::WaitRsp, reads);
+        Driver->On(TestDriver::WaitRsp, reads);
         AsyncRequest request(1, Code, 8);
         request.Record.Timeout = 20;
         // Reads that were refused were never started: nothing but the silence ends the wait then.
@@ -210,7 +210,7 @@ TEST_F(Async, AFailedReadOrAFailedWaitEndsAResponse)
         AsyncRequest request(1, Code, 300);
         Driver->On(Code, Driver->Hold());
         Send(request);
-        const auto main = Driver->Held();
+        const auto main = Driver->Held(Code);
         const auto first = Driver->Read();
         if (std::string_view(failure) == "read")
         {
@@ -233,7 +233,7 @@ TEST_F(Async, ASignalFromOutsideEndsOneCollection)
     AsyncRequest request(1, Code, 300);
     Driver->On(Code, Driver->Hold());
     Send(request);
-    const auto main = Driver->Held();
+    const auto main = Driver->Held(Code);
     Driver->Read()->Complete(0, Filled(200, 1));
     const HANDLE terminate = CreateEventW(nullptr, FALSE, FALSE, name);
     EXPECT_EQ(GetLastError(), 183U) << "the handler has it open";
@@ -244,7 +244,7 @@ TEST_F(Async, ASignalFromOutsideEndsOneCollection)
     AsyncRequest ended(2, Code, 300);
     Send(ended);
     SetEvent(terminate);
-    Driver->Held()->Complete(0);
+    Driver->Held(Code)->Complete(0);
     EXPECT_EQ(ended.Await(), 0U);
     EXPECT_EQ(ended.Out, Filled(300, 0xEE));
     CloseHandle(terminate);
@@ -255,8 +255,8 @@ TEST_F(Async, AVanishingDriverEndsTheResponseInMidStream)
     Driver->On(Code, Driver->Hold());
     AsyncRequest request(1, Code, 600);
     Send(request);
-    Driver->Held()->Complete(0);
-    std::vector<ScriptedDevice::RequestPtr> reads(5);
+    Driver->Held(Code)->Complete(0);
+    std::vector<TestDriver::RequestPtr> reads(5);
     std::ranges::generate(reads, [&] { return Driver->Read(); });
     reads[0]->Complete(0, Filled(200, 1));
     Driver->Read(); // The sixth: the first chunk has been taken and its read sent again.
@@ -340,7 +340,7 @@ TEST_F(Async, AResponseOfSixteenMegabytesArrivesWhole)
     constexpr std::size_t size = std::size_t{16} << 20;
     std::atomic<std::uint32_t> at{0};
     // Every read is answered at once; each chunk begins with its number.
-    Driver->On(ScriptedDevice::WaitRsp, [&](const ScriptedDevice::RequestPtr& read) {
+    Driver->On(TestDriver::WaitRsp, [&](const TestDriver::RequestPtr& read) {
         const std::uint32_t number = at++;
         Bytes chunk(std::min<std::size_t>(200, size - std::min(size, std::size_t{number} * 200)));
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(&number);
@@ -361,16 +361,16 @@ TEST_F(Async, AResponseOfSixteenMegabytesArrivesWhole)
 TEST_F(Async, FourThreadsOfMixedRequestsOnFourDevices)
 {
     std::shared_ptr<CDeviceIntf> devices[4] = {Device};
-    std::shared_ptr<ScriptedDevice> drivers[4] = {Driver};
+    std::shared_ptr<TestDriver> drivers[4] = {Driver};
     for (std::size_t i = 1; i < 4; ++i)
     {
-        drivers[i] = std::make_shared<ScriptedDevice>();
+        drivers[i] = std::make_shared<TestDriver>();
         AddAdapter("{dev" + std::to_string(i) + "}", drivers[i]);
     }
     List(*Manager, "ZV_PCIE"); // So that the next listing walks again.
     for (std::size_t i = 0; i < 4; ++i)
     {
-        drivers[i]->On(ScriptedDevice::WaitRsp, ScriptedDevice::EndWith(0, Filled(7, 7)));
+        drivers[i]->On(TestDriver::WaitRsp, TestDriver::EndWith(0, Filled(7, 7)));
         ASSERT_TRUE(i == 0 || Open(devices[i], "{dev" + std::to_string(i) + "}") == ZV_SRVC_SUCCESS);
     }
     std::vector<std::jthread> hosts;

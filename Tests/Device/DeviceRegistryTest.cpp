@@ -87,7 +87,7 @@ TEST_F(DeviceRegistry, FailuresAndUnknownOperations)
 
 TEST_F(DeviceRegistry, TheAbilityIsANumberOrATextThatBeginsWithOne)
 {
-    const auto text = [](std::string_view t) { return BytesOf(t); };
+    const auto text = [](std::string_view t) { return Bytes(t.begin(), t.end()); };
     const struct
     {
         std::uint32_t Type;

@@ -140,11 +140,11 @@ TEST_F(DeviceState, FailuresOfASendBecomeTheStatusOfTheirOperation)
     const struct
     {
         const char* Name;
-        ScriptedDevice::Answer Script;
+        TestDriver::Answer Script;
         bool Sent;
     } cases[] = {
-        {"ended", ScriptedDevice::EndWith(0), true},
-        {"refused", ScriptedDevice::EndWith(1), false},
+        {"ended", TestDriver::EndWith(0), true},
+        {"refused", TestDriver::EndWith(1), false},
         {"never ended", Driver->Hold(), false},
     };
     for (const auto& [name, script, sent] : cases)
@@ -165,7 +165,7 @@ TEST_F(DeviceState, FailuresOfASendBecomeTheStatusOfTheirOperation)
     }
     for (const char* call : {"CreateFileA", "CreateEventW", "DeviceIoControl"})
     {
-        Driver->On(0x99000000, ScriptedDevice::EndWith(0));
+        Driver->On(0x99000000, TestDriver::EndWith(0));
         Machine->FailCall(call, 1, 8);
         EXPECT_EQ(Device->SendIOCTLReq(&Plain), ZV_SRVC_ERR_FAILURE) << call;
     }
@@ -175,7 +175,7 @@ TEST_F(DeviceState, ARequestThatEndsWithAnErrorAfterItPendedWasSentAllTheSame)
 {
     OpenIt();
     Driver->On(0x122414, Driver->Hold());
-    std::jthread driver([this] { Driver->Held()->Complete(31); });
+    std::jthread driver([this] { Driver->Held(0x122414)->Complete(31); });
     Bytes data(4000, 1);
     // Ended at once or a moment later: either way the driver ended it, and the send tells no more.
     EXPECT_EQ(Device->SetQueryInfo(1, 1, data.data(), 4000), ZV_SRVC_SUCCESS);

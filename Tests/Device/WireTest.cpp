@@ -89,7 +89,7 @@ TEST_F(Wire, TheAnswerComesBackInTheDataAlsoOfASet)
         // The driver writes the head and two of four bytes; the rest comes back as it was sent.
         Bytes answer(40, 0xAA);
         answer.insert(answer.end(), {7, 8});
-        Driver->On(0x122414, ScriptedDevice::EndWith(0, answer));
+        Driver->On(0x122414, TestDriver::EndWith(0, answer));
         Bytes data = {1, 2, 3, 4};
         EXPECT_EQ(Device->SetQueryInfo(isSet, 5, data.data(), 4), ZV_SRVC_SUCCESS);
         EXPECT_EQ(data, (Bytes{7, 8, 3, 4}));
@@ -104,7 +104,7 @@ TEST_F(Wire, HostRequestsAreFramedByTheLargerOfTheirLengths)
     {
         const Bytes in = Counting(inSize);
         Bytes out(outSize, 0xEE);
-        Driver->On(0x99001234, ScriptedDevice::EndWith(0, {9, 9}));
+        Driver->On(0x99001234, TestDriver::EndWith(0, {9, 9}));
         Request request{};
         request.IoctlCode = 0x99001234;
         request.RequestId = 0xBEEF;

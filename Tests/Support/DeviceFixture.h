@@ -12,6 +12,30 @@
 
 inline constexpr char ControlDeviceName[] = "Zorvane_Wifi_Device";
 
+using Bytes = std::vector<std::uint8_t>;
+
+/// A scripted driver that keeps response reads until the test ends them.
+class TestDriver final : public Platform::ScriptedDevice
+{
+public:
+    static constexpr std::uint32_t WaitRsp = 0x122418;
+
+    TestDriver() { On(WaitRsp, Hold()); }
+
+    /// The oldest response read in flight; waits for one.
+    RequestPtr Read() { return Held(WaitRsp); }
+    /// Ends the oldest read with a chunk.
+    void Chunk(const Bytes& bytes) { End(Read(), bytes); }
+    /// Ends a read with a chunk. After a short one nobody takes what the other reads of that handle
+    /// would bring, although they are not cancelled yet.
+    void End(const RequestPtr& read, const Bytes& bytes)
+    {
+        if (bytes.size() < 200)
+            SetAside(WaitRsp, read->OpenId());
+        read->Complete(0, bytes);
+    }
+};
+
 class DeviceTest : public testing::Test
 {
 protected:
@@ -26,7 +50,7 @@ protected:
         EXPECT_EQ(open.Total(), 0U);
     }
 
-    void AddAdapter(const std::string& identity, const std::shared_ptr<ScriptedDevice>& driver)
+    void AddAdapter(const std::string& identity, const std::shared_ptr<TestDriver>& driver)
     {
         Machine->AttachDevice(ControlDeviceName + identity, driver);
         LastAdapter = Machine->AddAdapter(GivenAdapter(identity, "zvwlanu"));
@@ -48,7 +72,7 @@ protected:
     }
 
     Platform::ScopedMachine Machine;
-    std::shared_ptr<ScriptedDevice> Driver = std::make_shared<ScriptedDevice>();
+    std::shared_ptr<TestDriver> Driver = std::make_shared<TestDriver>();
     std::shared_ptr<CDeviceManagerIntf> Manager = MakeManager();
     std::shared_ptr<CDeviceIntf> Device;
     Platform::AdapterId LastAdapter = 0;

@@ -1,0 +1,78 @@
+/// @file
+/// A control device in the hands of a test or a bench: it records every request, answers by script,
+/// and keeps requests until its user ends them, so that a race is brought about on purpose.
+#pragma once
+
+#include "ControlDevice.h"
+#include "PlatformExport.h"
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace Platform
+{
+
+/// Thread-safe. Answers run on the caller's thread with no lock held. The waits below have no limit:
+/// what they wait for comes, or the test's own time-out tells.
+class PLATFORM_API ScriptedDevice : public ControlDevice
+{
+public:
+    using RequestPtr = std::shared_ptr<IoRequest>;
+    using Answer = std::function<void(const RequestPtr&)>;
+
+    /// A request as it arrived.
+    struct Seen
+    {
+        std::uint32_t Code;
+        std::vector<std::uint8_t> Input;
+        std::size_t Room;
+    };
+
+    /// Answers requests of a code. Without a script, or with null, they end at once with success and
+    /// no output.
+    void On(std::uint32_t code, Answer answer);
+    /// Ends requests at once.
+    static Answer EndWith(std::uint32_t error, std::vector<std::uint8_t> output = {});
+    /// Keeps requests for Held.
+    Answer Hold();
+
+    /// Takes the oldest kept request of a code; waits for one.
+    RequestPtr Held(std::uint32_t code);
+    /// Passes over the kept requests of a code that came through this handle; they go on until they
+    /// are cancelled.
+    void SetAside(std::uint32_t code, std::uint64_t openId);
+
+    /// From now on a cancelled request is let go of by its taker alone.
+    void HoldCancelled();
+    /// Takes the oldest cancelled request; waits for one.
+    RequestPtr Cancelled();
+
+    /// Takes the record of all requests so far.
+    std::vector<Seen> Requests();
+
+    void Start(const RequestPtr& request) override;
+    void Cancel(const RequestPtr& request) override;
+
+private:
+    using RequestList = std::list<RequestPtr>;
+
+    RequestPtr Take(RequestList& list, const std::function<bool(const IoRequest&)>& fits);
+
+    std::mutex Mutex; ///< Guards everything below.
+    std::condition_variable Changed;
+    std::map<std::uint32_t, Answer> Scripts;
+    std::vector<Seen> All;
+    RequestList Kept;
+    RequestList Aside; ///< Referred to, since a request without a reference would end.
+    RequestList CancelledRequests;
+    bool HoldsCancelled = false;
+};
+
+} // namespace Platform
