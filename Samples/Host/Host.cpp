@@ -1,8 +1,16 @@
-// A whole host: lists the adapters. README.md shows it from here to the end.
+// A whole host: lists the adapters and sends the first one two requests. README.md shows it from here to the end.
 #include <ZVSrvcLib.h>
 
+#include <chrono>
 #include <cstdio>
+#include <future>
 #include <vector>
+
+static int Fail(const char* what, unsigned int status)
+{
+    std::fprintf(stderr, "%s: %s (%u)\n", what, ZVStatusName(status), status);
+    return 1;
+}
 
 int main()
 {
@@ -17,18 +25,48 @@ int main()
     unsigned int status = manager->GetZVDeviceList(&request, &result); // asks for the size
     while (status == ZV_SRVC_ERR_BUFFER_TOO_SMALL)                     // again when the list grew in between
     {
-        adapters.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO));
+        adapters.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO) + 1); // never null, which asks again
         result.Buffer = adapters.data();
         status = manager->GetZVDeviceList(&request, &result);
     }
     if (status != ZV_SRVC_SUCCESS)
-    {
-        std::fprintf(stderr, "no list: %s (%u)\n", ZVStatusName(status), status);
-        return 1;
-    }
-
+        return Fail("no list", status);
     adapters.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO));
     for (const _ZV_SRVC_DEVICE_INFO& adapter : adapters)
         std::printf("%s  %s  %s  0x%x\n", adapter.NetCfgInstanceId, adapter.Service, adapter.DeviceName,
                     adapter.StateFlags);
+
+    // The library uses all this until the callback. Declared before the device, it outlives it, and
+    // the end of the device waits for its requests.
+    std::uint32_t input = 0x5A56;
+    std::uint32_t output[100] = {};
+    std::promise<std::uint32_t> completion;
+    _ZV_SRVC_IOCTL_REQ control = {};
+    control.IoctlCode = 0x222000;
+    control.InBuffer = &input;
+    control.InLength = sizeof input;
+    control.OutBuffer = output;
+    control.OutLength = sizeof output;
+    control.Timeout = 300;
+
+    std::shared_ptr<CDeviceIntf> device;
+    if (status = manager->OpenDevice(adapters.data(), ZV_SRVC_DEVICE_UWP, device); status != ZV_SRVC_SUCCESS)
+        return Fail("no device", status);
+    if (status = device->SendIOCTLReq(&control); status != ZV_SRVC_SUCCESS)
+        return Fail("no answer", status);
+    std::printf("answer 0x%x\n", output[0]);
+
+    control.IsAsync = 1;
+    control.NotifyContext = &completion;
+    control.NotifyFn = [](void* context, std::uint32_t sent, const _ZV_ASYNC_RESULT*) {
+        static_cast<std::promise<std::uint32_t>*>(context)->set_value(sent);
+    };
+    if (status = device->SendIOCTLReq(&control); status != ZV_SRVC_SUCCESS)
+        return Fail("not accepted", status);
+    // A driver that stops answering is given up 3 seconds later; a simulated one never calls back.
+    std::future<std::uint32_t> completed = completion.get_future();
+    if (completed.wait_for(std::chrono::seconds(4)) == std::future_status::ready)
+        std::printf("callback with status %u, response 0x%x\n", completed.get(), output[0]);
+    else
+        std::puts("no callback");
 }

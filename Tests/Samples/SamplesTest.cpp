@@ -15,25 +15,28 @@
 namespace
 {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr const char* DriverFile = VIRTUAL_DRIVER_FOLDER "/VirtualDriver_UWP.dll";
 
-TEST(SampleHost, ListsTheMachineOfTheEnvironment)
+TEST(SampleHost, WorksWithTheMachineOfTheEnvironment)
 {
     const Process::ToolResult result = Process::RunTool(SAMPLE_HOST_PATH, "", DEFAULT_MACHINE);
     EXPECT_EQ(result.Code, 0);
     EXPECT_THAT(result.Out, HasSubstr("{9B1D6F2C-57A8-4E0D-B3C4-0A6F8E215D74}  zvwlane  "
-                                      "Zorvane WL900E Wi-Fi 6E PCIe Adapter  0x1\n"));
+                                      "Zorvane WL900E Wi-Fi 6E PCIe Adapter  0x1\n"
+                                      "answer 0x5a56\ncallback with status 0, response 0x3020100\n"));
 }
 
-TEST(SampleHost, ListsTheSimulatedDriver)
+TEST(SampleHost, WorksWithTheSimulatedDriver)
 {
     const Process::ToolResult result = Process::RunTool(SAMPLE_HOST_PATH, "", DEFAULT_MACHINE, VIRTUAL_DRIVER_FOLDER);
     EXPECT_EQ(result.Code, 0);
-    EXPECT_EQ(std::ranges::count(result.Out, '\n'), 3);
-    EXPECT_THAT(result.Out, HasSubstr("  zvwlans  Zorvane Virtual SDIO Adapter  0x0\n"));
+    EXPECT_EQ(std::ranges::count(result.Out, '\n'), 5);
+    EXPECT_THAT(result.Out, AllOf(HasSubstr("  zvwlans  Zorvane Virtual SDIO Adapter  0x0\n"),
+                                  HasSubstr("answer 0x5a56\nno callback\n")));
 }
 
 TEST(SampleHost, TellsThatThereIsNoAdapter)

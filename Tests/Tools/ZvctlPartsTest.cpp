@@ -1,12 +1,15 @@
 // Parts of zvctl with inputs that no machine file brings about.
 #include "AdapterQuery.h"
 #include "AdapterView.h"
+#include "DataText.h"
 #include "Errors.h"
+#include "RegistryValues.h"
 #include "TraceText.h"
 
 #include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace
@@ -89,6 +92,15 @@ TEST(AdapterView, NamesFlagsAndBuses)
     EXPECT_EQ(BusOf("zvwlans"), "SDIO");
     EXPECT_EQ(BusOf("zvwlan"), "?");
     EXPECT_EQ(BusOf(""), "?");
+}
+
+TEST(RegistryValues, SurviveWhatDoesNotFitTheirType)
+{
+    EXPECT_EQ(ValueText({1, {'n', 'o', '\n', 'e'}}), "no?e\n");
+    EXPECT_EQ(ValueText({1, {'a', 0, 'b'}}), "a\n");
+    EXPECT_EQ(ValueText({4, {1, 2}}), HexDump(Bytes{1, 2}));
+    EXPECT_EQ(JsonText(ValueJson({11, {0xFF}})), "{\n  \"type\": \"11\",\n  \"value\": \"ff\"\n}\n");
+    EXPECT_THAT(JsonText(ValueJson({2, {0xFF}})), HasSubstr("\"value\": \"\uFFFD\""));
 }
 
 TEST(TraceText, FillsArgumentsAndForgivesBrokenOnes)

@@ -40,7 +40,8 @@ std::vector<_ZV_SRVC_DEVICE_INFO> AdapterQuery::Run(CDeviceManagerIntf& manager)
     unsigned int status = manager.GetZVDeviceList(&request, &result);
     for (int round = 0; status == ZV_SRVC_ERR_BUFFER_TOO_SMALL && round < MaxRounds; ++round)
     {
-        adapters.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO));
+        // One more than needed: for an empty list the buffer would be null, which asks for the size again.
+        adapters.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO) + 1);
         result.Buffer = adapters.data();
         status = manager.GetZVDeviceList(&request, &result);
     }

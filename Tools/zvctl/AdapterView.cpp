@@ -103,11 +103,40 @@ std::vector<std::string_view> FlagNames(std::uint32_t stateFlags)
     return names;
 }
 
+std::string JsonText(const nlohmann::ordered_json& value)
+{
+    return value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+}
+
+std::string AdapterJson(const _ZV_SRVC_DEVICE_INFO& adapter)
+{
+    return JsonText(ObjectOf(adapter));
+}
+
 std::string AdapterJson(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters)
 {
     auto array = nlohmann::ordered_json::array();
     std::ranges::transform(adapters, std::back_inserter(array), ObjectOf);
-    return array.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+    return JsonText(array);
+}
+
+std::string AdapterDetails(const _ZV_SRVC_DEVICE_INFO& adapter)
+{
+    const std::pair<std::string_view, std::string> fields[] = {
+        {"name", Printable(FieldText(adapter.DeviceName))},
+        {"driver key index", Printable(FieldText(adapter.DriverKeyIndex))},
+        {"device instance ID", Printable(FieldText(adapter.DeviceInstanceID))},
+        {"driver version", Printable(FieldText(adapter.DriverVersion))},
+        {"NetCfgInstanceId", Printable(FieldText(adapter.NetCfgInstanceId))},
+        {"INF section", Printable(FieldText(adapter.InfSection))},
+        {"service", Printable(FieldText(adapter.Service))},
+        {"bus", std::string(BusOf(FieldText(adapter.Service)))},
+        {"state flags", fmt::format("0x{:x} ({})", adapter.StateFlags, fmt::join(FlagNames(adapter.StateFlags), ","))},
+    };
+    std::string details;
+    for (const auto& [name, value] : fields)
+        details += fmt::format("{:<20}{}\n", name, value);
+    return details;
 }
 
 std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters)

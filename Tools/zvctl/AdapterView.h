@@ -4,6 +4,8 @@
 
 #include <ZVDeviceInfo.h>
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -27,9 +29,17 @@ std::string_view BusOf(std::string_view service);
 /// State flags by name. "ready" comes first when none of them makes the adapter unusable.
 std::vector<std::string_view> FlagNames(std::uint32_t stateFlags);
 
-/// A JSON array of objects with every field of the record, and the bus. Bytes that are not UTF-8
-/// show as U+FFFD.
+/// JSON as the tool prints it. Bytes that are not UTF-8 show as U+FFFD.
+std::string JsonText(const nlohmann::ordered_json& value);
+
+/// A JSON object with every field of the record, and the bus.
+std::string AdapterJson(const _ZV_SRVC_DEVICE_INFO& adapter);
+
+/// A JSON array of such objects.
 std::string AdapterJson(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters);
+
+/// A line for each field of the record.
+std::string AdapterDetails(const _ZV_SRVC_DEVICE_INFO& adapter);
 
 /// A table with a heading, one line for each adapter.
 std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters);

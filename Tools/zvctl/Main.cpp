@@ -1,21 +1,25 @@
 #include "Command.h"
 #include "Errors.h"
+#include "Options.h"
 #include "Session.h"
 #include "TracePrinter.h"
 
 #include <Machine.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fmt/format.h>
+#include <iterator>
 #include <optional>
 #include <system_error>
 
 namespace
 {
 
-constexpr const char* Footer = "Without a command, list runs.\n"
+constexpr const char* Footer = "Without a command, tour runs. \"zvctl COMMAND --help\" tells more of one.\n"
+                               "Numbers are decimal or, with 0x, hexadecimal.\n"
                                "The machine is --machine FILE, else the file that ZV_MACHINE names, else a built-in "
                                "one.\n"
                                "Exit codes: 0 done; 1 the operation failed; 2 wrong usage or a bad machine file.";
@@ -30,20 +34,9 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options)
 {
     app.set_version_flag("--version", "zvctl " ZVCTL_VERSION);
     app.add_option("--machine", options.Machine, "JSON description of the machine to work on")->type_name("FILE");
-    app.add_option_function<std::string>(
-           "--trace",
-           [&options](const std::string& text) {
-               try
-               {
-                   options.Trace = ParseTraceSettings(text);
-               }
-               catch (const std::invalid_argument& mistake)
-               {
-                   throw CLI::ValidationError("--trace", mistake.what());
-               }
-           },
-           "Show the library's trace on stderr up to LEVEL (1 to 4), of the components in FLAGS "
-           "(1 service, 2 device, 4 device manager, 8 notification, 16 system events; default 0x1F)")
+    AddParsedOption(app, "--trace", options.Trace, ParseTraceSettings,
+                    "Show the library's trace on stderr up to LEVEL (1 to 4), of the components in FLAGS "
+                    "(1 service, 2 device, 4 device manager, 8 notification, 16 system events; default 0x1F)")
         ->type_name("LEVEL[:FLAGS]");
 }
 
@@ -53,6 +46,22 @@ const Command& ChosenCommand(const std::vector<Command>& commands)
         if (command.Syntax->parsed())
             return command;
     return commands.front();
+}
+
+/// As it is typed: "list", "reg read".
+std::string NameOf(const CLI::App& command)
+{
+    const CLI::App& parent = *command.get_parent();
+    return parent.get_parent() == nullptr ? command.get_name() : parent.get_name() + ' ' + command.get_name();
+}
+
+std::vector<Command> AddCommands(CLI::App& app)
+{
+    std::vector<Command> commands = {AddTourCommand(app),    AddListCommand(app), AddInfoCommand(app),
+                                     AddAbilityCommand(app), AddGetCommand(app),  AddSetCommand(app),
+                                     AddIoctlCommand(app)};
+    std::ranges::move(AddRegCommands(app), std::back_inserter(commands));
+    return commands;
 }
 
 int Fail(ExitCode code, const std::string& message)
@@ -79,7 +88,7 @@ int Run(const Command& command, const GlobalOptions& options)
     }
     catch (const std::exception& failure)
     {
-        return Fail(ExitCode::OperationFailed, fmt::format("{}: {}", command.Syntax->get_name(), failure.what()));
+        return Fail(ExitCode::OperationFailed, fmt::format("{}: {}", NameOf(*command.Syntax), failure.what()));
     }
 }
 
@@ -93,7 +102,7 @@ int main(int argc, char** argv)
     app.footer(Footer);
     GlobalOptions options;
     AddGlobalOptions(app, options);
-    const std::vector<Command> commands = {AddListCommand(app)};
+    const std::vector<Command> commands = AddCommands(app);
     try
     {
         app.parse(argc, argv);

@@ -1,30 +1,17 @@
 #include "TraceText.h"
 
 #include "AdapterView.h"
+#include "DataText.h"
 
-#include <charconv>
 #include <cstring>
 #include <fmt/format.h>
 #include <limits>
-#include <stdexcept>
 
 namespace
 {
 
 constexpr std::uint32_t AllComponents =
     TRACE_FLAG_SERVICE | TRACE_FLAG_DEVICE | TRACE_FLAG_DEVICE_MANAGER | TRACE_FLAG_NOTIFICATION | TRACE_FLAG_OS_EVENT;
-
-std::uint32_t ParseNumber(std::string_view text, std::uint32_t limit)
-{
-    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    const std::string_view digits = hexadecimal ? text.substr(2) : text;
-    std::uint32_t number = 0;
-    const auto [end, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), number, hexadecimal ? 16 : 10);
-    if (error != std::errc{} || end != digits.data() + digits.size() || number > limit)
-        throw std::invalid_argument(fmt::format("\"{}\" is not a number up to {}", text, limit));
-    return number;
-}
 
 std::string ArgumentText(char kind, const std::vector<std::uint8_t>& bytes)
 {
@@ -44,9 +31,8 @@ TraceSettings ParseTraceSettings(const std::string& text)
 {
     const std::size_t colon = text.find(':');
     const std::string_view level = std::string_view(text).substr(0, colon);
-    const std::uint32_t flags = colon == std::string::npos ? AllComponents
-                                                           : ParseNumber(std::string_view(text).substr(colon + 1),
-                                                                         std::numeric_limits<std::uint32_t>::max());
+    const std::uint32_t flags =
+        colon == std::string::npos ? AllComponents : ParseNumber(std::string_view(text).substr(colon + 1));
     return {static_cast<std::uint8_t>(ParseNumber(level, std::numeric_limits<std::uint8_t>::max())), flags};
 }
 

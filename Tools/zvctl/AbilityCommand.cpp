@@ -1,0 +1,27 @@
+#include "AdapterChoice.h"
+#include "Command.h"
+#include "Errors.h"
+#include "Options.h"
+
+#include <fmt/format.h>
+
+namespace
+{
+
+void Ability(const std::string& text)
+{
+    const OpenAdapter adapter(text, DriverNeed::MayBeMute);
+    std::uint32_t ability = 0;
+    Require("GetAbility", adapter.Device->GetAbility(&ability));
+    fmt::print("{}\n", ability);
+}
+
+} // namespace
+
+Command AddAbilityCommand(CLI::App& app)
+{
+    const auto adapter = std::make_shared<std::string>();
+    CLI::App* const ability = app.add_subcommand("ability", "Show what an adapter's driver supports, as a number");
+    AddAdapter(*ability, *adapter);
+    return {ability, [adapter] { Ability(*adapter); }};
+}

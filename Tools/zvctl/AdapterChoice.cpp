@@ -1,0 +1,78 @@
+#include "AdapterChoice.h"
+
+#include "AdapterQuery.h"
+#include "AdapterView.h"
+#include "Errors.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fmt/format.h>
+#include <stdexcept>
+
+namespace
+{
+
+using Adapters = std::vector<_ZV_SRVC_DEVICE_INFO>;
+
+/// Latin letters alone: those of other alphabets have no case as bytes.
+std::string Lower(std::string_view text)
+{
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return lower;
+}
+
+template <class Fits>
+std::vector<std::size_t> Matches(const Adapters& adapters, Fits fits)
+{
+    std::vector<std::size_t> matches;
+    for (std::size_t index = 0; index < adapters.size(); ++index)
+        if (fits(Lower(FieldText(adapters[index].NetCfgInstanceId))) ||
+            fits(Lower(FieldText(adapters[index].DeviceName))))
+            matches.push_back(index);
+    return matches;
+}
+
+/// Digits alone never stand for a part of a name: a wrong index must not reach another adapter.
+std::vector<std::size_t> Candidates(const Adapters& adapters, std::string_view text)
+{
+    std::size_t index = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);
+    if (!text.empty() && end == text.data() + text.size())
+        return error == std::errc{} && index < adapters.size() ? std::vector{index} : std::vector<std::size_t>{};
+    const std::string wanted = Lower(text);
+    auto whole = Matches(adapters, [&](const std::string& name) { return name == wanted; });
+    if (!whole.empty())
+        return whole;
+    return Matches(adapters, [&](const std::string& name) { return name.find(wanted) != std::string::npos; });
+}
+
+std::string Choice(const Adapters& adapters, std::size_t index)
+{
+    return fmt::format("\n  {}  {}  {}", index, Printable(FieldText(adapters[index].NetCfgInstanceId)),
+                       Printable(FieldText(adapters[index].DeviceName)));
+}
+
+} // namespace
+
+const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const Adapters& adapters, std::string_view text)
+{
+    const std::vector<std::size_t> candidates = Candidates(adapters, text);
+    if (candidates.size() == 1)
+        return adapters[candidates.front()];
+    std::string message =
+        fmt::format("\"{}\" fits {}", text, candidates.empty() ? "no adapter; there are:" : "several adapters:");
+    for (std::size_t index = 0; index < adapters.size(); ++index)
+        if (candidates.empty() || std::ranges::find(candidates, index) != candidates.end())
+            message += Choice(adapters, index);
+    throw std::runtime_error(message);
+}
+
+OpenAdapter::OpenAdapter(std::string_view text, DriverNeed need)
+    : Manager(MakeManager()), Record(ChooseAdapter(AdapterQuery("ZV_ALL", "").Run(*Manager), text))
+{
+    const unsigned int status = Manager->OpenDevice(&Record, ZV_SRVC_DEVICE_UWP, Device);
+    if (status != ZV_SRVC_ERR_CONTROL_DEVICE || need == DriverNeed::Answers)
+        Require("OpenDevice", status);
+}

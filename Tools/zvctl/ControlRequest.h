@@ -1,0 +1,40 @@
+/// @file
+/// Requests to a driver as plain function calls.
+#pragma once
+
+#include "DataText.h"
+
+#include <CDeviceIntf.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+
+/// A request of the host's own.
+struct ControlRequest
+{
+    std::uint32_t Code = 0;
+    std::uint16_t Id = 1;
+    Bytes Input = {};
+    std::uint32_t OutputSize = 0;
+    std::uint32_t TimeoutMs = 1000;
+};
+
+/// Sends a request and waits for its end. @return the whole output memory; the library tells no
+/// count. @throws OperationFailed
+Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request);
+
+/// Sends an asynchronous request and waits for its callback, for its time-out and `patience` longer.
+/// @param patience the library collects a response until 3 seconds have passed without more of it.
+/// @return the whole output memory, as it was at the callback.
+/// @throws OperationFailed when the request is refused; std::runtime_error when the callback tells a
+///         failure, or does not come. The library then keeps what it was lent, and the device, until
+///         the process ends.
+Bytes SendAndAwaitCallback(const std::shared_ptr<CDeviceIntf>& device, const ControlRequest& request,
+                           std::chrono::milliseconds patience);
+
+/// Reads an item of the driver. @throws OperationFailed
+Bytes QueryItem(CDeviceIntf& device, std::uint32_t id, std::uint32_t size);
+
+/// Writes an item of the driver. @throws OperationFailed
+void SetItem(CDeviceIntf& device, std::uint32_t id, Bytes data);

@@ -1,0 +1,102 @@
+#include "DataText.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <fstream>
+#include <stdexcept>
+
+namespace
+{
+
+constexpr std::size_t LineSize = 16;
+constexpr std::string_view TextPrefix = "text:";
+
+void RequireSize(std::uintmax_t size)
+{
+    if (size > MaxDataSize)
+        throw std::invalid_argument(fmt::format("more than {} bytes", MaxDataSize));
+}
+
+Bytes ReadFile(const std::string& path)
+{
+    Bytes data;
+    std::ifstream file(path, std::ios::binary);
+    for (char piece[4096]; file && data.size() <= MaxDataSize;)
+    {
+        file.read(piece, sizeof piece);
+        data.insert(data.end(), piece, piece + file.gcount());
+    }
+    if (!file.eof() && data.size() <= MaxDataSize)
+        throw std::invalid_argument(fmt::format("{}: cannot be read: {}", path, std::strerror(errno)));
+    RequireSize(data.size());
+    return data;
+}
+
+Bytes ParseHex(std::string_view text)
+{
+    Bytes data;
+    for (std::size_t at = 0; at < text.size(); at += 2)
+    {
+        at = std::min(text.find_first_not_of(" :-", at), text.size());
+        const std::string_view pair = text.substr(at, 2);
+        if (pair.empty())
+            break;
+        std::uint8_t byte = 0;
+        const char* const end = std::from_chars(pair.data(), pair.data() + pair.size(), byte, 16).ptr;
+        if (end - pair.data() != 2)
+            throw std::invalid_argument(fmt::format("\"{}\" is not pairs of hexadecimal digits", text));
+        data.push_back(byte);
+    }
+    RequireSize(data.size());
+    return data;
+}
+
+std::string Characters(std::span<const std::uint8_t> data)
+{
+    std::string shown(data.begin(), data.end());
+    std::ranges::replace_if(shown, [](char c) { return c < ' ' || c > '~'; }, '.');
+    return shown;
+}
+
+} // namespace
+
+std::uint32_t ParseNumber(std::string_view text, std::uint32_t limit)
+{
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    const std::string_view digits = hexadecimal ? text.substr(2) : text;
+    std::uint32_t number = 0;
+    const auto [end, error] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), number, hexadecimal ? 16 : 10);
+    if (error != std::errc{} || end != digits.data() + digits.size() || number > limit)
+        throw std::invalid_argument(fmt::format("\"{}\" is not a number up to {}", text, limit));
+    return number;
+}
+
+Bytes ParseData(const std::string& text)
+{
+    if (text.starts_with('@'))
+        return ReadFile(text.substr(1));
+    if (text.starts_with(TextPrefix))
+        return {text.begin() + TextPrefix.size(), text.end()};
+    return ParseHex(text);
+}
+
+std::string HexText(std::span<const std::uint8_t> data, std::string_view separator)
+{
+    return fmt::format("{:02x}", fmt::join(data, separator));
+}
+
+std::string HexDump(std::span<const std::uint8_t> data)
+{
+    std::string dump;
+    for (std::size_t at = 0; at < data.size(); at += LineSize)
+    {
+        const auto line = data.subspan(at, std::min(LineSize, data.size() - at));
+        dump += fmt::format("{:08x}  {:<47}  |{}|\n", at, HexText(line, " "), Characters(line));
+    }
+    return dump;
+}

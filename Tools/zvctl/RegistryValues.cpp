@@ -1,0 +1,110 @@
+#include "RegistryValues.h"
+
+#include "AdapterView.h"
+#include "DataText.h"
+#include "Errors.h"
+
+#include <cstring>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+namespace
+{
+
+using Platform::RegistryValue;
+
+struct NamedType
+{
+    std::uint32_t Type;
+    std::string_view Name;
+};
+
+constexpr std::uint32_t Text = 1;
+constexpr std::uint32_t ExpandText = 2;
+constexpr std::uint32_t Number = 4;
+constexpr NamedType TypeTable[] = {
+    {Text, "sz"}, {ExpandText, "expand_sz"}, {3, "binary"}, {Number, "dword"}, {7, "multi_sz"},
+};
+
+/// A stored text may lack its NUL.
+std::optional<std::string> AsText(const RegistryValue& value)
+{
+    if (value.Type != Text && value.Type != ExpandText)
+        return std::nullopt;
+    return std::string(value.Data.begin(), std::ranges::find(value.Data, 0));
+}
+
+std::optional<std::uint32_t> AsNumber(const RegistryValue& value)
+{
+    std::uint32_t number = 0;
+    if (value.Type != Number || value.Data.size() != sizeof number)
+        return std::nullopt;
+    std::memcpy(&number, value.Data.data(), sizeof number);
+    return number;
+}
+
+} // namespace
+
+RegistryValue ParseValue(const std::string& type, const std::string& text)
+{
+    if (type == "dword")
+        return RegistryValue::Number(ParseNumber(text));
+    return type == "binary" ? RegistryValue::Binary(ParseData(text)) : RegistryValue::Text(text);
+}
+
+std::string ValueTypeName(std::uint32_t type)
+{
+    const auto* const named = std::ranges::find(TypeTable, type, &NamedType::Type);
+    return named == std::end(TypeTable) ? fmt::to_string(type) : std::string(named->Name);
+}
+
+std::string ValueText(const RegistryValue& value)
+{
+    if (const auto text = AsText(value))
+        return Printable(*text) + '\n';
+    if (const auto number = AsNumber(value))
+        return fmt::format("{0} (0x{0:x})\n", *number);
+    return HexDump(value.Data);
+}
+
+nlohmann::ordered_json ValueJson(const RegistryValue& value)
+{
+    nlohmann::ordered_json object = {{"type", ValueTypeName(value.Type)}};
+    if (const auto text = AsText(value))
+        object["value"] = *text;
+    else if (const auto number = AsNumber(value))
+        object["value"] = *number;
+    else
+        object["value"] = HexText(value.Data, "");
+    return object;
+}
+
+RegistryValue ReadValue(CDeviceIntf& device, const ValuePlace& place)
+{
+    RegistryValue value;
+    std::uint32_t size = 0;
+    const auto read = [&](std::uint8_t* data) {
+        Require("AccessRegistry",
+                device.AccessRegistry(ZV_REG_OP_READ, place.SubKey, place.Name, &value.Type, data, &size));
+    };
+    read(nullptr); // type and size alone
+    value.Data.resize(size);
+    if (size != 0)
+        read(value.Data.data());
+    value.Data.resize(std::min<std::size_t>(size, value.Data.size()));
+    return value;
+}
+
+void WriteValue(CDeviceIntf& device, const ValuePlace& place, RegistryValue value)
+{
+    auto size = static_cast<std::uint32_t>(value.Data.size());
+    Require("AccessRegistry",
+            device.AccessRegistry(ZV_REG_OP_WRITE, place.SubKey, place.Name, &value.Type, value.Data.data(), &size));
+}
+
+void DeleteValue(CDeviceIntf& device, const ValuePlace& place)
+{
+    Require("AccessRegistry",
+            device.AccessRegistry(ZV_REG_OP_DELETE_VALUE, place.SubKey, place.Name, nullptr, nullptr, nullptr));
+}

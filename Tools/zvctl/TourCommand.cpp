@@ -1,0 +1,194 @@
+// A walk through everything that a host can do with an adapter; also an example of how.
+#include "AdapterChoice.h"
+#include "AdapterQuery.h"
+#include "AdapterView.h"
+#include "Command.h"
+#include "ControlRequest.h"
+#include "Errors.h"
+#include "Options.h"
+#include "RegistryValues.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <functional>
+#include <stdexcept>
+
+namespace
+{
+
+using Adapters = std::vector<_ZV_SRVC_DEVICE_INFO>;
+
+constexpr std::uint32_t Item = 0x10;
+constexpr std::uint32_t ItemSize = 6;
+constexpr std::uint32_t SyncCode = 0x222000;
+constexpr std::uint32_t AsyncCode = 0x222004;
+constexpr std::uint32_t AsyncSize = 450; // three of the chunks that a response comes in
+constexpr std::chrono::seconds Patience{4};
+
+/// Counts down, so that it is not taken for a response that counts up.
+Bytes AsyncInput()
+{
+    Bytes input(AsyncSize);
+    std::ranges::generate(input, [next = std::uint8_t{0}]() mutable { return --next; });
+    return input;
+}
+
+/// The beginning and the end.
+std::string Ends(const Bytes& data)
+{
+    const std::span all(data);
+    return fmt::format("{} .. {}", HexText(all.first(4), " "), HexText(all.last(4), " "));
+}
+
+/// Carries out steps and tells of each in a line.
+class Tour
+{
+public:
+    void Run(const std::string& wanted);
+
+private:
+    using Action = std::function<std::string()>;
+
+    bool Step(std::string_view name, const Action& action)
+    {
+        std::string line;
+        bool good = true;
+        try
+        {
+            line = action();
+        }
+        catch (const std::exception& failure)
+        {
+            line = fmt::format("FAILED: {}", failure.what());
+            good = false;
+            ++Failed;
+        }
+        fmt::print("{:<12}{}\n", name, line);
+        return good;
+    }
+
+    std::string List();
+    std::string Choose(const std::string& wanted);
+    std::string Open();
+    void VisitItem();
+    void VisitRequests();
+    void VisitRegistry();
+
+    int Failed = 0;
+    std::shared_ptr<CDeviceManagerIntf> Manager;
+    Adapters Listed;
+    _ZV_SRVC_DEVICE_INFO Chosen = {};
+    std::shared_ptr<CDeviceIntf> Device;
+};
+
+std::string Tour::List()
+{
+    Manager = MakeManager();
+    Listed = AdapterQuery("ZV_ALL", "").Run(*Manager);
+    return fmt::format("{} adapter{}", Listed.size(), Listed.size() == 1 ? "" : "s");
+}
+
+std::string Tour::Choose(const std::string& wanted)
+{
+    const auto chosen =
+        wanted.empty()
+            ? std::ranges::find_if(
+                  Listed, [](const auto& adapter) { return (adapter.StateFlags & ZV_DEV_UNAVAILABLE_MASK) == 0; })
+            : Listed.begin() + (&ChooseAdapter(Listed, wanted) - Listed.data());
+    if (chosen == Listed.end())
+        throw std::runtime_error("no adapter is ready");
+    Chosen = *chosen;
+    return fmt::format("{} {}", Printable(FieldText(Chosen.NetCfgInstanceId)), Printable(FieldText(Chosen.DeviceName)));
+}
+
+std::string Tour::Open()
+{
+    const unsigned int status = Manager->OpenDevice(&Chosen, ZV_SRVC_DEVICE_UWP, Device);
+    Require("OpenDevice", status);
+    return fmt::format("{} ({})", ZVStatusName(status), status);
+}
+
+/// Leaves the item as it was.
+void Tour::VisitItem()
+{
+    Bytes before;
+    const bool known = Step("get", [&] {
+        before = QueryItem(*Device, Item, ItemSize);
+        return fmt::format("item 0x{:x} is {}", Item, HexText(before, " "));
+    });
+    const Bytes other = {0x5A, 0x56, 0x03, 0x02, 0x01, 0x00};
+    Step("set", [&] {
+        SetItem(*Device, Item, other);
+        return fmt::format("item 0x{:x} to {}", Item, HexText(other, " "));
+    });
+    Step("get", [&] {
+        const Bytes after = QueryItem(*Device, Item, ItemSize);
+        if (after != other)
+            throw std::runtime_error(fmt::format("item 0x{:x} is {}, not what was set", Item, HexText(after, " ")));
+        return fmt::format("item 0x{:x} is {}, as set", Item, HexText(after, " "));
+    });
+    if (known)
+        Step("set", [&] {
+            SetItem(*Device, Item, before);
+            return fmt::format("item 0x{:x} back to {}", Item, HexText(before, " "));
+        });
+}
+
+void Tour::VisitRequests()
+{
+    Step("ioctl", [&] {
+        const Bytes input = {0xC0, 0xFF, 0xEE, 0x00};
+        const Bytes output = SendAndWait(*Device, {.Code = SyncCode, .Input = input, .OutputSize = 4});
+        return fmt::format("request 0x{:x}: sent {}, received {}", SyncCode, HexText(input, " "), HexText(output, " "));
+    });
+    Step("ioctl async", [&] {
+        const Bytes output = SendAndAwaitCallback(
+            Device, {.Code = AsyncCode, .Id = 2, .Input = AsyncInput(), .OutputSize = AsyncSize}, Patience);
+        return fmt::format("request 0x{:x}: sent {} bytes, callback with status 0, received {}", AsyncCode, AsyncSize,
+                           Ends(output));
+    });
+}
+
+void Tour::VisitRegistry()
+{
+    const ValuePlace place = {"", "ZvctlTour"};
+    const auto written = Platform::RegistryValue::Text("was here");
+    Step("reg write", [&] {
+        WriteValue(*Device, place, written);
+        return fmt::format("{} = \"was here\" (sz)", place.Name);
+    });
+    Step("reg read", [&] {
+        const Platform::RegistryValue value = ReadValue(*Device, place);
+        if (value != written)
+            throw std::runtime_error(fmt::format("{} is another than was written", place.Name));
+        return fmt::format("{} = \"was here\" ({})", place.Name, ValueTypeName(value.Type));
+    });
+    Step("reg delete", [&] {
+        DeleteValue(*Device, place);
+        return place.Name;
+    });
+}
+
+void Tour::Run(const std::string& wanted)
+{
+    if (Step("list", [&] { return List(); }) && Step("choose", [&] { return Choose(wanted); }))
+        Step("open", [&] { return Open(); });
+    if (Device != nullptr)
+    {
+        VisitItem();
+        VisitRequests();
+        VisitRegistry();
+    }
+    if (Failed != 0)
+        throw std::runtime_error(fmt::format("{} of the steps failed", Failed));
+}
+
+} // namespace
+
+Command AddTourCommand(CLI::App& app)
+{
+    const auto adapter = std::make_shared<std::string>();
+    CLI::App* const tour = app.add_subcommand("tour", "Try everything with an adapter, the first that is ready");
+    AddAdapter(*tour, *adapter)->required(false);
+    return {tour, [adapter] { Tour().Run(*adapter); }};
+}
