@@ -27,7 +27,8 @@ protected:
 
 Bytes Filled(std::size_t size, std::uint8_t value)
 {
-    return Bytes(size, value);
+    Bytes bytes(size, value);
+    return bytes;
 }
 
 Bytes operator+(Bytes left, const Bytes& right)
@@ -96,9 +97,8 @@ TEST_F(Async, ReadsThatEndTogetherAreTakenLowestFirstAndSentAgain)
     Send(request);
     const auto main = Driver->Held(Code);
     // While the main request is out nobody takes chunks: all five reads end, the last one first.
-    std::vector<TestDriver::RequestPtr> reads;
-    for (int i = 0; i < 5; ++i)
-        reads.push_back(Driver->Read());
+    std::vector<TestDriver::RequestPtr> reads(5);
+    std::ranges::generate(reads, [&] { return Driver->Read(); });
     for (std::size_t i = 5; i-- > 0;)
         reads[i]->Complete(0, Filled(200, static_cast<std::uint8_t>(i)));
     main->Complete(0);

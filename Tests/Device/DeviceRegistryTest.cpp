@@ -5,7 +5,7 @@
 namespace
 {
 
-constexpr char Root[] = "SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}\\";
+constexpr char Root[] = R"(SYSTEM\CurrentControlSet\Control\Class\{4D36E972-E325-11CE-BFC1-08002BE10318}\)";
 
 class DeviceRegistry : public DeviceTest
 {

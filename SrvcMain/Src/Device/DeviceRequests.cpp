@@ -5,11 +5,16 @@
 #include "TracePoint.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 
 namespace
 {
+
+/// Bytes of the one field behind the length word of a result: a pointer.
+constexpr std::uint32_t AsyncResultLength = sizeof(_ZV_ASYNC_RESULT) - offsetof(_ZV_ASYNC_RESULT, Request);
+static_assert(AsyncResultLength == 8);
 
 /// True when the memory that a record names can be used.
 bool HasItsMemory(const _ZV_SRVC_IOCTL_REQ& request)
@@ -133,7 +138,7 @@ void CUWPDevice::HandlingAsyncIOCTLReq()
     ZV_TRACE(AsyncDone, id, status);
     if (request->NotifyFn == nullptr || request->NotifyContext == nullptr)
         return;
-    const _ZV_ASYNC_RESULT result{ZV_ASYNC_IOCTL_DONE, sizeof result.Request, request};
+    const _ZV_ASYNC_RESULT result{ZV_ASYNC_IOCTL_DONE, AsyncResultLength, request};
     // Last of all: the host may drop this object in its callback.
     request->NotifyFn(request->NotifyContext, status, &result);
 }

@@ -7,7 +7,7 @@
 #include <cstdint>
 
 /// The control device of an adapter: this path, directly followed by the adapter's NetCfgInstanceId.
-inline constexpr char ZV_CONTROL_PATH[] = "\\\\.\\Zorvane_Wifi_Device";
+inline constexpr char ZV_CONTROL_PATH[] = R"(\\.\Zorvane_Wifi_Device)";
 
 /// Composes a control code of a network device with buffered transfer and any access.
 constexpr std::uint32_t ZVControlCode(std::uint32_t function)

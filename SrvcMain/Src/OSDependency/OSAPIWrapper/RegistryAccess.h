@@ -9,7 +9,7 @@
 
 /// Below HKEY_LOCAL_MACHINE: the driver keys of the network class. A DriverKeyIndex follows.
 inline constexpr char ZV_NETWORK_CLASS_PATH[] =
-    "SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}\\";
+    R"(SYSTEM\CurrentControlSet\Control\Class\{4D36E972-E325-11CE-BFC1-08002BE10318}\)";
 
 /// Every result is the platform's error number, 0 for success; failures are traced.
 /// @{
