@@ -141,7 +141,7 @@ public:
     /// Names come without the "\\.\" that callers open them with, and compare without regard to case.
     /// @{
     /// @throws std::invalid_argument for a name that is empty or attached already, and for no device.
-    void AttachDevice(std::string name, std::shared_ptr<ControlDevice> device);
+    void AttachDevice(const std::string& name, std::shared_ptr<ControlDevice> device);
     /// The device vanishes: opens find none, new requests on open handles fail with 1617
     /// (ERROR_DEVICE_REMOVED), and for those in flight the cancellation is asked for; the device may end
     /// them with 1617. Does nothing for a name that is not attached.

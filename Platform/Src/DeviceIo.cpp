@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <string_view>
+#include <utility>
 
 using namespace Platform;
 
@@ -59,8 +60,8 @@ struct Call
     /// Sends the request and gives its end, if it has one already.
     std::optional<RequestEnd> Send(OVERLAPPED* record, std::shared_ptr<Waitable> done) const
     {
-        const auto request = std::make_shared<Request>(File->File, ThisThread(), Code, Input,
-                                                       CallerMemory{Output.data(), Output.size(), record, done});
+        const auto request = std::make_shared<Request>(
+            File->File, ThisThread(), Code, Input, CallerMemory{Output.data(), Output.size(), record, std::move(done)});
         RequestTable::Instance().Add(*request);
         // Looked at when the request is in the table: a close or detach before that is seen here, and a
         // later one sees the request.

@@ -112,11 +112,11 @@ ULONG RegisterTraceGuidsW(WMIDPREQUEST callback, void* context, const GUID* cont
     {
         return ERROR_INVALID_PARAMETER;
     }
-    auto provider = std::make_shared<TraceProvider>();
+    const auto provider = std::make_shared<TraceProvider>();
     provider->Control = *control;
     provider->Callback = callback;
     provider->Context = context;
-    TraceHub::Instance().Register(std::move(provider), registration);
+    TraceHub::Instance().Register(provider, registration);
     return ERROR_SUCCESS;
 }
 

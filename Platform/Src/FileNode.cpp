@@ -11,7 +11,7 @@ FileNode FileNode::Member(const char* name) const
 {
     const auto found = Value.find(name);
     Require(found != Value.end(), std::string("has no \"") + name + '"');
-    return FileNode(*found, Origin, Place + '.' + name);
+    return {*found, Origin, Place + '.' + name};
 }
 
 void FileNode::AllowMembers(std::initializer_list<std::string_view> names) const
@@ -73,7 +73,7 @@ RegistryValue FileNode::TypedValue() const
     {
         return RegistryValue::Binary(value.Bytes());
     }
-    typeNode.Fail("expected \"dword\", \"sz\", \"expand_sz\", \"multi_sz\" or \"binary\"");
+    typeNode.Fail(R"(expected "dword", "sz", "expand_sz", "multi_sz" or "binary")");
 }
 
 std::vector<std::uint8_t> FileNode::Bytes() const

@@ -132,7 +132,7 @@ void Machine::Impl::Attach(const std::string& name, std::shared_ptr<ControlDevic
     Devices.Add(name, std::move(device), !absent);
 }
 
-void Machine::AttachDevice(std::string name, std::shared_ptr<ControlDevice> device)
+void Machine::AttachDevice(const std::string& name, std::shared_ptr<ControlDevice> device)
 {
     const std::lock_guard lock(Self->Lock);
     if (name.empty() || !device || Self->Devices.Contains(name))

@@ -13,7 +13,7 @@ namespace
 const link_map* MapOf(void* module)
 {
     link_map* map = nullptr;
-    return dlinfo(module, RTLD_DI_LINKMAP, &map) == 0 ? map : nullptr;
+    return dlinfo(module, RTLD_DI_LINKMAP, static_cast<void*>(&map)) == 0 ? map : nullptr;
 }
 
 } // namespace

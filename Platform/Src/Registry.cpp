@@ -110,7 +110,7 @@ LSTATUS Read(const RegistryValue& value, BYTE* data, DWORD* size)
 {
     const std::vector<BYTE>& stored = value.Data;
     const bool addNul = IsText(value.Type) && !stored.empty() && stored.back() != 0;
-    const DWORD length = static_cast<DWORD>(stored.size());
+    const auto length = static_cast<DWORD>(stored.size());
     if (size == nullptr)
     {
         return ERROR_SUCCESS;

@@ -24,7 +24,7 @@ TraceHub& TraceHub::Instance()
     return hub;
 }
 
-void TraceHub::Register(std::shared_ptr<TraceProvider> provider, TRACEHANDLE* handle)
+void TraceHub::Register(const std::shared_ptr<TraceProvider>& provider, TRACEHANDLE* handle)
 {
     {
         const std::lock_guard lock(Lock);

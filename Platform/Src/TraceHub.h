@@ -55,7 +55,7 @@ public:
     static TraceHub& Instance();
 
     /// Gives the provider its handle, which is stored in `*handle` before any callback runs.
-    void Register(std::shared_ptr<TraceProvider> provider, TRACEHANDLE* handle);
+    void Register(const std::shared_ptr<TraceProvider>& provider, TRACEHANDLE* handle);
     bool Unregister(TRACEHANDLE handle);
     std::size_t ProviderCount() const;
 

@@ -3,7 +3,7 @@
 namespace Platform
 {
 
-Turn::Holder::Holder(Turn& turn) : Door(turn), Taken(false)
+Turn::Holder::Holder(Turn& turn) : Door(turn)
 {
     const auto self = std::this_thread::get_id();
     std::unique_lock lock(Door.Lock);

@@ -26,7 +26,7 @@ public:
 
     private:
         Turn& Door;
-        bool Taken;
+        bool Taken = false;
     };
 
 private:

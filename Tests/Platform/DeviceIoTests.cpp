@@ -1,10 +1,9 @@
 #include "Expect.h"
 
-#include <algorithm>
-#include <array>
 #include <functional>
 #include <future>
 #include <thread>
+#include <tuple>
 
 namespace
 {
@@ -12,24 +11,18 @@ namespace
 using RequestPtr = std::shared_ptr<Platform::IoRequest>;
 
 /// Keeps every request, and lets none go when it is to be cancelled, unless a test says otherwise.
-struct ScriptedDevice : Platform::ControlDevice
+struct KeepingDevice : Platform::ControlDevice
 {
     std::uint32_t Open(std::uint64_t /*openId*/) override { return OpenError; }
     void Close(std::uint64_t /*openId*/) override { ++Closes; }
     void Start(const RequestPtr& request) override { OnStart ? OnStart(request) : Kept.push_back(request); }
     void Cancel(const RequestPtr& request) override { Cancelled.push_back(request); }
-    /// What is dropped has ended.
-    void Drop()
-    {
-        Kept.clear();
-        Cancelled.clear();
-    }
+    void Drop() { Kept = Cancelled = {}; } ///< What is dropped has ended.
 
     std::uint32_t OpenError = 0;
     int Closes = 0;
     std::function<void(const RequestPtr&)> OnStart;
-    std::vector<RequestPtr> Kept;
-    std::vector<RequestPtr> Cancelled;
+    std::vector<RequestPtr> Kept, Cancelled;
 };
 
 std::span<const std::uint8_t> BytesOf(std::string_view text)
@@ -40,20 +33,18 @@ std::span<const std::uint8_t> BytesOf(std::string_view text)
 /// A caller's request with its memory. Results are 0 for a success, otherwise the error.
 struct Call
 {
-    explicit Call(HANDLE event = nullptr) { Record.hEvent = event; }
+    explicit Call(HANDLE event = nullptr, char input = 'i') : Input(input) { Record.hEvent = event; }
 
     DWORD Send(HANDLE file, DWORD room = 8)
     {
-        const BOOL sent =
-            DeviceIoControl(file, 0x122414, &Input, sizeof(Input), Output.data(), room, &Returned, &Record);
-        return sent ? 0 : GetLastError();
+        return DeviceIoControl(file, 0x122414, &Input, 1, Output.data(), room, &Returned, &Record) ? 0 : GetLastError();
     }
     DWORD Result(HANDLE file, BOOL wait = FALSE)
     {
         return GetOverlappedResult(file, &Record, &Transferred, wait) ? 0 : GetLastError();
     }
 
-    char Input = 'i';
+    char Input;
     std::string Output = "########";
     OVERLAPPED Record{0, 55, 0, 0, nullptr};
     DWORD Returned = 77;
@@ -69,169 +60,116 @@ protected:
     {
         return CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, flags, nullptr);
     }
+    static std::size_t InFlight() { return Platform::CountOpenObjects().RequestsInFlight; }
 
-    std::shared_ptr<ScriptedDevice> Driver = std::make_shared<ScriptedDevice>();
+    std::shared_ptr<KeepingDevice> Driver = std::make_shared<KeepingDevice>();
 };
 
-constexpr DWORD AnyError = ERROR_GEN_FAILURE;
-constexpr DWORD Pending = ERROR_IO_PENDING;
-constexpr DWORD Incomplete = ERROR_IO_INCOMPLETE;
-constexpr DWORD Aborted = ERROR_OPERATION_ABORTED;
-constexpr DWORD Removed = ERROR_DEVICE_REMOVED;
+constexpr DWORD AnyError = ERROR_GEN_FAILURE, Pending = ERROR_IO_PENDING, Incomplete = ERROR_IO_INCOMPLETE,
+                Aborted = ERROR_OPERATION_ABORTED, Removed = ERROR_DEVICE_REMOVED;
 
-struct EndCase
-{
-    const char* Name;
-    bool Inline; ///< Before Start returns.
-    DWORD Error;
-    const char* Output;
-    DWORD Room;
-    DWORD CallError;
-    DWORD Returned; ///< 77: untouched, 55: what the record held.
-    DWORD Event;    ///< Of a wait for it.
-    DWORD Result;
-    DWORD Bytes; ///< 99: untouched.
-    const char* Memory;
-};
-
-const EndCase EndCases[] = {
-    {"inline", true, 0, "abc", 8, 0, 3, WAIT_OBJECT_0, 0, 3, "abc#####"},
-    {"inline without output", true, 0, "", 8, 0, 0, WAIT_OBJECT_0, 0, 0, "########"},
-    {"inline, cut", true, 0, "abc", 2, 0, 2, WAIT_OBJECT_0, 0, 2, "ab######"},
-    {"inline, more data", true, 234, "abc", 2, 234, 2, WAIT_OBJECT_0, 234, 2, "ab######"},
-    {"refused", true, AnyError, "abc", 8, AnyError, 77, WAIT_TIMEOUT, Incomplete, 99, "########"},
-    {"cancelled at once", true, 995, "", 8, 995, 77, WAIT_TIMEOUT, Incomplete, 99, "########"},
-    {"late", false, 0, "abc", 8, 997, 55, WAIT_OBJECT_0, 0, 3, "abc#####"},
-    {"late, no room", false, 0, "abc", 0, 997, 55, WAIT_OBJECT_0, 0, 0, "########"},
-    {"late, more data", false, 234, "abc", 2, 997, 55, WAIT_OBJECT_0, 234, 2, "ab######"},
-    {"late error", false, AnyError, "abc", 8, 997, 55, WAIT_OBJECT_0, AnyError, 0, "########"},
-    {"late cancellation", false, 995, "abc", 8, 997, 55, WAIT_OBJECT_0, 995, 0, "########"},
-    {"late large error", false, 0xE0000209, "", 8, 997, 55, WAIT_OBJECT_0, 0xE0000209, 0, "########"},
-};
+/// What a caller sees: the call's error and byte count (77: untouched, 55: what the record held), a wait for the event,
+/// the result's error and byte count (99: untouched), and the memory.
+using View = std::tuple<DWORD, DWORD, DWORD, DWORD, DWORD, std::string>;
 
 TEST_F(DeviceIoTest, CallerSeesTheEnd)
 {
-    const HANDLE file = Open();
-    const HANDLE event = CreateEventW(nullptr, TRUE, TRUE, nullptr);
-    for (const EndCase& c : EndCases)
+    const std::tuple<bool, DWORD, const char*, DWORD, View> cases[] = {
+        {true, 0, "abc", 8, {0, 3, WAIT_OBJECT_0, 0, 3, "abc#####"}},
+        {true, 0, "", 8, {0, 0, WAIT_OBJECT_0, 0, 0, "########"}},
+        {true, 0, "abc", 2, {0, 2, WAIT_OBJECT_0, 0, 2, "ab######"}},
+        {true, 234, "abc", 2, {234, 2, WAIT_OBJECT_0, 234, 2, "ab######"}},
+        {true, AnyError, "abc", 8, {AnyError, 77, WAIT_TIMEOUT, Incomplete, 99, "########"}},
+        {false, 0, "abc", 8, {Pending, 55, WAIT_OBJECT_0, 0, 3, "abc#####"}},
+        {false, 234, "abc", 2, {Pending, 55, WAIT_OBJECT_0, 234, 2, "ab######"}},
+        {false, Aborted, "abc", 8, {Pending, 55, WAIT_OBJECT_0, Aborted, 0, "########"}},
+        {false, 0xE0000209, "", 8, {Pending, 55, WAIT_OBJECT_0, 0xE0000209, 0, "########"}},
+    };
+    const Opened file = Open();
+    const Opened event = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+    for (const auto& [atOnce, error, output, room, expected] : cases)
     {
-        SCOPED_TRACE(c.Name);
         Call call(event);
-        const auto end = [&](const RequestPtr& request) {
-            EXPECT_EQ(c.Room, request->OutputRoom());
+        const auto end = [&, error = error, output = output, room = room](const RequestPtr& request) {
+            EXPECT_EQ(room, request->OutputRoom());
             EXPECT_EQ('i', request->Input()[0]);
-            EXPECT_TRUE(request->Complete(c.Error, BytesOf(c.Output)));
+            EXPECT_TRUE(request->Complete(error, BytesOf(output)));
             EXPECT_FALSE(request->Complete(0, BytesOf("XX"))) << "the first end counts";
         };
-        Driver->OnStart = c.Inline ? std::function(end) : nullptr;
-        EXPECT_EQ(c.CallError, call.Send(file, c.Room));
-        EXPECT_EQ(c.Returned, call.Returned);
-        if (!c.Inline)
+        Driver->OnStart = atOnce ? std::function(end) : nullptr;
+        const DWORD sent = call.Send(file, room);
+        if (!atOnce)
         {
             EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0)) << "reset by the start";
             EXPECT_EQ(Incomplete, call.Result(file));
-            EXPECT_EQ(1U, Platform::CountOpenObjects().RequestsInFlight);
+            EXPECT_EQ(3U, Platform::CountOpenObjects().Total()) << "the file, the event and the request";
             call.Input = 'x'; // the driver has its own copy
             end(Driver->Kept.back());
         }
-        EXPECT_EQ(c.Event, WaitForSingleObject(event, 0));
-        EXPECT_EQ(c.Result, call.Result(file));
-        EXPECT_EQ(c.Bytes, call.Transferred);
-        EXPECT_EQ(c.Memory, call.Output);
-        EXPECT_EQ(0U, Platform::CountOpenObjects().RequestsInFlight);
+        EXPECT_EQ(expected, (View{sent, call.Returned, WaitForSingleObject(event, 0), call.Result(file),
+                                  call.Transferred, call.Output}));
+        EXPECT_EQ(0U, InFlight());
     }
-    EXPECT_TRUE(CloseHandle(event));
-    EXPECT_TRUE(CloseHandle(file));
-    EXPECT_EQ(1, Driver->Closes);
-}
-
-/// Requests 0 and 1 of this thread on a file, 2 of another thread on it, 3 of this one on another file.
-struct CancelScene
-{
-    CancelScene(HANDLE file, HANDLE other) : File(file)
-    {
-        for (std::size_t i = 0; i < Calls.size(); ++i)
-        {
-            Calls[i].Input = static_cast<char>('0' + i);
-        }
-        EXPECT_EQ(Pending, Calls[0].Send(file));
-        EXPECT_EQ(Pending, Calls[1].Send(file));
-        EXPECT_EQ(Pending, Calls[3].Send(other));
-        std::promise<void> sent;
-        Sender = std::jthread([&] {
-            EXPECT_EQ(Pending, Calls[2].Send(file));
-            sent.set_value();
-            Leave.get_future().wait();
-        });
-        sent.get_future().wait();
-    }
-
-    const HANDLE File;
-    std::array<Call, 4> Calls;
-    std::promise<void> Leave;
-    std::jthread Sender;
-};
-
-BOOL Elsewhere(const std::function<BOOL()>& work)
-{
-    return std::async(std::launch::async, work).get();
 }
 
 TEST_F(DeviceIoTest, CancelsThoseOfTheThreadTheRecordOrTheHandle)
 {
-    const struct
-    {
-        const char* Name;
-        const char* Cancelled;
-        std::function<BOOL(CancelScene&)> Act;
-    } cases[] = {
-        {"CancelIo", "01", [](auto& s) { return CancelIo(s.File); }},
-        {"CancelIo elsewhere", "", [](auto& s) { return Elsewhere([&] { return CancelIo(s.File); }); }},
-        {"one", "1", [](auto& s) { return CancelIoEx(s.File, &s.Calls[1].Record); }},
-        {"one elsewhere", "1",
-         [](auto& s) { return Elsewhere([&] { return CancelIoEx(s.File, &s.Calls[1].Record); }); }},
-        {"one of another file", "", [](auto& s) { return !CancelIoEx(s.File, &s.Calls[3].Record); }},
-        {"all, twice", "012", [](auto& s) { return CancelIoEx(s.File, nullptr) && CancelIoEx(s.File, nullptr); }},
-        {"end of the thread", "2", [](auto& s) { return s.Leave.set_value(), s.Sender.join(), TRUE; }},
-        {"close", "012", [](auto& s) { return CloseHandle(s.File); }},
+    HANDLE file = nullptr;
+    std::vector<Call> calls; // 0 and 1 of this thread on the file, 2 of another thread, 3 on another file
+    std::promise<void> leave;
+    std::jthread sender;
+    const auto elsewhere = [](const auto& work) { return std::async(std::launch::async, work).get(); };
+    const std::pair<const char*, std::function<BOOL()>> cases[] = {
+        {"01", [&] { return CancelIo(file); }},
+        {"", [&] { return elsewhere([&] { return CancelIo(file); }); }},
+        {"1", [&] { return elsewhere([&] { return CancelIoEx(file, &calls[1].Record); }); }},
+        {"", [&] { return !CancelIoEx(file, &calls[3].Record); }},
+        {"012", [&] { return CancelIoEx(file, nullptr) && CancelIoEx(file, nullptr); }},
+        {"2", [&] { return leave.set_value(), sender.join(), TRUE; }},
+        {"012", [&] { return CloseHandle(file); }},
     };
-    for (const auto& c : cases)
+    for (const auto& [expected, act] : cases)
     {
-        SCOPED_TRACE(c.Name);
-        const HANDLE file = Open();
+        file = Open();
         const HANDLE other = Open();
-        CancelScene scene(file, other);
-        EXPECT_TRUE(c.Act(scene));
+        calls = {Call(nullptr, '0'), Call(nullptr, '1'), Call(nullptr, '2'), Call(nullptr, '3')};
+        for (const std::size_t i : {0U, 1U, 3U})
+            EXPECT_EQ(Pending, calls[i].Send(i == 3 ? other : file));
+        std::promise<void> sent;
+        leave = {};
+        sender = std::jthread([&] {
+            EXPECT_EQ(Pending, calls[2].Send(file));
+            sent.set_value();
+            leave.get_future().wait();
+        });
+        sent.get_future().wait();
+        EXPECT_TRUE(act());
         std::string cancelled;
         for (const RequestPtr& request : Driver->Cancelled)
-        {
-            EXPECT_TRUE(request->IsCancelRequested());
-            cancelled += static_cast<char>(request->Input()[0]);
-        }
-        EXPECT_EQ(c.Cancelled, cancelled);
-        EXPECT_EQ(4U, Platform::CountOpenObjects().RequestsInFlight) << "the driver has not let go";
+            cancelled += static_cast<char>(request->IsCancelRequested() ? request->Input()[0] : '?');
+        EXPECT_EQ(expected, cancelled);
+        EXPECT_EQ(4U, InFlight()) << "the driver has not let go";
         CloseHandle(file);
         CloseHandle(other);
         EXPECT_EQ(0, Driver->Closes);
         for (const RequestPtr& request : Driver->Kept)
         {
-            Call& call = scene.Calls[request->Input()[0] - std::size_t{'0'}];
+            Call& call = calls[request->Input()[0] - std::size_t{'0'}];
             EXPECT_EQ(Incomplete, call.Result(file));
             request->Complete(Aborted);
             EXPECT_EQ(Aborted, call.Result(file));
         }
         EXPECT_EQ(2, std::exchange(Driver->Closes, 0)) << "closed behind the last end";
         Driver->Drop();
-        if (scene.Sender.joinable())
-        {
-            scene.Leave.set_value();
-        }
+        if (sender.joinable())
+            leave.set_value();
+        sender = {};
     }
 }
 
 TEST_F(DeviceIoTest, CancelDuringStartComesBehindIt)
 {
-    const HANDLE file = Open();
+    const Opened file = Open();
     Call call;
     Driver->OnStart = [&](const RequestPtr& request) {
         EXPECT_TRUE(CancelIoEx(file, &call.Record));
@@ -245,13 +183,12 @@ TEST_F(DeviceIoTest, CancelDuringStartComesBehindIt)
     EXPECT_EQ(Aborted, call.Result(file));
     EXPECT_FAILS_WITH(ERROR_NOT_FOUND, CancelIoEx(file, nullptr));
     EXPECT_TRUE(CancelIo(file));
-    EXPECT_TRUE(CloseHandle(file));
 }
 
 TEST_F(DeviceIoTest, ResultWaitsForTheEventOrTheFile)
 {
-    const HANDLE file = Open();
-    const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    const Opened file = Open();
+    const Opened event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     Call call(event);
     call.Send(file);
     SetEvent(event);
@@ -260,7 +197,6 @@ TEST_F(DeviceIoTest, ResultWaitsForTheEventOrTheFile)
     EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0)) << "consumed";
     Call plain;
     plain.Send(file);
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(file, 0));
     const std::jthread ender([kept = Driver->Kept] {
         kept[0]->Complete(AnyError, BytesOf("abc"));
         kept[1]->Complete(0, BytesOf("abc"));
@@ -272,13 +208,11 @@ TEST_F(DeviceIoTest, ResultWaitsForTheEventOrTheFile)
     call.Send(file);
     EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(file, 0)) << "any request resets the file";
     Driver->Drop();
-    EXPECT_TRUE(CloseHandle(event));
-    EXPECT_TRUE(CloseHandle(file));
 }
 
 TEST_F(DeviceIoTest, PlainHandleWaits)
 {
-    const HANDLE file = Open(R"(\\.\zv_device{1})", 0);
+    const Opened file = Open(R"(\\.\ZV_dEVICE{1})", 0);
     std::jthread ender;
     DWORD error = 0;
     Driver->OnStart = [&](const RequestPtr& request) {
@@ -293,27 +227,6 @@ TEST_F(DeviceIoTest, PlainHandleWaits)
     EXPECT_FAILS_WITH(AnyError, DeviceIoControl(file, 1, nullptr, 0, output, 2, &returned, nullptr));
     OVERLAPPED record{};
     EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, DeviceIoControl(file, 1, nullptr, 0, nullptr, 0, &returned, &record));
-    EXPECT_TRUE(CloseHandle(file));
-}
-
-TEST_F(DeviceIoTest, OpensByNameInAnyCase)
-{
-    EXPECT_TRUE(CloseHandle(Open(R"(\\.\ZV_dEVICE{1})")));
-    EXPECT_EQ(INVALID_HANDLE_VALUE, CreateFileA(R"(\\.\Zv_Device{1})", 0, 0, nullptr, 2, 0, nullptr));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, GetLastError());
-    EXPECT_EQ(1, Driver->Closes);
-    EXPECT_THROW(Box->AttachDevice("ZV_DEVICE{1}", Driver), std::invalid_argument);
-    Driver->OpenError = AnyError;
-    const std::pair<const char*, DWORD> bad[] = {{R"(\\.\Zv_Device{1})", AnyError},
-                                                 {R"(\\.\Zv_Device{2})", ERROR_FILE_NOT_FOUND},
-                                                 {"Zv_Device{1}", ERROR_FILE_NOT_FOUND},
-                                                 {"", ERROR_PATH_NOT_FOUND}};
-    for (const auto& [path, expected] : bad)
-    {
-        EXPECT_EQ(INVALID_HANDLE_VALUE, Open(path));
-        EXPECT_EQ(expected, GetLastError()) << path;
-    }
-    EXPECT_EQ(1, Driver->Closes) << "what was not opened is not closed";
 }
 
 TEST_F(DeviceIoTest, RefusesBeforeTheDriverSeesIt)
@@ -334,6 +247,17 @@ TEST_F(DeviceIoTest, RefusesBeforeTheDriverSeesIt)
     EXPECT_FAILS_WITH(ERROR_INVALID_HANDLE, CloseHandle(file));
     EXPECT_FAILS_WITH(ERROR_INVALID_HANDLE, CancelIo(file));
     EXPECT_FAILS_WITH(ERROR_INVALID_HANDLE, CancelIoEx(file, nullptr));
+    const auto opens = [](const char* path, DWORD disposition) {
+        return CreateFileA(path, 0, 0, nullptr, disposition, 0, nullptr) != INVALID_HANDLE_VALUE;
+    };
+    Driver->OpenError = AnyError;
+    EXPECT_FAILS_WITH(AnyError, opens(R"(\\.\Zv_Device{1})", OPEN_EXISTING));
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, opens(R"(\\.\Zv_Device{1})", 2));
+    EXPECT_FAILS_WITH(ERROR_FILE_NOT_FOUND, opens(R"(\\.\Zv_Device{2})", OPEN_EXISTING));
+    EXPECT_FAILS_WITH(ERROR_FILE_NOT_FOUND, opens("Zv_Device{1}", OPEN_EXISTING));
+    EXPECT_FAILS_WITH(ERROR_PATH_NOT_FOUND, opens("", OPEN_EXISTING));
+    EXPECT_EQ(1, Driver->Closes) << "what was not opened is not closed";
+    EXPECT_THROW(Box->AttachDevice("ZV_DEVICE{1}", Driver), std::invalid_argument);
 }
 
 TEST_F(DeviceIoTest, DeviceVanishesWithItsNameOrItsAdapter)
@@ -342,37 +266,30 @@ TEST_F(DeviceIoTest, DeviceVanishesWithItsNameOrItsAdapter)
     const auto setPresent = [&](bool present) {
         Box->ChangeAdapter(id, [=](Platform::AdapterDescription& adapter) { adapter.Present = present; });
     };
-    const struct
-    {
-        std::function<void()> Out;
-        std::function<void()> Back;
-    } cases[] = {
+    const std::pair<std::function<void()>, std::function<void()>> outAndBack[] = {
         {[&] { setPresent(false); }, [&] { setPresent(true); }},
         {[&] { Box->DetachDevice("zv_device{1}"); }, [&] { Box->AttachDevice("Zv_Device{1}", Driver); }},
         {[&] { Box->RemoveAdapter(id); }, [&] { Box->AddAdapter({.ControlDeviceName = "Zv_Device{1}"}); }},
     };
-    for (const auto& c : cases)
+    for (const auto& [out, back] : outAndBack)
     {
-        const HANDLE file = Open();
+        const Opened file = Open();
         Call call;
         EXPECT_EQ(Pending, call.Send(file));
-        c.Out();
+        out();
         EXPECT_EQ(1U, Driver->Cancelled.size());
         EXPECT_EQ(INVALID_HANDLE_VALUE, Open());
         EXPECT_EQ(nullptr, Box->Device("Zv_Device{1}"));
-        Call late;
-        EXPECT_EQ(Removed, late.Send(file));
-        EXPECT_EQ(77U, late.Returned);
         EXPECT_EQ(Incomplete, call.Result(file));
+        EXPECT_EQ(Removed, Call().Send(file));
         Driver->Kept[0]->Complete(Removed);
         EXPECT_EQ(Removed, call.Result(file));
-        c.Back();
+        back();
         EXPECT_EQ(Driver, Box->Device("ZV_DEVICE{1}"));
-        EXPECT_EQ(Removed, late.Send(file)) << "the handle is not on the new device";
-        EXPECT_TRUE(CloseHandle(file));
-        EXPECT_EQ(1, std::exchange(Driver->Closes, 0));
+        EXPECT_EQ(Removed, Call().Send(file)) << "the handle is not on the new device";
         Driver->Drop();
     }
+    EXPECT_EQ(3, Driver->Closes);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "Expect.h"
 
 #include <filesystem>
+#include <tuple>
 
 namespace
 {
@@ -16,26 +17,20 @@ int NumberOf(HMODULE module)
 
 TEST_F(ModuleLoadingTest, LooksBesideTheProgramThenHereThenOnTheSystem)
 {
-    const struct
-    {
-        const char* Folder; ///< Current one.
-        const char* Name;
-        int Number; ///< 0: not found.
-    } cases[] = {
+    // The current folder, the name, and the library's number; 0: not found.
+    const std::tuple<const char*, const char*, int> cases[] = {
         {OTHER_FOLDER, "PlatformTestModule.dll", 1}, {OTHER_FOLDER, "./PlatformTestModule.dll", 2},
         {OTHER_FOLDER, "PlatformTestOther.dll", 3},  {"/", OTHER_FOLDER "/PlatformTestOther.dll", 3},
         {"/", "PlatformTestOther.dll", 0},           {"/", "./PlatformTestModule.dll", 0},
     };
-    for (const auto& c : cases)
+    for (const auto& [folder, name, number] : cases)
     {
-        SCOPED_TRACE(c.Name);
-        std::filesystem::current_path(c.Folder);
+        std::filesystem::current_path(folder);
         SetLastError(0);
-        const HMODULE module = LoadLibraryA(c.Name);
-        EXPECT_EQ(c.Number != 0, module != nullptr);
-        EXPECT_EQ(static_cast<DWORD>(c.Number != 0 ? 0 : ERROR_MOD_NOT_FOUND), GetLastError());
-        EXPECT_EQ(c.Number, NumberOf(module));
-        EXPECT_EQ(c.Number != 0, FreeLibrary(module) != FALSE);
+        const HMODULE module = LoadLibraryA(name);
+        EXPECT_EQ(static_cast<DWORD>(number != 0 ? 0 : ERROR_MOD_NOT_FOUND), GetLastError()) << name;
+        EXPECT_EQ(number, NumberOf(module)) << name;
+        EXPECT_EQ(number != 0, FreeLibrary(module) != FALSE);
     }
     const HMODULE system = LoadLibraryA("libm.so.6");
     EXPECT_NE(nullptr, GetProcAddress(system, "cos"));
@@ -43,7 +38,7 @@ TEST_F(ModuleLoadingTest, LooksBesideTheProgramThenHereThenOnTheSystem)
     EXPECT_TRUE(FreeLibrary(system));
 }
 
-TEST_F(ModuleLoadingTest, CountsLoads)
+TEST_F(ModuleLoadingTest, CountsLoadsAndFindsThemByAddress)
 {
     const HMODULE first = LoadLibraryA("PlatformTestModule.dll");
     EXPECT_EQ(first, LoadLibraryA("PlatformTestModule.dll"));
@@ -55,33 +50,23 @@ TEST_F(ModuleLoadingTest, CountsLoads)
     EXPECT_FAILS_WITH(ERROR_MOD_NOT_FOUND, GetProcAddress(first, "ModuleNumber"));
     EXPECT_FAILS_WITH(ERROR_INVALID_HANDLE, FreeLibrary(nullptr));
     EXPECT_FAILS_WITH(ERROR_MOD_NOT_FOUND, LoadLibraryA(""));
-}
 
-TEST_F(ModuleLoadingTest, PinKeepsAModuleAndCountsAsNothing)
-{
-    const HMODULE module = LoadLibraryA("PlatformTestModule.dll");
-    const auto* address = reinterpret_cast<const WCHAR*>(GetProcAddress(module, "ModuleNumber"));
-    HMODULE pinned = nullptr;
-    EXPECT_TRUE(
-        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, address, &pinned));
-    EXPECT_EQ(module, pinned);
-    for (int i = 0; i < 3; ++i)
-    {
-        EXPECT_TRUE(FreeLibrary(module));
-    }
-    EXPECT_EQ(1, NumberOf(module));
-}
-
-TEST_F(ModuleLoadingTest, FindsModulesByAddress)
-{
-    HMODULE module = nullptr;
+    HMODULE found = nullptr;
+    constexpr DWORD byAddress = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS;
+    EXPECT_FAILS_WITH(ERROR_MOD_NOT_FOUND, GetModuleHandleExW(byAddress, nullptr, &found));
     const auto* here = reinterpret_cast<const WCHAR*>(&NumberOf);
-    EXPECT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, here, &module));
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, GetModuleHandleExW(0, here, &found));
+    EXPECT_TRUE(GetModuleHandleExW(byAddress, here, &found));
     EXPECT_EQ(1U, Platform::CountOpenObjects().Modules);
-    EXPECT_TRUE(FreeLibrary(module));
-    EXPECT_FAILS_WITH(ERROR_MOD_NOT_FOUND,
-                      GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, nullptr, &module));
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, GetModuleHandleExW(0, here, &module));
+    EXPECT_TRUE(FreeLibrary(found));
+
+    const HMODULE pinned = LoadLibraryA("PlatformTestModule.dll");
+    const auto* inside = reinterpret_cast<const WCHAR*>(GetProcAddress(pinned, "ModuleNumber"));
+    EXPECT_TRUE(GetModuleHandleExW(byAddress | GET_MODULE_HANDLE_EX_FLAG_PIN, inside, &found));
+    EXPECT_EQ(pinned, found);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(FreeLibrary(pinned));
+    EXPECT_EQ(1, NumberOf(pinned));
 }
 
 } // namespace

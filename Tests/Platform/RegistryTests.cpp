@@ -1,138 +1,118 @@
 #include "Expect.h"
 
 #include <array>
-#include <cstring>
 #include <thread>
+#include <tuple>
 
 using Platform::RegistryValue;
 
 namespace
 {
 
-class RegistryTest : public OnMachine
+using RegistryTest = OnMachine;
+
+HKEY Create(const std::string& path)
 {
-protected:
-    static HKEY Open(const char* path)
-    {
-        HKEY key = nullptr;
-        EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyA(HKEY_LOCAL_MACHINE, path, &key));
-        return key;
-    }
-
-    static HKEY Create(const char* path)
-    {
-        HKEY key = nullptr;
-        EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyA(HKEY_LOCAL_MACHINE, path, &key));
-        return key;
-    }
-};
-
-struct ReadCase
-{
-    const char* Name;
-    RegistryValue Stored;
-    DWORD Room;
-    LSTATUS Result;
-    DWORD Size;        ///< Reported.
-    const char* Bytes; ///< In the buffer afterwards, which was full of '#'.
-};
-
-const ReadCase ReadCases[] = {
-    {"text fits", RegistryValue::Text("abc"), 8, 0, 4, "abc\0####"},
-    {"text fits exactly", RegistryValue::Text("abc"), 4, 0, 4, "abc\0####"},
-    {"text too long", RegistryValue::Text("abc"), 3, ERROR_MORE_DATA, 4, "########"},
-    {"no NUL, room for one", {REG_SZ, {'a', 'b'}}, 3, 0, 3, "ab\0#####"},
-    {"no NUL, no room for one", {REG_SZ, {'a', 'b'}}, 2, 0, 2, "ab######"},
-    {"no NUL, too long", {REG_EXPAND_SZ, {'a', 'b'}}, 1, ERROR_MORE_DATA, 3, "########"},
-    {"binary gets no NUL", RegistryValue::Binary({'a', 'b'}), 8, 0, 2, "ab######"},
-    {"empty text gets no NUL", {REG_SZ, {}}, 8, 0, 0, "########"},
-    {"no room at all", RegistryValue::Number(7), 0, ERROR_MORE_DATA, 4, "########"},
-};
+    HKEY key = nullptr;
+    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyA(HKEY_LOCAL_MACHINE, path.c_str(), &key));
+    return key;
+}
 
 TEST_F(RegistryTest, ReadsWithinTheRoomGiven)
 {
-    for (const ReadCase& c : ReadCases)
+    const RegistryValue text = RegistryValue::Text("abc");
+    const RegistryValue open{REG_SZ, {'a', 'b'}}; // without a NUL
+    const std::tuple<RegistryValue, DWORD, LSTATUS, DWORD, const char*> cases[] = {
+        {text, 8, 0, 4, "abc\0####"},
+        {text, 4, 0, 4, "abc\0####"},
+        {text, 3, ERROR_MORE_DATA, 4, "########"},
+        {open, 3, 0, 3, "ab\0#####"},
+        {open, 2, 0, 2, "ab######"},
+        {{REG_EXPAND_SZ, open.Data}, 1, ERROR_MORE_DATA, 3, "########"},
+        {RegistryValue::Binary({'a', 'b'}), 8, 0, 2, "ab######"},
+        {{REG_SZ, {}}, 8, 0, 0, "########"},
+        {RegistryValue::Number(7), 0, ERROR_MORE_DATA, 4, "########"},
+    };
+    for (const auto& [stored, room, result, expectedSize, expectedData] : cases)
     {
-        SCOPED_TRACE(c.Name);
-        Box->SetValue("SOFTWARE\\Reads", "Value", c.Stored);
-        const HKEY key = Open("software\\READS");
-        std::array<BYTE, 9> data{};
-        std::memset(data.data(), '#', 8);
+        Box->SetValue("SOFTWARE\\Reads", "Value", stored);
+        const Opened key = Create("software\\READS");
+        std::string data(8, '#');
         DWORD type = 99;
-        DWORD size = c.Room;
-        EXPECT_EQ(c.Result, RegQueryValueExA(key, "vALUE", nullptr, &type, data.data(), &size));
-        EXPECT_EQ(c.Stored.Type, type);
-        EXPECT_EQ(c.Size, size);
-        EXPECT_EQ(0, std::memcmp(c.Bytes, data.data(), 8));
-        EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
+        DWORD size = room;
+        EXPECT_EQ(result, RegQueryValueExA(key, "vALUE", nullptr, &type, reinterpret_cast<BYTE*>(data.data()), &size));
+        EXPECT_EQ(stored.Type, type);
+        EXPECT_EQ(expectedSize, size);
+        EXPECT_EQ(std::string(expectedData, 8), data) << "in a room of " << room;
     }
 }
 
 TEST_F(RegistryTest, AsksForSizeAndRefusesDataWithoutOne)
 {
     Box->SetValue("SOFTWARE\\A", "", RegistryValue{REG_SZ, {'a', 'b'}});
-    const HKEY key = Open("SOFTWARE\\A");
+    const Opened key = Create("SOFTWARE\\A");
     DWORD type = 99;
     DWORD size = 0;
-    BYTE data[4] = {};
+    BYTE data = 0;
     EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, nullptr, nullptr, nullptr, nullptr, &size));
-    EXPECT_EQ(3U, size);
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, RegQueryValueExA(key, nullptr, nullptr, &type, data, nullptr));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegQueryValueExA(key, "missing", nullptr, &type, data, &size));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, RegQueryValueExA(key, nullptr, nullptr, &type, &data, nullptr));
+    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, nullptr, nullptr, &type, nullptr, nullptr));
+    EXPECT_EQ(REG_SZ, type);
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegQueryValueExA(key, "missing", nullptr, &type, &data, &size));
     EXPECT_EQ(REG_NONE, type);
-    EXPECT_EQ(3U, size);
-    RegCloseKey(key);
+    EXPECT_EQ(3U, size) << "with the NUL that it lacks, and none of the missing one";
 }
-
-struct PathCase
-{
-    const char* Path;
-    LSTATUS OpenResult;
-    LSTATUS CreateResult;
-    LSTATUS DeleteResult;
-};
 
 TEST_F(RegistryTest, TreatsPathsAsWindowsDoes)
 {
     Box->SetValue("SOFTWARE\\Vendor\\Product", "v", RegistryValue::Number(1));
-    const PathCase cases[] = {
-        {"SOFTWARE\\Vendor", 0, 0, ERROR_ACCESS_DENIED},
-        {"software\\\\VENDOR\\product\\", 0, 0, 0},
-        {"\\SOFTWARE", ERROR_BAD_PATHNAME, ERROR_BAD_PATHNAME, ERROR_BAD_PATHNAME},
-        {"SOFTWARE\\None", ERROR_FILE_NOT_FOUND, 0, 0},
-        {"NoHive\\Key", ERROR_FILE_NOT_FOUND, ERROR_INVALID_PARAMETER, ERROR_FILE_NOT_FOUND},
-        {"", 0, 0, ERROR_ACCESS_DENIED},
+    using Results = std::tuple<LSTATUS, LSTATUS, LSTATUS>; // of an open, a creation and a deletion
+    const std::pair<const char*, Results> cases[] = {
+        {"SOFTWARE\\Vendor", {0, 0, ERROR_ACCESS_DENIED}},
+        {R"(software\\VENDOR\product\)", {0, 0, 0}},
+        {"\\SOFTWARE", {ERROR_BAD_PATHNAME, ERROR_BAD_PATHNAME, ERROR_BAD_PATHNAME}},
+        {"SOFTWARE\\None", {ERROR_FILE_NOT_FOUND, 0, 0}},
+        {"NoHive\\Key", {ERROR_FILE_NOT_FOUND, ERROR_INVALID_PARAMETER, ERROR_FILE_NOT_FOUND}},
+        {"", {0, 0, ERROR_ACCESS_DENIED}},
     };
-    for (const PathCase& c : cases)
+    for (const auto& [path, expected] : cases)
     {
-        SCOPED_TRACE(c.Path);
         HKEY opened = HKEY_LOCAL_MACHINE;
         HKEY created = HKEY_LOCAL_MACHINE;
-        EXPECT_EQ(c.OpenResult, RegOpenKeyA(HKEY_LOCAL_MACHINE, c.Path, &opened));
-        EXPECT_EQ(c.CreateResult, RegCreateKeyA(HKEY_LOCAL_MACHINE, c.Path, &created));
-        EXPECT_EQ(c.OpenResult == 0, opened != nullptr);
-        EXPECT_EQ(c.CreateResult == 0 ? ERROR_SUCCESS : ERROR_INVALID_HANDLE, RegCloseKey(created));
-        EXPECT_EQ(c.OpenResult == 0 ? ERROR_SUCCESS : ERROR_INVALID_HANDLE, RegCloseKey(opened));
-        EXPECT_EQ(c.DeleteResult, RegDeleteKeyA(HKEY_LOCAL_MACHINE, c.Path));
+        const Results results{RegOpenKeyA(HKEY_LOCAL_MACHINE, path, &opened),
+                              RegCreateKeyA(HKEY_LOCAL_MACHINE, path, &created),
+                              RegDeleteKeyA(HKEY_LOCAL_MACHINE, path)};
+        EXPECT_EQ(expected, results) << path;
+        EXPECT_EQ(std::get<1>(results) == 0, RegCloseKey(created) == ERROR_SUCCESS) << path;
+        EXPECT_EQ(std::get<0>(results) == 0, RegCloseKey(opened) == ERROR_SUCCESS) << path;
     }
 }
 
-TEST_F(RegistryTest, OpeningNothingGivesTheSameHandle)
+TEST_F(RegistryTest, HandlesWithoutAPathOrAKeyOrAMachine)
 {
-    const HKEY key = Create("SOFTWARE\\A");
     HKEY again = nullptr;
+    auto inner = std::make_unique<Platform::ScopedMachine>();
+    const HKEY key = Create("SOFTWARE\\A\\B");
     EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyW(key, u"", &again));
-    EXPECT_EQ(key, again);
-    EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(again));
-    EXPECT_EQ(ERROR_INVALID_HANDLE, RegCloseKey(key));
+    EXPECT_EQ(key, again) << "nothing to open gives the same handle";
+    inner.reset();
+    EXPECT_FALSE(Box->KeyExists("SOFTWARE\\A"));
+    EXPECT_EQ(ERROR_SUCCESS, RegFlushKey(key)) << "the handle keeps its machine";
+    EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
+    EXPECT_EQ(ERROR_INVALID_HANDLE, RegCloseKey(again));
     EXPECT_EQ(ERROR_INVALID_HANDLE, RegFlushKey(nullptr));
     EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(HKEY_LOCAL_MACHINE));
     EXPECT_EQ(ERROR_SUCCESS, RegFlushKey(HKEY_LOCAL_MACHINE));
+    const Opened deleted = Create("SOFTWARE\\A\\B");
+    Box->DeleteTree("SOFTWARE\\A");
+    EXPECT_EQ(ERROR_KEY_DELETED, RegQueryValueExA(deleted, "v", nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(ERROR_KEY_DELETED, RegCreateKeyA(deleted, "C", &again));
+    EXPECT_FALSE(Box->KeyExists("SOFTWARE\\A"));
 }
 
-TEST_F(RegistryTest, KeepsTheCaseOfTheFirstWriting)
+TEST_F(RegistryTest, NamesOfValuesHaveNoCase)
 {
-    const HKEY key = Create("SOFTWARE\\A");
+    const Opened key = Create("SOFTWARE\\A");
     const BYTE one[] = {1};
     EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "Name", 0, REG_BINARY, one, 1));
     EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "NAME", 0, REG_DWORD, one, 0));
@@ -141,60 +121,26 @@ TEST_F(RegistryTest, KeepsTheCaseOfTheFirstWriting)
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyValueA(key, nullptr, "nAme"));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A", "Name"));
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, "SOFTWARE\\B", "Name"));
-    RegCloseKey(key);
-}
-
-TEST_F(RegistryTest, KeyDeletedUnderAHandle)
-{
-    Box->SetValue("SOFTWARE\\A\\B", "v", RegistryValue::Number(1));
-    const HKEY key = Open("SOFTWARE\\A\\B");
-    Box->DeleteTree("SOFTWARE\\A");
-    HKEY below = nullptr;
-    DWORD size = 0;
-    EXPECT_EQ(ERROR_KEY_DELETED, RegQueryValueExA(key, "v", nullptr, nullptr, nullptr, &size));
-    EXPECT_EQ(ERROR_KEY_DELETED, RegCreateKeyA(key, "C", &below));
-    EXPECT_EQ(ERROR_KEY_DELETED, RegFlushKey(key));
-    EXPECT_FALSE(Box->KeyExists("SOFTWARE\\A"));
-    EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
-}
-
-TEST_F(RegistryTest, HandleOutlivesTheScopeOfItsMachine)
-{
-    HKEY key = nullptr;
-    {
-        const Platform::ScopedMachine inner;
-        inner->SetValue("SOFTWARE\\Inner", "v", RegistryValue::Number(1));
-        key = Open("SOFTWARE\\Inner");
-    }
-    EXPECT_FALSE(Box->KeyExists("SOFTWARE\\Inner"));
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "v", nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
 }
 
 TEST_F(RegistryTest, ServesFourThreadsAtOnce)
 {
     const auto work = [](char name) {
         const std::string path = std::string("SOFTWARE\\Shared\\") + name;
-        for (DWORD i = 0; i < 200; ++i)
+        for (BYTE i = 0; i < 200; ++i)
         {
-            const HKEY key = Create(path.c_str());
-            BYTE data[4];
-            std::memcpy(data, &i, 4);
-            EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "v", 0, REG_DWORD, data, 4));
-            DWORD read = 0;
-            DWORD size = 4;
-            EXPECT_EQ(ERROR_SUCCESS,
-                      RegQueryValueExA(key, "v", nullptr, nullptr, reinterpret_cast<BYTE*>(&read), &size));
+            const Opened key = Create(path);
+            BYTE read = 0;
+            DWORD size = 1;
+            EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "v", 0, REG_BINARY, &i, 1));
+            EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "v", nullptr, nullptr, &read, &size));
             EXPECT_EQ(i, read);
             EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyA(HKEY_LOCAL_MACHINE, path.c_str()));
-            EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
         }
     };
     std::array<std::jthread, 4> threads;
     for (char name = 'a'; auto& thread : threads)
-    {
         thread = std::jthread(work, name++);
-    }
 }
 
 } // namespace

@@ -13,13 +13,13 @@ struct EchoDevice : Platform::ControlDevice
     std::string Text;
 };
 
-extern "C" __attribute__((visibility("default"))) Platform::ControlDevice* CreateControlDevice(const char* deviceName,
+extern "C" __attribute__((visibility("default"))) Platform::ControlDevice* CreateControlDevice(const char* name,
                                                                                                const char* settings,
                                                                                                char* error,
-                                                                                               std::size_t errorRoom)
+                                                                                               std::size_t room)
 {
     auto device = std::make_unique<EchoDevice>();
-    device->Text = std::string(deviceName) + settings;
-    std::snprintf(error, errorRoom, "%s has no settings", deviceName);
+    device->Text = std::string(name) + settings;
+    std::snprintf(error, room, "%s has no settings", name);
     return std::string(settings) == "null" ? nullptr : device.release();
 }

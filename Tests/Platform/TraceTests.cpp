@@ -16,28 +16,29 @@ constexpr GUID OtherControl = {1, 2, 3, {5}};
 constexpr GUID MessageClass = {6, 7, 8, {9}};
 constexpr ULONG AllParts =
     TRACE_MESSAGE_SEQUENCE | TRACE_MESSAGE_GUID | TRACE_MESSAGE_TIMESTAMP | TRACE_MESSAGE_SYSTEMINFO;
+constexpr ULONG InvalidHandle = ERROR_INVALID_HANDLE;
 
-/// A provider as a library would be one.
+/// A provider as a library would be one, registered for its scope.
 struct Provider
 {
-    static ULONG Callback(WMIDPREQUESTCODE code, void* context, ULONG*, void* buffer)
-    {
-        auto& self = *static_cast<Provider*>(context);
-        EXPECT_NE(0U, self.Handle) << "the handle is stored before the callback runs";
-        const bool on = code == WMI_ENABLE_EVENTS;
-        self.Logger = on ? GetTraceLoggerHandle(buffer) : 0;
-        self.Seen += on ? "+" + std::to_string(GetTraceEnableLevel(self.Logger)) + "/" +
-                              std::to_string(GetTraceEnableFlags(self.Logger))
-                        : "-";
-        return 0;
-    }
-
-    void Register()
+    Provider()
     {
         TRACE_GUID_REGISTRATION guids = {&Control, nullptr};
         EXPECT_EQ(0U, RegisterTraceGuidsW(Callback, this, &Control, 1, &guids, nullptr, nullptr, &Handle));
     }
-    ULONG Unregister() { return UnregisterTraceGuids(Handle); }
+    ~Provider() { UnregisterTraceGuids(Handle); }
+
+    static ULONG Callback(WMIDPREQUESTCODE code, void* context, ULONG*, void* buffer)
+    {
+        auto& self = *static_cast<Provider*>(context);
+        EXPECT_NE(0U, self.Handle) << "the handle is stored before the callback runs";
+        const auto text = [](auto number) { return std::to_string(number); };
+        const TRACEHANDLE logger = code == WMI_ENABLE_EVENTS ? GetTraceLoggerHandle(buffer) : 0;
+        self.Seen +=
+            logger == 0 ? "-" : "+" + text(GetTraceEnableLevel(logger)) + "/" + text(GetTraceEnableFlags(logger));
+        self.Logger = logger;
+        return 0;
+    }
 
     TRACEHANDLE Handle = 0;
     TRACEHANDLE Logger = 0;
@@ -49,49 +50,38 @@ ULONG Write(TRACEHANDLE logger, std::uint32_t number)
     return TraceMessage(logger, AllParts, &MessageClass, 10, &number, sizeof(number), "NULL", std::size_t{5}, nullptr);
 }
 
+void Ignore(const TraceRecord&) {}
+
 using TraceTest = OnMachine;
 
 TEST_F(TraceTest, ProviderLearnsOfSessionsBeforeAndAfterItRegisters)
 {
+    auto early = std::make_unique<TraceSession>(&Control, std::uint8_t{3}, 0x10U, Ignore);
+    const TraceSession unrelated(&OtherControl, 9, 9, Ignore);
     Provider provider;
-    {
-        TraceSession early(&Control, 3, 0x10, [](const TraceRecord&) {});
-        const TraceSession unrelated(&OtherControl, 9, 9, [](const TraceRecord&) {});
-        provider.Register();
-        EXPECT_EQ("+3/16", provider.Seen);
-        early.Enable(4, 0xFFFFFFFF);
-        early.Disable();
-        early.Disable();
-        early.Enable(255, 0);
-    }
+    EXPECT_EQ("+3/16", provider.Seen);
+    early->Enable(4, 0xFFFFFFFF);
+    early->Disable();
+    early->Disable();
+    early->Enable(255, 0);
+    early.reset();
     EXPECT_EQ("+3/16+4/4294967295-+255/0-", std::exchange(provider.Seen, ""));
-    const TraceSession late(&Control, 1, 2, [](const TraceRecord&) {});
-    EXPECT_EQ("+1/2", std::exchange(provider.Seen, ""));
-    EXPECT_EQ(1U, Platform::CountOpenObjects().TraceProviders);
-    EXPECT_EQ(0U, provider.Unregister());
-    EXPECT_EQ("-", provider.Seen) << "an enabled provider is disabled as it leaves";
-    EXPECT_EQ(static_cast<ULONG>(ERROR_INVALID_HANDLE), provider.Unregister());
-}
-
-TEST_F(TraceTest, ProviderServesTheSessionThatWasSetLast)
-{
-    Provider provider;
-    provider.Register();
-    TraceSession first(&Control, 1, 1, [](const TraceRecord&) {});
+    TraceSession first(&Control, 1, 1, Ignore);
     {
-        const TraceSession second(&Control, 2, 2, [](const TraceRecord&) {});
+        const TraceSession second(&Control, 2, 2, Ignore);
         first.Enable(3, 3);
-        EXPECT_EQ("+1/1+2/2+3/3", provider.Seen);
     }
-    EXPECT_EQ("+1/1+2/2+3/3", provider.Seen) << "the end of the other session changes nothing";
-    provider.Unregister();
+    EXPECT_EQ("+1/1+2/2+3/3", std::exchange(provider.Seen, "")) << "the last one set, whichever ends";
+    EXPECT_EQ(1U, Platform::CountOpenObjects().TraceProviders);
+    EXPECT_EQ(0U, UnregisterTraceGuids(provider.Handle));
+    EXPECT_EQ("-", provider.Seen) << "an enabled provider is disabled as it leaves";
+    EXPECT_EQ(InvalidHandle, UnregisterTraceGuids(provider.Handle));
 }
 
 TEST_F(TraceTest, MessageReachesTheSinkWhole)
 {
     std::vector<TraceRecord> records;
-    Provider provider;
-    provider.Register();
+    const Provider provider;
     auto session = std::make_unique<TraceSession>(&Control, std::uint8_t{3}, 1U, [&](const TraceRecord& record) {
         EXPECT_EQ(0U, Write(provider.Logger, 99)) << "the sink's own message is dropped";
         records.push_back(record);
@@ -108,62 +98,50 @@ TEST_F(TraceTest, MessageReachesTheSinkWhole)
     const std::vector<std::vector<std::uint8_t>> arguments = {{7, 0, 0, 0}, {'N', 'U', 'L', 'L', 0}};
     EXPECT_EQ(arguments, records[0].Arguments);
     session.reset();
-    EXPECT_EQ(static_cast<ULONG>(ERROR_INVALID_HANDLE), Write(logger, 9));
+    EXPECT_EQ(InvalidHandle, Write(logger, 9));
     EXPECT_EQ(2U, records.size());
-    provider.Unregister();
 }
 
-TEST_F(TraceTest, SessionWaitsForItsSink)
+TEST_F(TraceTest, SinkGetsOneMessageAtATimeAndNoneBehindTheEnd)
 {
     std::promise<void> inside;
     std::promise<void> go;
-    bool finished = false;
-    Provider provider;
-    provider.Register();
+    int count = 0; // no lock: the turns and the session's own end make it visible
+    const Provider provider;
     auto session = std::make_unique<TraceSession>(&Control, std::uint8_t{3}, 1U, [&](const TraceRecord&) {
+        if (++count <= 400)
+            return;
         inside.set_value();
         go.get_future().wait();
-        finished = true; // no lock: only the session's waiting makes this visible
+        count = 1000;
     });
-    std::jthread writer([logger = provider.Logger] { Write(logger, 1); });
-    inside.get_future().wait();
-    std::jthread opener([&go] { go.set_value(); });
-    session.reset();
-    EXPECT_TRUE(finished);
-    provider.Unregister();
-}
-
-TEST_F(TraceTest, SinkGetsOneMessageAtATime)
-{
-    int count = 0; // no lock either
-    Provider provider;
-    provider.Register();
-    const TraceSession session(&Control, 3, 1, [&](const TraceRecord&) { ++count; });
+    const auto write = [logger = provider.Logger](std::uint32_t number) {
+        for (std::uint32_t i = 0; i < number; ++i)
+            Write(logger, i);
+    };
     {
-        const auto work = [logger = provider.Logger] {
-            for (std::uint32_t i = 0; i < 200; ++i)
-            {
-                Write(logger, i);
-            }
-        };
-        const std::jthread first(work);
-        const std::jthread second(work);
+        const std::jthread first(write, 200);
+        const std::jthread second(write, 200);
     }
     EXPECT_EQ(400, count);
-    provider.Unregister();
+    const std::jthread last(write, 1);
+    inside.get_future().wait();
+    const std::jthread opener([&go] { go.set_value(); });
+    session.reset();
+    EXPECT_EQ(1000, count) << "the end waits for the sink";
 }
 
 TEST_F(TraceTest, RefusesForeignBuffersAndIncompleteRegistrations)
 {
     WNODE_HEADER header{};
-    EXPECT_EQ(~TRACEHANDLE{0}, GetTraceLoggerHandle(&header));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_PARAMETER), GetLastError());
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, ~GetTraceLoggerHandle(&header) != 0);
     TRACEHANDLE handle = 5;
-    EXPECT_EQ(static_cast<ULONG>(ERROR_INVALID_PARAMETER),
-              RegisterTraceGuidsW(nullptr, nullptr, &Control, 0, nullptr, nullptr, nullptr, &handle));
+    const auto attempt = [&](WMIDPREQUEST callback) {
+        return RegisterTraceGuidsW(callback, nullptr, &Control, 0, nullptr, nullptr, nullptr, &handle);
+    };
+    EXPECT_EQ(ULONG{ERROR_INVALID_PARAMETER}, attempt(nullptr));
     Box->FailCall("RegisterTraceGuidsW", 1, ERROR_NOT_ENOUGH_MEMORY);
-    EXPECT_EQ(static_cast<ULONG>(ERROR_NOT_ENOUGH_MEMORY),
-              RegisterTraceGuidsW(Provider::Callback, nullptr, &Control, 0, nullptr, nullptr, nullptr, &handle));
+    EXPECT_EQ(ULONG{ERROR_NOT_ENOUGH_MEMORY}, attempt(Provider::Callback));
     EXPECT_EQ(5U, handle);
 }
 
