@@ -12,6 +12,10 @@ inline constexpr std::uint32_t ZV_REG_OP_WRITE = 0x80000002;        ///< Write a
 inline constexpr std::uint32_t ZV_REG_OP_DELETE_VALUE = 0x80000003; ///< Delete a value.
 /// @}
 
+/// The response of an asynchronous request comes from the driver in chunks of this many bytes; one
+/// of fewer, also of none, is the last.
+inline constexpr std::uint32_t ZV_RSP_CHUNK_SIZE = 200;
+
 /// Type word of `_ZV_ASYNC_RESULT`.
 inline constexpr std::uint32_t ZV_ASYNC_IOCTL_DONE = 0x30001;
 

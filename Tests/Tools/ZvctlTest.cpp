@@ -195,7 +195,7 @@ TEST(Zvctl, WithoutACommandATourTriesEverything)
                               "set         item 0x10 back to 01 02 03 04 05 06\n"
                               "ioctl       request 0x222000: sent c0 ff ee 00, received c0 ff ee 00\n"
                               "ioctl async request 0x222004: sent 450 bytes, callback with status 0, "
-                              "received 00 01 02 03 .. c3 c4 c5 c6\n"
+                              "received 450 bytes in 3 chunks: 00 01 02 03 .. c3 c4 c5 c6\n"
                               "reg write   ZvctlTour = \"was here\" (sz)\n"
                               "reg read    ZvctlTour = \"was here\" (sz)\n"
                               "reg delete  ZvctlTour\n";

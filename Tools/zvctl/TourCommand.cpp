@@ -22,7 +22,8 @@ constexpr std::uint32_t Item = 0x10;
 constexpr std::uint32_t ItemSize = 6;
 constexpr std::uint32_t SyncCode = 0x222000;
 constexpr std::uint32_t AsyncCode = 0x222004;
-constexpr std::uint32_t AsyncSize = 450; // three of the chunks that a response comes in
+constexpr std::uint32_t AsyncSize = 450;
+constexpr std::uint32_t AsyncChunks = AsyncSize / ZV_RSP_CHUNK_SIZE + 1;
 constexpr std::chrono::seconds Patience{4};
 
 /// Counts down, so that it is not taken for a response that counts up.
@@ -144,8 +145,8 @@ void Tour::VisitRequests()
     Step("ioctl async", [&] {
         const Bytes output = SendAndAwaitCallback(
             Device, {.Code = AsyncCode, .Id = 2, .Input = AsyncInput(), .OutputSize = AsyncSize}, Patience);
-        return fmt::format("request 0x{:x}: sent {} bytes, callback with status 0, received {}", AsyncCode, AsyncSize,
-                           Ends(output));
+        return fmt::format("request 0x{:x}: sent {} bytes, callback with status 0, received {} bytes in {} chunks: {}",
+                           AsyncCode, AsyncSize, output.size(), AsyncChunks, Ends(output));
     });
 }
 

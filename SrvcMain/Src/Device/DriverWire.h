@@ -2,6 +2,8 @@
 /// What travels between the library and an adapter's driver: little-endian, byte for byte.
 #pragma once
 
+#include "ZVRequests.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -81,6 +83,5 @@ static_assert(sizeof(_ZV_DRV_INFO_BLOCK) == 100);
 inline constexpr std::uint32_t ZV_DEVICE_INFO_TIMEOUT_MS = 300;
 
 inline constexpr std::size_t ZV_RSP_BUFFER_COUNT = 5;   ///< Response reads in flight for one request.
-inline constexpr std::uint32_t ZV_RSP_CHUNK_SIZE = 200; ///< A chunk of fewer bytes is the last one.
 inline constexpr std::uint32_t ZV_RSP_WAIT_MS = 3000;   ///< Silence that ends a response.
 inline constexpr std::uint32_t ZV_ASYNC_WAKE_SIZE = 12; ///< The message that wakes a device's thread.
