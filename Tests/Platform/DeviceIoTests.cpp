@@ -90,10 +90,10 @@ TEST_F(DeviceIoTest, CallerSeesTheEnd)
     for (const auto& [atOnce, error, output, room, expected] : cases)
     {
         Call call(event);
-        const auto end = [&, error = error, output = output, room = room](const RequestPtr& request) {
-            EXPECT_EQ(room, request->OutputRoom());
+        const auto end = [code = error, bytes = BytesOf(output), size = room](const RequestPtr& request) {
+            EXPECT_EQ(size, request->OutputRoom());
             EXPECT_EQ('i', request->Input()[0]);
-            EXPECT_TRUE(request->Complete(error, BytesOf(output)));
+            EXPECT_TRUE(request->Complete(code, bytes));
             EXPECT_FALSE(request->Complete(0, BytesOf("XX"))) << "the first end counts";
         };
         Driver->OnStart = atOnce ? std::function(end) : nullptr;

@@ -113,7 +113,7 @@ TEST_F(DeviceSetupTest, StatusFollowsTheNode)
     };
     for (const auto& [node, expected] : cases)
     {
-        Box->ChangeAdapter(id, [&node = node](AdapterDescription& current) { current = node; });
+        Box->ChangeAdapter(id, [&changed = node](AdapterDescription& current) { current = changed; });
         Status seen{CR_SUCCESS, 99, 99};
         std::get<0>(seen) = CM_Get_DevNode_Status(&std::get<1>(seen), &std::get<2>(seen), id, 0);
         EXPECT_EQ(expected, seen);
