@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <span>
 
@@ -56,6 +57,11 @@ public:
     /// request. It may be ended here, later or never; it goes on using the caller's memory until it
     /// has ended. Comes once for a request, and after its Start has returned. The default ends it with 995 at once.
     virtual void Cancel(const std::shared_ptr<IoRequest>& request);
+    /// Changes how a driver that can be steered behaves from now on; keys that are left out stay.
+    /// @param settings JSON text in the form that the driver knows.
+    /// @return false for a mistake, which is then told at `error`, a buffer of `errorRoom` bytes. The
+    ///         default knows no setting.
+    virtual bool Configure(const char* settings, char* error, std::size_t errorRoom);
 };
 
 inline std::uint32_t ControlDevice::Open(std::uint64_t /*openId*/)
@@ -68,6 +74,12 @@ inline void ControlDevice::Close(std::uint64_t /*openId*/) {}
 inline void ControlDevice::Cancel(const std::shared_ptr<IoRequest>& request)
 {
     request->Complete(995);
+}
+
+inline bool ControlDevice::Configure(const char* /*settings*/, char* error, std::size_t errorRoom)
+{
+    std::snprintf(error, errorRoom, "this driver cannot be steered");
+    return false;
 }
 
 /// What a loadable driver exports under the name "CreateControlDevice". A machine file names the

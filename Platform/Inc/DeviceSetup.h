@@ -20,6 +20,33 @@ struct SP_DEVINFO_DATA
 };
 static_assert(sizeof(SP_DEVINFO_DATA) == 32);
 
+using DI_FUNCTION = UINT;
+
+/// What every set of install parameters begins with.
+struct SP_CLASSINSTALL_HEADER
+{
+    DWORD cbSize; ///< 8, put in by the caller.
+    DI_FUNCTION InstallFunction;
+};
+static_assert(sizeof(SP_CLASSINSTALL_HEADER) == 8);
+
+/// Parameters of DIF_PROPERTYCHANGE.
+struct SP_PROPCHANGE_PARAMS
+{
+    SP_CLASSINSTALL_HEADER ClassInstallHeader;
+    DWORD StateChange;
+    DWORD Scope;
+    DWORD HwProfile;
+};
+static_assert(sizeof(SP_PROPCHANGE_PARAMS) == 20);
+
+inline constexpr DI_FUNCTION DIF_PROPERTYCHANGE = 0x12;
+inline constexpr DWORD DICS_ENABLE = 1;
+inline constexpr DWORD DICS_DISABLE = 2;
+inline constexpr DWORD DICS_FLAG_GLOBAL = 1;
+inline constexpr DWORD DICS_FLAG_CONFIGSPECIFIC = 2;
+inline constexpr DWORD DIREG_DRV = 2;
+
 inline constexpr DWORD DIGCF_PRESENT = 0x2;
 inline constexpr DWORD DIGCF_ALLCLASSES = 0x4;
 
@@ -33,7 +60,10 @@ inline constexpr DWORD SPDRP_MAXIMUM_PROPERTY = 0x25;
 
 inline constexpr DWORD ERROR_INVALID_CLASS = 0xE0000206;
 inline constexpr DWORD ERROR_INVALID_REG_PROPERTY = 0xE0000209;
+inline constexpr DWORD ERROR_NO_CLASSINSTALL_PARAMS = 0xE0000215;
+inline constexpr DWORD ERROR_KEY_DOES_NOT_EXIST = 0xE0000204;
 inline constexpr DWORD ERROR_NO_SUCH_DEVINST = 0xE000020B;
+inline constexpr DWORD ERROR_NOT_DISABLEABLE = 0xE0000231;
 
 inline constexpr CONFIGRET CR_SUCCESS = 0;
 inline constexpr CONFIGRET CR_INVALID_POINTER = 3;
@@ -76,4 +106,24 @@ extern "C"
     /// Reads a node's status bits and problem number as they are now. CR_NO_SUCH_DEVINST for an absent
     /// node; the outputs are then left alone.
     PLATFORM_API CONFIGRET CM_Get_DevNode_Status(ULONG* status, ULONG* problem, DEVINST device, ULONG flags);
+
+    /// Opens a device's driver key (DICS_FLAG_GLOBAL, profile 0 and DIREG_DRV alone). On failure the
+    /// result is INVALID_HANDLE_VALUE as an HKEY: ERROR_KEY_DOES_NOT_EXIST for a device without such a
+    /// key, ERROR_ACCESS_DENIED for more than reading by a caller without rights.
+    PLATFORM_API HKEY SetupDiOpenDevRegKey(HDEVINFO set, SP_DEVINFO_DATA* device, DWORD scope, DWORD profile,
+                                           DWORD keyType, REGSAM access);
+
+    /// Keeps a copy of the parameters with the device of the set; null parameters of size 0 remove it.
+    /// Only those of DIF_PROPERTYCHANGE are known, to enable in either scope or to disable in
+    /// DICS_FLAG_CONFIGSPECIFIC: ERROR_INVALID_PARAMETER for others, ERROR_INVALID_USER_BUFFER for a
+    /// wrong cbSize.
+    PLATFORM_API BOOL SetupDiSetClassInstallParamsW(HDEVINFO set, SP_DEVINFO_DATA* device,
+                                                    SP_CLASSINSTALL_HEADER* parameters, DWORD size);
+
+    /// Carries out DIF_PROPERTYCHANGE with the parameters of the device: changes the node and sends the
+    /// messages of the change before it returns. ERROR_NO_CLASSINSTALL_PARAMS without parameters for
+    /// that function, ERROR_ACCESS_DENIED for a caller without rights, ERROR_NO_SUCH_DEVINST for an
+    /// absent device, ERROR_NOT_DISABLEABLE when a window denied the removal, and the adapter's own
+    /// refusal. An enable in DICS_FLAG_GLOBAL ends a global disable alone, which no adapter here has.
+    PLATFORM_API BOOL SetupDiCallClassInstaller(DI_FUNCTION function, HDEVINFO set, SP_DEVINFO_DATA* device);
 }

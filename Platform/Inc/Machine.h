@@ -61,6 +61,9 @@ struct AdapterDescription
     bool Readable = true;      ///< CM_Get_DevNode_Status succeeds.
     std::uint32_t Problem = 0; ///< Problem number of the node; 22 for a disabled adapter.
 
+    /// What the class installer answers an enable or disable with; 0 carries it out.
+    std::uint32_t StateChangeError = 0;
+
     /// Name of the attached device that comes and goes with this adapter's `Present`; none when empty.
     std::string ControlDeviceName = {};
 
@@ -82,6 +85,7 @@ struct OpenObjects
     std::size_t Files = 0;
     std::size_t Events = 0;           ///< Handles, not events.
     std::size_t RequestsInFlight = 0; ///< Begun and not ended, whether or not their handle is open.
+    std::size_t Windows = 0;          ///< Not in the total: a window may live as long as the process.
 
     std::size_t Total() const
     {
@@ -136,6 +140,47 @@ public:
     void RemoveAdapter(AdapterId id);
     /// All adapters in the order in which they were added.
     std::vector<AdapterId> Adapters() const;
+
+    /// @name What happens to a computer
+    /// Each changes the tree and the registry, as far as something changes, and sends the messages that
+    /// Windows sends for it; none does anything to an adapter that is in that state already. What changes
+    /// of an absent adapter sends nothing. They return when each window has dealt with its messages, or after 5 seconds
+    /// for one that does not. Messages of two callers do not mix.
+    ///
+    /// An adapter is of one interface class, GUID_NDIS_LAN_CLASS; its interface is up while it is
+    /// present and has no problem. When the interface comes, windows registered for the class get
+    /// 0x8000 (DBT_DEVICEARRIVAL), and when it goes 0x8004 (DBT_DEVICEREMOVECOMPLETE). After each
+    /// change of the tree every top-level window gets 7 (DBT_DEVNODES_CHANGED). Before an orderly
+    /// removal (all but Unplug) registered windows are asked with 0x8001 (DBT_DEVICEQUERYREMOVE); one
+    /// that answers BROADCAST_QUERY_DENY stops it: those asked before get 0x8002, and the result is
+    /// false.
+    /// @{
+
+    /// Brings an adapter in. Installs its driver anew, with a fresh driver key, when that was uninstalled.
+    void Plug(AdapterId id);
+    /// Pulls an adapter out; nobody is asked.
+    void Unplug(AdapterId id);
+    /// Problem 22, as after a disable in the system's device list. False also for an absent adapter.
+    bool Disable(AdapterId id);
+    /// Ends problem 22 and no other. False for an absent adapter.
+    bool Enable(AdapterId id);
+    /// Gives the node a problem number, 0 for none. A driver that fails is not asked.
+    void SetProblem(AdapterId id, std::uint32_t problem);
+    /// Stops the adapter (problem 18 meanwhile, CM_PROB_REINSTALL), exchanges its "DriverVersion" and
+    /// starts it again; one with a problem keeps it and is not asked. False also for an absent adapter.
+    bool UpdateDriver(AdapterId id, std::string_view version);
+    /// Removes the adapter, and its driver key behind the messages, as the system does. Sets of absent
+    /// devices do not hold it any more.
+    bool Uninstall(AdapterId id);
+    /// 0x218 with 4 (PBT_APMSUSPEND) to every top-level window.
+    void Suspend();
+    /// 0x218 with 18 (PBT_APMRESUMEAUTOMATIC) and 7 (PBT_APMRESUMESUSPEND).
+    void Resume();
+    /// Any message to every top-level window, with no other effect.
+    void Broadcast(std::uint32_t message, std::uint64_t wParam);
+    /// Whether callers have the rights to change devices; true at the start.
+    void SetCallerRights(bool administrator);
+    /// @}
 
     /// @name Control devices
     /// Names come without the "\\.\" that callers open them with, and compare without regard to case.

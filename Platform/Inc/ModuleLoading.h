@@ -21,6 +21,10 @@ extern "C"
     PLATFORM_API FARPROC GetProcAddress(HMODULE module, const char* name);
     PLATFORM_API BOOL FreeLibrary(HMODULE module);
 
+    /// The program's own module for a null name, not counted. The stand-in knows no other name:
+    /// ERROR_MOD_NOT_FOUND.
+    PLATFORM_API HMODULE GetModuleHandleW(const WCHAR* name);
+
     /// Finds the module that an address lies in (GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS is needed) and
     /// counts a load of it, or with GET_MODULE_HANDLE_EX_FLAG_PIN keeps it until the process ends.
     PLATFORM_API BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module);

@@ -10,3 +10,4 @@
 #include "Registry.h"
 #include "Waiting.h"
 #include "WinTypes.h"
+#include "Windowing.h"

@@ -30,6 +30,12 @@ using HDEVINFO = void*;
 using HKEY = struct HKEY__*;
 using HMODULE = struct HINSTANCE__*;
 using HWND = struct HWND__*;
+using HINSTANCE = HMODULE;
+using HICON = struct HICON__*;
+using HCURSOR = HICON;
+using HBRUSH = struct HBRUSH__*;
+using HMENU = struct HMENU__*;
+using ATOM = WORD;
 
 struct GUID
 {

@@ -142,6 +142,14 @@ AdapterId AdapterTree::Add(AdapterDescription adapter)
 void AdapterTree::Change(AdapterId id, AdapterDescription description)
 {
     AdapterNode& node = Nodes.at(id);
+    if (node.Uninstalled && description.Present)
+    {
+        node.Uninstalled = false;
+        if (!description.DriverKey)
+        {
+            description.DriverKey = FreeDriverKey();
+        }
+    }
     Follow(*Root, ImageOf(node.Description), ImageOf(description));
     node.Description = std::move(description);
     ++node.Version;
@@ -151,6 +159,18 @@ void AdapterTree::Remove(AdapterId id)
 {
     Follow(*Root, ImageOf(Nodes.at(id).Description), {});
     Nodes.erase(id);
+}
+
+void AdapterTree::Uninstall(AdapterId id)
+{
+    AdapterNode& node = Nodes.at(id);
+    if (!node.Description.Present)
+    {
+        AdapterDescription description = node.Description;
+        description.DriverKey.reset();
+        Change(id, std::move(description));
+        node.Uninstalled = true;
+    }
 }
 
 const AdapterNode* AdapterTree::Find(AdapterId id) const

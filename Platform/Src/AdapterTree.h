@@ -17,6 +17,7 @@ struct AdapterNode
 {
     AdapterDescription Description;
     std::uint64_t Version = 0; ///< Grows with each change.
+    bool Uninstalled = false;  ///< Its driver; it comes back as the adapter is present again.
 };
 
 /// Guarded by the machine's lock, with the registry that it keeps in step.
@@ -30,6 +31,8 @@ public:
     /// @throws std::out_of_range as Remove does, for an adapter that is gone.
     void Change(AdapterId id, AdapterDescription description);
     void Remove(AdapterId id);
+    /// Takes the driver and its key from an adapter that is absent, and does nothing to one that is not.
+    void Uninstall(AdapterId id);
     /// Null for an adapter that is gone.
     const AdapterNode* Find(AdapterId id) const;
     /// By id, which is the order of adding.

@@ -1,7 +1,7 @@
 #include "DeviceSetup.h"
 
+#include "DeviceSet.h"
 #include "Errors.h"
-#include "HandleTable.h"
 #include "KeyHandle.h"
 #include "MachineImpl.h"
 #include "PublishedCall.h"
@@ -15,24 +15,6 @@ using namespace Platform;
 
 namespace
 {
-
-constexpr GUID NetworkClass = {0x4D36E972, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
-
-/// A snapshot of devices. It keeps its machine alive.
-class DeviceSet final : public HandleObject
-{
-public:
-    static constexpr HandleKind Kind = HandleKind::DeviceSet;
-
-    DeviceSet(std::shared_ptr<Machine> owner, std::vector<AdapterId> devices)
-        : Owner(std::move(owner)), Devices(std::move(devices))
-    {
-    }
-    HandleKind KindOf() const override { return Kind; }
-
-    const std::shared_ptr<Machine> Owner;
-    const std::vector<AdapterId> Devices;
-};
 
 std::string NetworkClassPath()
 {
@@ -59,7 +41,7 @@ std::vector<AdapterId> Snapshot(Machine& machine, const GUID* classGuid, DWORD f
     const std::lock_guard lock(machine.Internal().Lock);
     for (const auto& [id, node] : machine.Internal().AdapterNodes.All())
     {
-        if (node.Description.Present || (flags & DIGCF_PRESENT) == 0)
+        if (node.Description.Present || ((flags & DIGCF_PRESENT) == 0 && !node.Uninstalled))
         {
             devices.push_back(id);
         }
@@ -97,7 +79,7 @@ DWORD ReadProperty(Machine& machine, DEVINST device, DWORD property, std::option
     }
     const std::lock_guard lock(machine.Internal().Lock);
     const AdapterNode* node = machine.Internal().AdapterNodes.Find(device);
-    if (node == nullptr)
+    if (node == nullptr || node->Uninstalled)
     {
         return ERROR_NO_SUCH_DEVINST;
     }
@@ -220,8 +202,7 @@ BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO set, SP_DEVINFO_DATA* device, DW
     {
         return FailWith(ERROR_INVALID_HANDLE);
     }
-    if (device == nullptr || device->cbSize != sizeof(SP_DEVINFO_DATA) ||
-        std::ranges::count(open->Devices, device->DevInst) == 0)
+    if (!open->Holds(device))
     {
         return FailWith(ERROR_INVALID_PARAMETER);
     }

@@ -16,25 +16,6 @@ constexpr std::uint32_t TextType = 1;
 constexpr std::uint32_t BinaryType = 3;
 constexpr std::uint32_t NumberType = 4;
 
-/// A device that goes out of reach under the machine's lock is told when the lock is free: declare it
-/// before the lock.
-class LeavingDevice
-{
-public:
-    LeavingDevice() = default;
-    ~LeavingDevice()
-    {
-        if (Device)
-        {
-            Device->Detach();
-        }
-    }
-    LeavingDevice(const LeavingDevice&) = delete;
-    LeavingDevice& operator=(const LeavingDevice&) = delete;
-
-    AttachedDevicePtr Device;
-};
-
 } // namespace
 
 RegistryValue RegistryValue::Text(std::string_view text)
@@ -85,8 +66,7 @@ void Machine::ChangeAdapter(AdapterId id, const std::function<void(AdapterDescri
         const std::lock_guard lock(Self->Lock);
         if (Self->AdapterNodes.All().at(id).Version == copy.Version)
         {
-            leaving.Device = Self->Devices.SetPresent(copy.Description.ControlDeviceName, copy.Description.Present);
-            Self->AdapterNodes.Change(id, std::move(copy.Description));
+            leaving.Device = Self->Change(id, std::move(copy.Description));
             return;
         }
     }
@@ -115,6 +95,13 @@ std::vector<AdapterId> Machine::Adapters() const
         ids.push_back(id);
     }
     return ids;
+}
+
+AttachedDevicePtr Machine::Impl::Change(AdapterId id, AdapterDescription description)
+{
+    AttachedDevicePtr leaving = Devices.SetPresent(description.ControlDeviceName, description.Present);
+    AdapterNodes.Change(id, std::move(description));
+    return leaving;
 }
 
 AttachedDevicePtr Machine::Impl::FindDevice(std::string_view name)

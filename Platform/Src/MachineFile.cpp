@@ -50,6 +50,7 @@ constexpr std::array AdapterFields = std::to_array<std::pair<std::string_view, F
     {"hidden", &AdapterDescription::Hidden},
     {"readable", &AdapterDescription::Readable},
     {"problem", &AdapterDescription::Problem},
+    {"stateChangeError", &AdapterDescription::StateChangeError},
     {"values", &AdapterDescription::Values},
 });
 

@@ -3,19 +3,42 @@
 
 #include "AdapterTree.h"
 #include "DeviceNames.h"
+#include "EventTurn.h"
 #include "FaultBoard.h"
 #include "Machine.h"
 #include "RegistryTree.h"
 
+#include <atomic>
 #include <mutex>
 
 namespace Platform
 {
 
+/// A device that goes out of reach under the machine's lock is told when the lock is free: declare it
+/// before the lock.
+class LeavingDevice
+{
+public:
+    LeavingDevice() = default;
+    ~LeavingDevice()
+    {
+        if (Device)
+        {
+            Device->Detach();
+        }
+    }
+    LeavingDevice(const LeavingDevice&) = delete;
+    LeavingDevice& operator=(const LeavingDevice&) = delete;
+
+    AttachedDevicePtr Device;
+};
+
 class Machine::Impl
 {
 public:
     FaultBoard Faults; // brings its own lock
+    EventTurn Events;  // brings its own lock
+    std::atomic<bool> Administrator = true;
 
     /// Held only for short work on the members below, never while anything foreign runs.
     std::mutex Lock;
@@ -23,6 +46,9 @@ public:
     AdapterTree AdapterNodes{Registry};                // guarded by Lock
     DeviceNames Devices;                               // guarded by Lock
 
+    /// Replaces a description, and has the control device follow. Lock is held.
+    /// @return a device that is to be told that it is out of reach, or null.
+    [[nodiscard]] AttachedDevicePtr Change(AdapterId id, AdapterDescription description);
     /// @param folder where modules are looked for first; empty for none. @throws MachineFileError
     void Load(std::string_view text, std::string_view origin, const std::string& folder);
     /// Null when there is none within reach.

@@ -30,18 +30,13 @@ FARPROC GetProcAddress(HMODULE module, const char* name)
     {
         return nullptr;
     }
-    if (module != nullptr && !ModuleTable::Instance().Contains(module))
+    const HMODULE program = ProgramModule();
+    if (module != nullptr && module != program && !ModuleTable::Instance().Contains(module))
     {
         SetLastError(ERROR_MOD_NOT_FOUND);
         return nullptr;
     }
-    // The program's own handle stays good when its reference is given back.
-    void* program = module == nullptr ? dlopen(nullptr, RTLD_NOW) : nullptr;
     void* symbol = OwnExport(module != nullptr ? module : program, name);
-    if (program != nullptr)
-    {
-        dlclose(program);
-    }
     if (symbol == nullptr)
     {
         SetLastError(ERROR_PROC_NOT_FOUND);
@@ -60,6 +55,20 @@ BOOL FreeLibrary(HMODULE module)
         return FailWith(ERROR_INVALID_HANDLE);
     }
     return ModuleTable::Instance().Release(module) ? TRUE : FailWith(ERROR_MOD_NOT_FOUND);
+}
+
+HMODULE GetModuleHandleW(const WCHAR* name)
+{
+    if (CallFails("GetModuleHandleW"))
+    {
+        return nullptr;
+    }
+    if (name != nullptr)
+    {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
+    return ProgramModule();
 }
 
 BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module)

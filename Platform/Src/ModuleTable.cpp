@@ -63,4 +63,11 @@ std::size_t ModuleTable::Count() const
     return count;
 }
 
+HMODULE ProgramModule()
+{
+    void* program = dlopen(nullptr, RTLD_NOW);
+    dlclose(program); // the handle stays good: the program is not unloaded
+    return static_cast<HMODULE>(program);
+}
+
 } // namespace Platform

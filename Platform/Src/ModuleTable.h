@@ -36,4 +36,7 @@ private:
     std::map<HMODULE, Entry> Modules; // guarded by Lock
 };
 
+/// The program's own module, which is not counted.
+HMODULE ProgramModule();
+
 } // namespace Platform

@@ -3,6 +3,7 @@
 #include "ModuleTable.h"
 #include "RequestTable.h"
 #include "TraceHub.h"
+#include "WindowTable.h"
 
 namespace Platform
 {
@@ -16,7 +17,8 @@ OpenObjects CountOpenObjects()
             .TraceProviders = TraceHub::Instance().ProviderCount(),
             .Files = handles.Count(HandleKind::File),
             .Events = handles.Count(HandleKind::Event),
-            .RequestsInFlight = RequestTable::Instance().Count()};
+            .RequestsInFlight = RequestTable::Instance().Count(),
+            .Windows = WindowTable::Instance().Count()};
 }
 
 } // namespace Platform

@@ -13,7 +13,8 @@ TEST_F(MachineFileTest, DescribesAdaptersAndRegistry)
 {
     Box->Load(
         R"({"adapters": [{"netCfgInstanceId": "{1}", "friendlyName": "W\u00f6 \ud83d\ude00", "driverKey": "{C}\\7",
-        "hidden": true, "problem": 22, "values": {"Dword": {"type": "dword", "value": 4294967295}}}],
+        "hidden": true, "problem": 22, "stateChangeError": 5,
+        "values": {"Dword": {"type": "dword", "value": 4294967295}}}],
         "registry": {"SOFTWARE\\X": {"Blob": {"type": "binary", "value": "0aFF"},
             "List": {"type": "multi_sz", "value": ["a", "b"]}, "Path": {"type": "expand_sz", "value": "%A%"}}}})",
         "machine.json");
@@ -21,6 +22,7 @@ TEST_F(MachineFileTest, DescribesAdaptersAndRegistry)
     const std::string key = R"(SYSTEM\CurrentControlSet\Control\Class\{C}\7)";
     EXPECT_EQ(u"W\u00F6 \U0001F600", adapter.FriendlyName);
     EXPECT_EQ(22U, adapter.Problem);
+    EXPECT_EQ(5U, adapter.StateChangeError);
     EXPECT_TRUE(adapter.Hidden && adapter.Present);
     EXPECT_EQ(RegistryValue::Text("{1}"), Box->Value(key, "NetCfgInstanceId"));
     EXPECT_EQ(RegistryValue::Number(0xFFFFFFFF), Box->Value(key, "Dword"));

@@ -59,6 +59,9 @@ TEST_F(ModuleLoadingTest, CountsLoadsAndFindsThemByAddress)
     EXPECT_TRUE(GetModuleHandleExW(byAddress, here, &found));
     EXPECT_EQ(1U, Platform::CountOpenObjects().Modules);
     EXPECT_TRUE(FreeLibrary(found));
+    EXPECT_EQ(found, GetModuleHandleW(nullptr)) << "the program itself, not counted";
+    EXPECT_FAILS_WITH(ERROR_PROC_NOT_FOUND, GetProcAddress(GetModuleHandleW(nullptr), "ModuleNumber"));
+    EXPECT_FAILS_WITH(ERROR_MOD_NOT_FOUND, GetModuleHandleW(u"kernel32"));
 
     const HMODULE pinned = LoadLibraryA("PlatformTestModule.dll");
     const auto* inside = reinterpret_cast<const WCHAR*>(GetProcAddress(pinned, "ModuleNumber"));

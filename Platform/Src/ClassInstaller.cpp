@@ -1,0 +1,190 @@
+// A device's driver key, and the class installer that enables and disables it.
+#include "DeviceSet.h"
+#include "Errors.h"
+#include "KeyHandle.h"
+#include "MachineImpl.h"
+#include "PublishedCall.h"
+
+#include <cstring>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+
+using namespace Platform;
+
+namespace
+{
+
+/// Why a device of a set cannot be used; 0 for no reason.
+DWORD DeviceError(const std::shared_ptr<DeviceSet>& set, const SP_DEVINFO_DATA* device)
+{
+    if (!set)
+    {
+        return ERROR_INVALID_HANDLE;
+    }
+    return set->Holds(device) ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+}
+
+DWORD OpenDriverKey(const DeviceSet& set, AdapterId device, REGSAM access, HKEY& result)
+{
+    Machine::Impl& machine = set.Owner->Internal();
+    const std::lock_guard lock(machine.Lock);
+    const AdapterNode* node = machine.AdapterNodes.Find(device);
+    if (node == nullptr || node->Uninstalled)
+    {
+        return ERROR_NO_SUCH_DEVINST;
+    }
+    const auto& name = node->Description.DriverKey;
+    RegistryKeyPtr key =
+        name ? machine.Registry->Find(std::string(ClassRootPath) + '\\' + ToUtf8(*name)) : RegistryKeyPtr();
+    if (!key)
+    {
+        return ERROR_KEY_DOES_NOT_EXIST;
+    }
+    if ((access & ~KEY_READ) != 0 && !machine.Administrator)
+    {
+        return ERROR_ACCESS_DENIED;
+    }
+    result = AddKeyHandle(set.Owner, std::move(key), (access & KEY_SET_VALUE) != 0);
+    return ERROR_SUCCESS;
+}
+
+bool IsKnownChange(const SP_PROPCHANGE_PARAMS& change)
+{
+    const bool enable = change.StateChange == DICS_ENABLE &&
+                        (change.Scope == DICS_FLAG_GLOBAL || change.Scope == DICS_FLAG_CONFIGSPECIFIC);
+    return change.ClassInstallHeader.InstallFunction == DIF_PROPERTYCHANGE &&
+           (enable || (change.StateChange == DICS_DISABLE && change.Scope == DICS_FLAG_CONFIGSPECIFIC));
+}
+
+DWORD ReadParameters(const SP_CLASSINSTALL_HEADER* parameters, DWORD size, SP_PROPCHANGE_PARAMS& change)
+{
+    if (parameters == nullptr || size != sizeof(change))
+    {
+        return ERROR_INVALID_PARAMETER;
+    }
+    if (parameters->cbSize != sizeof(SP_CLASSINSTALL_HEADER))
+    {
+        return ERROR_INVALID_USER_BUFFER;
+    }
+    std::memcpy(&change, parameters, sizeof(change));
+    return IsKnownChange(change) ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+}
+
+/// Empty when the device has no parameters for the function.
+std::optional<SP_PROPCHANGE_PARAMS> ParametersFor(DI_FUNCTION function, const DeviceSet& set, AdapterId device)
+{
+    const std::lock_guard lock(set.Owner->Internal().Lock);
+    const auto found = set.InstallParameters.find(device);
+    return function != DIF_PROPERTYCHANGE || found == set.InstallParameters.end() ? std::nullopt
+                                                                                  : std::optional(found->second);
+}
+
+/// What the installer says before it tries; 0 to go on.
+DWORD Objection(Machine::Impl& machine, AdapterId device)
+{
+    if (!machine.Administrator)
+    {
+        return ERROR_ACCESS_DENIED;
+    }
+    const std::lock_guard lock(machine.Lock);
+    const AdapterNode* node = machine.AdapterNodes.Find(device);
+    return node != nullptr && node->Description.Present ? node->Description.StateChangeError : ERROR_NO_SUCH_DEVINST;
+}
+
+DWORD CarryOut(const SP_PROPCHANGE_PARAMS& change, Machine& machine, AdapterId device)
+try
+{
+    if (change.Scope == DICS_FLAG_GLOBAL)
+    {
+        return ERROR_SUCCESS;
+    }
+    if (change.StateChange == DICS_ENABLE)
+    {
+        return machine.Enable(device) ? ERROR_SUCCESS : ERROR_NO_SUCH_DEVINST;
+    }
+    return machine.Disable(device) ? ERROR_SUCCESS : ERROR_NOT_DISABLEABLE;
+}
+catch (const std::out_of_range&) // gone meanwhile
+{
+    return ERROR_NO_SUCH_DEVINST;
+}
+
+} // namespace
+
+HKEY SetupDiOpenDevRegKey(HDEVINFO set, SP_DEVINFO_DATA* device, DWORD scope, DWORD profile, DWORD keyType,
+                          REGSAM access)
+{
+    HKEY result = static_cast<HKEY>(INVALID_HANDLE_VALUE);
+    if (CallFails("SetupDiOpenDevRegKey"))
+    {
+        return result;
+    }
+    const auto open = HandleTable::Instance().Find<DeviceSet>(set);
+    DWORD error = DeviceError(open, device);
+    if (error == ERROR_SUCCESS && (scope != DICS_FLAG_GLOBAL || profile != 0 || keyType != DIREG_DRV))
+    {
+        error = ERROR_INVALID_PARAMETER;
+    }
+    if (error == ERROR_SUCCESS)
+    {
+        error = OpenDriverKey(*open, device->DevInst, access, result);
+    }
+    if (error != ERROR_SUCCESS)
+    {
+        SetLastError(error);
+    }
+    return result;
+}
+
+BOOL SetupDiSetClassInstallParamsW(HDEVINFO set, SP_DEVINFO_DATA* device, SP_CLASSINSTALL_HEADER* parameters,
+                                   DWORD size)
+{
+    if (CallFails("SetupDiSetClassInstallParamsW"))
+    {
+        return FALSE;
+    }
+    const auto open = HandleTable::Instance().Find<DeviceSet>(set);
+    if (const DWORD error = DeviceError(open, device))
+    {
+        return FailWith(error);
+    }
+    if (parameters == nullptr && size == 0)
+    {
+        const std::lock_guard lock(open->Owner->Internal().Lock);
+        open->InstallParameters.erase(device->DevInst);
+        return TRUE;
+    }
+    SP_PROPCHANGE_PARAMS change{};
+    if (const DWORD error = ReadParameters(parameters, size, change))
+    {
+        return FailWith(error);
+    }
+    const std::lock_guard lock(open->Owner->Internal().Lock);
+    open->InstallParameters.insert_or_assign(device->DevInst, change);
+    return TRUE;
+}
+
+BOOL SetupDiCallClassInstaller(DI_FUNCTION function, HDEVINFO set, SP_DEVINFO_DATA* device)
+{
+    if (CallFails("SetupDiCallClassInstaller"))
+    {
+        return FALSE;
+    }
+    const auto open = HandleTable::Instance().Find<DeviceSet>(set);
+    if (const DWORD error = DeviceError(open, device))
+    {
+        return FailWith(error);
+    }
+    const auto change = ParametersFor(function, *open, device->DevInst);
+    if (!change)
+    {
+        return FailWith(ERROR_NO_CLASSINSTALL_PARAMS);
+    }
+    if (const DWORD error = Objection(open->Owner->Internal(), device->DevInst))
+    {
+        return FailWith(error);
+    }
+    const DWORD error = CarryOut(*change, *open->Owner, device->DevInst);
+    return error == ERROR_SUCCESS ? TRUE : FailWith(error);
+}

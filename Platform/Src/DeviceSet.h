@@ -1,0 +1,43 @@
+// Handles on device sets, for the calls on devices and the class installer.
+#pragma once
+
+#include "DeviceSetup.h"
+#include "HandleTable.h"
+#include "Machine.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace Platform
+{
+
+inline constexpr GUID NetworkClass = {0x4D36E972, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
+
+/// A snapshot of devices. It keeps its machine alive.
+class DeviceSet final : public HandleObject
+{
+public:
+    static constexpr HandleKind Kind = HandleKind::DeviceSet;
+
+    DeviceSet(std::shared_ptr<Machine> owner, std::vector<AdapterId> devices)
+        : Owner(std::move(owner)), Devices(std::move(devices))
+    {
+    }
+    HandleKind KindOf() const override { return Kind; }
+
+    /// The record is a right one, of a device of this set.
+    bool Holds(const SP_DEVINFO_DATA* device) const
+    {
+        return device != nullptr && device->cbSize == sizeof(SP_DEVINFO_DATA) &&
+               std::ranges::count(Devices, device->DevInst) != 0;
+    }
+
+    const std::shared_ptr<Machine> Owner;
+    const std::vector<AdapterId> Devices;
+    std::map<AdapterId, SP_PROPCHANGE_PARAMS> InstallParameters; // guarded by the owner's lock
+};
+
+} // namespace Platform

@@ -1,0 +1,237 @@
+// What happens to a computer: each event changes the tree and tells the windows.
+#include "DeviceNotifications.h"
+#include "MachineImpl.h"
+#include "WindowTable.h"
+
+#include <chrono>
+#include <functional>
+#include <span>
+#include <utility>
+
+namespace Platform
+{
+
+namespace
+{
+
+constexpr std::uint32_t DisabledProblem = 22;
+constexpr std::uint32_t ReinstallProblem = 18;
+constexpr std::chrono::seconds Patience{5};
+
+using InterfaceRecord = std::shared_ptr<const DEV_BROADCAST_DEVICEINTERFACE_W>;
+
+bool IsUp(const AdapterDescription& adapter)
+{
+    return adapter.Present && adapter.Problem == 0;
+}
+
+void TellAll(UINT message, WPARAM wParam)
+{
+    for (const WindowPtr& window : WindowTable::Instance().All())
+    {
+        MessageQueue::Send(window, {message, wParam, 0}, Patience);
+    }
+}
+
+std::optional<LRESULT> TellOfInterface(const WindowPtr& window, WPARAM event, const InterfaceRecord& record)
+{
+    return MessageQueue::Send(window, {WM_DEVICECHANGE, event, reinterpret_cast<LPARAM>(record.get()), record},
+                              Patience);
+}
+
+/// One event of one adapter. Other events of the machine wait until it is over.
+class AdapterEvent
+{
+public:
+    AdapterEvent(Machine::Impl& machine, AdapterId id) : Own(machine), Id(id), Turn(machine.Events) {}
+
+    AdapterDescription Now() const
+    {
+        const std::lock_guard lock(Own.Lock);
+        return Own.AdapterNodes.All().at(Id).Description;
+    }
+
+    /// Asks before an orderly removal; false when somebody denies it.
+    bool AskForRemoval() const
+    {
+        const AdapterDescription adapter = Now();
+        return !IsUp(adapter) || AskForRemoval(MakeInterfaceRecord(adapter));
+    }
+
+    void Change(const std::function<void(AdapterDescription&)>& edit) const
+    {
+        const auto [before, after] = ChangeTree(edit);
+        if (IsUp(before) != IsUp(after))
+        {
+            const InterfaceRecord record = MakeInterfaceRecord(after);
+            const WPARAM event = IsUp(after) ? DBT_DEVICEARRIVAL : DBT_DEVICEREMOVECOMPLETE;
+            for (const WindowPtr& window : WindowTable::Instance().Registered(LanInterfaceClass))
+            {
+                TellOfInterface(window, event, record);
+            }
+        }
+        if (before.Present || after.Present)
+        {
+            TellAll(WM_DEVICECHANGE, DBT_DEVNODES_CHANGED);
+        }
+    }
+
+    void DeleteDriver() const
+    {
+        const std::lock_guard lock(Own.Lock);
+        Own.AdapterNodes.Uninstall(Id);
+    }
+
+private:
+    static bool AskForRemoval(const InterfaceRecord& record)
+    {
+        const std::vector<WindowPtr> windows = WindowTable::Instance().Registered(LanInterfaceClass);
+        for (std::size_t i = 0; i < windows.size(); ++i)
+        {
+            if (TellOfInterface(windows[i], DBT_DEVICEQUERYREMOVE, record) == BROADCAST_QUERY_DENY)
+            {
+                for (const WindowPtr& asked : std::span(windows).first(i))
+                {
+                    TellOfInterface(asked, DBT_DEVICEQUERYREMOVEFAILED, record);
+                }
+                return false;
+            }
+        }
+        return true;
+    }
+
+    std::pair<AdapterDescription, AdapterDescription> ChangeTree(
+        const std::function<void(AdapterDescription&)>& edit) const
+    {
+        LeavingDevice leaving;
+        const std::lock_guard lock(Own.Lock);
+        AdapterDescription before = Own.AdapterNodes.All().at(Id).Description;
+        AdapterDescription after = before;
+        edit(after);
+        leaving.Device = Own.Change(Id, after);
+        return {std::move(before), std::move(after)};
+    }
+
+    Machine::Impl& Own;
+    const AdapterId Id;
+    const EventTurn::Holder Turn;
+};
+
+void SetVersion(AdapterDescription& adapter, std::string_view version)
+{
+    adapter.DriverVersion = version;
+    std::erase_if(adapter.Values, [](const auto& value) { return EqualNames(value.first, "DriverVersion"); });
+}
+
+} // namespace
+
+void Machine::Plug(AdapterId id)
+{
+    const AdapterEvent event(*Self, id);
+    if (!event.Now().Present)
+    {
+        event.Change([](AdapterDescription& adapter) { adapter.Present = true; });
+    }
+}
+
+void Machine::Unplug(AdapterId id)
+{
+    const AdapterEvent event(*Self, id);
+    if (event.Now().Present)
+    {
+        event.Change([](AdapterDescription& adapter) { adapter.Present = false; });
+    }
+}
+
+bool Machine::Disable(AdapterId id)
+{
+    const AdapterEvent event(*Self, id);
+    if (!event.Now().Present || !event.AskForRemoval())
+    {
+        return false;
+    }
+    if (event.Now().Problem != DisabledProblem)
+    {
+        event.Change([](AdapterDescription& adapter) { adapter.Problem = DisabledProblem; });
+    }
+    return true;
+}
+
+bool Machine::Enable(AdapterId id)
+{
+    const AdapterEvent event(*Self, id);
+    const AdapterDescription before = event.Now();
+    if (before.Present && before.Problem == DisabledProblem)
+    {
+        event.Change([](AdapterDescription& adapter) { adapter.Problem = 0; });
+    }
+    return before.Present;
+}
+
+void Machine::SetProblem(AdapterId id, std::uint32_t problem)
+{
+    const AdapterEvent event(*Self, id);
+    if (event.Now().Problem != problem)
+    {
+        event.Change([problem](AdapterDescription& adapter) { adapter.Problem = problem; });
+    }
+}
+
+bool Machine::UpdateDriver(AdapterId id, std::string_view version)
+{
+    const AdapterEvent event(*Self, id);
+    if (!event.Now().Present || !event.AskForRemoval())
+    {
+        return false;
+    }
+    const std::uint32_t problem = event.Now().Problem;
+    if (problem == 0)
+    {
+        event.Change([](AdapterDescription& adapter) { adapter.Problem = ReinstallProblem; });
+    }
+    event.Change([version, problem](AdapterDescription& adapter) {
+        SetVersion(adapter, version);
+        adapter.Problem = problem;
+    });
+    return true;
+}
+
+bool Machine::Uninstall(AdapterId id)
+{
+    const AdapterEvent event(*Self, id);
+    if (!event.AskForRemoval())
+    {
+        return false;
+    }
+    if (event.Now().Present)
+    {
+        event.Change([](AdapterDescription& adapter) { adapter.Present = false; });
+    }
+    event.DeleteDriver();
+    return true;
+}
+
+void Machine::Suspend()
+{
+    Broadcast(WM_POWERBROADCAST, PBT_APMSUSPEND);
+}
+
+void Machine::Resume()
+{
+    const EventTurn::Holder turn(Self->Events);
+    TellAll(WM_POWERBROADCAST, PBT_APMRESUMEAUTOMATIC);
+    TellAll(WM_POWERBROADCAST, PBT_APMRESUMESUSPEND);
+}
+
+void Machine::Broadcast(std::uint32_t message, std::uint64_t wParam)
+{
+    const EventTurn::Holder turn(Self->Events);
+    TellAll(message, wParam);
+}
+
+void Machine::SetCallerRights(bool administrator)
+{
+    Self->Administrator = administrator;
+}
+
+} // namespace Platform

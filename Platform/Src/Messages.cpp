@@ -1,0 +1,170 @@
+// Getting, sending and posting messages.
+#include "Errors.h"
+#include "WindowTable.h"
+#include "WindowingCall.h"
+
+#include <chrono>
+
+using namespace Platform;
+
+namespace
+{
+
+/// What is wrong with the arguments of a call that looks for messages; 0 for nothing.
+DWORD LookError(const MSG* message, HWND window, UINT first, UINT last)
+{
+    if (message == nullptr)
+    {
+        return ERROR_NOACCESS;
+    }
+    if (window != nullptr && !WindowTable::Instance().Find(window))
+    {
+        return ERROR_INVALID_WINDOW_HANDLE;
+    }
+    return window != nullptr || first != 0 || last != 0 ? ERROR_INVALID_PARAMETER : ERROR_SUCCESS;
+}
+
+bool TakeMessage(MSG& message, bool wait, bool remove)
+{
+    const MessageQueuePtr mine = MessageQueue::Mine();
+    std::unique_lock lock(WindowLock());
+    return mine->Take(lock, message, wait, remove);
+}
+
+MSG MakeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    using namespace std::chrono;
+    const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+    return {window, message, wParam, lParam, static_cast<DWORD>(now), {0, 0}};
+}
+
+/// The lock is held.
+BOOL PostTo(MessageQueue& queue, const MSG& message)
+{
+    return queue.Post(message) ? TRUE : FailWith(ERROR_NOT_ENOUGH_QUOTA);
+}
+
+BOOL PostToWindow(const Window& window, const MSG& message)
+{
+    const std::lock_guard lock(WindowLock());
+    return window.Gone ? FailWith(ERROR_INVALID_WINDOW_HANDLE) : PostTo(*window.Queue, message);
+}
+
+} // namespace
+
+BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last)
+{
+    if (WindowingCallFails("GetMessageW"))
+    {
+        return -1;
+    }
+    if (const DWORD error = LookError(message, window, first, last))
+    {
+        SetLastError(error);
+        return -1;
+    }
+    TakeMessage(*message, true, true);
+    return message->message != WM_QUIT ? TRUE : FALSE;
+}
+
+BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove)
+{
+    if (WindowingCallFails("PeekMessageW"))
+    {
+        return FALSE;
+    }
+    if (const DWORD error = LookError(message, window, first, last))
+    {
+        return FailWith(error);
+    }
+    return TakeMessage(*message, false, (remove & PM_REMOVE) != 0) ? TRUE : FALSE;
+}
+
+BOOL TranslateMessage(const MSG* /*message*/)
+{
+    WindowingCallFails("TranslateMessage");
+    return FALSE;
+}
+
+LRESULT DispatchMessageW(const MSG* message)
+{
+    if (WindowingCallFails("DispatchMessageW") || message == nullptr || message->hwnd == nullptr)
+    {
+        return 0;
+    }
+    const WindowPtr window = WindowTable::Instance().Find(message->hwnd);
+    if (!window || window->Queue != MessageQueue::Mine())
+    {
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+        return 0;
+    }
+    return window->Procedure(message->hwnd, message->message, message->wParam, message->lParam);
+}
+
+LRESULT DefWindowProcW(HWND window, UINT message, WPARAM /*wParam*/, LPARAM /*lParam*/)
+{
+    if (WindowingCallFails("DefWindowProcW"))
+    {
+        return 0;
+    }
+    if (!WindowTable::Instance().Find(window))
+    {
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+        return 0;
+    }
+    // Agrees to the creation, and to whatever the system asks.
+    return message == WM_NCCREATE || message == WM_POWERBROADCAST || message == WM_DEVICECHANGE ? TRUE : 0;
+}
+
+LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (WindowingCallFails("SendMessageW"))
+    {
+        return 0;
+    }
+    const WindowPtr found = WindowTable::Instance().Find(window);
+    const auto answer = found ? MessageQueue::Send(found, {message, wParam, lParam}) : std::nullopt;
+    if (!answer)
+    {
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    }
+    return answer.value_or(0);
+}
+
+BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (WindowingCallFails("PostMessageW"))
+    {
+        return FALSE;
+    }
+    const MSG posted = MakeMessage(window, message, wParam, lParam);
+    if (window == nullptr)
+    {
+        const MessageQueuePtr mine = MessageQueue::Mine();
+        const std::lock_guard lock(WindowLock());
+        return PostTo(*mine, posted);
+    }
+    const WindowPtr found = WindowTable::Instance().Find(window);
+    return found ? PostToWindow(*found, posted) : FailWith(ERROR_INVALID_WINDOW_HANDLE);
+}
+
+BOOL PostThreadMessageW(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (WindowingCallFails("PostThreadMessageW"))
+    {
+        return FALSE;
+    }
+    const std::lock_guard lock(WindowLock());
+    const MessageQueuePtr queue = MessageQueue::OfThread(thread);
+    return queue ? PostTo(*queue, MakeMessage(nullptr, message, wParam, lParam)) : FailWith(ERROR_INVALID_THREAD_ID);
+}
+
+void PostQuitMessage(int exitCode)
+{
+    if (!WindowingCallFails("PostQuitMessage"))
+    {
+        const MessageQueuePtr mine = MessageQueue::Mine();
+        const std::lock_guard lock(WindowLock());
+        mine->PostQuit(exitCode);
+    }
+}

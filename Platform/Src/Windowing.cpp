@@ -1,0 +1,201 @@
+// Classes and windows.
+#include "Windowing.h"
+
+#include "Errors.h"
+#include "ModuleTable.h"
+#include "WindowTable.h"
+#include "WindowingCall.h"
+
+#include <unistd.h>
+
+#include <string_view>
+#include <utility>
+
+using namespace Platform;
+
+namespace
+{
+
+// The records that WM_GETMINMAXINFO and WM_NCCALCSIZE point at; only their sizes matter here.
+struct SizeLimits
+{
+    POINT Places[5];
+};
+struct Rectangle
+{
+    LONG Edges[4];
+};
+
+constexpr std::size_t LongestClassName = 256;
+
+bool IsNumber(const WCHAR* name)
+{
+    return reinterpret_cast<std::uintptr_t>(name) <= 0xFFFF;
+}
+
+HINSTANCE OrProgram(HINSTANCE module)
+{
+    return module != nullptr ? module : ProgramModule();
+}
+
+bool IsComplete(const WNDCLASSEXW* windowClass)
+{
+    return windowClass != nullptr && windowClass->cbSize == sizeof(WNDCLASSEXW) &&
+           windowClass->lpfnWndProc != nullptr && windowClass->cbClsExtra >= 0 && windowClass->cbWndExtra >= 0 &&
+           !IsNumber(windowClass->lpszClassName) &&
+           std::u16string_view(windowClass->lpszClassName).size() <= LongestClassName;
+}
+
+/// A stock resource's number is its handle too; those of another module's are above.
+std::uintptr_t StockResource(HINSTANCE module, const WCHAR* name)
+{
+    constexpr std::uintptr_t first = 32512;
+    constexpr std::uintptr_t last = 32651;
+    const auto number = reinterpret_cast<std::uintptr_t>(name);
+    if (module != nullptr || number < first || number > last)
+    {
+        SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
+        return 0;
+    }
+    return number;
+}
+
+LRESULT Call(const Window& window, UINT message, const void* record = nullptr)
+{
+    return window.Procedure(window.Handle, message, 0, reinterpret_cast<LPARAM>(record));
+}
+
+/// False when that is under way already. On the window's own thread.
+bool Destroy(Window& window)
+{
+    if (std::exchange(window.Leaving, true))
+    {
+        return false;
+    }
+    Call(window, WM_DESTROY);
+    Call(window, WM_NCDESTROY);
+    WindowTable::Instance().Remove(window);
+    return true;
+}
+
+/// The procedure's part in the making; false when it refuses.
+bool Introduce(Window& window, const CREATESTRUCTW& create)
+{
+    const SizeLimits limits{};
+    Call(window, WM_GETMINMAXINFO, &limits);
+    if (Call(window, WM_NCCREATE, &create) == 0)
+    {
+        window.Leaving = true;
+        Call(window, WM_NCDESTROY);
+        WindowTable::Instance().Remove(window);
+        return false;
+    }
+    const Rectangle client{};
+    Call(window, WM_NCCALCSIZE, &client);
+    if (Call(window, WM_CREATE, &create) == -1)
+    {
+        Destroy(window);
+        return false;
+    }
+    return !window.Leaving;
+}
+
+} // namespace
+
+HICON LoadIconW(HINSTANCE module, const WCHAR* name)
+{
+    return WindowingCallFails("LoadIconW") ? nullptr : reinterpret_cast<HICON>(StockResource(module, name));
+}
+
+HCURSOR LoadCursorW(HINSTANCE module, const WCHAR* name)
+{
+    return WindowingCallFails("LoadCursorW") ? nullptr : reinterpret_cast<HCURSOR>(StockResource(module, name));
+}
+
+ATOM RegisterClassExW(const WNDCLASSEXW* windowClass)
+{
+    if (WindowingCallFails("RegisterClassExW"))
+    {
+        return 0;
+    }
+    if (!IsComplete(windowClass))
+    {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    const ATOM number = WindowTable::Instance().AddClass(OrProgram(windowClass->hInstance),
+                                                         ToUtf8(windowClass->lpszClassName), windowClass->lpfnWndProc);
+    if (number == 0)
+    {
+        SetLastError(ERROR_CLASS_ALREADY_EXISTS);
+    }
+    return number;
+}
+
+HWND CreateWindowExW(DWORD extendedStyle, const WCHAR* className, const WCHAR* title, DWORD style, int x, int y,
+                     int width, int height, HWND parent, HMENU menu, HINSTANCE instance, void* parameter)
+{
+    if (WindowingCallFails("CreateWindowExW"))
+    {
+        return nullptr;
+    }
+    WindowTable& table = WindowTable::Instance();
+    const HINSTANCE module = OrProgram(instance);
+    const WNDPROC procedure = table.FindClass(module, className);
+    if (procedure == nullptr || parent != nullptr)
+    {
+        SetLastError(procedure == nullptr ? ERROR_CANNOT_FIND_WND_CLASS : ERROR_INVALID_WINDOW_HANDLE);
+        return nullptr;
+    }
+    const WindowPtr window = table.Add(procedure, MessageQueue::Mine());
+    if (!window)
+    {
+        SetLastError(ERROR_INVALID_THREAD_ID);
+        return nullptr;
+    }
+    const CREATESTRUCTW create{
+        parameter, module,    menu,         parent, height, width, y, x, static_cast<LONG>(style),
+        title,     className, extendedStyle};
+    return Introduce(*window, create) ? window->Handle : nullptr;
+}
+
+BOOL ShowWindow(HWND window, int /*command*/)
+{
+    if (!WindowingCallFails("ShowWindow") && !WindowTable::Instance().Find(window))
+    {
+        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    }
+    return FALSE;
+}
+
+BOOL UpdateWindow(HWND window)
+{
+    if (WindowingCallFails("UpdateWindow"))
+    {
+        return FALSE;
+    }
+    return WindowTable::Instance().Find(window) ? TRUE : FailWith(ERROR_INVALID_WINDOW_HANDLE);
+}
+
+BOOL DestroyWindow(HWND window)
+{
+    if (WindowingCallFails("DestroyWindow"))
+    {
+        return FALSE;
+    }
+    const WindowPtr found = WindowTable::Instance().Find(window);
+    if (!found)
+    {
+        return FailWith(ERROR_INVALID_WINDOW_HANDLE);
+    }
+    if (found->Queue != MessageQueue::Mine())
+    {
+        return FailWith(ERROR_ACCESS_DENIED);
+    }
+    return Destroy(*found) ? TRUE : FailWith(ERROR_INVALID_WINDOW_HANDLE);
+}
+
+DWORD GetCurrentThreadId()
+{
+    return static_cast<DWORD>(gettid());
+}
