@@ -108,6 +108,14 @@ struct ZVTraceMessage
       "flags 0x%x")                                                                                                    \
     X(WalkDone, DeviceManager, 21, 3, TRACE_FLAG_DEVICE_MANAGER, "enumeration ends with status %u, %u adapters")       \
     X(SimulatedRecords, DeviceManager, 22, 3, TRACE_FLAG_DEVICE_MANAGER, "simulated driver delivered %u records")      \
+    X(MessageRouted, DeviceManager, 23, 3, TRACE_FLAG_DEVICE_MANAGER,                                                  \
+      "message 0x%x, wParam 0x%x concerns the adapters or the power")                                                  \
+    X(SweepDone, DeviceManager, 24, 3, TRACE_FLAG_DEVICE_MANAGER,                                                      \
+      "sweep sighted %u records, %u suspects, changed: %u")                                                            \
+    X(ProbeFailed, DeviceManager, 25, 3, TRACE_FLAG_DEVICE_MANAGER, "%s could not be probed for want of a thread")     \
+    X(MergedRecord, DeviceManager, 26, 4, TRACE_FLAG_DEVICE_MANAGER, "merged %s, flags now 0x%x")                      \
+    X(DriverUninstalled, DeviceManager, 27, 3, TRACE_FLAG_DEVICE_MANAGER, "the driver of %s is uninstalled")           \
+    X(StateChangeDone, DeviceManager, 28, 3, TRACE_FLAG_DEVICE_MANAGER, "enable %u of %s ends with status %u")         \
     X(Opened, Device, 10, 3, TRACE_FLAG_DEVICE, "opened %s, driver words 0x%x 0x%x 0x%x")                              \
     X(OpenFailed, Device, 11, 3, TRACE_FLAG_DEVICE, "%s does not answer the information query")                        \
     X(Closed, Device, 12, 3, TRACE_FLAG_DEVICE, "closed %s")                                                           \
@@ -123,7 +131,22 @@ struct ZVTraceMessage
     X(AsyncDone, Device, 22, 3, TRACE_FLAG_DEVICE, "asynchronous request id %u ends with status %u")                   \
     X(RegistryAccess, Device, 23, 3, TRACE_FLAG_SERVICE, "registry operation 0x%x on \"%s\", value \"%s\"")            \
     X(RegistryResult, Device, 24, 3, TRACE_FLAG_SERVICE, "registry operation 0x%x ends with error %u")                 \
-    X(RegistryCallFailed, OSAPIWrapper, 10, 3, TRACE_FLAG_OS_EVENT, "registry \"%s\", value \"%s\": error %u")
+    X(RegistryCallFailed, OSAPIWrapper, 10, 3, TRACE_FLAG_OS_EVENT, "registry \"%s\", value \"%s\": error %u")         \
+    X(WindowThreadLeaves, OSAPIWrapper, 11, 3, TRACE_FLAG_OS_EVENT,                                                    \
+      "event window thread leaves, state 0x%x, result 0x%x")                                                           \
+    X(WindowThreadMessage, OSAPIWrapper, 12, 4, TRACE_FLAG_OS_EVENT, "event window thread has message 0x%x")           \
+    X(InterfaceNotRegistered, OSAPIWrapper, 13, 3, TRACE_FLAG_OS_EVENT,                                                \
+      "no notification of a device interface, error %u")                                                               \
+    X(CheckNotStarted, OSAPIWrapper, 14, 3, TRACE_FLAG_OS_EVENT,                                                       \
+      "no thread to watch %u records for an uninstallation")                                                           \
+    X(CheckStarted, OSAPIWrapper, 15, 4, TRACE_FLAG_OS_EVENT, "watching %u records for an uninstallation")             \
+    X(CheckFoundGone, OSAPIWrapper, 16, 3, TRACE_FLAG_OS_EVENT, "driver key \"%s\" is gone")                           \
+    X(CheckWithoutVerdict, OSAPIWrapper, 17, 4, TRACE_FLAG_OS_EVENT, "driver key \"%s\" has stayed")                   \
+    X(TrackedThreadStarted, TrackedThread, 10, 3, TRACE_FLAG_SERVICE, "thread started at %s, %s, line %u")             \
+    X(TrackedThreadJoined, TrackedThread, 11, 3, TRACE_FLAG_SERVICE,                                                   \
+      "thread joined that was started at %s, %s, line %u")                                                             \
+    X(TrackedThreadLeft, TrackedThread, 12, 1, TRACE_FLAG_SERVICE,                                                     \
+      "thread still stands that was started at %s, %s, line %u")
 
 /// Names of the trace points, in the order of ZV_TRACE_MESSAGES.
 enum class ZVTracePoint : std::uint16_t

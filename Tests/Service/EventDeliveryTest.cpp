@@ -1,53 +1,15 @@
-/// From a message of the simulated driver to the clients of both lists.
+/// Messages that a simulated driver delivers, and the clients of two managers.
 
-#include "Hosting.h"
+#include "EventFixture.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
-#include <mutex>
-#include <semaphore>
 
 namespace
 {
 
-/// What all clients of a test heard, in order.
-struct Log
-{
-    std::mutex Mutex;
-    std::vector<std::pair<int, std::uint32_t>> Heard; ///< Guarded by Mutex.
-    std::counting_semaphore<> More{0};
-
-    std::vector<std::pair<int, std::uint32_t>> Take(int count)
-    {
-        for (int i = 0; i < count; ++i)
-            More.acquire();
-        const std::lock_guard lock(Mutex);
-        return std::exchange(Heard, {});
-    }
-};
-
-struct Client
-{
-    Log& To;
-    int Id;
-    _ZV_WLAN_NOTIFY_HDLR Record;
-
-    Client(Log& to, int id, std::uint32_t type) : To(to), Id(id), Record{&Client::Hear, this, 77, type} {}
-
-    static void Hear(void* context, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA* data)
-    {
-        Client& self = *static_cast<Client*>(context);
-        EXPECT_EQ(data->Reserved, 0U);
-        EXPECT_EQ(data->PayloadLength, 4U);
-        EXPECT_EQ(std::memcmp(data->Payload, "\0\0\0", 4), 0);
-        const std::lock_guard lock(self.To.Mutex);
-        self.To.Heard.emplace_back(self.Id, event);
-        self.To.More.release();
-    }
-};
+using Events = std::vector<std::uint32_t>;
 
 class EventDelivery : public testing::Test
 {
@@ -61,65 +23,71 @@ protected:
         dlclose(driver);
     }
 
-    Log Events;
     std::shared_ptr<CDeviceManagerIntf> Manager;
     std::intptr_t (*Deliver)(unsigned, std::uint64_t) = nullptr;
 };
 
-TEST_F(EventDelivery, EachPowerMessageBecomesItsEventAndTheRestNone)
+TEST_F(EventDelivery, EveryRemovalAndEveryArrivalIsToldAndTheFlagsAreTheDrivers)
 {
-    Client client(Events, 1, 0);
-    Manager->RegisterNotification(&client.Record);
-    const std::uint32_t suspend = ZV_EVT_SYSTEM_SUSPEND;
-    const std::uint32_t resume = ZV_EVT_SYSTEM_RESUME;
-    for (std::uint64_t wParam = 0; wParam < 32; ++wParam)
-        EXPECT_EQ(Deliver(0x218, wParam), 1);
-    for (const unsigned message : {0U, 18U, 0x217U, 0x21AU})
-        Deliver(message, 4);
-    Deliver(0x218, 0x1'0000'0004); // The whole number counts, not its low half.
-    Deliver(0x218, 18);
-    std::vector<std::pair<int, std::uint32_t>> expected;
-    for (const std::uint32_t event : {suspend, suspend, suspend, suspend, resume, resume, resume, resume, resume})
-        expected.emplace_back(1, event);
-    EXPECT_EQ(Events.Take(9), expected);
+    auto* const client = new EventClient(*Manager);
+    const struct
+    {
+        std::uint64_t WParam;
+        const char* Flags;
+        Events Told;
+    } rows[] = {
+        {0x8001, "0", {ZV_EVT_DEVICE_STATUS_CHANGED}},
+        {0x8003, "4", {ZV_EVT_DEVICE_STATUS_CHANGED}},
+        {0x8004, "4", {ZV_EVT_DEVICE_STATUS_CHANGED}},
+        {0x8000, "0x1F", {ZV_EVT_DEVICE_ARRIVED}},
+        {0x8000, "0x1F", {ZV_EVT_DEVICE_ARRIVED}},
+        {0x8002, "1", {}},
+        {7, "1", {}},
+    };
+    std::uint32_t flags = 0;
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(&row - rows);
+        setenv("TEST_FLAGS", row.Flags, 1);
+        EXPECT_EQ(Deliver(WmDeviceChange, row.WParam), 1); // Nothing behind it, as there is no window.
+        Deliver(WmPowerBroadcast, 4);
+        EXPECT_EQ(client->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), row.Told);
+        if (!row.Told.empty())
+            flags = static_cast<std::uint32_t>(std::stoul(row.Flags, nullptr, 0));
+        // The first message has filled the list, although nobody had asked for adapters.
+        setenv("TEST_FLAGS", row.Told.empty() ? "0x1F" : row.Flags, 1);
+        const Listing listing = List(*Manager, "ZV_ALL");
+        EXPECT_EQ(listing.Records.size(), 10U);
+        EXPECT_EQ(listing.Records.front().StateFlags, flags);
+    }
+    EXPECT_EQ(Platform::CountOpenObjects().Windows, 0U);
 }
 
-TEST_F(EventDelivery, ClientsOfAListHearInTheirOrderUntilTheyDeregister)
+TEST_F(EventDelivery, ClientsOfBothListsAndManagersHearInTheirOrder)
 {
-    Client first(Events, 1, 0);
-    Client second(Events, 2, 5);
+    auto* const user = new EventClient(*Manager);
     _ZV_WLAN_NOTIFY_HDLR silent{nullptr, nullptr, 0, 0};
-    EXPECT_EQ(Manager->RegisterNotification(&first.Record), ZV_SRVC_SUCCESS);
     EXPECT_EQ(Manager->RegisterNotification(&silent), ZV_SRVC_SUCCESS);
-    EXPECT_EQ(Manager->RegisterNotification(&second.Record), ZV_SRVC_SUCCESS);
-    EXPECT_EQ(first.Record.ClientId, 1U);
-    EXPECT_EQ(second.Record.ClientId, 3U);
-    Deliver(0x218, 4);
-    EXPECT_EQ(Events.Take(2), (std::vector<std::pair<int, std::uint32_t>>{{1, 0x10003}, {2, 0x10003}}));
+    auto* const zv = new EventClient(*Manager, ZV_INFO_REQ_MAGIC);
+    auto* const twice = new EventClient(*Manager, 5);
+    EXPECT_EQ(Manager->RegisterNotification(&twice->Record), ZV_SRVC_SUCCESS);
+    auto* const other = new EventClient(*MakeManager()); // Its host lets go of it.
+    EXPECT_EQ((std::vector{user->Record.ClientId, silent.ClientId, zv->Record.ClientId, twice->Record.ClientId,
+                           other->Record.ClientId}),
+              (std::vector{1U, 2U, 3U, 5U, 1U}));
 
-    _ZV_WLAN_NOTIFY_HDLR otherList = first.Record;
-    otherList.ClientType = ZV_INFO_REQ_MAGIC;
+    _ZV_WLAN_NOTIFY_HDLR otherList = zv->Record;
+    otherList.ClientType = 0;
     EXPECT_EQ(Manager->DeRegisterNotification(&otherList), ZV_SRVC_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(Manager->DeRegisterNotification(&first.Record), ZV_SRVC_SUCCESS);
-    EXPECT_EQ(Manager->DeRegisterNotification(&first.Record), ZV_SRVC_ERR_INVALID_PARAMETER);
-    Deliver(0x218, 7);
-    EXPECT_EQ(Events.Take(1), (std::vector<std::pair<int, std::uint32_t>>{{2, 0x10004}}));
-}
-
-TEST_F(EventDelivery, BothListsAndBothManagersHearAndADroppedManagerGoesOn)
-{
-    Client user(Events, 1, 0);
-    Client zv(Events, 2, ZV_INFO_REQ_MAGIC);
-    Client other(Events, 3, 0);
-    Manager->RegisterNotification(&user.Record);
-    Manager->RegisterNotification(&zv.Record);
-    MakeManager()->RegisterNotification(&other.Record);
-    EXPECT_EQ(other.Record.ClientId, 1U);
+    EXPECT_EQ(Manager->DeRegisterNotification(&silent), ZV_SRVC_SUCCESS);
+    EXPECT_EQ(Manager->DeRegisterNotification(&silent), ZV_SRVC_ERR_INVALID_PARAMETER);
     Manager.reset();
-    Deliver(0x218, 4);
-    auto heard = Events.Take(3);
-    std::ranges::sort(heard);
-    EXPECT_EQ(heard, (std::vector<std::pair<int, std::uint32_t>>{{1, 0x10003}, {2, 0x10003}, {3, 0x10003}}));
+    Deliver(WmPowerBroadcast, 18);
+    Deliver(WmPowerBroadcast, 4);
+    for (EventClient* client : {user, zv, other})
+        EXPECT_EQ(client->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), Events{ZV_EVT_SYSTEM_RESUME});
+    twice->TakeUntil(ZV_EVT_SYSTEM_SUSPEND);
+    EXPECT_EQ(twice->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), Events());
 }
 
 } // namespace

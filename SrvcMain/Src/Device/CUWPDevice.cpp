@@ -5,13 +5,6 @@
 #include "CVirtualDriverBinding.h"
 #include "TracePoint.h"
 
-namespace
-{
-
-constexpr char ThreadName[] = "DEV_ASYNC_IOCTL_NOTIFY";
-
-} // namespace
-
 CUWPDevice::CUWPDevice()
 {
     Notifier.RunNotifyThread(this, ThreadName);

@@ -56,6 +56,8 @@ private:
     void HandlingAsyncIOCTLReq();
     std::uint32_t RunAsync(const _ZV_SRVC_IOCTL_REQ& request);
 
+    static constexpr char ThreadName[] = "DEV_ASYNC_IOCTL_NOTIFY";
+
     // Written by Open and Close alone, which run beside no other operation of the object.
     ZVAdapterRecord DeviceInfo;
     std::string ControlPath;
@@ -65,6 +67,3 @@ private:
     CLock PendingLock;
     std::list<_ZV_SRVC_IOCTL_REQ*> PendingReqs ZV_GUARDED_BY(PendingLock);
 };
-
-/// The request of a host's record.
-CDriverRequest AsDriverRequest(const _ZV_SRVC_IOCTL_REQ& request);

@@ -39,13 +39,13 @@ void CopyResponse(const OutputBuffer& output, const _ZV_SRVC_IOCTL_REQ& request)
         std::memcpy(request.OutBuffer, output.Data.data(), size);
 }
 
-} // namespace
-
 CDriverRequest AsDriverRequest(const _ZV_SRVC_IOCTL_REQ& request)
 {
     return {request.IoctlCode, request.RequestId, request.InBuffer, request.InLength,
             request.OutBuffer, request.OutLength, request.Timeout};
 }
+
+} // namespace
 
 unsigned int CUWPDevice::SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request)
 {
@@ -119,7 +119,7 @@ _ZV_SRVC_IOCTL_REQ* CUWPDevice::TakePending()
 
 void CUWPDevice::NotifyCallback(std::string name, const ZVBlob& /*blob*/)
 {
-    if (name == "DEV_ASYNC_IOCTL_NOTIFY")
+    if (name == ThreadName)
         HandlingAsyncIOCTLReq();
     else
         ZV_TRACE(AsyncUnknownThread, name);

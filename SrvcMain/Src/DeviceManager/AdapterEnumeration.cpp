@@ -3,6 +3,7 @@
 #include "CVirtualDriverBinding.h"
 #include "NetClassWalk.h"
 #include "RecordText.h"
+#include "RegistryAccess.h"
 #include "TracePoint.h"
 
 #include "ZVStatus.h"
@@ -18,26 +19,13 @@
 namespace
 {
 
-constexpr DWORD PropertyCapacity = 1000;
 constexpr DWORD NameCapacity = 200;
 constexpr DWORD ServiceCapacity = 100;
-
-/// Reads a value as 8-bit text. A value that is missing, or longer than its place, is empty.
-std::string ReadText(const CRegistryKey& key, const char* name, DWORD capacity)
-{
-    std::string text(capacity, '\0');
-    DWORD type = 0;
-    DWORD size = capacity;
-    if (RegQueryValueExA(key.Get(), name, nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS)
-        return {};
-    text.resize(std::min<std::size_t>(size, capacity));
-    return text.substr(0, text.find('\0'));
-}
 
 template <std::size_t Size>
 void ReadField(const CRegistryKey& key, const char* name, char (&field)[Size])
 {
-    FillField(field, ReadText(key, name, Size));
+    FillField(field, ReadText(key.Get(), name, Size));
 }
 
 CRegistryKey OpenSubkey(const CRegistryKey& key, const char* name)
@@ -54,7 +42,7 @@ std::string Lowered(std::string text)
     return text;
 }
 
-std::string ChooseName(const CNetDevice& device)
+std::string ChooseName(const CDeviceNode& device)
 {
     for (const DWORD code : {SPDRP_FRIENDLYNAME, SPDRP_DEVICEDESC, SPDRP_CLASS, SPDRP_CLASSGUID})
         if (const auto name = device.Property(code, NameCapacity); name && !name->empty())
@@ -71,12 +59,12 @@ void TraceAccepted(const _ZV_SRVC_DEVICE_INFO& record)
 
 /// Makes the record of a device that passes the filter.
 /// @return an empty pointer for a device that is not listed.
-ZVAdapterRecord MakeRecord(const CNetClassWalk& walk, const CNetDevice& device, const CAdapterFilter& filter)
+ZVAdapterRecord MakeRecord(const CNetClassWalk& walk, const CDeviceNode& device, const CAdapterFilter& filter)
 {
-    const auto hardwareId = device.Property(SPDRP_HARDWAREID, PropertyCapacity);
+    const auto hardwareId = device.Property(SPDRP_HARDWAREID, ZV_PROPERTY_CAPACITY);
     if (!hardwareId)
         return nullptr;
-    const auto driverKey = device.Property(SPDRP_DRIVER, PropertyCapacity);
+    const auto driverKey = device.Property(SPDRP_DRIVER, ZV_PROPERTY_CAPACITY);
     if (!driverKey)
         return nullptr;
     ZV_TRACE(WalkHardwareId, ToUtf8(*hardwareId));
@@ -86,7 +74,7 @@ ZVAdapterRecord MakeRecord(const CNetClassWalk& walk, const CNetDevice& device, 
     const CRegistryKey ndi = OpenSubkey(key, "NDI");
     if (!ndi)
         return nullptr;
-    const std::string service = Lowered(ReadText(ndi, "Service", ServiceCapacity));
+    const std::string service = Lowered(ReadText(ndi.Get(), "Service", ServiceCapacity));
     if (!filter.MatchService(service))
         return nullptr;
 
@@ -109,7 +97,7 @@ unsigned int WalkToList(const CAdapterFilter& filter, CAdapterList& target)
     if (!walk.Open())
         return ZV_SRVC_ERR_FAILURE;
     std::uint32_t accepted = 0;
-    while (const std::optional<CNetDevice> device = walk.Next())
+    while (const std::optional<CDeviceNode> device = walk.Next())
     {
         const ZVAdapterRecord record = MakeRecord(walk, *device, filter);
         if (record == nullptr)
@@ -151,11 +139,11 @@ unsigned int EnumDeviceToList(const CAdapterFilter& filter, CAdapterList& target
     return Fake_EnumDevice(target) ? ZV_SRVC_SUCCESS : WalkToList(filter, target);
 }
 
-bool Fake_EnumDevice(CAdapterList& target)
+std::optional<std::vector<ZVAdapterRecord>> ReadSimulatedDriver()
 {
     const ZVVirtualEnum enumerate = Virtual_EnumZVDevice;
     if (enumerate == nullptr)
-        return false;
+        return std::nullopt;
     alignas(_ZV_SRVC_DEVICE_INFO) std::array<std::byte, SimulatedRoom> buffer{};
     CVirtualEnumDescriptor descriptor{MaxSimulatedRecords * RecordSize, 0, buffer.data()};
     enumerate(buffer.data(), &descriptor);
@@ -167,6 +155,13 @@ bool Fake_EnumDevice(CAdapterList& target)
         delivered.push_back(std::make_shared<_ZV_SRVC_DEVICE_INFO>());
         std::memcpy(delivered.back().get(), buffer.data() + i * RecordSize, RecordSize);
     }
+    const auto records = static_cast<std::uint32_t>(count);
+    ZV_TRACE(SimulatedRecords, records);
+    return delivered;
+}
+
+void FillOrRefresh(CAdapterList& target, const std::vector<ZVAdapterRecord>& delivered)
+{
     target.With([&](CAdapterList::CList& list) {
         if (list.empty())
             list.assign(delivered.begin(), delivered.end());
@@ -174,7 +169,12 @@ bool Fake_EnumDevice(CAdapterList& target)
             for (const ZVAdapterRecord& record : delivered)
                 RefreshFlags(list, *record);
     });
-    const auto records = static_cast<std::uint32_t>(count);
-    ZV_TRACE(SimulatedRecords, records);
-    return true;
+}
+
+bool Fake_EnumDevice(CAdapterList& target)
+{
+    const auto delivered = ReadSimulatedDriver();
+    if (delivered)
+        FillOrRefresh(target, *delivered);
+    return delivered.has_value();
 }

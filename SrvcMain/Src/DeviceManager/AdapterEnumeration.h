@@ -6,6 +6,9 @@
 #include "AdapterRecord.h"
 #include "CSafeList.h"
 
+#include <optional>
+#include <vector>
+
 using CAdapterList = CSafeList<ZVAdapterRecord>;
 
 /// Empties the list and fills it with the adapters that pass the filter, in walk order.
@@ -18,6 +21,11 @@ unsigned int EnumDeviceToList(const CAdapterFilter& filter, CAdapterList& target
 /// applies to its records.
 /// @return false when its entry is not bound, and nothing has happened.
 bool Fake_EnumDevice(CAdapterList& target);
+
+/// The two halves of that, for a list that has to change in one step with something else: the call
+/// of the driver, which gives nothing when its entry is not bound, and the change of the list.
+std::optional<std::vector<ZVAdapterRecord>> ReadSimulatedDriver();
+void FillOrRefresh(CAdapterList& target, const std::vector<ZVAdapterRecord>& delivered);
 
 inline void AddDeviceToList(CAdapterList& target, const ZVAdapterRecord& record)
 {

@@ -38,9 +38,9 @@ unsigned int CUWPDeviceManager::GetZVDeviceList(const _ZV_SRVC_DEVICE_LIST_REQ* 
     {
         // A new pattern text takes the place of the held one: a host that asks anew means what it
         // says now, not that and everything it ever said.
-        CAdapterFilter filter{std::move(services), SplitInstanceIdList(&asked.InstanceIdList[0])};
+        const CAdapterFilter filter{std::move(services), SplitInstanceIdList(&asked.InstanceIdList[0])};
         TracePatterns(filter);
-        status = EnumerateAndAnswer(std::move(filter), *result);
+        status = EnumerateAndAnswer(filter, *result);
     }
     ZV_TRACE(ListResult, status, result->Length);
     return status;
@@ -65,18 +65,32 @@ bool CUWPDeviceManager::AnswerFromList(const std::string& serviceFilter, _ZV_SRV
 
 /// Enumerates beside the list, since others may read it meanwhile, and then puts filter and list in
 /// place and copies out in one step: what this host gets is what it asked for, even when another
-/// thread lists with another filter at the same time.
-unsigned int CUWPDeviceManager::EnumerateAndAnswer(CAdapterFilter filter, _ZV_SRVC_DEVICE_LIST_RSP& result)
+/// thread lists with another filter at the same time. Enumerates again when the service has looked
+/// through the list meanwhile: its news may be younger than this walk, and must not be lost.
+unsigned int CUWPDeviceManager::EnumerateAndAnswer(const CAdapterFilter& filter, _ZV_SRVC_DEVICE_LIST_RSP& result)
 {
-    CAdapterList found;
-    const unsigned int status = EnumDeviceToList(filter, found);
-    CAdapterList::CList records = found.With([](CAdapterList::CList& list) { return std::exchange(list, {}); });
+    for (;;)
+    {
+        const std::uint64_t before = Maintenances();
+        CAdapterList found;
+        const unsigned int status = EnumDeviceToList(filter, found);
+        CAdapterList::CList records = found.With([](CAdapterList::CList& list) { return std::exchange(list, {}); });
 
+        const CScopedLock lock(FilterLock);
+        if (MaintenanceCount != before)
+            continue;
+        ++RebuildCount;
+        Filter = filter;
+        if (status != ZV_SRVC_ERR_INVALID_PARAMETER)
+            DeviceList.Replace(std::move(records));
+        return status == ZV_SRVC_SUCCESS ? CopyListOut(result) : status;
+    }
+}
+
+std::uint64_t CUWPDeviceManager::Maintenances()
+{
     const CScopedLock lock(FilterLock);
-    Filter = std::move(filter);
-    if (status != ZV_SRVC_ERR_INVALID_PARAMETER)
-        DeviceList.Replace(std::move(records));
-    return status == ZV_SRVC_SUCCESS ? CopyListOut(result) : status;
+    return MaintenanceCount;
 }
 
 /// Count and records are of one state of the list, whose lock is held across the copy.

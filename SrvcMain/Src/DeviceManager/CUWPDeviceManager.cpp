@@ -33,6 +33,8 @@ CUWPDeviceManager::~CUWPDeviceManager()
     UserNotifier.StopNotifyThread();
     ZVNotifier.StopNotifyThread();
     UninstallNotifier.StopNotifyThread();
+    // Watchers that still run are waited for while all that they use is there.
+    UninstallChecks.Clear();
 }
 
 void CUWPDeviceManager::StartNotifier(CZVNotification& notifier, const std::string& name)
@@ -41,7 +43,10 @@ void CUWPDeviceManager::StartNotifier(CZVNotification& notifier, const std::stri
         ZV_TRACE(ManagerThreadFailed, name);
 }
 
-unsigned int CUWPDeviceManager::NicChangeState(std::shared_ptr<CDeviceIntf>& /*device*/, std::uint8_t /*enable*/)
+/// The record stays in the list: what is bound to it sees by its other flags that it is out of use.
+void CUWPDeviceManager::DrvUninstallHdlr(const ZVAdapterRecord& record)
 {
-    return ZV_SRVC_ERR_FAILURE;
+    SetStateFlags(*record, ZV_DEV_DRIVER_UNINSTALLED);
+    ZV_TRACE(DriverUninstalled, record->NetCfgInstanceId);
+    PostEvent(ZV_EVT_DRIVER_UNINSTALLED);
 }

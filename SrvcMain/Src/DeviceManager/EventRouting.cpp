@@ -1,46 +1,102 @@
 /// From window messages to events.
 
 #include "CUWPDeviceManager.h"
+#include "OSPlatform.h"
+#include "TracePoint.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace
 {
 
-constexpr std::uint32_t WmPowerBroadcast = 0x218;
-
-/// The event that a power message stands for, or 0.
-std::uint32_t PowerEvent(std::uint64_t wParam)
+enum class CAction
 {
-    switch (wParam)
-    {
-    case 0: // PBT_APMQUERYSUSPEND
-    case 1: // PBT_APMQUERYSTANDBY
-    case 4: // PBT_APMSUSPEND
-    case 5: // PBT_APMSTANDBY
-        return ZV_EVT_SYSTEM_SUSPEND;
-    case 6:  // PBT_APMRESUMECRITICAL
-    case 7:  // PBT_APMRESUMESUSPEND
-    case 8:  // PBT_APMRESUMESTANDBY
-    case 18: // PBT_APMRESUMEAUTOMATIC
-        return ZV_EVT_SYSTEM_RESUME;
-    default:
-        return 0;
-    }
-}
+    Suspend,
+    Resume,
+    Arrival,
+    Removal
+};
+
+struct CRoute
+{
+    std::uint32_t Message;
+    std::uint64_t WParam;
+    CAction Action;
+};
+
+/// Whatever is not here is passed over, a failed query to remove (0x8002) and a change of the device
+/// tree without further news (7) among it. Each message acts on its own: a resume that the system
+/// announces twice is two events.
+constexpr CRoute Routes[] = {
+    {WM_POWERBROADCAST, PBT_APMQUERYSUSPEND, CAction::Suspend},
+    {WM_POWERBROADCAST, PBT_APMQUERYSTANDBY, CAction::Suspend},
+    {WM_POWERBROADCAST, PBT_APMSUSPEND, CAction::Suspend},
+    {WM_POWERBROADCAST, PBT_APMSTANDBY, CAction::Suspend},
+    {WM_POWERBROADCAST, PBT_APMRESUMECRITICAL, CAction::Resume},
+    {WM_POWERBROADCAST, PBT_APMRESUMESUSPEND, CAction::Resume},
+    {WM_POWERBROADCAST, PBT_APMRESUMESTANDBY, CAction::Resume},
+    {WM_POWERBROADCAST, PBT_APMRESUMEAUTOMATIC, CAction::Resume},
+    {WM_DEVICECHANGE, DBT_DEVICEARRIVAL, CAction::Arrival},
+    {WM_DEVICECHANGE, DBT_DEVICEQUERYREMOVE, CAction::Removal},
+    {WM_DEVICECHANGE, DBT_DEVICEREMOVEPENDING, CAction::Removal},
+    {WM_DEVICECHANGE, DBT_DEVICEREMOVECOMPLETE, CAction::Removal},
+};
 
 } // namespace
 
 void CUWPDeviceManager::PwrEvtHdlr(std::uint32_t message, std::uint64_t wParam, std::int64_t /*lParam*/)
 {
-    if (message != WmPowerBroadcast)
+    const auto* const route =
+        std::ranges::find_if(Routes, [&](const CRoute& row) { return row.Message == message && row.WParam == wParam; });
+    if (route == std::end(Routes))
         return;
-    if (const std::uint32_t event = PowerEvent(wParam); event != 0)
-        PostEvent(event);
+    const auto parameter = static_cast<std::uint32_t>(wParam);
+    ZV_TRACE(MessageRouted, message, parameter);
+    switch (route->Action)
+    {
+    case CAction::Suspend:
+        PostEvent(ZV_EVT_SYSTEM_SUSPEND);
+        break;
+    case CAction::Resume:
+        PostEvent(ZV_EVT_SYSTEM_RESUME);
+        break;
+    case CAction::Arrival:
+        OnArrival();
+        break;
+    case CAction::Removal:
+        if (CheckDeviceStatusInList(DeviceList))
+            PostEvent(ZV_EVT_DEVICE_STATUS_CHANGED);
+        break;
+    }
 }
 
-/// One blob for both queues; each queue's thread delivers to its own clients.
-void CUWPDeviceManager::PostEvent(std::uint32_t event)
+/// Enumerates for the filter of the last listing. An enumeration that fails leaves nothing to merge.
+void CUWPDeviceManager::OnArrival()
 {
-    const ZVBlob blob = MakeEventBlob(event);
+    std::optional<bool> changed;
+    while (!changed)
+    {
+        CAdapterFilter filter;
+        std::uint64_t rebuilds = 0;
+        {
+            const CScopedLock lock(FilterLock);
+            filter = Filter;
+            rebuilds = RebuildCount;
+        }
+        CAdapterList fresh;
+        EnumDeviceToList(filter, fresh);
+        changed = MergeNewDeviceToList(DeviceList, fresh, rebuilds);
+    }
+    if (*changed)
+        UninstallNotifier.SendNorification(PostEvent(ZV_EVT_DEVICE_ARRIVED));
+}
+
+/// One blob for all queues; each queue's thread delivers to its own clients.
+ZVBlob CUWPDeviceManager::PostEvent(std::uint32_t event)
+{
+    ZVBlob blob = MakeEventBlob(event);
     UserNotifier.SendNorification(blob);
     ZVNotifier.SendNorification(blob);
+    return blob;
 }

@@ -14,7 +14,7 @@ constexpr DWORD MaxClassGuids = 10;
 
 } // namespace
 
-std::optional<std::u16string> CNetDevice::Property(DWORD code, DWORD capacity) const
+std::optional<std::u16string> CDeviceNode::Property(DWORD code, DWORD capacity) const
 {
     // One unit more than the platform is told of, so that the text always has an end.
     std::vector<WCHAR> buffer(capacity / sizeof(WCHAR) + 1);
@@ -29,11 +29,41 @@ std::optional<std::u16string> CNetDevice::Property(DWORD code, DWORD capacity) c
     return text;
 }
 
+CRegistryKey CDeviceNode::OpenDriverKey() const
+{
+    SP_DEVINFO_DATA device = Data;
+    const HKEY key = SetupDiOpenDevRegKey(Set, &device, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_ALL_ACCESS);
+    // As SetupDiOpenClassRegKey does, it reports a missing key as an invalid handle.
+    return static_cast<void*>(key) == INVALID_HANDLE_VALUE ? CRegistryKey() : CRegistryKey(key);
+}
+
+DWORD CDeviceNode::ChangeState(DWORD state, DWORD scope) const
+{
+    SP_DEVINFO_DATA device = Data;
+    SP_PROPCHANGE_PARAMS parameters{};
+    static_assert(sizeof parameters == 20);
+    parameters.ClassInstallHeader.cbSize = sizeof parameters.ClassInstallHeader;
+    parameters.ClassInstallHeader.InstallFunction = DIF_PROPERTYCHANGE;
+    parameters.StateChange = state;
+    parameters.Scope = scope;
+    if (SetupDiSetClassInstallParamsW(Set, &device, &parameters.ClassInstallHeader, sizeof parameters) &&
+        SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, Set, &device))
+        return ERROR_SUCCESS;
+    // A failure that left no reason is one all the same.
+    const DWORD error = GetLastError();
+    return error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE;
+}
+
+bool FindNetworkClass(GUID* guids, DWORD capacity)
+{
+    DWORD required = 0;
+    return SetupDiClassGuidsFromNameW(NetworkClass.Text, guids, capacity, &required);
+}
+
 bool CNetClassWalk::Open()
 {
     std::array<GUID, MaxClassGuids> guids{};
-    DWORD required = 0;
-    if (!SetupDiClassGuidsFromNameW(NetworkClass.Text, guids.data(), MaxClassGuids, &required))
+    if (!FindNetworkClass(guids.data(), MaxClassGuids))
     {
         const std::uint32_t error = GetLastError();
         ZV_TRACE(WalkNoClass, error);
@@ -46,7 +76,7 @@ bool CNetClassWalk::Open()
         ZV_TRACE(WalkNoSet, error);
         return false;
     }
-    // The platform's one call that reports a missing key as an invalid handle.
+    // One of the platform's calls that report a missing key as an invalid handle.
     const HKEY root = SetupDiOpenClassRegKey(nullptr, KEY_READ);
     if (static_cast<void*>(root) == INVALID_HANDLE_VALUE)
     {
@@ -59,7 +89,7 @@ bool CNetClassWalk::Open()
     return true;
 }
 
-std::optional<CNetDevice> CNetClassWalk::Next()
+std::optional<CDeviceNode> CDeviceWalk::Next()
 {
     SP_DEVINFO_DATA data{};
     data.cbSize = sizeof data;
@@ -73,7 +103,7 @@ std::optional<CNetDevice> CNetClassWalk::Next()
         if (CM_Get_DevNode_Status(&status, &problem, data.DevInst, 0) != CR_SUCCESS)
             continue;
         if ((status & DN_NO_SHOW_IN_DM) == 0)
-            return CNetDevice(Set.Get(), data, problem);
+            return CDeviceNode(Set.Get(), data, problem);
     }
     return std::nullopt;
 }

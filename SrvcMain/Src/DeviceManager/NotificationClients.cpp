@@ -19,17 +19,23 @@ CUWPDeviceManager::CClientList& CUWPDeviceManager::ClientsOfType(std::uint32_t c
 
 unsigned int CUWPDeviceManager::RegisterNotification(_ZV_WLAN_NOTIFY_HDLR* client)
 {
+    if (client == nullptr)
+        return ZV_SRVC_ERR_INVALID_PARAMETER;
     client->ClientId = NextClientId.fetch_add(1, std::memory_order_relaxed) + 1;
-    ClientsOfType(client->ClientType).PushBack(std::make_shared<const _ZV_WLAN_NOTIFY_HDLR>(*client));
+    ClientsOfType(client->ClientType).PushBack(std::make_shared<CClient>(*client));
     return ZV_SRVC_SUCCESS;
 }
 
 unsigned int CUWPDeviceManager::DeRegisterNotification(const _ZV_WLAN_NOTIFY_HDLR* client)
 {
+    if (client == nullptr)
+        return ZV_SRVC_ERR_INVALID_PARAMETER;
     const bool removed = ClientsOfType(client->ClientType).With([client](CClientList::CList& list) {
-        const auto found = std::ranges::find(list, client->ClientId, [](const auto& entry) { return entry->ClientId; });
+        const auto found =
+            std::ranges::find(list, client->ClientId, [](const auto& entry) { return entry->Record.ClientId; });
         if (found == list.end())
             return false;
+        (*found)->IsRegistered = false;
         list.erase(found);
         return true;
     });
@@ -39,13 +45,18 @@ unsigned int CUWPDeviceManager::DeRegisterNotification(const _ZV_WLAN_NOTIFY_HDL
 void CUWPDeviceManager::NotifyCallback(std::string name, const ZVBlob& blob)
 {
     if (name == UninstallNotifierName)
+    {
+        // Waits for those that still run, and holds up nothing but this thread.
+        UninstallChecks.Clear();
         return;
+    }
     const auto message = ReadBlob<_ZV_WLAN_EVENT_MSG>(blob);
     const _ZV_WLAN_NOTIFY_DATA data{0, message.Length, blob.get() + PayloadOffset};
     // References of this moment: a client that registers meanwhile starts with the next event, and
-    // one that deregisters stays valid until its call has returned.
+    // one that deregisters stays valid until its call has returned. One that an earlier client has
+    // deregistered in its callback is not called any more, as its host may have let go of it.
     CClientList& clients = name.find(UserNotifierName) != std::string::npos ? UserClients : ZVClients;
     for (const auto& client : clients.Snapshot())
-        if (client->Callback != nullptr)
-            client->Callback(client->Context, message.Type, &data);
+        if (client->Record.Callback != nullptr && client->IsRegistered)
+            client->Record.Callback(client->Record.Context, message.Type, &data);
 }

@@ -30,6 +30,32 @@ void StoreStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t flags)
     Flags(record).store(flags, std::memory_order_relaxed);
 }
 
+bool SetStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits)
+{
+    return (Flags(record).fetch_or(bits, std::memory_order_relaxed) & bits) != bits;
+}
+
+bool ClearStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits)
+{
+    return (Flags(record).fetch_and(~bits, std::memory_order_relaxed) & bits) != 0;
+}
+
+std::string DriverVersionOf(const _ZV_SRVC_DEVICE_INFO& record)
+{
+    const CScopedLock lock(versionLock);
+    return std::string(FieldText(record.DriverVersion));
+}
+
+bool TakeDriverVersion(_ZV_SRVC_DEVICE_INFO& record, const _ZV_SRVC_DEVICE_INFO& from)
+{
+    // The other record is nobody else's yet.
+    const CScopedLock lock(versionLock);
+    if (std::memcmp(record.DriverVersion, from.DriverVersion, sizeof record.DriverVersion) == 0)
+        return false;
+    std::memcpy(record.DriverVersion, from.DriverVersion, sizeof record.DriverVersion);
+    return true;
+}
+
 _ZV_SRVC_DEVICE_INFO CopyRecord(const _ZV_SRVC_DEVICE_INFO& record)
 {
     _ZV_SRVC_DEVICE_INFO copy;

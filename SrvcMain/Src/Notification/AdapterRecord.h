@@ -11,12 +11,22 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <string_view>
 
 using ZVAdapterRecord = std::shared_ptr<_ZV_SRVC_DEVICE_INFO>;
 
 std::uint32_t LoadStateFlags(const _ZV_SRVC_DEVICE_INFO& record);
 void StoreStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t flags);
+/// Sets or clears bits in one step, since several threads change bits of their own.
+/// @return true when that changed the word.
+bool SetStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits);
+bool ClearStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits);
+
+std::string DriverVersionOf(const _ZV_SRVC_DEVICE_INFO& record);
+/// Copies the version of `from` where all its bytes are not those of the record's.
+/// @return true when it did.
+bool TakeDriverVersion(_ZV_SRVC_DEVICE_INFO& record, const _ZV_SRVC_DEVICE_INFO& from);
 
 /// A copy of all 724 bytes while the service may change the record.
 _ZV_SRVC_DEVICE_INFO CopyRecord(const _ZV_SRVC_DEVICE_INFO& record);

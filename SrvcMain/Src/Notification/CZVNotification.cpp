@@ -23,11 +23,6 @@ std::int64_t MonotonicNs()
 
 } // namespace
 
-bool CZVNotification::OnWorkerThread() noexcept
-{
-    return currentWorker != nullptr;
-}
-
 bool CZVNotification::IsOwnThread() const noexcept
 {
     return currentWorker == this;
@@ -57,14 +52,7 @@ bool CZVNotification::RunNotifyThread(CZVNotifyHandler* handler, std::string nam
     Handler = handler;
     Name = std::move(name);
     State |= ZV_NOTIFY_RUNNING;
-    try
-    {
-        Thread = std::thread(&CZVNotification::Work, this);
-    }
-    catch (const std::system_error&)
-    {
-        throw CThreadError(std::errc::resource_unavailable_try_again, "resource unavailable try again");
-    }
+    Thread = StartLibraryThread([this] { Work(); });
     LastActive = MonotonicNs();
     ZV_TRACE(NotifyThreadStarted, Name);
     return true;

@@ -4,6 +4,7 @@
 
 #include "CSafeList.h"
 #include "CWaitEvent.h"
+#include "LibraryThread.h"
 #include "Lock.h"
 #include "MessageBlob.h"
 #include "NotifyHandlers.h"
@@ -13,24 +14,12 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <thread>
 
 /// Flag bits of a notification thread's state word.
 inline constexpr std::uint32_t ZV_NOTIFY_RUNNING = 0x1;  ///< Started and not yet joined.
 inline constexpr std::uint32_t ZV_NOTIFY_STOPPING = 0x2; ///< A stop was asked for; never cleared.
 inline constexpr std::uint32_t ZV_NOTIFY_ENTERED = 0x4;  ///< The worker has begun.
-
-/// A failure of a thread, with the same text on every platform.
-class CThreadError : public std::system_error
-{
-public:
-    CThreadError(std::errc code, const char* text) : std::system_error(std::make_error_code(code)), Text(text) {}
-    const char* what() const noexcept override { return Text; }
-
-private:
-    const char* Text;
-};
 
 /// All work that must leave the thread on which it arises goes through one of these. A producer
 /// posts and goes on at once; the worker hands each blob to the one handler, in order, with no lock
@@ -60,9 +49,6 @@ public:
     /// @return false when the thread does not run.
     /// @throws std::system_error "resource deadlock would occur" on the own worker.
     bool StopNotifyThread();
-
-    /// True on a worker of any object of this class.
-    static bool OnWorkerThread() noexcept;
 
     /// True on this object's own worker.
     bool IsOwnThread() const noexcept;

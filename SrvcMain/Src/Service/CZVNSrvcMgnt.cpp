@@ -3,6 +3,7 @@
 #include "COSPrivilege.h"
 #include "CSafeList.h"
 #include "CVirtualDriverBinding.h"
+#include "CWinPwrEvtHandle.h"
 #include "CZVNotification.h"
 #include "MessageBlob.h"
 #include "PwrEvtWndProc.h"
@@ -45,6 +46,7 @@ public:
     CZVNotification Notifier;                                    ///< Thread-safe.
     const std::string NotifierName = "Srvc_Manager_WinPwr_Notification";
     std::shared_ptr<COSPrivilege> OSPrivilege; ///< Set by Init.
+    CWinPwrEvtHandle PwrEvtHandle;             ///< Bring-up and teardown only.
     CVirtualDriverBinding VirtualDriver;       ///< Bring-up and teardown only.
 };
 
@@ -57,6 +59,9 @@ CZVNSrvcMgnt::CZVNSrvcMgnt() : Self(std::make_shared<Pimpl>())
 
 CZVNSrvcMgnt::~CZVNSrvcMgnt()
 {
+    // The window first: its last message still goes through the gate.
+    Self->PwrEvtHandle.DeInitPwrEvtHandler();
+    ServiceGate.Close();
     ZV_TRACE(ServiceGoes);
     UnregisterTraceProvider();
     Self.reset();
@@ -69,7 +74,8 @@ void CZVNSrvcMgnt::Init()
     const ZVVirtualRegister registerHandler = Virtual_RegisterPnPHandler;
     if (registerHandler != nullptr)
         registerHandler(&PwrEvtWndProc);
-    // Otherwise the hidden window takes its place here, on its own thread.
+    else
+        Self->PwrEvtHandle.InitPwrEvtHandler(&PwrEvtWndProc);
     const std::uint32_t simulated = registerHandler != nullptr ? 1 : 0;
     ZV_TRACE(ServiceInit, simulated);
 }

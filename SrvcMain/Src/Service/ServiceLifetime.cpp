@@ -2,7 +2,7 @@
 
 #include "CVirtualDriverBinding.h"
 #include "CZVNSrvcMgnt.h"
-#include "CZVNotification.h"
+#include "LibraryThread.h"
 
 #include <atomic>
 #include <memory>
@@ -78,12 +78,9 @@ CServiceOwner::~CServiceOwner()
 {
     // When the process ends on one of the library's own threads, that thread cannot be joined and
     // its callers' frames are still in use: everything stays as it is until the process is gone.
-    if (CZVNotification::OnWorkerThread())
+    if (OnLibraryThread())
         return;
-    const std::unique_ptr<CZVNSrvcMgnt> service(Get());
-    if (service == nullptr)
-        return;
-    ServiceGate.Close();
+    delete Get();
     Service.store(nullptr, std::memory_order_release);
 }
 

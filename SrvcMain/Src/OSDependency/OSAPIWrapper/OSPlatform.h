@@ -14,6 +14,7 @@
 #include <windows.h>
 
 #include <cfgmgr32.h>
+#include <dbt.h>
 #include <evntrace.h>
 #include <setupapi.h>
 #include <wmistr.h>

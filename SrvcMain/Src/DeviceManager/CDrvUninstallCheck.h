@@ -1,0 +1,65 @@
+/// @file
+/// Watches whether the drivers of adapters that a sweep found missing are being uninstalled.
+#pragma once
+
+#include "AdapterRecord.h"
+#include "CSafeList.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <thread>
+
+/// Is told of an uninstalled driver.
+class CDrvUninstallNotifyHdlr
+{
+public:
+    /// Called on the watcher's thread, once for each of its entries whose driver is gone.
+    virtual void DrvUninstallHdlr(const ZVAdapterRecord& record) = 0;
+
+protected:
+    CDrvUninstallNotifyHdlr() = default;
+    ~CDrvUninstallNotifyHdlr() = default;
+    CDrvUninstallNotifyHdlr(const CDrvUninstallNotifyHdlr&) = default;
+    CDrvUninstallNotifyHdlr& operator=(const CDrvUninstallNotifyHdlr&) = default;
+};
+
+/// The thread is started and not yet through its records.
+inline constexpr std::uint32_t ZV_CHECK_RUNNING = 0x1;
+
+/// How often the registry is read for one record at most, and the pause between two reads.
+inline constexpr int ZV_CHECK_READS = 50;
+inline constexpr std::chrono::milliseconds ZV_CHECK_PAUSE{50};
+
+/// Serves one sweep, once: filled, started, disposed of. An uninstallation deletes the adapter's
+/// driver key some time after the adapter has gone, hence the thread and its patience.
+class CDrvUninstallCheck
+{
+public:
+    explicit CDrvUninstallCheck(std::chrono::milliseconds pause = ZV_CHECK_PAUSE) : Pause(pause) {}
+    /// Waits for the thread: at most 2.5 seconds for each record. Not on the thread itself.
+    ~CDrvUninstallCheck();
+    CDrvUninstallCheck(const CDrvUninstallCheck&) = delete;
+    CDrvUninstallCheck& operator=(const CDrvUninstallCheck&) = delete;
+
+    /// Before the start only. A record may be added twice and is then checked twice.
+    void Add(const ZVAdapterRecord& record) { Records.PushBack(record); }
+
+    /// Starts the thread.
+    /// @param handler not owned; has to be valid until this object has been destroyed.
+    /// @return false with no records, when started already, and, traced, when no thread can be had;
+    ///         the check is then not made.
+    bool StartCheck(CDrvUninstallNotifyHdlr* handler);
+
+    bool IsRunning() const { return (CheckState & ZV_CHECK_RUNNING) != 0; }
+
+private:
+    void uninstallCheckThread();
+    void CheckRecord(const ZVAdapterRecord& record);
+
+    const std::chrono::milliseconds Pause;
+    CDrvUninstallNotifyHdlr* Handler = nullptr; ///< Constant while the thread lives.
+    CSafeList<ZVAdapterRecord> Records;         ///< Brings its own lock.
+    std::thread Thread;                         ///< The starting and the destroying thread's.
+    std::atomic<std::uint32_t> CheckState{0};
+};

@@ -1,0 +1,42 @@
+/// @file
+/// A thread that knows where it was started, for the trace.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <source_location>
+#include <string_view>
+#include <thread>
+
+/// Started and joined by one owner, whose calls do not overlap.
+class CTrackedThread
+{
+public:
+    using CBody = void (*)(void* argument);
+
+    CTrackedThread() = default;
+    /// Joins; that it has to is a mistake of the owner's and traced as one.
+    ~CTrackedThread();
+    CTrackedThread(const CTrackedThread&) = delete;
+    CTrackedThread& operator=(const CTrackedThread&) = delete;
+
+    /// @return false when the thread is started already.
+    /// @throws std::system_error "resource unavailable try again" when no thread can be had.
+    bool Start(CBody body, void* argument, std::source_location where = std::source_location::current());
+
+    /// Waits for the end of the thread; does nothing when none is started.
+    void Join();
+
+private:
+    /// The end of a text, since that is what tells files and functions apart.
+    using CTail = std::array<char, 30>;
+
+    static void KeepTail(std::string_view text, CTail& tail);
+
+    std::thread Thread;                 ///< The owner's.
+    std::atomic<std::int32_t> Count{0}; ///< 1 while the thread is started.
+    CTail File{};
+    CTail Function{};
+    std::uint32_t Line = 0;
+};

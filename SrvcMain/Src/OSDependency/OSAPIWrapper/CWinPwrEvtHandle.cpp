@@ -1,0 +1,119 @@
+#include "CWinPwrEvtHandle.h"
+
+#include "TracePoint.h"
+
+namespace
+{
+
+constexpr CWideText WindowName{"ZVUWPSrvcLib"};
+/// The message that ends the thread.
+constexpr UINT StopMessage = WM_QUIT;
+static_assert(StopMessage == 18);
+
+} // namespace
+
+CWinPwrEvtHandle::~CWinPwrEvtHandle()
+{
+    DeInitPwrEvtHandler();
+}
+
+bool CWinPwrEvtHandle::InitPwrEvtHandler(WNDPROC wndProc)
+{
+    if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
+        return false;
+    WndProc = wndProc;
+    if (!WindowThread.Start(&CWinPwrEvtHandle::ServeWindow, this))
+        return false;
+    PwrEvtState |= ZV_PWREVT_ACTIVE;
+    return true;
+}
+
+void CWinPwrEvtHandle::DeInitPwrEvtHandler()
+{
+    if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
+    {
+        PwrEvtState |= ZV_PWREVT_STOPPING;
+        // Before that moment there is nothing to send to.
+        ServedBy.wait(0);
+        SendMessageW(Window, StopMessage, 0, 0);
+        // What is sent reaches the procedure but does not bring the thread out of its wait; what is
+        // posted does. To the thread and not to the window, which may have failed to come up.
+        PostThreadMessageW(ServedBy, StopMessage, 0, 0);
+        WindowThread.Join();
+    }
+    PwrEvtState = 0;
+}
+
+void CWinPwrEvtHandle::ServeWindow(void* self)
+{
+    auto& handle = *static_cast<CWinPwrEvtHandle*>(self);
+    handle.OpenWindow();
+    handle.PumpMessages();
+}
+
+/// Failures are not looked at: without a window the thread waits for its stop, and no events come.
+void CWinPwrEvtHandle::OpenWindow()
+{
+    const HINSTANCE program = GetModuleHandleW(nullptr);
+    WNDCLASSEXW windowClass{};
+    windowClass.cbSize = sizeof windowClass;
+    static_assert(sizeof windowClass == 80);
+    windowClass.style = CS_VREDRAW | CS_HREDRAW;
+    windowClass.lpfnWndProc = WndProc;
+    windowClass.hInstance = program;
+    windowClass.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
+    windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    windowClass.hbrBackground = reinterpret_cast<HBRUSH>(std::uintptr_t{COLOR_WINDOW + 1});
+    windowClass.lpszClassName = WindowName.Text;
+    windowClass.hIconSm = LoadIconW(nullptr, IDI_APPLICATION);
+    RegisterClassExW(&windowClass);
+    Window = CreateWindowExW(0, WindowName.Text, WindowName.Text, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, 0, CW_USEDEFAULT,
+                             0, nullptr, nullptr, program, nullptr);
+    // A thread has a queue from its first look for messages on, also when its window failed.
+    MSG none{};
+    PeekMessageW(&none, nullptr, WM_USER, WM_USER, PM_NOREMOVE);
+    ServedBy = GetCurrentThreadId();
+    ServedBy.notify_all();
+    ShowWindow(Window, SW_HIDE);
+    RegisterInterfaces();
+    UpdateWindow(Window);
+}
+
+void CWinPwrEvtHandle::RegisterInterfaces()
+{
+    for (const GUID& interfaceClass : DeviceInterfaceClasses)
+    {
+        DEV_BROADCAST_DEVICEINTERFACE_W filter{};
+        filter.dbcc_size = sizeof filter;
+        static_assert(sizeof filter == 32);
+        filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
+        filter.dbcc_classguid = interfaceClass;
+        // Lives as long as the window, and so as long as the process.
+        if (RegisterDeviceNotificationW(Window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE) == nullptr)
+        {
+            const std::uint32_t error = GetLastError();
+            ZV_TRACE(InterfaceNotRegistered, error);
+            return;
+        }
+    }
+}
+
+void CWinPwrEvtHandle::PumpMessages() const
+{
+    for (;;)
+    {
+        MSG message{};
+        const BOOL result = GetMessageW(&message, nullptr, 0, 0);
+        const std::uint32_t state = PwrEvtState;
+        const std::uint32_t number = message.message;
+        if (number == StopMessage || (state & ZV_PWREVT_STOPPING) != 0 || result == -1)
+        {
+            const auto outcome = static_cast<std::uint32_t>(result);
+            ZV_TRACE(WindowThreadLeaves, state, outcome);
+            return;
+        }
+        ZV_TRACE(WindowThreadMessage, number);
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
