@@ -56,7 +56,7 @@ struct MessageQueue::ThreadEnd
 
 MessageQueue::ThreadEnd& MessageQueue::OfThisThread()
 {
-    thread_local ThreadEnd end;
+    static thread_local ThreadEnd end;
     return end;
 }
 

@@ -1,6 +1,7 @@
 /// GetZVDeviceList: filters, and the two-call copy.
 
 #include "CUWPDeviceManager.h"
+#include "CWinPwrEvtHandle.h"
 #include "TracePoint.h"
 
 #include <cstddef>
@@ -69,6 +70,8 @@ bool CUWPDeviceManager::AnswerFromList(const std::string& serviceFilter, _ZV_SRV
 /// through the list meanwhile: its news may be younger than this walk, and must not be lost.
 unsigned int CUWPDeviceManager::EnumerateAndAnswer(const CAdapterFilter& filter, _ZV_SRVC_DEVICE_LIST_RSP& result)
 {
+    // An adapter that goes between this walk and the window's first message would never be missed.
+    CWinPwrEvtHandle::AwaitWindow();
     for (;;)
     {
         const std::uint64_t before = Maintenances();

@@ -22,6 +22,8 @@ bool CWinPwrEvtHandle::InitPwrEvtHandler(WNDPROC wndProc)
     if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
         return false;
     WndProc = wndProc;
+    ServedBy = 0;
+    IsSetUp = false;
     if (!WindowThread.Start(&CWinPwrEvtHandle::ServeWindow, this))
         return false;
     PwrEvtState |= ZV_PWREVT_ACTIVE;
@@ -42,6 +44,12 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
         WindowThread.Join();
     }
     PwrEvtState = 0;
+}
+
+void CWinPwrEvtHandle::AwaitWindow()
+{
+    if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
+        IsSetUp.wait(false);
 }
 
 void CWinPwrEvtHandle::ServeWindow(void* self)
@@ -77,6 +85,8 @@ void CWinPwrEvtHandle::OpenWindow()
     ShowWindow(Window, SW_HIDE);
     RegisterInterfaces();
     UpdateWindow(Window);
+    IsSetUp = true;
+    IsSetUp.notify_all();
 }
 
 void CWinPwrEvtHandle::RegisterInterfaces()

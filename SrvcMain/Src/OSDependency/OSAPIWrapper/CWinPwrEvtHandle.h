@@ -32,6 +32,10 @@ public:
     /// nothing was started. The window's class and notifications stay as long as the process.
     void DeInitPwrEvtHandler();
 
+    /// Returns when messages can reach the window of the process, or it has failed to come up; at once
+    /// when none was started. What has happened to the adapters before is not told by a message.
+    static void AwaitWindow();
+
 private:
     static void ServeWindow(void* self);
     void OpenWindow();
@@ -51,4 +55,5 @@ private:
     std::atomic<std::uint32_t> ServedBy{0};
 
     static inline std::atomic<std::uint32_t> PwrEvtState{0};
+    static inline std::atomic<bool> IsSetUp{false}; ///< The window thread has done all but wait for messages.
 };
