@@ -1,6 +1,7 @@
 #include "DriverModel.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <utility>
 
 DriverModel::DriverModel(DriverSettings settings) : Settings(std::move(settings)), Current(Settings.Switches)
@@ -61,6 +62,20 @@ void DriverModel::Cancel(const RequestPtr& request)
         Timer.Post(delay, [this, request] { LetGo(request); });
     else
         LetGo(request);
+}
+
+bool DriverModel::Configure(const char* settings, char* error, std::size_t errorRoom)
+try
+{
+    const std::scoped_lock guard(Lock);
+    Current = ReadDriverSwitches(settings, Current);
+    ChunksServed = 0;
+    return true;
+}
+catch (const DriverSettingsError& mistake)
+{
+    std::snprintf(error, errorRoom, "%s", mistake.what());
+    return false;
 }
 
 /// Ends a cancelled request, unless someone else has.

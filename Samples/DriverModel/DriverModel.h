@@ -53,6 +53,8 @@ public:
     void Close(std::uint64_t openId) override;
     void Start(const RequestPtr& request) override;
     void Cancel(const RequestPtr& request) override;
+    /// Takes switches alone, by their names in the settings.
+    bool Configure(const char* settings, char* error, std::size_t errorRoom) override;
 
     ItemStore& Items() { return StoredItems; }
     /// Everything that was wrong with requests, oldest first.

@@ -145,57 +145,80 @@ void Place::Read(std::array<std::uint32_t, 4>& out) const
         Place(Value[i], fmt::format("{}[{}]", Name, i)).Read(out[i]);
 }
 
-using Reader = void (*)(const Place&, DriverSettings&);
+template <class Owner>
+using Reader = std::pair<std::string_view, void (*)(const Place&, Owner&)>;
 
-template <auto Member>
-void ReadSetting(const Place& place, DriverSettings& settings)
+template <auto Member, class Owner>
+void ReadMember(const Place& place, Owner& owner)
 {
-    place.Read(settings.*Member);
+    place.Read(owner.*Member);
 }
 
-template <auto Member>
-void ReadSwitch(const Place& place, DriverSettings& settings)
-{
-    place.Read(settings.Switches.*Member);
-}
-
-constexpr auto Readers = std::to_array<std::pair<std::string_view, Reader>>({
-    {"info", ReadSetting<&DriverSettings::Information>},
-    {"items", ReadSetting<&DriverSettings::Items>},
-    {"outputs", ReadSetting<&DriverSettings::Outputs>},
-    {"responses", ReadSetting<&DriverSettings::Responses>},
-    {"response", ReadSetting<&DriverSettings::Response>},
-    {"order", ReadSetting<&DriverSettings::Order>},
-    {"lastChunk", ReadSetting<&DriverSettings::Last>},
-    {"eager", ReadSetting<&DriverSettings::Eager>},
-    {"refuse", ReadSwitch<&DriverSwitches::Refuse>},
-    {"refuseOpen", ReadSwitch<&DriverSwitches::RefuseOpen>},
-    {"slowMs", ReadSwitch<&DriverSwitches::SlowMs>},
-    {"lateCancelMs", ReadSwitch<&DriverSwitches::LateCancelMs>},
-    {"vanishAfterChunks", ReadSwitch<&DriverSwitches::VanishAfterChunks>},
-    {"pend", ReadSwitch<&DriverSwitches::Pend>},
-    {"hang", ReadSwitch<&DriverSwitches::Hang>},
-    {"silent", ReadSwitch<&DriverSwitches::Silent>},
-    {"garbage", ReadSwitch<&DriverSwitches::Garbage>},
-    {"holdCancelled", ReadSwitch<&DriverSwitches::HoldCancelled>},
+constexpr auto SettingReaders = std::to_array<Reader<DriverSettings>>({
+    {"info", ReadMember<&DriverSettings::Information>},
+    {"items", ReadMember<&DriverSettings::Items>},
+    {"outputs", ReadMember<&DriverSettings::Outputs>},
+    {"responses", ReadMember<&DriverSettings::Responses>},
+    {"response", ReadMember<&DriverSettings::Response>},
+    {"order", ReadMember<&DriverSettings::Order>},
+    {"lastChunk", ReadMember<&DriverSettings::Last>},
+    {"eager", ReadMember<&DriverSettings::Eager>},
 });
 
-} // namespace
+constexpr auto SwitchReaders = std::to_array<Reader<DriverSwitches>>({
+    {"refuse", ReadMember<&DriverSwitches::Refuse>},
+    {"refuseOpen", ReadMember<&DriverSwitches::RefuseOpen>},
+    {"slowMs", ReadMember<&DriverSwitches::SlowMs>},
+    {"lateCancelMs", ReadMember<&DriverSwitches::LateCancelMs>},
+    {"vanishAfterChunks", ReadMember<&DriverSwitches::VanishAfterChunks>},
+    {"pend", ReadMember<&DriverSwitches::Pend>},
+    {"hang", ReadMember<&DriverSwitches::Hang>},
+    {"silent", ReadMember<&DriverSwitches::Silent>},
+    {"garbage", ReadMember<&DriverSwitches::Garbage>},
+    {"holdCancelled", ReadMember<&DriverSwitches::HoldCancelled>},
+});
 
-DriverSettings ReadDriverSettings(std::string_view text)
+/// @return false when these readers do not know the name.
+template <class Readers, class Owner>
+bool ReadNamed(const Readers& readers, const std::string& name, const Place& value, Owner& owner)
+{
+    const auto reader = std::ranges::find(readers, name, [](const auto& entry) { return entry.first; });
+    if (reader == readers.end())
+        return false;
+    reader->second(value, owner);
+    return true;
+}
+
+template <class Visit>
+void ReadDocument(std::string_view text, Visit visit)
 {
     const json document = json::parse(text, nullptr, false);
     const Place root(document, "settings");
     if (document.is_discarded())
         root.Fail("not a JSON text");
+    root.ForMembers(visit);
+}
+
+} // namespace
+
+DriverSettings ReadDriverSettings(std::string_view text)
+{
     DriverSettings settings;
-    root.ForMembers([&](const std::string& name, const Place& value) {
-        const auto reader = std::ranges::find(Readers, name, [](const auto& entry) { return entry.first; });
-        if (reader == Readers.end())
+    ReadDocument(text, [&](const std::string& name, const Place& value) {
+        if (!ReadNamed(SettingReaders, name, value, settings) &&
+            !ReadNamed(SwitchReaders, name, value, settings.Switches))
             value.Fail("unknown key");
-        reader->second(value, settings);
     });
     return settings;
+}
+
+DriverSwitches ReadDriverSwitches(std::string_view text, DriverSwitches switches)
+{
+    ReadDocument(text, [&](const std::string& name, const Place& value) {
+        if (!ReadNamed(SwitchReaders, name, value, switches))
+            value.Fail("not a switch of a running driver");
+    });
+    return switches;
 }
 
 DriverSettings::Bytes CountingBytes(std::size_t size)

@@ -65,5 +65,9 @@ public:
 /// @throws DriverSettingsError
 DriverSettings ReadDriverSettings(std::string_view json);
 
+/// Changes the switches that the text has keys for, and knows no other key.
+/// @throws DriverSettingsError
+DriverSwitches ReadDriverSwitches(std::string_view json, DriverSwitches switches);
+
 /// The pattern of {"size": ...}.
 DriverSettings::Bytes CountingBytes(std::size_t size);

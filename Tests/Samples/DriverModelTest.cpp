@@ -187,6 +187,28 @@ TEST(DriverModel, LetsGoOfCancelledRequestsAsTold)
     EXPECT_EQ(slow->Result().first, 995);
 }
 
+TEST(DriverModel, IsSteeredBySwitchesWhileItRuns)
+{
+    DriverModel model(ReadDriverSettings(R"({"slowMs": 5, "pend": true, "order": "before"})"));
+    for (const auto& [settings, mistake] : {
+             std::pair("", "settings: not a JSON text"),
+             {R"({"hang": true, "order": "after"})", "settings.order: not a switch of a running driver"},
+             {R"({"refuse": 5, "odd": 1})", "settings.odd: not a switch of a running driver"},
+             {R"({"hang": true, "slowMs": -1})", "settings.slowMs: expected a whole number from 0 to 4294967295"},
+             {R"({"refuse": 31, "slowMs": 0, "pend": false})", ""},
+             {"{}", ""},
+         })
+    {
+        std::array<char, 100> error{};
+        EXPECT_EQ(model.Configure(settings, error.data(), error.size()), *mistake == '\0') << settings;
+        EXPECT_STREQ(error.data(), mistake);
+    }
+    EXPECT_FALSE(model.Switches().Hang) << "a text with a mistake changes nothing";
+    const auto refused = Send(model, Host, Framed(3, {}, 0), 0);
+    EXPECT_TRUE(refused->Ended()) << "neither slow nor on another thread any more";
+    EXPECT_EQ(refused->Result().first, 31);
+}
+
 TEST(DriverModel, EndsWhatItHoldsWhenItVanishesAndWhenItGoes)
 {
     auto model = std::make_unique<DriverModel>(ReadDriverSettings(R"({"slowMs": 1000000, "refuseOpen": 5})"));

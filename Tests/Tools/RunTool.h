@@ -53,15 +53,17 @@ inline std::string FileText(const std::filesystem::path& path)
 }
 
 /// Runs a program in a folder. The arguments go through the shell, so that a test reads like a
-/// command line. `machine` becomes ZV_MACHINE; empty leaves it unset.
+/// command line. `machine` becomes ZV_MACHINE; empty leaves it unset. `input` is what stdin has.
 inline ToolResult RunTool(const std::string& program, const std::string& arguments, const std::string& machine = "",
-                          const std::filesystem::path& folder = std::filesystem::temp_directory_path())
+                          const std::filesystem::path& folder = std::filesystem::temp_directory_path(),
+                          std::string_view input = "")
 {
     const TempFolder output;
+    const std::string given = output.Write("in", input);
     const std::string variable = machine.empty() ? "-u ZV_MACHINE" : "ZV_MACHINE='" + machine + "'";
     const std::string line = "cd '" + folder.string() + "' && exec env " + variable + " '" + program + "' " +
                              arguments + " >'" + (output.Path / "out").string() + "' 2>'" +
-                             (output.Path / "err").string() + "' </dev/null";
+                             (output.Path / "err").string() + "' <'" + given + "'";
     const int status = std::system(line.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, FileText(output.Path / "out"), FileText(output.Path / "err")};
 }

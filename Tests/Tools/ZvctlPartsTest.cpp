@@ -3,19 +3,26 @@
 #include "AdapterView.h"
 #include "DataText.h"
 #include "Errors.h"
+#include "EventView.h"
+#include "LineRunner.h"
 #include "RegistryValues.h"
+#include "Session.h"
 #include "TraceText.h"
 
+#include <algorithm>
 #include <cstring>
+#include <fmt/ranges.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <tuple>
 
 namespace
 {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 
 /// Answers GetZVDeviceList with a list that changes between the calls.
@@ -92,6 +99,57 @@ TEST(AdapterView, NamesFlagsAndBuses)
     EXPECT_EQ(BusOf("zvwlans"), "SDIO");
     EXPECT_EQ(BusOf("zvwlan"), "?");
     EXPECT_EQ(BusOf(""), "?");
+}
+
+_ZV_SRVC_DEVICE_INFO Adapter(const std::string& identity, std::uint32_t flags, const std::string& version)
+{
+    _ZV_SRVC_DEVICE_INFO adapter = {};
+    std::ranges::copy(identity, adapter.NetCfgInstanceId);
+    std::ranges::copy("Name " + identity, adapter.DeviceName);
+    std::ranges::copy(version, adapter.DriverVersion);
+    adapter.StateFlags = flags;
+    return adapter;
+}
+
+TEST(EventView, TellsAdaptersThatJoinChangeAndLeave)
+{
+    const auto changes = CompareLists({Adapter("1", 0, "1"), Adapter("2", 0, "1"), Adapter("3", 0, "1")},
+                                      {Adapter("4", 1, "\x1B"), Adapter("2", 0x15, "2"), Adapter("1", 0, "1")});
+    const AdapterEvent event = {0x123, {}};
+    EXPECT_THAT(EventText(event, changes),
+                EndsWith(" event 0x123        Name 4: new, problem, driver ?; "
+                         "Name 2: ready -> problem,absent,driver-uninstalled, driver 1 -> 2; "
+                         "Name 3: not listed any more"));
+    const auto list = nlohmann::json::parse(EventJson(event, changes)).at("changes");
+    EXPECT_TRUE(list.at(0).at("before").is_null());
+    EXPECT_EQ(list.at(1).at("after").at("stateFlags"), 0x15);
+    EXPECT_EQ(list.at(2).at("netCfgInstanceId"), "3");
+    EXPECT_TRUE(list.at(2).at("after").is_null());
+    EXPECT_THAT(EventJson({1, {}}, {{Adapter("\xFF", 0, ""), std::nullopt}}), HasSubstr("\uFFFD"));
+}
+
+TEST(LineRunner, CompletesCommandsAdaptersEventsAndOptions)
+{
+    InstallMachine("");
+    LineRunner runner;
+    for (const auto& [before, word, expected] : std::vector<std::tuple<const char*, const char*, const char*>>{
+             {"", "un", "uninstall unplug"},
+             {" ", "reg", "reg"},
+             {"reg ", "", "delete read write"},
+             {"reg read ", "wl9", "WL900E"},
+             {"info --json ", "{c7", "{C7E45D19-08B2-4A6F-8F31-D29A6B7E5C03}"},
+             {"plug ", "GIGA", "Gigabit"},
+             {"plug ", "Wi", ""}, // a word of several names
+             {"plug 0 ", "", ""},
+             {"wait ", "s", "status-changed suspend"},
+             {"watch ", "--", "--count --for --help --json"},
+             {"info 'open ", "wl", ""},
+         })
+    {
+        std::vector<std::string> texts = runner.Complete(before, word);
+        std::ranges::sort(texts);
+        EXPECT_EQ(fmt::format("{}", fmt::join(texts, " ")), expected) << before << word;
+    }
 }
 
 TEST(RegistryValues, SurviveWhatDoesNotFitTheirType)

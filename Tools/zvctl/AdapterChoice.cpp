@@ -3,6 +3,7 @@
 #include "AdapterQuery.h"
 #include "AdapterView.h"
 #include "Errors.h"
+#include "Library.h"
 
 #include <algorithm>
 #include <charconv>
@@ -12,7 +13,7 @@
 namespace
 {
 
-using Adapters = std::vector<_ZV_SRVC_DEVICE_INFO>;
+using Names = std::vector<AdapterName>;
 
 /// Latin letters alone: those of other alphabets have no case as bytes.
 std::string Lower(std::string_view text)
@@ -24,18 +25,17 @@ std::string Lower(std::string_view text)
 }
 
 template <class Fits>
-std::vector<std::size_t> Matches(const Adapters& adapters, Fits fits)
+std::vector<std::size_t> Matches(const Names& adapters, Fits fits)
 {
     std::vector<std::size_t> matches;
     for (std::size_t index = 0; index < adapters.size(); ++index)
-        if (fits(Lower(FieldText(adapters[index].NetCfgInstanceId))) ||
-            fits(Lower(FieldText(adapters[index].DeviceName))))
+        if (fits(Lower(adapters[index].Identity)) || fits(Lower(adapters[index].Name)))
             matches.push_back(index);
     return matches;
 }
 
 /// Digits alone never stand for a part of a name: a wrong index must not reach another adapter.
-std::vector<std::size_t> Candidates(const Adapters& adapters, std::string_view text)
+std::vector<std::size_t> Candidates(const Names& adapters, std::string_view text)
 {
     std::size_t index = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);
@@ -48,19 +48,18 @@ std::vector<std::size_t> Candidates(const Adapters& adapters, std::string_view t
     return Matches(adapters, [&](const std::string& name) { return name.find(wanted) != std::string::npos; });
 }
 
-std::string Choice(const Adapters& adapters, std::size_t index)
+std::string Choice(const Names& adapters, std::size_t index)
 {
-    return fmt::format("\n  {}  {}  {}", index, Printable(FieldText(adapters[index].NetCfgInstanceId)),
-                       Printable(FieldText(adapters[index].DeviceName)));
+    return fmt::format("\n  {}  {}  {}", index, Printable(adapters[index].Identity), Printable(adapters[index].Name));
 }
 
 } // namespace
 
-const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const Adapters& adapters, std::string_view text)
+std::size_t ChooseName(const Names& adapters, std::string_view text)
 {
     const std::vector<std::size_t> candidates = Candidates(adapters, text);
     if (candidates.size() == 1)
-        return adapters[candidates.front()];
+        return candidates.front();
     std::string message =
         fmt::format("\"{}\" fits {}", text, candidates.empty() ? "no adapter; there are:" : "several adapters:");
     for (std::size_t index = 0; index < adapters.size(); ++index)
@@ -69,10 +68,19 @@ const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const Adapters& adapters, std::string_
     throw std::runtime_error(message);
 }
 
+const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters, std::string_view text)
+{
+    Names names;
+    for (const _ZV_SRVC_DEVICE_INFO& adapter : adapters)
+        names.push_back({std::string(FieldText(adapter.NetCfgInstanceId)), std::string(FieldText(adapter.DeviceName))});
+    return adapters[ChooseName(names, text)];
+}
+
 OpenAdapter::OpenAdapter(std::string_view text, DriverNeed need)
-    : Manager(MakeManager()), Record(ChooseAdapter(AdapterQuery("ZV_ALL", "").Run(*Manager), text))
+    : Manager(SessionManager()), Record(ChooseAdapter(AdapterQuery("ZV_ALL", "").Run(*Manager), text))
 {
     const unsigned int status = Manager->OpenDevice(&Record, ZV_SRVC_DEVICE_UWP, Device);
     if (status != ZV_SRVC_ERR_CONTROL_DEVICE || need == DriverNeed::Answers)
         Require("OpenDevice", status);
+    KeepDevice(FieldText(Record.NetCfgInstanceId), Device);
 }

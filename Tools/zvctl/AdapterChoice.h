@@ -9,9 +9,19 @@
 #include <string_view>
 #include <vector>
 
-/// Finds the adapter that a text means: digits alone are an index; otherwise its whole identity or
+/// What an adapter can be called.
+struct AdapterName
+{
+    std::string Identity;
+    std::string Name;
+};
+
+/// Finds the one that a text means: digits alone are an index; otherwise its whole identity or
 /// name, or else a part of either, in which case does not matter.
 /// @throws std::runtime_error that names the candidates when none or several fit.
+std::size_t ChooseName(const std::vector<AdapterName>& adapters, std::string_view text);
+
+/// The same among listed adapters.
 const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters, std::string_view text);
 
 /// Whether a command can do its work with a driver that does not answer.
@@ -21,6 +31,7 @@ enum class DriverNeed
     MayBeMute, ///< The driver is not asked for anything.
 };
 
+/// An adapter opened anew. The session keeps the device.
 struct OpenAdapter
 {
     /// @throws std::runtime_error as ChooseAdapter, OperationFailed

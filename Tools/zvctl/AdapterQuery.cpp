@@ -2,8 +2,6 @@
 
 #include "Errors.h"
 
-#include <CreateZVModule.h>
-
 #include <algorithm>
 #include <stdexcept>
 
@@ -14,13 +12,6 @@ namespace
 constexpr int MaxRounds = 16;
 
 } // namespace
-
-std::shared_ptr<CDeviceManagerIntf> MakeManager()
-{
-    std::shared_ptr<CDeviceManagerIntf> manager;
-    Require("CreateZVModule", CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP));
-    return manager;
-}
 
 AdapterQuery::AdapterQuery(std::string_view filter, std::string_view instancePatterns)
     : Filter(offsetof(_ZV_SRVC_DEVICE_FILTER, InstanceIdList) + instancePatterns.size() + 1)

@@ -4,12 +4,8 @@
 
 #include <CDeviceManagerIntf.h>
 
-#include <memory>
 #include <string_view>
 #include <vector>
-
-/// Makes a device manager. @throws OperationFailed
-std::shared_ptr<CDeviceManagerIntf> MakeManager();
 
 /// One question to GetZVDeviceList, asked as often as needed.
 class AdapterQuery

@@ -1,10 +1,12 @@
 /// @file
-/// What a command is to the tool. Each lives in a file of its own and joins the table in Main.cpp.
+/// What a command is to the tool. Each lives in a file of its own and joins the table in CommandTable.cpp.
 #pragma once
 
 #include <CLI/App.hpp>
 
 #include <functional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 /// A command on the command line and what runs it. `Run` keeps the command's options, whose values
@@ -14,6 +16,15 @@ struct Command
     CLI::App* Syntax;
     std::function<void()> Run;
 };
+
+/// A command as it is typed: "list", "reg read".
+std::string CommandName(const CLI::App& command);
+
+/// The command of that name directly below another, or null.
+const CLI::App* FindCommand(const CLI::App& app, std::string_view name);
+
+/// Adds the commands that work alone and as lines of a session; the default one comes first.
+std::vector<Command> AddToolCommands(CLI::App& app);
 
 /// Uses an adapter in every way there is, a line for each step.
 Command AddTourCommand(CLI::App& app);
@@ -38,3 +49,21 @@ Command AddIoctlCommand(CLI::App& app);
 
 /// Reads, writes or deletes a value of the driver key: a command each, behind "reg".
 std::vector<Command> AddRegCommands(CLI::App& app);
+
+/// Enables and disables an adapter: a command each.
+std::vector<Command> AddNicCommands(CLI::App& app);
+
+/// Tells of events as they come.
+Command AddWatchCommand(CLI::App& app);
+
+/// What happens to a machine, a command each; for lines of a session.
+std::vector<Command> AddMachineCommands(CLI::App& app);
+
+/// Waits for an event, and prints those that nobody waited for; for lines of a session.
+std::vector<Command> AddWaitCommands(CLI::App& app);
+
+/// Carries out lines from a file.
+Command AddScriptCommand(CLI::App& app);
+
+/// Carries out lines as they are typed.
+Command AddShellCommand(CLI::App& app);

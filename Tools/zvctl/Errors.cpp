@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 OperationFailed::OperationFailed(std::string_view operation, unsigned int status)
-    : std::runtime_error(fmt::format("{}: {} ({})", operation, ZVStatusName(status), status))
+    : std::runtime_error(fmt::format("{}: {} ({})", operation, ZVStatusName(status), status)), Number(status)
 {
 }
 

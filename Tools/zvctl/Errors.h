@@ -10,7 +10,7 @@ enum class ExitCode : int
 {
     Done = 0,
     OperationFailed = 1, ///< The library or the system refused.
-    Usage = 2,           ///< The command line or the machine file is wrong.
+    Usage = 2,           ///< The command line, a line of a script or the machine file is wrong.
 };
 
 /// A library operation that did not succeed. `what()` gives the operation, the status by name and
@@ -19,6 +19,18 @@ class OperationFailed : public std::runtime_error
 {
 public:
     OperationFailed(std::string_view operation, unsigned int status);
+
+    unsigned int Status() const { return Number; }
+
+private:
+    unsigned int Number;
+};
+
+/// A line or a file that makes no sense, by what it says alone.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
 };
 
 /// Throws OperationFailed unless the status is ZV_SRVC_SUCCESS.

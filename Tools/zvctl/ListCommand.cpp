@@ -1,6 +1,7 @@
 #include "AdapterQuery.h"
 #include "AdapterView.h"
 #include "Command.h"
+#include "Library.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -17,7 +18,7 @@ struct ListOptions
 
 void List(const ListOptions& options)
 {
-    const auto adapters = AdapterQuery(options.Filter, options.Patterns).Run(*MakeManager());
+    const auto adapters = AdapterQuery(options.Filter, options.Patterns).Run(*SessionManager());
     fmt::print("{}", options.Json ? AdapterJson(adapters) : AdapterTable(adapters));
 }
 

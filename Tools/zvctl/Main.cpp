@@ -7,11 +7,10 @@
 #include <Machine.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <fmt/format.h>
-#include <iterator>
 #include <optional>
 #include <system_error>
 
@@ -48,19 +47,11 @@ const Command& ChosenCommand(const std::vector<Command>& commands)
     return commands.front();
 }
 
-/// As it is typed: "list", "reg read".
-std::string NameOf(const CLI::App& command)
-{
-    const CLI::App& parent = *command.get_parent();
-    return parent.get_parent() == nullptr ? command.get_name() : parent.get_name() + ' ' + command.get_name();
-}
-
 std::vector<Command> AddCommands(CLI::App& app)
 {
-    std::vector<Command> commands = {AddTourCommand(app),    AddListCommand(app), AddInfoCommand(app),
-                                     AddAbilityCommand(app), AddGetCommand(app),  AddSetCommand(app),
-                                     AddIoctlCommand(app)};
-    std::ranges::move(AddRegCommands(app), std::back_inserter(commands));
+    std::vector<Command> commands = AddToolCommands(app);
+    commands.push_back(AddScriptCommand(app));
+    commands.push_back(AddShellCommand(app));
     return commands;
 }
 
@@ -86,9 +77,13 @@ int Run(const Command& command, const GlobalOptions& options)
     {
         return Fail(ExitCode::Usage, mistake.what());
     }
+    catch (const UsageError& mistake)
+    {
+        return Fail(ExitCode::Usage, fmt::format("{}: {}", CommandName(*command.Syntax), mistake.what()));
+    }
     catch (const std::exception& failure)
     {
-        return Fail(ExitCode::OperationFailed, fmt::format("{}: {}", NameOf(*command.Syntax), failure.what()));
+        return Fail(ExitCode::OperationFailed, fmt::format("{}: {}", CommandName(*command.Syntax), failure.what()));
     }
 }
 
@@ -111,5 +106,9 @@ int main(int argc, char** argv)
     {
         return app.exit(error) == 0 ? static_cast<int>(ExitCode::Done) : static_cast<int>(ExitCode::Usage);
     }
-    return Run(ChosenCommand(commands), options);
+    const int code = Run(ChosenCommand(commands), options);
+    std::fflush(nullptr);
+    // The library's orderly end would wait up to 2.5 seconds for each adapter that has just gone, to
+    // see whether its driver goes too, and nobody is left here to hear of it.
+    std::quick_exit(code);
 }

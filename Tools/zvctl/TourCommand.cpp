@@ -5,12 +5,13 @@
 #include "Command.h"
 #include "ControlRequest.h"
 #include "Errors.h"
+#include "Library.h"
 #include "Options.h"
 #include "RegistryValues.h"
+#include "TourEvents.h"
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <functional>
 #include <stdexcept>
 
 namespace
@@ -41,31 +42,16 @@ std::string Ends(const Bytes& data)
     return fmt::format("{} .. {}", HexText(all.first(4), " "), HexText(all.last(4), " "));
 }
 
-/// Carries out steps and tells of each in a line.
 class Tour
 {
 public:
     void Run(const std::string& wanted);
 
 private:
-    using Action = std::function<std::string()>;
-
+    template <class Action>
     bool Step(std::string_view name, const Action& action)
     {
-        std::string line;
-        bool good = true;
-        try
-        {
-            line = action();
-        }
-        catch (const std::exception& failure)
-        {
-            line = fmt::format("FAILED: {}", failure.what());
-            good = false;
-            ++Failed;
-        }
-        fmt::print("{:<12}{}\n", name, line);
-        return good;
+        return Steps.Step(name, action);
     }
 
     std::string List();
@@ -75,7 +61,7 @@ private:
     void VisitRequests();
     void VisitRegistry();
 
-    int Failed = 0;
+    TourSteps Steps;
     std::shared_ptr<CDeviceManagerIntf> Manager;
     Adapters Listed;
     _ZV_SRVC_DEVICE_INFO Chosen = {};
@@ -84,7 +70,7 @@ private:
 
 std::string Tour::List()
 {
-    Manager = MakeManager();
+    Manager = SessionManager();
     Listed = AdapterQuery("ZV_ALL", "").Run(*Manager);
     return fmt::format("{} adapter{}", Listed.size(), Listed.size() == 1 ? "" : "s");
 }
@@ -179,9 +165,10 @@ void Tour::Run(const std::string& wanted)
         VisitItem();
         VisitRequests();
         VisitRegistry();
+        VisitEvents(Steps, *Manager, Device);
     }
-    if (Failed != 0)
-        throw std::runtime_error(fmt::format("{} of the steps failed", Failed));
+    if (Steps.Failed() != 0)
+        throw std::runtime_error(fmt::format("{} of the steps failed", Steps.Failed()));
 }
 
 } // namespace

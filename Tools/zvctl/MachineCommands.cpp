@@ -1,0 +1,159 @@
+// What happens to the machine, as commands of a session: the library hears of it as of a real one's.
+#include "Command.h"
+#include "MachineAdapters.h"
+#include "Options.h"
+
+#include <array>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+namespace
+{
+
+using Platform::AdapterId;
+using Platform::Machine;
+
+/// The options of all these commands; each uses those that it adds.
+struct VerbOptions
+{
+    std::string Adapter;
+    std::string Text;
+    std::uint32_t Number = 0;
+};
+
+using Act = void (*)(Machine&, const VerbOptions&);
+
+AdapterId Chosen(const Machine& machine, const VerbOptions& options)
+{
+    return ChooseMachineAdapter(machine, options.Adapter);
+}
+
+/// A removal asks whoever uses the adapter.
+void RequireConsent(bool done)
+{
+    if (!done)
+        throw std::runtime_error("a window refuses the removal");
+}
+
+void Steer(Machine& machine, const VerbOptions& options, const nlohmann::json& settings)
+{
+    const std::string name = machine.Adapter(Chosen(machine, options)).ControlDeviceName;
+    const auto device = name.empty() ? nullptr : machine.Device(name);
+    if (device == nullptr)
+        throw std::runtime_error("no driver answers for this adapter");
+    std::array<char, 200> error{};
+    if (!device->Configure(settings.dump().c_str(), error.data(), error.size()))
+        throw std::runtime_error(error.data());
+}
+
+bool IsOn(const VerbOptions& options)
+{
+    return options.Text == "on";
+}
+
+Command AddVerb(CLI::App& app, const char* name, const char* help, const std::shared_ptr<VerbOptions>& options, Act act)
+{
+    return {app.add_subcommand(name, help), [options, act] { act(*Platform::CurrentMachine(), *options); }};
+}
+
+Command AddAdapterVerb(CLI::App& app, const char* name, const char* help, const std::shared_ptr<VerbOptions>& options,
+                       Act act)
+{
+    Command verb = AddVerb(app, name, help, options, act);
+    AddAdapter(*verb.Syntax, options->Adapter);
+    return verb;
+}
+
+Command AddPlainVerb(CLI::App& app, const char* name, const char* help, Act act)
+{
+    return AddVerb(app, name, help, std::make_shared<VerbOptions>(), act);
+}
+
+Command AddPlainAdapterVerb(CLI::App& app, const char* name, const char* help, Act act)
+{
+    return AddAdapterVerb(app, name, help, std::make_shared<VerbOptions>(), act);
+}
+
+void AddSwitch(CLI::App& verb, std::string& text)
+{
+    verb.add_option("on|off", text, "")
+        ->required()
+        ->check(CLI::Validator(CLI::IsMember({"on", "off"})).description(""))
+        ->type_name("");
+}
+
+Command AddProblem(CLI::App& app)
+{
+    const auto options = std::make_shared<VerbOptions>();
+    Command verb = AddAdapterVerb(
+        app, "problem", "Give an adapter a problem number, 0 for none", options,
+        [](Machine& machine, const VerbOptions& given) { machine.SetProblem(Chosen(machine, given), given.Number); });
+    AddNumber(*verb.Syntax, "N", options->Number, "10: cannot start; 22: disabled")->required();
+    return verb;
+}
+
+Command AddDriverVersion(CLI::App& app)
+{
+    const auto options = std::make_shared<VerbOptions>();
+    Command verb = AddAdapterVerb(app, "driver-version", "Exchange an adapter's driver for another version", options,
+                                  [](Machine& machine, const VerbOptions& given) {
+                                      RequireConsent(machine.UpdateDriver(Chosen(machine, given), given.Text));
+                                  });
+    verb.Syntax->add_option("VERSION", options->Text, "")->required()->type_name("");
+    return verb;
+}
+
+Command AddSlow(CLI::App& app)
+{
+    const auto options = std::make_shared<VerbOptions>();
+    Command verb = AddAdapterVerb(
+        app, "slow", "Have an adapter's driver take its time for requests", options,
+        [](Machine& machine, const VerbOptions& given) { Steer(machine, given, {{"slowMs", given.Number}}); });
+    AddNumber(*verb.Syntax, "MS", options->Number, "0 ends it")->required();
+    return verb;
+}
+
+Command AddHang(CLI::App& app)
+{
+    const auto options = std::make_shared<VerbOptions>();
+    Command verb = AddAdapterVerb(
+        app, "hang", "Have an adapter's driver leave requests to their time-out", options,
+        [](Machine& machine, const VerbOptions& given) { Steer(machine, given, {{"hang", IsOn(given)}}); });
+    AddSwitch(*verb.Syntax, options->Text);
+    return verb;
+}
+
+Command AddRights(CLI::App& app)
+{
+    const auto options = std::make_shared<VerbOptions>();
+    Command verb = AddVerb(app, "rights", "Whether this session may enable and disable adapters", options,
+                           [](Machine& machine, const VerbOptions& given) { machine.SetCallerRights(IsOn(given)); });
+    AddSwitch(*verb.Syntax, options->Text);
+    return verb;
+}
+
+} // namespace
+
+std::vector<Command> AddMachineCommands(CLI::App& app)
+{
+    return {
+        AddPlainAdapterVerb(app, "plug", "Plug an adapter in",
+                            [](Machine& machine, const VerbOptions& given) { machine.Plug(Chosen(machine, given)); }),
+        AddPlainAdapterVerb(app, "unplug", "Pull an adapter out",
+                            [](Machine& machine, const VerbOptions& given) { machine.Unplug(Chosen(machine, given)); }),
+        AddPlainAdapterVerb(app, "uninstall", "Remove an adapter and its driver",
+                            [](Machine& machine, const VerbOptions& given) {
+                                RequireConsent(machine.Uninstall(Chosen(machine, given)));
+                            }),
+        AddProblem(app),
+        AddDriverVersion(app),
+        AddPlainVerb(app, "suspend", "Send the machine to sleep",
+                     [](Machine& machine, const VerbOptions&) { machine.Suspend(); }),
+        AddPlainVerb(app, "resume", "Wake the machine up",
+                     [](Machine& machine, const VerbOptions&) { machine.Resume(); }),
+        AddSlow(app),
+        AddHang(app),
+        AddRights(app),
+    };
+}

@@ -1,0 +1,62 @@
+#include "Command.h"
+#include "Errors.h"
+#include "LineRunner.h"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
+#include <fmt/format.h>
+#include <fstream>
+#include <iostream>
+
+namespace
+{
+
+/// Up to the first line that fails.
+void RunLines(std::istream& lines, const std::string& name)
+{
+    LineRunner runner;
+    std::size_t number = 0;
+    const auto place = [&](const std::exception& failure) {
+        return fmt::format("{}:{}: {}", name, number, failure.what());
+    };
+    try
+    {
+        bool more = true;
+        for (std::string line; more && std::getline(lines, line);)
+        {
+            ++number;
+            more = runner.Run(line);
+        }
+    }
+    catch (const UsageError& mistake)
+    {
+        throw UsageError(place(mistake));
+    }
+    catch (const std::exception& failure)
+    {
+        throw std::runtime_error(place(failure));
+    }
+    if (lines.bad())
+        throw UsageError(name + ": cannot be read");
+}
+
+void Script(const std::string& file)
+{
+    if (file == "-")
+        return RunLines(std::cin, "stdin");
+    std::ifstream lines(file);
+    if (!lines)
+        throw UsageError(fmt::format("{}: cannot be read: {}", file, std::strerror(errno)));
+    RunLines(lines, file);
+}
+
+} // namespace
+
+Command AddScriptCommand(CLI::App& app)
+{
+    const auto file = std::make_shared<std::string>();
+    CLI::App* const script = app.add_subcommand("script", "Carry out a file of lines up to the first that fails");
+    script->add_option("FILE", *file, "Lines as the shell takes them; - for stdin")->required()->type_name("");
+    return {script, [file] { Script(*file); }};
+}

@@ -1,0 +1,53 @@
+#include "Command.h"
+#include "LineEditor.h"
+#include "LineRunner.h"
+
+#include <fmt/format.h>
+#include <iostream>
+#include <unistd.h>
+
+namespace
+{
+
+using LineSource = std::function<std::optional<std::string>()>;
+
+LineSource TerminalLines(LineRunner& runner)
+{
+    const auto editor = std::make_shared<LineEditor>(
+        [&runner](std::string_view before, std::string_view word) { return runner.Complete(before, word); });
+    return [editor] { return editor->Read("zvctl> "); };
+}
+
+std::optional<std::string> NextPlainLine()
+{
+    std::string line;
+    return std::getline(std::cin, line) ? std::optional(std::move(line)) : std::nullopt;
+}
+
+/// @return false when no further line is wanted; a failure is told and the session goes on.
+bool RunAndReport(LineRunner& runner, const std::string& line)
+try
+{
+    return runner.Run(line);
+}
+catch (const std::exception& failure)
+{
+    fmt::print(stderr, "zvctl: {}\n", failure.what());
+    return true;
+}
+
+void Shell()
+{
+    LineRunner runner;
+    const LineSource next = isatty(STDIN_FILENO) != 0 ? TerminalLines(runner) : NextPlainLine;
+    while (const std::optional<std::string> line = next())
+        if (!RunAndReport(runner, *line))
+            return;
+}
+
+} // namespace
+
+Command AddShellCommand(CLI::App& app)
+{
+    return {app.add_subcommand("shell", "Carry out lines from stdin; help lists what there is"), Shell};
+}

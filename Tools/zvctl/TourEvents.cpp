@@ -1,0 +1,156 @@
+#include "TourEvents.h"
+
+#include "AdapterView.h"
+#include "Errors.h"
+#include "EventView.h"
+#include "MachineAdapters.h"
+#include "NicState.h"
+
+#include <algorithm>
+#include <fmt/ranges.h>
+#include <functional>
+#include <stdexcept>
+
+namespace
+{
+
+constexpr std::chrono::seconds EventPatience{10};
+
+// A message that the stand-in sends for nothing: the library cannot tell and looks at the system.
+constexpr std::uint32_t DeviceChangeMessage = 0x219;
+constexpr std::uint64_t DeviceArrival = 0x8000;
+
+struct EventStep
+{
+    const char* Name;
+    std::function<void()> Cause;
+    std::vector<std::uint32_t> Events; ///< Each has to come, in any order.
+    std::uint32_t Flags;               ///< Where the adapter has to end up.
+    std::uint32_t Ignored = 0;         ///< Flags of which nothing is known.
+    std::uint32_t Needed = 0;          ///< Without these flags there is nothing to do.
+};
+
+std::uint32_t FlagsOf(CDeviceIntf& device)
+{
+    _ZV_SRVC_DEVICE_INFO record = {};
+    Require("GetDeviceInfo", device.GetDeviceInfo(&record));
+    return record.StateFlags;
+}
+
+std::string Names(const std::vector<std::uint32_t>& events)
+{
+    std::vector<std::string> names;
+    std::ranges::transform(events, std::back_inserter(names), EventName);
+    return names.empty() ? "no event" : fmt::format("{}", fmt::join(names, ", "));
+}
+
+std::string FlagsWithNumber(std::uint32_t flags)
+{
+    return fmt::format("0x{:x} {}", flags, FlagText(flags));
+}
+
+/// Takes events until all that are wanted have come and the adapter is where it should be.
+/// @return those that came, also others: earlier steps may still bring some.
+std::vector<std::uint32_t> AwaitStep(const EventStep& step, CDeviceIntf& device)
+{
+    const auto deadline = EventFeed::Clock::now() + EventPatience;
+    std::vector<std::uint32_t> missing = step.Events;
+    std::vector<std::uint32_t> came;
+    while (!missing.empty() || (FlagsOf(device) & ~step.Ignored) != step.Flags)
+    {
+        const std::optional<AdapterEvent> event = EventFeed::OfSession().Take(deadline);
+        if (!event)
+            throw std::runtime_error(fmt::format("{} within {} s; the flags are {}", Names(came), EventPatience.count(),
+                                                 FlagsWithNumber(FlagsOf(device))));
+        came.push_back(event->Code);
+        if (const auto wanted = std::ranges::find(missing, event->Code); wanted != missing.end())
+            missing.erase(wanted);
+    }
+    return came;
+}
+
+std::string CarryOut(const EventStep& step, CDeviceIntf& device)
+{
+    const std::uint32_t before = FlagsOf(device);
+    if ((before & step.Needed) != step.Needed)
+        return fmt::format("not needed: {} already", FlagText(before));
+    step.Cause();
+    const std::vector<std::uint32_t> came = AwaitStep(step, device);
+    const std::uint32_t after = FlagsOf(device);
+    return fmt::format("{}; {}{}", Names(came), FlagsWithNumber(before),
+                       before == after ? " as before" : " -> " + FlagsWithNumber(after));
+}
+
+std::vector<EventStep> MakeSteps(Platform::Machine& machine, Platform::AdapterId id, CDeviceManagerIntf& manager,
+                                 std::shared_ptr<CDeviceIntf>& device)
+{
+    constexpr std::uint32_t Ready = 0;
+    return {
+        {.Name = "unplug",
+         .Cause = [&machine, id] { machine.Unplug(id); },
+         .Events = {ZV_EVT_DEVICE_STATUS_CHANGED},
+         .Flags = ZV_DEV_ABSENT},
+        {.Name = "plug",
+         .Cause = [&machine, id] { machine.Plug(id); },
+         .Events = {ZV_EVT_DEVICE_ARRIVED},
+         .Flags = Ready},
+        {.Name = "disable",
+         .Cause = [&manager, &device] { ChangeNicState(manager, device, false); },
+         .Events = {ZV_EVT_DEVICE_STATUS_CHANGED},
+         .Flags = ZV_DEV_HAS_PROBLEM | ZV_DEV_ABSENT},
+        // An arrival takes one of the two flags away and the next one the other, unless the library has
+        // looked at the system in between.
+        {.Name = "enable",
+         .Cause = [&manager, &device] { ChangeNicState(manager, device, true); },
+         .Events = {ZV_EVT_DEVICE_ARRIVED},
+         .Flags = Ready,
+         .Ignored = ZV_DEV_HAS_PROBLEM},
+        {.Name = "arrival",
+         .Cause = [&machine] { machine.Broadcast(DeviceChangeMessage, DeviceArrival); },
+         .Events = {ZV_EVT_DEVICE_ARRIVED},
+         .Flags = Ready,
+         .Needed = ZV_DEV_HAS_PROBLEM},
+        {.Name = "suspend",
+         .Cause = [&machine] { machine.Suspend(); },
+         .Events = {ZV_EVT_SYSTEM_SUSPEND},
+         .Flags = Ready},
+        // The system tells of one resume twice.
+        {.Name = "resume",
+         .Cause = [&machine] { machine.Resume(); },
+         .Events = {ZV_EVT_SYSTEM_RESUME, ZV_EVT_SYSTEM_RESUME},
+         .Flags = Ready},
+        {.Name = "uninstall",
+         .Cause = [&machine, id] { machine.Uninstall(id); },
+         .Events = {ZV_EVT_DEVICE_STATUS_CHANGED, ZV_EVT_DRIVER_UNINSTALLED},
+         .Flags = ZV_DEV_ABSENT | ZV_DEV_DRIVER_UNINSTALLED},
+    };
+}
+
+/// What happened before the tour is not its events.
+std::string StartWatching()
+{
+    EventFeed& feed = EventFeed::OfSession();
+    while (feed.Take(EventFeed::Clock::now()))
+        ;
+    return fmt::format("on, {} adapter{}", feed.AdapterCount(), feed.AdapterCount() == 1 ? "" : "s");
+}
+
+} // namespace
+
+void VisitEvents(TourSteps& steps, CDeviceManagerIntf& manager, std::shared_ptr<CDeviceIntf>& device)
+{
+    _ZV_SRVC_DEVICE_INFO record = {};
+    device->GetDeviceInfo(&record);
+    const auto machine = Platform::CurrentMachine();
+    const auto id = FindMachineAdapter(*machine, FieldText(record.NetCfgInstanceId));
+    if (!id)
+    {
+        fmt::print("{:<12}left out: a simulated driver's adapter, which nothing that happens here reaches\n", "events");
+        return;
+    }
+    if (!steps.Step("watch", StartWatching))
+        return;
+    for (const EventStep& step : MakeSteps(*machine, *id, manager, device))
+        if (!steps.Step(step.Name, [&] { return CarryOut(step, *device); }))
+            return;
+}

@@ -1,0 +1,61 @@
+#include "Command.h"
+#include "EndSignals.h"
+#include "EventView.h"
+#include "Options.h"
+
+#include <fmt/format.h>
+#include <optional>
+
+namespace
+{
+
+struct WatchOptions
+{
+    bool Json = false;
+    std::optional<std::uint32_t> Seconds;
+    std::optional<std::uint32_t> Count;
+};
+
+std::string FirstLine(std::size_t adapters, bool json)
+{
+    return json ? fmt::format(R"({{"event":"watching","adapters":{}}})", adapters)
+                : fmt::format("watching {} adapter{}", adapters, adapters == 1 ? "" : "s");
+}
+
+/// Whoever reads the first line may count on the signals being taken.
+void Watch(const WatchOptions& options)
+{
+    EventFeed& feed = EventFeed::OfSession();
+    EndSignals::Take(feed.WakeFd());
+    const auto deadline = options.Seconds ? EventFeed::Clock::now() + std::chrono::seconds(*options.Seconds)
+                                          : EventFeed::Clock::time_point::max();
+    PrintNow(FirstLine(feed.AdapterCount(), options.Json));
+    for (std::uint32_t count = 0; count != options.Count; ++count)
+    {
+        const std::optional<AdapterEvent> event = feed.Take(deadline);
+        if (!event)
+            break;
+        if (options.Json)
+            PrintNow(EventJson(*event, feed.TakeChanges()));
+        else
+            PrintEvent(feed, *event);
+    }
+}
+
+} // namespace
+
+Command AddWatchCommand(CLI::App& app)
+{
+    const auto options = std::make_shared<WatchOptions>();
+    CLI::App* const watch = app.add_subcommand("watch", "Tell of each event until Ctrl-C, and what it changed");
+    watch->add_flag("--json", options->Json, "Print an object a line");
+    AddParsedOption(
+        *watch, "--for", options->Seconds, [](const std::string& text) { return ParseNumber(text); },
+        "End when this time has passed")
+        ->type_name("SECONDS");
+    AddParsedOption(
+        *watch, "--count", options->Count, [](const std::string& text) { return ParseNumber(text); },
+        "End behind so many events")
+        ->type_name("N");
+    return {watch, [options] { Watch(*options); }};
+}
