@@ -6,6 +6,7 @@
 
 #include <ZVDeviceInfo.h>
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -22,8 +23,12 @@ public:
     VirtualAdapter(const char* name, const char* driverKeyIndex, const char* deviceInstanceId,
                    const char* netCfgInstanceId, const char* service);
 
-    /// Constant after construction.
+    /// Constant after construction; without the state flags.
     const _ZV_SRVC_DEVICE_INFO& Record() const { return Description; }
+
+    /// The adapter is there (0) or what the ZV_DEV_ bits tell.
+    std::uint32_t StateFlags() const { return Flags; }
+    void SetStateFlags(std::uint32_t flags) { Flags = flags; }
 
     ItemStore& Items() { return StoredItems; }
 
@@ -42,7 +47,8 @@ private:
         std::vector<std::uint8_t> Data;
     };
 
-    _ZV_SRVC_DEVICE_INFO Description = {};
+    _ZV_SRVC_DEVICE_INFO Description = {}; ///< Its own flags stay 0.
+    std::atomic<std::uint32_t> Flags{0};
     ItemStore StoredItems;
     std::mutex Lock;                                             ///< Guards the map below.
     std::map<std::pair<std::string, std::string>, Value> Values; ///< By subkey and name.

@@ -2,13 +2,19 @@
 #include "VirtualDriver.h"
 
 #include "VirtualAdapter.h"
+#include "VirtualScript.h"
 
 #include <ZVRequests.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <new>
 #include <string_view>
 
 namespace
@@ -25,13 +31,17 @@ struct InformationBlock
 };
 static_assert(sizeof(InformationBlock) == 100);
 
-/// Kept for the delivery of events; written by the thread that brings the library up.
+/// Written by the thread that brings the library up, before any message is delivered.
 std::atomic<PnPHandler> RegisteredHandler{nullptr};
 
-/// The adapters live as long as the driver is loaded; the array itself never changes.
-std::array<VirtualAdapter, 3>& Adapters()
+using AdapterArray = std::array<VirtualAdapter, 3>;
+
+/// The array itself never changes. It is not destroyed: when the process ends, that would be before
+/// the library's own end, up to which the entries are called.
+AdapterArray& Adapters()
 {
-    static std::array<VirtualAdapter, 3> adapters{{
+    alignas(AdapterArray) static std::byte room[sizeof(AdapterArray)];
+    static AdapterArray& adapters = *new (room) AdapterArray{{
         {"Zorvane Virtual USB Adapter", "0001", R"(USB\VID_5A56&PID_0001\VIRTUAL1)",
          "{5A560001-0000-4000-8000-000000000001}", "zvwlanu"},
         {"Zorvane Virtual SDIO Adapter", "0002", R"(SD\VID_5A56&PID_0002\VIRTUAL2)",
@@ -40,6 +50,46 @@ std::array<VirtualAdapter, 3>& Adapters()
          "{5A560001-0000-4000-8000-000000000003}", "zvwlane"},
     }};
     return adapters;
+}
+
+void Deliver(unsigned int message, std::uintptr_t wParam)
+{
+    if (const PnPHandler handler = RegisteredHandler; handler != nullptr)
+        handler(nullptr, message, wParam, 0);
+}
+
+constexpr unsigned int PowerMessage = 0x218;
+constexpr unsigned int DeviceMessage = 0x219;
+
+/// The flags first: the library asks for the records when it gets the message.
+void CarryOut(const VirtualScript::Step& step)
+{
+    switch (step.What)
+    {
+    case VirtualScript::Verb::Remove:
+        Adapters()[step.Adapter].SetStateFlags(ZV_DEV_ABSENT);
+        Deliver(DeviceMessage, 0x8004);
+        break;
+    case VirtualScript::Verb::Arrive:
+        Adapters()[step.Adapter].SetStateFlags(0);
+        Deliver(DeviceMessage, 0x8000);
+        break;
+    case VirtualScript::Verb::Suspend:
+        Deliver(PowerMessage, 4);
+        break;
+    case VirtualScript::Verb::Resume: // announced twice, as the system does
+        Deliver(PowerMessage, 18);
+        Deliver(PowerMessage, 7);
+        break;
+    }
+}
+
+/// Made with the first step. Static, so that its thread has ended before the driver is unloaded, and
+/// no message comes from then on.
+VirtualScript& Script()
+{
+    static VirtualScript script(Adapters().size(), &CarryOut);
+    return script;
 }
 
 /// Null for a name that no adapter has.
@@ -67,6 +117,22 @@ void Answer(void* outBuffer, std::uint32_t outLength, const void* answer, std::s
 void Virtual_RegisterPnPHandler(PnPHandler handler)
 {
     RegisteredHandler = handler;
+    if (const char* const steps = std::getenv("ZV_VIRTUAL_SCRIPT"); steps != nullptr)
+        VirtualDriver_Script(steps);
+}
+
+int VirtualDriver_Script(const char* steps)
+{
+    try
+    {
+        Script().Append(steps);
+        return 1;
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "VirtualDriver_UWP: %s\n", error.what());
+        return 0;
+    }
 }
 
 void Virtual_EnumZVDevice(void* buffer, EnumDescriptor* descriptor)
@@ -78,7 +144,9 @@ void Virtual_EnumZVDevice(void* buffer, EnumDescriptor* descriptor)
     {
         if (room - descriptor->Length < sizeof(_ZV_SRVC_DEVICE_INFO))
             return;
-        std::memcpy(out + descriptor->Length, &adapter.Record(), sizeof(_ZV_SRVC_DEVICE_INFO));
+        _ZV_SRVC_DEVICE_INFO record = adapter.Record();
+        record.StateFlags = adapter.StateFlags();
+        std::memcpy(out + descriptor->Length, &record, sizeof record);
         descriptor->Length += static_cast<std::uint32_t>(sizeof(_ZV_SRVC_DEVICE_INFO));
     }
 }

@@ -42,3 +42,10 @@ VIRTUAL_DRIVER_API void Virtual_AccessRegistry(const char* name, std::uint32_t o
 VIRTUAL_DRIVER_API void Virtual_SendIOCTLReq(const char* name, std::uint32_t code, std::uint32_t requestId,
                                              const void* inBuffer, std::uint32_t inLength, void* outBuffer,
                                              std::uint32_t outLength, std::uint32_t timeoutMs);
+
+/// Of this sample's own; the library does not look for it. Appends steps that the driver carries out
+/// by itself, each after a pause: "MILLISECONDS:STEP" with semicolons between them. STEP is "remove N"
+/// or "arrive N" (an adapter by its place in the list, from 0), "suspend" or "resume". When the
+/// library starts, the steps of the environment variable ZV_VIRTUAL_SCRIPT are the first ones.
+/// @return 0 when the text makes no sense; nothing is then appended, and stderr tells why.
+VIRTUAL_DRIVER_API int VirtualDriver_Script(const char* steps);

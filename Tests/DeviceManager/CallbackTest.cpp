@@ -135,7 +135,7 @@ protected:
     {
         if (where == Where::UserClient || where == Where::ZvClient)
         {
-            auto* const client = new EventClient(*Manager, where == Where::ZvClient ? ZV_INFO_REQ_MAGIC : 0);
+            auto* const client = MakeClient(*Manager, where == Where::ZvClient ? ZV_INFO_REQ_MAGIC : 0);
             client->InCallback = [work = std::move(work)](std::uint32_t event) {
                 if (event == ZV_EVT_SYSTEM_RESUME)
                     work();

@@ -130,8 +130,8 @@ protected:
     std::mt19937 Generator;
     Events Expected; ///< Since the last settling.
     std::shared_ptr<CDeviceManagerIntf> Second = MakeManager();
-    EventClient* UserClient = new EventClient(*Manager);
-    EventClient* ZvClient = new EventClient(*Manager, ZV_INFO_REQ_MAGIC);
+    EventClient* UserClient = MakeClient(*Manager);
+    EventClient* ZvClient = MakeClient(*Manager, ZV_INFO_REQ_MAGIC);
     std::size_t ThreadsAtRest = ThreadCount(); ///< Before devices are opened.
 };
 
@@ -224,10 +224,10 @@ void Random::Compare()
         ASSERT_EQ(record.StateFlags, adapter.Flags) << record.NetCfgInstanceId;
         ASSERT_EQ(record.DriverVersion, adapter.ListedVersion);
     }
-    for (int i = 0; i < 2; ++i)
+    for (const auto& device : Devices)
     {
         _ZV_SRVC_DEVICE_INFO record{};
-        ASSERT_EQ(Devices[i]->GetDeviceInfo(&record), ZV_SRVC_SUCCESS);
+        ASSERT_EQ(device->GetDeviceInfo(&record), ZV_SRVC_SUCCESS);
         ASSERT_EQ(record.StateFlags, Model.Adapters.at(record.NetCfgInstanceId).Flags);
     }
 }

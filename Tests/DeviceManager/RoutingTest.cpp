@@ -116,14 +116,14 @@ TEST_F(Routing, ASlowClientDelaysNeitherTheOtherListNorTheService)
 {
     std::binary_semaphore entered{0};
     std::binary_semaphore leave{0};
-    auto* const slow = new EventClient(*Manager);
+    auto* const slow = MakeClient(*Manager);
     slow->InCallback = [&, first = true](std::uint32_t) mutable {
         if (!std::exchange(first, false))
             return;
         entered.release();
         leave.acquire();
     };
-    auto* const other = new EventClient(*Manager, ZV_INFO_REQ_MAGIC);
+    auto* const other = MakeClient(*Manager, ZV_INFO_REQ_MAGIC);
     Machine->Unplug(Adapter);
     entered.acquire();
     const std::uint32_t changed = ZV_EVT_DEVICE_STATUS_CHANGED;
@@ -146,15 +146,15 @@ TEST_F(Routing, ASlowClientDelaysNeitherTheOtherListNorTheService)
 /// Clients of one list that change the list while they are called.
 TEST_F(Routing, ClientsMayComeAndGoInCallbacks)
 {
-    auto* const leaving = new EventClient(*Manager);
-    auto* const removed = new EventClient(*Manager);
-    auto* const last = new EventClient(*Manager);
+    auto* const leaving = MakeClient(*Manager);
+    auto* const removed = MakeClient(*Manager);
+    auto* const last = MakeClient(*Manager);
     EventClient* late = nullptr;
     leaving->InCallback = [&](std::uint32_t) {
         EXPECT_EQ(Manager->DeRegisterNotification(&leaving->Record), ZV_SRVC_SUCCESS);
         EXPECT_EQ(Manager->DeRegisterNotification(&leaving->Record), ZV_SRVC_ERR_INVALID_PARAMETER);
         EXPECT_EQ(Manager->DeRegisterNotification(&removed->Record), ZV_SRVC_SUCCESS);
-        late = new EventClient(*Manager);
+        late = MakeClient(*Manager);
     };
     removed->InCallback = [](std::uint32_t) { ADD_FAILURE() << "called behind its removal"; };
     Machine->Broadcast(0x218, 7);

@@ -39,10 +39,10 @@ TEST(VirtualDriver, BindsWhatTheFileExportsAndUnbindsIt)
         Bound Entries;
     } cases[] = {
         {".", false, {}},
-        {"all", true, {true, true, true, true, true}},
-        {"requests-only", true, {false, false, false, false, true}},
         {"nothing", true, {}},
         {"unloadable", true, {}},
+        // Stays loaded, and so is last: a thread may be in a bound entry when the process ends.
+        {"requests-only", true, {false, false, false, false, true}},
     };
     for (const auto& [folder, loaded, entries] : cases)
     {

@@ -1,4 +1,5 @@
 // The samples as users meet them.
+#include "Hosting.h"
 #include "RunTool.h"
 #include "VirtualDriver.h"
 
@@ -6,10 +7,15 @@
 #include <ZVRequests.h>
 
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <mutex>
+#include <semaphore>
+#include <tuple>
 #include <vector>
 
 namespace
@@ -137,6 +143,115 @@ TEST_F(VirtualDriver, AnswersControlRequests)
     EXPECT_THAT(echo, ElementsAre(5, 6, 0, 0));
     Ioctl("nobody", 0x1234, 1, input.data(), 2, echo.data(), 1, 300);
     EXPECT_EQ(echo[0], 5);
+}
+
+/// What the simulated driver delivered, each message with the flags of the second adapter then.
+class VirtualScriptTest : public VirtualDriver
+{
+protected:
+    using Message = std::tuple<unsigned, std::uintptr_t, std::uint32_t>;
+
+    VirtualScriptTest() { Current = this; }
+
+    std::vector<Message> Take(int count)
+    {
+        for (int i = 0; i < count; ++i)
+            More.acquire();
+        const std::lock_guard lock(Mutex);
+        return std::exchange(Delivered, {});
+    }
+
+    static std::intptr_t Hear(void* window, unsigned message, std::uintptr_t wParam, std::intptr_t lParam)
+    {
+        EXPECT_EQ(window, nullptr);
+        EXPECT_EQ(lParam, 0);
+        std::vector<_ZV_SRVC_DEVICE_INFO> records(10);
+        EnumDescriptor descriptor = {7240, 0, records.data()};
+        Current->Enum(records.data(), &descriptor);
+        const std::lock_guard lock(Current->Mutex);
+        Current->Delivered.emplace_back(message, wParam, records[1].StateFlags);
+        EXPECT_EQ(records[0].StateFlags, 0U);
+        Current->More.release();
+        return 1;
+    }
+
+    decltype(Virtual_RegisterPnPHandler)* const Register =
+        Find<decltype(Virtual_RegisterPnPHandler)>("Virtual_RegisterPnPHandler");
+    decltype(VirtualDriver_Script)* const Script = Find<decltype(VirtualDriver_Script)>("VirtualDriver_Script");
+    std::mutex Mutex;
+    std::vector<Message> Delivered; ///< Guarded by Mutex.
+    std::counting_semaphore<> More{0};
+    static inline VirtualScriptTest* Current = nullptr;
+};
+
+TEST_F(VirtualScriptTest, DeliversEachStepWhenItsAdapterHasChanged)
+{
+    setenv("ZV_VIRTUAL_SCRIPT", "2:remove 1;1:suspend", 1);
+    Register(&Hear);
+    EXPECT_EQ(Script("0:resume;0:arrive 1"), 1);
+    EXPECT_THAT(Take(5), ElementsAre(Message(0x219, 0x8004, 4), Message(0x218, 4, 4), Message(0x218, 18, 4),
+                                     Message(0x218, 7, 4), Message(0x219, 0x8000, 0)));
+    // An hour: the end of the test does not wait for it.
+    EXPECT_EQ(Script("3600000:remove 1"), 1);
+}
+
+TEST_F(VirtualScriptTest, CarriesOutNothingOfATextWithAMistake)
+{
+    Register(&Hear);
+    for (const char* text : {"", "0", "0:", ":suspend", "0:remove", "0:remove ", "0:remove 3", "0:remove -1",
+                             "0:remove 1x", "0:suspend 1", "0:suspended", "0:sleep", "-1:suspend", "3600001:suspend",
+                             "x:suspend", "0:suspend;", ";0:suspend", "0:suspend; 0:resume"})
+    {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(Script(text), 0) << text;
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("\" is no step: ")) << text;
+    }
+    EXPECT_EQ(Script("0:resume"), 1);
+    EXPECT_THAT(Take(2), ElementsAre(Message(0x218, 18, 0), Message(0x218, 7, 0)));
+}
+
+/// Loaded by the library, as for a host.
+TEST(VirtualDriverWithTheLibrary, ItsMessagesReachAClient)
+{
+    std::filesystem::current_path(VIRTUAL_DRIVER_FOLDER);
+    const auto manager = MakeManager();
+    ASSERT_EQ(List(*manager, "ZV_ALL").Records.size(), 3U);
+    struct
+    {
+        std::mutex Mutex;
+        std::vector<std::uint32_t> Events; ///< Guarded by Mutex.
+        std::counting_semaphore<> More{0};
+    } static heard;
+    _ZV_WLAN_NOTIFY_HDLR client{[](void*, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA*) {
+                                    const std::lock_guard lock(heard.Mutex);
+                                    heard.Events.push_back(event);
+                                    heard.More.release();
+                                },
+                                nullptr, 0, 0};
+    manager->RegisterNotification(&client);
+    void* const driver = dlopen("./VirtualDriver_UWP.dll", RTLD_NOW | RTLD_NOLOAD);
+    ASSERT_NE(driver, nullptr);
+    const auto script = reinterpret_cast<decltype(&VirtualDriver_Script)>(dlsym(driver, "VirtualDriver_Script"));
+    dlclose(driver);
+
+    const struct
+    {
+        const char* Step;
+        std::vector<std::uint32_t> Events;
+        std::uint32_t Flags;
+    } cases[] = {{"0:remove 1", {ZV_EVT_DEVICE_STATUS_CHANGED}, ZV_DEV_ABSENT},
+                 {"0:suspend", {ZV_EVT_SYSTEM_SUSPEND}, ZV_DEV_ABSENT},
+                 {"0:resume", {ZV_EVT_SYSTEM_RESUME, ZV_EVT_SYSTEM_RESUME}, ZV_DEV_ABSENT},
+                 {"0:arrive 1", {ZV_EVT_DEVICE_ARRIVED}, 0}};
+    for (const auto& [step, events, flags] : cases)
+    {
+        EXPECT_EQ(script(step), 1);
+        for (std::size_t i = 0; i < events.size(); ++i)
+            heard.More.acquire();
+        const std::lock_guard lock(heard.Mutex);
+        EXPECT_EQ(std::exchange(heard.Events, {}), events) << step;
+        EXPECT_EQ(List(*manager, "ZV_ALL").Records.at(1).StateFlags, flags) << step;
+    }
 }
 
 } // namespace

@@ -29,7 +29,7 @@ protected:
 
 TEST_F(EventDelivery, EveryRemovalAndEveryArrivalIsToldAndTheFlagsAreTheDrivers)
 {
-    auto* const client = new EventClient(*Manager);
+    auto* const client = MakeClient(*Manager);
     const struct
     {
         std::uint64_t WParam;
@@ -65,13 +65,13 @@ TEST_F(EventDelivery, EveryRemovalAndEveryArrivalIsToldAndTheFlagsAreTheDrivers)
 
 TEST_F(EventDelivery, ClientsOfBothListsAndManagersHearInTheirOrder)
 {
-    auto* const user = new EventClient(*Manager);
+    auto* const user = MakeClient(*Manager);
     _ZV_WLAN_NOTIFY_HDLR silent{nullptr, nullptr, 0, 0};
     EXPECT_EQ(Manager->RegisterNotification(&silent), ZV_SRVC_SUCCESS);
-    auto* const zv = new EventClient(*Manager, ZV_INFO_REQ_MAGIC);
-    auto* const twice = new EventClient(*Manager, 5);
+    auto* const zv = MakeClient(*Manager, ZV_INFO_REQ_MAGIC);
+    auto* const twice = MakeClient(*Manager, 5);
     EXPECT_EQ(Manager->RegisterNotification(&twice->Record), ZV_SRVC_SUCCESS);
-    auto* const other = new EventClient(*MakeManager()); // Its host lets go of it.
+    auto* const other = MakeClient(*MakeManager()); // Its host lets go of it.
     EXPECT_EQ((std::vector{user->Record.ClientId, silent.ClientId, zv->Record.ClientId, twice->Record.ClientId,
                            other->Record.ClientId}),
               (std::vector{1U, 2U, 3U, 5U, 1U}));

@@ -1,106 +1,138 @@
-/// A host process that ends in the way named by its argument. Exit code 0 when it got as far as it
-/// should; a hang or a crash shows as such.
+/// A host process that ends in a named way while the library is at some work.
+///
+/// "process_host kinds" prints the pairs of work and ending, one a line. "process_host WORK ENDING
+/// DRIVERS" carries one out, with the simulated driver in the folder DRIVERS where the work is with
+/// it. It ends with code 7 from the ending that was named, and with no other.
 
-#include "ZVSrvcLib.h"
+#include "ProcessWork.h"
 
+#include "Hosting.h"
+
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <dlfcn.h>
 #include <latch>
+#include <string_view>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
 
-std::shared_ptr<CDeviceManagerIntf> MakeManager()
+constexpr int AsNamed = 7;
+
+constinit Host kept; ///< Destroyed by the process and not by main.
+std::atomic<bool> exitsInCallback{false};
+
+void Hear(void* /*context*/, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA* /*data*/)
 {
-    std::shared_ptr<CDeviceManagerIntf> manager;
-    if (CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP) != ZV_SRVC_SUCCESS)
-        std::exit(3);
-    return manager;
+    lastEvent = event;
+    lastEvent.notify_all();
+    if (exitsInCallback.exchange(false))
+        std::exit(AsNamed);
 }
 
-auto DeliverFunction()
+[[noreturn]] void WaitForTheEnd()
 {
-    void* driver = dlopen("./VirtualDriver_UWP.dll", RTLD_NOW | RTLD_NOLOAD);
-    if (driver == nullptr)
-        std::exit(4);
-    return reinterpret_cast<std::intptr_t (*)(unsigned, std::uint64_t)>(dlsym(driver, "TestDeliver"));
+    for (;;)
+        pause();
 }
 
-void Suspend(std::uint64_t wParam)
+int Return(Host& /*host*/)
 {
-    DeliverFunction()(0x218, wParam);
+    return AsNamed;
 }
 
-int ExitInCallback()
+int KeepAndReturn(Host& host)
 {
-    const auto manager = MakeManager();
-    std::latch never(1);
-    _ZV_WLAN_NOTIFY_HDLR client{[](void*, std::uint32_t, const _ZV_WLAN_NOTIFY_DATA*) { std::exit(0); }, &never, 0, 0};
-    manager->RegisterNotification(&client);
-    Suspend(4);
-    never.wait();
-    return 5;
+    kept = std::move(host);
+    return AsNamed;
 }
 
-int QueuedWork()
+int Exit(Host& /*host*/)
 {
-    static std::latch entered(1);
-    const auto manager = MakeManager();
-    _ZV_WLAN_NOTIFY_HDLR client{[](void*, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA*) {
-                                    if (event == ZV_EVT_SYSTEM_SUSPEND)
-                                        entered.count_down();
-                                },
-                                nullptr, 0, 0};
-    manager->RegisterNotification(&client);
-    Suspend(4);
-    entered.wait();
-    const auto deliver = DeliverFunction();
-    for (int i = 0; i < 10'000; ++i)
-        deliver(0x218, 18);
-    return 0;
+    std::exit(AsNamed);
 }
 
-/// Threads that go on calling the library while the process ends.
-int LateHost()
+int ExitInCallback(Host& host)
 {
-    static std::latch running(3);
-    const auto manager = MakeManager();
-    for (int i = 0; i < 3; ++i)
-        std::thread([] {
-            running.count_down();
-            for (;;)
-            {
-                std::shared_ptr<CDeviceIntf> device;
-                CreateZVModule(device, ZV_SRVC_DEVICE_RESERVED);
-                Suspend(4);
-            }
-        }).detach();
-    running.wait();
-    return 0;
+    exitsInCallback = true;
+    Source(host)(0x218, 4);
+    WaitForTheEnd();
+}
+
+int ExitInCompletion(Host& host)
+{
+    AddAdapter("{prompt}");
+    const std::shared_ptr<CDeviceIntf> device = Open(host, "{prompt}");
+    SendAsync(*device, 1000, [](void*, std::uint32_t, const _ZV_ASYNC_RESULT*) { std::exit(AsNamed); }, 1);
+    WaitForTheEnd();
+}
+
+/// Another thread ends the process while this one makes one call after the other.
+int ExitBeside(Host& host)
+{
+    static std::latch inside(1);
+    std::thread([] {
+        inside.wait();
+        std::exit(AsNamed);
+    }).detach();
+    if (!host.Simulated)
+        AddAdapter("{beside}");
+    const char* const identity = host.Simulated ? "{sim-2}" : "{beside}";
+    Open(host, identity);
+    inside.count_down();
+    for (;;)
+        TryToOpen(host, identity);
+}
+
+struct Ending
+{
+    const char* Name;
+    int (*End)(Host&);
+};
+
+constexpr Ending Endings[] = {
+    {"exit", &Exit},
+    {"return", &Return},
+    {"return-keeping", &KeepAndReturn},
+    {"callback", &ExitInCallback},
+    {"completion", &ExitInCompletion},
+    {"beside", &ExitBeside},
+};
+
+bool Fits(const Work& work, const Ending& ending)
+{
+    // What is waited for at the end, seconds, has one ending. A simulated driver brings no completion.
+    if (work.IsSlow)
+        return ending.End == &Exit;
+    return !work.Simulated || ending.End != &ExitInCompletion;
+}
+
+int Run(const Work& work, const Ending& ending, const char* drivers)
+{
+    Host host;
+    host.Simulated = work.Simulated;
+    if (work.Simulated && chdir(drivers) != 0)
+        return 2;
+    host.Manager = MakeManager();
+    _ZV_WLAN_NOTIFY_HDLR client{&Hear, nullptr, 0, 0};
+    host.Manager->RegisterNotification(&client);
+    work.Begin(host);
+    return ending.End(host);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const char* ending = argc > 1 ? argv[1] : "";
-    if (chdir(argc > 2 ? argv[2] : ".") != 0)
-        return 2;
-    alarm(30); // A hang ends as a failure of this process and not of the whole run.
-    if (std::strcmp(ending, "return") == 0)
-    {
-        MakeManager();
-        return 0;
-    }
-    if (std::strcmp(ending, "exit-in-callback") == 0)
-        return ExitInCallback();
-    if (std::strcmp(ending, "queued-work") == 0)
-        return QueuedWork();
-    if (std::strcmp(ending, "late-host") == 0)
-        return LateHost();
-    return 2;
+    const bool tells = argc == 2 && std::string_view(argv[1]) == "kinds";
+    for (const Work& work : Works())
+        for (const Ending& ending : Endings)
+            if (tells && Fits(work, ending))
+                std::printf("%s %s\n", work.Name, ending.Name);
+            else if (argc == 4 && std::string_view(argv[1]) == work.Name && std::string_view(argv[2]) == ending.Name)
+                return Run(work, ending, argv[3]);
+    return tells ? 0 : 2;
 }

@@ -9,8 +9,8 @@
 #include <mutex>
 #include <thread>
 
-/// What one client heard, in order. Registered for the rest of the process, since a call may still
-/// begin when a client has just been deregistered.
+/// What one client heard, in order. Registered for the rest of the process: a call may still begin
+/// when a client has just been deregistered.
 class EventClient
 {
 public:
@@ -59,6 +59,15 @@ private:
     std::condition_variable More;
     std::deque<std::uint32_t> Heard; ///< Guarded by Mutex.
 };
+
+/// Makes a client that is there until the process is gone, when nobody can call it any more.
+inline EventClient* MakeClient(CDeviceManagerIntf& manager, std::uint32_t type = 0)
+{
+    static auto& kept = *new std::deque<EventClient>;
+    static std::mutex& lock = *new std::mutex;
+    const std::lock_guard guard(lock);
+    return &kept.emplace_back(manager, type);
+}
 
 inline constexpr std::uint32_t WmPowerBroadcast = 0x218;
 inline constexpr std::uint32_t WmDeviceChange = 0x219;
@@ -121,5 +130,5 @@ protected:
     Platform::ScopedMachine Machine;
     std::vector<std::shared_ptr<TestDriver>> Drivers;
     std::shared_ptr<CDeviceManagerIntf> Manager = MakeManager();
-    EventClient* Client = new EventClient(*Manager); // See there.
+    EventClient* Client = MakeClient(*Manager);
 };

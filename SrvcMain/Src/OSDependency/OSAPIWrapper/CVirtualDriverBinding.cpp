@@ -15,10 +15,15 @@ namespace
 /// The name is the same on every platform, so that a host's folder needs no second file.
 constexpr char FileName[] = "VirtualDriver_UWP.dll";
 
+/// A bound entry keeps its module for the life of the process: when that ends, a host's thread may
+/// still be inside, and it must not find its code gone.
 template <class Entry>
 void Bind(std::atomic<Entry>& entry, HMODULE module, const char* name)
 {
-    entry.store(std::bit_cast<Entry>(GetProcAddress(module, name)), std::memory_order_release);
+    const FARPROC found = GetProcAddress(module, name);
+    if (found != nullptr)
+        PinModule(std::bit_cast<const void*>(found));
+    entry.store(std::bit_cast<Entry>(found), std::memory_order_release);
 }
 
 } // namespace

@@ -1,0 +1,51 @@
+/// @file
+/// What happens to the virtual adapters by itself, step by step.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <stop_token>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+/// Carries out steps, one after the other, on a thread of its own. Thread-safe.
+class VirtualScript
+{
+public:
+    enum class Verb
+    {
+        Remove,
+        Arrive,
+        Suspend,
+        Resume
+    };
+    struct Step
+    {
+        std::chrono::milliseconds Pause; ///< Before the step.
+        Verb What;
+        std::size_t Adapter; ///< Of Remove and Arrive: its place in the list.
+    };
+
+    /// @param carryOut called on the script's thread, with no lock held.
+    VirtualScript(std::size_t adapters, std::function<void(const Step&)> carryOut);
+
+    /// Appends the steps of a text such as "500:remove 2;500:arrive 2;200:suspend;200:resume".
+    /// @throws std::invalid_argument for a mistake; then nothing is appended.
+    void Append(std::string_view text);
+
+private:
+    std::vector<Step> Parse(std::string_view text) const;
+    void Run(const std::stop_token& stop);
+
+    const std::size_t AdapterCount;
+    const std::function<void(const Step&)> CarryOut;
+    std::mutex Lock; ///< Guards the steps.
+    std::deque<Step> Steps;
+    std::condition_variable_any Changed;
+    std::jthread Thread; ///< Last: stopped and joined before anything else goes, so no step comes after that.
+};

@@ -1,0 +1,51 @@
+#!/bin/bash
+# Starts hosts that end in every way while the library is at every kind of work, and tells how they ended.
+# usage: process-ends.sh BUILD_DIR [COUNT]
+# COUNT starts over all kinds in turn (1000), with a host that links the library and one that loads
+# it in turn; 0 for one start of each kind. Exit code 1 when one hung, crashed or ended otherwise.
+set -u
+hosts=("$1"/bin/process_host "$1"/bin/loading_host)
+drivers=$1/Tests/Support/drivers/all
+count=${2:-1000}
+mapfile -t kinds < <("${hosts[0]}" kinds)
+[ ${#kinds[@]} -gt 0 ] || exit 1
+[ "$count" -gt 0 ] || count=${#kinds[@]}
+
+# The leak check would crash in its own bookkeeping of a loaded module's thread-local data.
+export ASAN_OPTIONS=${ASAN_OPTIONS:-}:intercept_tls_get_addr=0
+# A host that ends without letting go of its objects leaves a thread of theirs that has ended unjoined.
+export TSAN_OPTIONS=${TSAN_OPTIONS:-}:report_thread_leaks=0
+
+# Prints the kind and how the start ended.
+start_one()
+{
+    local said code how=other
+    said=$(timeout --signal=KILL 30 "$1" "$2" "$3" "$4" 2>&1)
+    code=$?
+    case $code in
+        7) how=ok ;;
+        137) how=hang ;;
+        13[0-9] | 1[4-9]?) how=crash ;;
+    esac
+    [ "$how" = ok ] || printf '%s %s %s: code %s\n%s\n' "$(basename "$1")" "$2" "$3" "$code" "$said" >&2
+    echo "$2 $3 $how"
+}
+export -f start_one
+
+for ((i = 0; i < count; ++i)); do
+    kind=$((i % ${#kinds[@]}))
+    # The host changes from kind to kind, and for a kind from turn to turn.
+    echo "${hosts[(i / ${#kinds[@]} + kind) % 2]} ${kinds[kind]} $drivers"
+done | xargs -P 2 -L 1 bash -c 'start_one "$@"' start | awk '
+    { kind = $1 " " $2; if (!starts[kind]++) kinds[++last] = kind; ++ends[kind, $3]; ++all[$3] }
+    function line(name, starts, ok, hang, crash, other) {
+        printf "%-34s %5d starts %5d ok %3d hung %3d crashed %3d otherwise\n", name, starts, ok, hang, crash, other
+    }
+    END {
+        for (i = 1; i <= last; ++i) {
+            kind = kinds[i]
+            line(kind, starts[kind], ends[kind, "ok"], ends[kind, "hang"], ends[kind, "crash"], ends[kind, "other"])
+        }
+        line("total", NR, all["ok"], all["hang"], all["crash"], all["other"])
+        exit NR == 0 || all["ok"] != NR
+    }'
