@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <future>
 
 namespace
 {
@@ -89,8 +90,12 @@ TEST_F(UninstallCheck, StartsOnceAndOnlyWithRecords)
     FailThreadStart(1);
     EXPECT_FALSE(check.StartCheck(&Handler));
     EXPECT_FALSE(check.IsRunning());
+    std::promise<void> go;
+    Machine->OnCall(ReadCall, [read = go.get_future().share()] { read.wait(); });
     Machine->DeleteTree(KeyPath);
     EXPECT_TRUE(check.StartCheck(&Handler));
+    EXPECT_FALSE(check.StartCheck(&Handler)) << "it is at its first read";
+    go.set_value();
 }
 
 } // namespace

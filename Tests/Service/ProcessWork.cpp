@@ -18,12 +18,6 @@ constexpr std::uint32_t WaitRsp = 0x122418;
 /// Requests in flight; one that nobody refers to would end.
 constinit std::vector<Platform::ScriptedDevice::RequestPtr> inFlight;
 
-void AwaitWindow()
-{
-    while (Platform::CurrentMachine()->Calls("UpdateWindow") == 0)
-        std::this_thread::yield();
-}
-
 /// The driver stays loaded for the one who calls its function.
 auto DeliverFunction()
 {
@@ -47,7 +41,7 @@ std::function<void(unsigned, std::uint64_t)> Source(const Host& host)
 {
     if (host.Simulated)
         return DeliverFunction();
-    AwaitWindow();
+    List(*host.Manager, "ZV_USB"); // Waits until the window hears.
     return [](unsigned message, std::uint64_t wParam) { Platform::CurrentMachine()->Broadcast(message, wParam); };
 }
 
@@ -150,7 +144,6 @@ void Watch(Host& host)
 {
     AddAdapter("{gone}");
     List(*host.Manager, "ZV_USB");
-    AwaitWindow();
     const auto machine = Platform::CurrentMachine();
     (machine.get()->*Verb)(machine->Adapters().front());
     lastEvent.wait(0);

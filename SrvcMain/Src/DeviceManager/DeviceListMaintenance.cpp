@@ -6,6 +6,7 @@
 #include "TracePoint.h"
 
 #include <algorithm>
+#include <list>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -23,7 +23,6 @@ bool CWinPwrEvtHandle::InitPwrEvtHandler(WNDPROC wndProc)
         return false;
     WndProc = wndProc;
     ServedBy = 0;
-    IsSetUp = false;
     if (!WindowThread.Start(&CWinPwrEvtHandle::ServeWindow, this))
         return false;
     PwrEvtState |= ZV_PWREVT_ACTIVE;
@@ -49,7 +48,7 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
 void CWinPwrEvtHandle::AwaitWindow()
 {
     if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
-        IsSetUp.wait(false);
+        ServedBy.wait(0);
 }
 
 void CWinPwrEvtHandle::ServeWindow(void* self)
@@ -80,13 +79,11 @@ void CWinPwrEvtHandle::OpenWindow()
     // A thread has a queue from its first look for messages on, also when its window failed.
     MSG none{};
     PeekMessageW(&none, nullptr, WM_USER, WM_USER, PM_NOREMOVE);
-    ServedBy = GetCurrentThreadId();
-    ServedBy.notify_all();
     ShowWindow(Window, SW_HIDE);
     RegisterInterfaces();
     UpdateWindow(Window);
-    IsSetUp = true;
-    IsSetUp.notify_all();
+    ServedBy = GetCurrentThreadId();
+    ServedBy.notify_all();
 }
 
 void CWinPwrEvtHandle::RegisterInterfaces()

@@ -50,10 +50,9 @@ private:
     std::array<GUID, 1> DeviceInterfaceClasses{
         // GUID_NDIS_LAN_CLASS of the platform's ndisguid.h
         {{0xAD498944, 0x762F, 0x11D0, {0x8D, 0xCB, 0x00, 0xC0, 0x4F, 0xC3, 0x35, 0x8C}}}};
-    /// The window thread's number, 0 until it has tried to create its window: the moment from which
-    /// on messages can be sent and posted to it.
-    std::atomic<std::uint32_t> ServedBy{0};
 
     static inline std::atomic<std::uint32_t> PwrEvtState{0};
-    static inline std::atomic<bool> IsSetUp{false}; ///< The window thread has done all but wait for messages.
+    /// The window thread's number; 0 until it has done, or failed to do, all but wait for messages.
+    /// From then on messages can be sent and posted to it.
+    static inline std::atomic<std::uint32_t> ServedBy{0};
 };
