@@ -30,8 +30,8 @@ public:
     virtual bool IsCancelRequested() const = 0;
 
     /// Ends the request; the first call counts and later ones do nothing. May call the device's Close
-    /// inside itself, so a driver holds no lock of its own around it. Ended before
-    /// ControlDevice::Start has returned, an error is a refusal at once: the caller's event is not
+    /// inside itself, so a driver holds no lock of its own around it. Ended inside
+    /// ControlDevice::Start, on its thread, an error is a refusal at once: the caller's event is not
     /// set and its byte count is untouched.
     /// @param error platform error number, 0 for success, 995 for a cancelled request.
     /// @param output what reaches the caller, cut to its room; nothing does with an error other than

@@ -38,7 +38,9 @@ bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output
     {
         return false;
     }
-    const bool refused = Now == Phase::Starting && IsFailure(error);
+    // Another thread can end it only because the driver has kept it: to the caller it was in flight.
+    EndedInStart = Now == Phase::Starting && std::this_thread::get_id() == Starter;
+    const bool refused = EndedInStart && IsFailure(error);
     Now = Phase::Ended;
     End = {error, IsFailure(error) ? 0 : std::min(output.size(), Caller.Room)};
     released = std::move(File);
@@ -71,7 +73,7 @@ std::optional<RequestEnd> Request::LeaveStart()
         const std::lock_guard lock(Lock);
         if (Now == Phase::Ended)
         {
-            return End;
+            return EndedInStart ? std::optional(End) : std::nullopt;
         }
         Now = Phase::InFlight;
         file = CancelAsked ? File : nullptr;

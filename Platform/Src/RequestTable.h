@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <thread>
 #include <vector>
 
 namespace Platform
@@ -46,8 +47,8 @@ public:
     bool IsCancelRequested() const override;
     bool Complete(std::uint32_t error, std::span<const std::uint8_t> output) override;
 
-    /// The device has returned from Start. Empty for a request that is in flight from now on; a
-    /// cancellation that was asked for meanwhile reaches the device now, never before its Start.
+    /// The device has returned from Start. Empty for a request that is in flight from now on, or was
+    /// until another thread ended it; a cancellation that was asked for meanwhile reaches the device now, never before its Start.
     std::optional<RequestEnd> LeaveStart();
     /// Tells the device, once.
     void AskCancel();
@@ -56,6 +57,7 @@ public:
     const std::shared_ptr<DeviceGate> Gate;
     const std::uint64_t FileId;
     const std::uint64_t Thread; ///< Number of the thread that began it.
+    const std::thread::id Starter = std::this_thread::get_id();
     const DWORD ControlCode;
     const std::vector<std::uint8_t> InputCopy;
     const CallerMemory Caller;
@@ -77,6 +79,7 @@ private:
     std::shared_ptr<OpenFile> File; // null when it has ended
     Phase Now = Phase::Starting;
     bool CancelAsked = false;
+    bool EndedInStart = false;
     RequestEnd End{};
 
     std::list<Request*>::iterator Place; // guarded by the table's lock

@@ -203,9 +203,11 @@ TEST(Notification, StoppingOnTheOwnThreadIsRefusedAndTheObjectStaysUsable)
 
 TEST(Notification, DroppingTheOwnerInsideItsHandlerLeavesTheThreadToEndByItself)
 {
+    std::latch sent(1);
     std::latch ended(1);
     auto notifier = std::make_unique<CZVNotification>();
     Handler handler([&](const ZVBlob&) {
+        sent.wait(); // Until nobody else is inside the object.
         struct AtThreadEnd
         {
             std::latch& Ended;
@@ -217,6 +219,7 @@ TEST(Notification, DroppingTheOwnerInsideItsHandlerLeavesTheThreadToEndByItself)
     });
     notifier->RunNotifyThread(&handler, "worker");
     notifier->SendNorification(MakeBlob(4));
+    sent.count_down();
     ended.wait();
     EXPECT_EQ(notifier, nullptr);
 }

@@ -11,8 +11,6 @@ mapfile -t kinds < <("${hosts[0]}" kinds)
 [ ${#kinds[@]} -gt 0 ] || exit 1
 [ "$count" -gt 0 ] || count=${#kinds[@]}
 
-# The leak check would crash in its own bookkeeping of a loaded module's thread-local data.
-export ASAN_OPTIONS=${ASAN_OPTIONS:-}:intercept_tls_get_addr=0
 # A host that ends without letting go of its objects leaves a thread of theirs that has ended unjoined.
 export TSAN_OPTIONS=${TSAN_OPTIONS:-}:report_thread_leaks=0
 
