@@ -48,7 +48,8 @@ public:
     bool Complete(std::uint32_t error, std::span<const std::uint8_t> output) override;
 
     /// The device has returned from Start. Empty for a request that is in flight from now on, or was
-    /// until another thread ended it; a cancellation that was asked for meanwhile reaches the device now, never before its Start.
+    /// until another thread ended it; a cancellation that was asked for meanwhile reaches the device now, never before
+    /// its Start.
     std::optional<RequestEnd> LeaveStart();
     /// Tells the device, once.
     void AskCancel();
