@@ -28,4 +28,8 @@ extern "C"
     /// Finds the module that an address lies in (GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS is needed) and
     /// counts a load of it, or with GET_MODULE_HANDLE_EX_FLAG_PIN keeps it until the process ends.
     PLATFORM_API BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module);
+
+    /// Whether the process is ending and the system has ended its other threads for that. Never here:
+    /// the threads of a process end with it and not before.
+    PLATFORM_API BOOLEAN RtlDllShutdownInProgress();
 }

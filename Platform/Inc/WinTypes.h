@@ -18,6 +18,7 @@ using UINT = std::uint32_t;
 using LONG = std::int32_t;
 using LSTATUS = LONG;
 using BOOL = int;
+using BOOLEAN = unsigned char;
 using ULONG64 = std::uint64_t;
 using ULONG_PTR = std::uint64_t;
 using LPARAM = std::int64_t;

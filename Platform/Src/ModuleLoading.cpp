@@ -97,3 +97,8 @@ BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module
     *module = ModuleTable::Instance().Add(loaded, pin);
     return TRUE;
 }
+
+BOOLEAN RtlDllShutdownInProgress()
+{
+    return FALSE;
+}

@@ -6,15 +6,16 @@
 
 #include "ProcessWork.h"
 
-#include "Hosting.h"
+#include "HostCalls.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <latch>
 #include <string_view>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 
 namespace
@@ -23,20 +24,20 @@ namespace
 constexpr int AsNamed = 7;
 
 constinit Host kept; ///< Destroyed by the process and not by main.
-std::atomic<bool> exitsInCallback{false};
+std::atomic<void (*)(int)> endInCallback{nullptr};
 
 void Hear(void* /*context*/, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA* /*data*/)
 {
     lastEvent = event;
     lastEvent.notify_all();
-    if (exitsInCallback.exchange(false))
-        std::exit(AsNamed);
+    if (const auto end = endInCallback.exchange(nullptr))
+        end(AsNamed);
 }
 
 [[noreturn]] void WaitForTheEnd()
 {
     for (;;)
-        pause();
+        std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
 int Return(Host& /*host*/)
@@ -55,17 +56,22 @@ int Exit(Host& /*host*/)
     std::exit(AsNamed);
 }
 
-int ExitInCallback(Host& host)
+int EndAtOnce(Host& /*host*/)
 {
-    exitsInCallback = true;
+    EndProcess(AsNamed);
+}
+
+template <auto End>
+int EndInCallback(Host& host)
+{
+    endInCallback = [](int code) { End(code); };
     Source(host)(0x218, 4);
     WaitForTheEnd();
 }
 
 int ExitInCompletion(Host& host)
 {
-    AddAdapter("{prompt}");
-    const std::shared_ptr<CDeviceIntf> device = Open(host, "{prompt}");
+    const std::shared_ptr<CDeviceIntf> device = Open(host, PromptAdapter(host));
     SendAsync(*device, 1000, [](void*, std::uint32_t, const _ZV_ASYNC_RESULT*) { std::exit(AsNamed); }, 1);
     WaitForTheEnd();
 }
@@ -78,9 +84,7 @@ int ExitBeside(Host& host)
         inside.wait();
         std::exit(AsNamed);
     }).detach();
-    if (!host.Simulated)
-        AddAdapter("{beside}");
-    const char* const identity = host.Simulated ? "{sim-2}" : "{beside}";
+    const std::string identity = PromptAdapter(host);
     Open(host, identity);
     inside.count_down();
     for (;;)
@@ -97,7 +101,9 @@ constexpr Ending Endings[] = {
     {"exit", &Exit},
     {"return", &Return},
     {"return-keeping", &KeepAndReturn},
-    {"callback", &ExitInCallback},
+    {"at-once", &EndAtOnce},
+    {"callback", &EndInCallback<&std::exit>},
+    {"callback-at-once", &EndInCallback<&EndProcess>},
     {"completion", &ExitInCompletion},
     {"beside", &ExitBeside},
 };
@@ -114,8 +120,8 @@ int Run(const Work& work, const Ending& ending, const char* drivers)
 {
     Host host;
     host.Simulated = work.Simulated;
-    if (work.Simulated && chdir(drivers) != 0)
-        return 2;
+    if (work.Simulated)
+        std::filesystem::current_path(drivers);
     host.Manager = MakeManager();
     _ZV_WLAN_NOTIFY_HDLR client{&Hear, nullptr, 0, 0};
     host.Manager->RegisterNotification(&client);

@@ -1,6 +1,7 @@
 #include "ProcessWork.h"
 
 #include "Hosting.h"
+#include "ScriptedDevice.h"
 
 #include <cstdlib>
 #include <dlfcn.h>
@@ -45,12 +46,31 @@ std::function<void(unsigned, std::uint64_t)> Source(const Host& host)
     return [](unsigned message, std::uint64_t wParam) { Platform::CurrentMachine()->Broadcast(message, wParam); };
 }
 
+namespace
+{
+
+/// Adds an adapter whose driver answers at once, until it is told otherwise.
 std::shared_ptr<Platform::ScriptedDevice> AddAdapter(const std::string& identity)
 {
     auto driver = std::make_shared<Platform::ScriptedDevice>();
     Platform::CurrentMachine()->AttachDevice("Zorvane_Wifi_Device" + identity, driver);
     Platform::CurrentMachine()->AddAdapter(GivenAdapter(identity, "zvwlanu"));
     return driver;
+}
+
+} // namespace
+
+std::string PromptAdapter(const Host& host)
+{
+    if (host.Simulated)
+        return "{sim-2}";
+    AddAdapter("{prompt}");
+    return "{prompt}";
+}
+
+void EndProcess(int code)
+{
+    std::_Exit(code);
 }
 
 std::shared_ptr<CDeviceIntf> TryToOpen(const Host& host, const std::string& identity)

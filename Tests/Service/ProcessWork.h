@@ -2,7 +2,6 @@
 /// What the library of a host process is at when the process ends.
 #pragma once
 
-#include "ScriptedDevice.h"
 #include "ZVSrvcLib.h"
 
 #include <atomic>
@@ -35,8 +34,8 @@ extern std::atomic<std::uint32_t> lastEvent;
 /// What brings messages, a call for each, once it can.
 std::function<void(unsigned, std::uint64_t)> Source(const Host& host);
 
-/// Adds an adapter whose driver answers at once, until it is told otherwise.
-std::shared_ptr<Platform::ScriptedDevice> AddAdapter(const std::string& identity);
+/// The identity of an adapter whose driver answers at once.
+std::string PromptAdapter(const Host& host);
 
 /// Null when it cannot be had, as while the process ends.
 std::shared_ptr<CDeviceIntf> TryToOpen(const Host& host, const std::string& identity);
@@ -45,3 +44,6 @@ std::shared_ptr<CDeviceIntf> Open(const Host& host, const std::string& identity)
 
 /// Sends asynchronous requests, whose records are there as long as the process.
 void SendAsync(CDeviceIntf& device, std::uint32_t timeout, ZV_ASYNC_CALLBACK callback, std::uint16_t count);
+
+/// Ends the process without the routines that are to run at its exit.
+[[noreturn]] void EndProcess(int code);

@@ -44,7 +44,8 @@ std::string Lowered(std::string text)
 
 std::string ChooseName(const CDeviceNode& device)
 {
-    for (const DWORD code : {SPDRP_FRIENDLYNAME, SPDRP_DEVICEDESC, SPDRP_CLASS, SPDRP_CLASSGUID})
+    constexpr DWORD codes[] = {SPDRP_FRIENDLYNAME, SPDRP_DEVICEDESC, SPDRP_CLASS, SPDRP_CLASSGUID};
+    for (const DWORD code : codes)
         if (const auto name = device.Property(code, NameCapacity); name && !name->empty())
             return ToUtf8(*name);
     return "<Unknown Device>";

@@ -5,6 +5,7 @@
 #include "CUWPDeviceManager.h"
 #include "CZVNSrvcMgnt.h"
 #include "CreateZVModule.h"
+#include "ProcessEnd.h"
 #include "TracePoint.h"
 
 #include <memory>
@@ -13,10 +14,22 @@
 namespace
 {
 
+/// A host's module may hold its last reference until the process ends, when nothing can be released in
+/// an orderly way any more.
+struct CRelease
+{
+    template <class Class>
+    void operator()(Class* object) const
+    {
+        if (!ThreadsHaveBeenEnded())
+            delete object;
+    }
+};
+
 template <class Class, class Interface>
 unsigned int MakeModule(std::shared_ptr<Interface>& module, std::uint32_t type)
 {
-    auto object = std::make_shared<Class>();
+    std::shared_ptr<Class> object(new Class, CRelease{});
     CModuleBase& base = *object;
     if (!base.IsModuleReady())
     {

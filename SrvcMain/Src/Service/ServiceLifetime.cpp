@@ -3,6 +3,7 @@
 #include "CVirtualDriverBinding.h"
 #include "CZVNSrvcMgnt.h"
 #include "LibraryThread.h"
+#include "ProcessEnd.h"
 
 #include <atomic>
 #include <memory>
@@ -78,7 +79,7 @@ CServiceOwner::~CServiceOwner()
 {
     // When the process ends on one of the library's own threads, that thread cannot be joined and
     // its callers' frames are still in use: everything stays as it is until the process is gone.
-    if (OnLibraryThread())
+    if (ThreadsHaveBeenEnded() || OnLibraryThread())
         return;
     delete Get();
     Service.store(nullptr, std::memory_order_release);

@@ -19,6 +19,9 @@
 #include <setupapi.h>
 #include <wmistr.h>
 
+// Published for drivers and runtimes alone, so that these headers leave it out.
+extern "C" __declspec(dllimport) BOOLEAN NTAPI RtlDllShutdownInProgress();
+
 #else
 
 #include "Platform.h"

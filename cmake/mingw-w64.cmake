@@ -1,0 +1,19 @@
+# Windows programs made on Linux: mingw-w64 with its POSIX threads, run by Wine where the build needs
+# to run what it has made.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(zv_triplet x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER ${zv_triplet}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${zv_triplet}-g++-posix)
+set(CMAKE_RC_COMPILER ${zv_triplet}-windres)
+# The compiler's runtime goes into each file, so that nothing has to be shipped beside it.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
+set(CMAKE_MODULE_LINKER_FLAGS_INIT -static)
+# Nothing of the machine that builds gets in by being found.
+set(CMAKE_FIND_ROOT_PATH /usr/${zv_triplet})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_CROSSCOMPILING_EMULATOR wine)
