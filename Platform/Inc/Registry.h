@@ -40,14 +40,15 @@ extern "C"
     /// - Data null: the size (and type) alone.
     /// - Too little room: ERROR_MORE_DATA with the needed size; the data are left alone.
     /// - No such value: ERROR_FILE_NOT_FOUND with type REG_NONE; size and data are left alone.
-    /// - Text that was stored without its NUL gets one when there is room, and the size counts it.
+    /// - Text that was stored without its NUL gets one when there is room; the size does not count it.
     PLATFORM_API LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD* type, BYTE* data,
                                           DWORD* size);
     PLATFORM_API LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD reserved, DWORD type, const BYTE* data,
                                         DWORD size);
     PLATFORM_API LSTATUS RegFlushKey(HKEY key);
     PLATFORM_API LSTATUS RegCloseKey(HKEY key);
-    /// Deletes a value of `subKey`, or of `key` itself when `subKey` is null or empty.
+    /// Deletes a value of `subKey`, which is opened for it (an empty one: `key` once more), or through
+    /// `key` itself when `subKey` is null.
     PLATFORM_API LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName);
     /// Deletes a key with its values; ERROR_ACCESS_DENIED when it has subkeys.
     PLATFORM_API LSTATUS RegDeleteKeyA(HKEY key, const char* subKey);

@@ -126,6 +126,7 @@ inline constexpr DWORD ERROR_INVALID_WINDOW_HANDLE = 1400;
 inline constexpr DWORD ERROR_CANNOT_FIND_WND_CLASS = 1407;
 inline constexpr DWORD ERROR_CLASS_ALREADY_EXISTS = 1410;
 inline constexpr DWORD ERROR_INVALID_THREAD_ID = 1444;
+inline constexpr DWORD ERROR_RESOURCE_DATA_NOT_FOUND = 1812;
 inline constexpr DWORD ERROR_RESOURCE_NAME_NOT_FOUND = 1814;
 inline constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;
 
@@ -135,7 +136,8 @@ inline const WCHAR* const IDC_ARROW = reinterpret_cast<const WCHAR*>(std::uintpt
 
 extern "C"
 {
-    /// A stock icon or cursor; one of a module cannot be had (ERROR_RESOURCE_NAME_NOT_FOUND).
+    /// A stock icon or cursor; ERROR_RESOURCE_NAME_NOT_FOUND for another number. Modules have no resources
+    /// (ERROR_RESOURCE_DATA_NOT_FOUND).
     PLATFORM_API HICON LoadIconW(HINSTANCE module, const WCHAR* name);
     PLATFORM_API HCURSOR LoadCursorW(HINSTANCE module, const WCHAR* name);
 
@@ -159,7 +161,7 @@ extern "C"
     PLATFORM_API BOOL UpdateWindow(HWND window);
 
     /// Asks for the messages of a device-interface class at a window, until the window goes; null with
-    /// ERROR_INVALID_DATA for another filter, ERROR_INVALID_WINDOW_HANDLE for no window. A window that
+    /// ERROR_INVALID_DATA for another filter, ERROR_INVALID_PARAMETER for no window. A window that
     /// is registered twice gets each message twice.
     PLATFORM_API HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD flags);
     PLATFORM_API BOOL UnregisterDeviceNotification(HDEVNOTIFY notification);

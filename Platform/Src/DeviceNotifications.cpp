@@ -59,7 +59,7 @@ HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD fla
     const HDEVNOTIFY made = window ? WindowTable::Instance().Register(window, wanted->dbcc_classguid) : nullptr;
     if (made == nullptr)
     {
-        SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+        SetLastError(ERROR_INVALID_PARAMETER);
     }
     return made;
 }

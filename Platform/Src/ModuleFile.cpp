@@ -21,16 +21,13 @@ const link_map* MapOf(void* module)
 std::string ModuleFile(std::string_view name)
 {
     std::error_code ignored;
-    if (name.find('/') == std::string_view::npos)
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
+    for (const auto& folder : {program, std::filesystem::path(".")})
     {
-        const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
-        for (const auto& folder : {program, std::filesystem::path(".")})
+        const auto file = folder / name; // an absolute name stays as it is
+        if (std::filesystem::exists(file, ignored))
         {
-            const auto file = folder / name;
-            if (std::filesystem::exists(file, ignored))
-            {
-                return file.string();
-            }
+            return file.string();
         }
     }
     return std::string(name);

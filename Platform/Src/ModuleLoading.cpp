@@ -83,12 +83,13 @@ BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module
         return FailWith(ERROR_INVALID_PARAMETER);
     }
     *module = nullptr;
-    const link_map* map = MapOfAddress(nameOrAddress);
-    if (map == nullptr)
+    const link_map* map = nameOrAddress != nullptr ? MapOfAddress(nameOrAddress) : nullptr;
+    if (nameOrAddress != nullptr && map == nullptr)
     {
         return FailWith(ERROR_MOD_NOT_FOUND);
     }
-    const char* name = *map->l_name != '\0' ? map->l_name : nullptr; // the program itself has no name
+    // The program itself has no name.
+    const char* name = map != nullptr && *map->l_name != '\0' ? map->l_name : nullptr;
     void* loaded = dlopen(name, RTLD_NOW | RTLD_NOLOAD | (pin ? RTLD_NODELETE : 0));
     if (loaded == nullptr)
     {

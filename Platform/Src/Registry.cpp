@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace Platform
 {
@@ -115,9 +116,7 @@ LSTATUS Read(const RegistryValue& value, BYTE* data, DWORD* size)
     {
         return ERROR_SUCCESS;
     }
-    const DWORD room = data != nullptr ? *size : 0;
-    const bool nulFits = addNul && (data == nullptr || room != length);
-    *size = length + (nulFits ? 1 : 0);
+    const DWORD room = std::exchange(*size, length);
     if (data == nullptr)
     {
         return ERROR_SUCCESS;
@@ -127,7 +126,7 @@ LSTATUS Read(const RegistryValue& value, BYTE* data, DWORD* size)
         return ERROR_MORE_DATA;
     }
     std::ranges::copy(stored, data);
-    if (nulFits)
+    if (addNul && room > length)
     {
         data[length] = 0;
     }
@@ -231,7 +230,7 @@ LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName)
     }
     const std::string_view path = OrEmpty(subKey);
     return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
-        if (path.empty() && !open.Writable)
+        if (subKey == nullptr && !open.Writable)
         {
             return ERROR_ACCESS_DENIED;
         }

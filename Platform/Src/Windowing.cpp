@@ -54,7 +54,7 @@ std::uintptr_t StockResource(HINSTANCE module, const WCHAR* name)
     const auto number = reinterpret_cast<std::uintptr_t>(name);
     if (module != nullptr || number < first || number > last)
     {
-        SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
+        SetLastError(module != nullptr ? ERROR_RESOURCE_DATA_NOT_FOUND : ERROR_RESOURCE_NAME_NOT_FOUND);
         return 0;
     }
     return number;

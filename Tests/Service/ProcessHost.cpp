@@ -7,13 +7,13 @@
 #include "ProcessWork.h"
 
 #include "HostCalls.h"
+#include "WordWait.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <latch>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -29,7 +29,7 @@ std::atomic<void (*)(int)> endInCallback{nullptr};
 void Hear(void* /*context*/, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA* /*data*/)
 {
     lastEvent = event;
-    lastEvent.notify_all();
+    TellChange();
     if (const auto end = endInCallback.exchange(nullptr))
         end(AsNamed);
 }
@@ -79,14 +79,15 @@ int ExitInCompletion(Host& host)
 /// Another thread ends the process while this one makes one call after the other.
 int ExitBeside(Host& host)
 {
-    static std::latch inside(1);
+    static std::atomic<bool> inside{false};
     std::thread([] {
-        inside.wait();
+        AwaitChange(inside, false);
         std::exit(AsNamed);
     }).detach();
     const std::string identity = PromptAdapter(host);
     Open(host, identity);
-    inside.count_down();
+    inside = true;
+    TellChange();
     for (;;)
         TryToOpen(host, identity);
 }

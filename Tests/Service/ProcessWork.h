@@ -31,6 +31,17 @@ std::span<const Work> Works();
 /// The last event that the host's client heard of; 0 before.
 extern std::atomic<std::uint32_t> lastEvent;
 
+inline constexpr std::uint32_t HostCode = 0x99000000;
+inline constexpr std::uint32_t WaitRsp = 0x122418;
+
+/// A synchronous request of the host's code, with no data.
+_ZV_SRVC_IOCTL_REQ Request(std::uint32_t timeout);
+
+void BeIdle(Host& host);
+void SendEvents(Host& host);
+/// Threads that never leave the simulated driver for long.
+void SendRequests(Host& host);
+
 /// What brings messages, a call for each, once it can.
 std::function<void(unsigned, std::uint64_t)> Source(const Host& host);
 

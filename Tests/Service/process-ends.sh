@@ -4,10 +4,14 @@
 # COUNT starts over all kinds in turn (1000), with a host that links the library and one that loads
 # it in turn; 0 for one start of each kind. Exit code 1 when one hung, crashed or ended otherwise.
 set -u
-hosts=("$1"/bin/process_host "$1"/bin/loading_host)
+suffix= launcher= jobs=2
+# On a real system the hosts' adapters are the same ones.
+[ -e "$1/bin/process_host" ] || suffix=.exe launcher=$(dirname -- "$0")/../../cmake/run-windows-program.sh jobs=1
+hosts=("$1/bin/process_host$suffix" "$1/bin/loading_host$suffix")
+export launcher
 drivers=$1/Tests/Support/drivers/all
 count=${2:-1000}
-mapfile -t kinds < <("${hosts[0]}" kinds)
+mapfile -t kinds < <($launcher "${hosts[0]}" kinds | tr -d '\r')
 [ ${#kinds[@]} -gt 0 ] || exit 1
 [ "$count" -gt 0 ] || count=${#kinds[@]}
 
@@ -18,7 +22,7 @@ export TSAN_OPTIONS=${TSAN_OPTIONS:-}:report_thread_leaks=0
 start_one()
 {
     local said code how=other
-    said=$(timeout --signal=KILL 30 "$1" "$2" "$3" "$4" 2>&1)
+    said=$(timeout --signal=KILL 30 $launcher "$1" "$2" "$3" "$4" 2>&1)
     code=$?
     case $code in
         7) how=ok ;;
@@ -34,7 +38,7 @@ for ((i = 0; i < count; ++i)); do
     kind=$((i % ${#kinds[@]}))
     # The host changes from kind to kind, and for a kind from turn to turn.
     echo "${hosts[(i / ${#kinds[@]} + kind) % 2]} ${kinds[kind]} $drivers"
-done | xargs -P 2 -L 1 bash -c 'start_one "$@"' start | awk '
+done | xargs -P "$jobs" -L 1 bash -c 'start_one "$@"' start | awk '
     { kind = $1 " " $2; if (!starts[kind]++) kinds[++last] = kind; ++ends[kind, $3]; ++all[$3] }
     function line(name, starts, ok, hang, crash, other) {
         printf "%-34s %5d starts %5d ok %3d hung %3d crashed %3d otherwise\n", name, starts, ok, hang, crash, other

@@ -2,7 +2,7 @@
 /// A client that remembers what it heard.
 #pragma once
 
-#include "Hosting.h"
+#include "HostCalls.h"
 
 #include <gtest/gtest.h>
 

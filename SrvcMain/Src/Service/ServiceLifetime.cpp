@@ -4,6 +4,7 @@
 #include "CZVNSrvcMgnt.h"
 #include "LibraryThread.h"
 #include "ProcessEnd.h"
+#include "WordWait.h"
 
 #include <atomic>
 #include <memory>
@@ -28,7 +29,7 @@ void Settle(CBringUp outcome)
 {
     isBuilder = false;
     bringUp.store(outcome, std::memory_order_release);
-    bringUp.notify_all();
+    TellChange();
 }
 
 void Build()
@@ -65,7 +66,7 @@ void EnsureService()
         // A simulated driver that calls the factory while it is being loaded would wait for itself.
         if (isBuilder)
             throw CThreadError(std::errc::resource_deadlock_would_occur, "resource deadlock would occur");
-        bringUp.wait(CBringUp::Building, std::memory_order_acquire);
+        AwaitChange(bringUp, CBringUp::Building);
         seen = bringUp.load(std::memory_order_acquire);
     }
 }
@@ -96,12 +97,12 @@ bool CServiceGate::Enter() noexcept
 void CServiceGate::Leave() noexcept
 {
     if ((Inside.fetch_sub(1, std::memory_order_release) & Closed) != 0)
-        Inside.notify_all();
+        TellChange();
 }
 
 void CServiceGate::Close() noexcept
 {
     Inside.fetch_or(Closed, std::memory_order_acq_rel);
     for (std::uint32_t seen = Inside; seen != Closed; seen = Inside)
-        Inside.wait(seen, std::memory_order_acquire);
+        AwaitChange(Inside, seen);
 }

@@ -1,6 +1,7 @@
 #include "CWinPwrEvtHandle.h"
 
 #include "TracePoint.h"
+#include "WordWait.h"
 
 namespace
 {
@@ -35,7 +36,7 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
     {
         PwrEvtState |= ZV_PWREVT_STOPPING;
         // Before that moment there is nothing to send to.
-        ServedBy.wait(0);
+        AwaitChange(ServedBy, 0U);
         SendMessageW(Window, StopMessage, 0, 0);
         // What is sent reaches the procedure but does not bring the thread out of its wait; what is
         // posted does. To the thread and not to the window, which may have failed to come up.
@@ -48,7 +49,7 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
 void CWinPwrEvtHandle::AwaitWindow()
 {
     if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
-        ServedBy.wait(0);
+        AwaitChange(ServedBy, 0U);
 }
 
 void CWinPwrEvtHandle::ServeWindow(void* self)
@@ -83,7 +84,7 @@ void CWinPwrEvtHandle::OpenWindow()
     RegisterInterfaces();
     UpdateWindow(Window);
     ServedBy = GetCurrentThreadId();
-    ServedBy.notify_all();
+    TellChange();
 }
 
 void CWinPwrEvtHandle::RegisterInterfaces()

@@ -1,5 +1,7 @@
 // A library to load; tells which of its builds it is.
-extern "C" __attribute__((visibility("default"))) int ModuleNumber()
+extern "C" int ModuleNumber();
+
+int ModuleNumber()
 {
     return MODULE_NUMBER;
 }

@@ -1,0 +1,86 @@
+/* The thread that answers delayed requests. */
+#include "Driver.h"
+
+static KEVENT Wake;           /* automatic */
+static KEVENT Idle;           /* manual; not set while requests that were taken end */
+static volatile LONG Stopped; /* set before the last wake */
+static HANDLE ThreadId;       /* written by the thread before it takes anything */
+static PVOID Thread;          /* constant after the start */
+
+LONGLONG Now(void)
+{
+    return (LONGLONG)KeQueryInterruptTime();
+}
+
+void WakeClock(void)
+{
+    KeSetEvent(&Wake, IO_NO_INCREMENT, FALSE);
+}
+
+/* The clock's own thread may come here from inside the end of a request. */
+void AwaitClock(void)
+{
+    if (PsGetCurrentThreadId() != ThreadId)
+        KeWaitForSingleObject(&Idle, Executive, KernelMode, FALSE, NULL);
+}
+
+/* Returns when the next one is due. */
+static LONGLONG AnswerDue(LONGLONG now)
+{
+    LONGLONG next = MAXLONGLONG;
+    LIST_ENTRY ends;
+    KIRQL level;
+    PIRP irp;
+    InitializeListHead(&ends);
+    Lock(&level);
+    KeClearEvent(&Idle);
+    for (PLIST_ENTRY link = Devices.Flink; link != &Devices; link = link->Flink)
+    {
+        struct Device* const device = CONTAINING_RECORD(link, struct Device, Link);
+        while ((irp = TakeDue(device, now, &next)) != NULL)
+            Answer(device, irp, &ends);
+    }
+    Unlock(level);
+    EndAll(&ends);
+    KeSetEvent(&Idle, IO_NO_INCREMENT, FALSE);
+    return next;
+}
+
+static void NTAPI Run(PVOID context)
+{
+    (void)context;
+    ThreadId = PsGetCurrentThreadId();
+    while (!Stopped)
+    {
+        const LONGLONG now = Now();
+        const LONGLONG next = AnswerDue(now);
+        LARGE_INTEGER timeOut;
+        timeOut.QuadPart = now - next; /* below zero: from now on */
+        KeWaitForSingleObject(&Wake, Executive, KernelMode, FALSE, next == MAXLONGLONG ? NULL : &timeOut);
+    }
+    PsTerminateSystemThread(STATUS_SUCCESS);
+}
+
+NTSTATUS StartClock(void)
+{
+    HANDLE handle;
+    OBJECT_ATTRIBUTES attributes;
+    KeInitializeEvent(&Wake, SynchronizationEvent, FALSE);
+    KeInitializeEvent(&Idle, NotificationEvent, TRUE);
+    InitializeObjectAttributes(&attributes, NULL, OBJ_KERNEL_HANDLE, NULL, NULL);
+    NTSTATUS status = PsCreateSystemThread(&handle, THREAD_ALL_ACCESS, &attributes, NULL, NULL, Run, NULL);
+    if (!NT_SUCCESS(status))
+        return status;
+    /* Cannot fail for a kernel handle that is open; the thread is waited for through the object. */
+    ObReferenceObjectByHandle(handle, SYNCHRONIZE, NULL, KernelMode, &Thread, NULL);
+    ZwClose(handle);
+    return STATUS_SUCCESS;
+}
+
+void StopClock(void)
+{
+    InterlockedExchange(&Stopped, 1);
+    WakeClock();
+    KeWaitForSingleObject(Thread, Executive, KernelMode, FALSE, NULL);
+    ObDereferenceObject(Thread);
+}

@@ -1,0 +1,143 @@
+/* Entry, end and the dispatch of what programs do with the handles of both kinds of devices. */
+#include "Driver.h"
+
+PDRIVER_OBJECT DriverObject;
+
+static KSPIN_LOCK SpinLock;
+static PDEVICE_OBJECT SteeringDevice;
+
+void Lock(KIRQL* level)
+{
+    KeAcquireSpinLock(&SpinLock, level);
+}
+
+void Unlock(KIRQL level)
+{
+    KeReleaseSpinLock(&SpinLock, level);
+}
+
+void* Allocate(SIZE_T size)
+{
+    return ExAllocatePoolWithTag(NonPagedPool, size, ZVK_TAG);
+}
+
+void Free(void* memory)
+{
+    if (memory != NULL)
+        ExFreePoolWithTag(memory, ZVK_TAG);
+}
+
+/* Null for the steering device. */
+static struct Device* DeviceOf(PDEVICE_OBJECT object)
+{
+    return object == SteeringDevice ? NULL : object->DeviceExtension;
+}
+
+static NTSTATUS End(PIRP irp, NTSTATUS status)
+{
+    irp->IoStatus.Status = status;
+    irp->IoStatus.Information = 0;
+    IoCompleteRequest(irp, IO_NO_INCREMENT);
+    return status;
+}
+
+static NTSTATUS NTAPI OnCreate(PDEVICE_OBJECT object, PIRP irp)
+{
+    struct Device* const device = DeviceOf(object);
+    PFILE_OBJECT const file = IoGetCurrentIrpStackLocation(irp)->FileObject;
+    return End(irp, device == NULL ? STATUS_SUCCESS : OpenDevice(device, file));
+}
+
+/* The last handle has gone. A Windows that sends no clean-up leaves the requests to the close. */
+static NTSTATUS NTAPI OnCleanup(PDEVICE_OBJECT object, PIRP irp)
+{
+    struct Device* const device = DeviceOf(object);
+    PFILE_OBJECT const file = IoGetCurrentIrpStackLocation(irp)->FileObject;
+    if (device == NULL)
+        Unplug(file);
+    else
+    {
+        LIST_ENTRY ends;
+        KIRQL level;
+        InitializeListHead(&ends);
+        Lock(&level);
+        TakeAll(device, file, STATUS_CANCELLED, &ends);
+        Unlock(level);
+        EndAll(&ends);
+    }
+    return End(irp, STATUS_SUCCESS);
+}
+
+static NTSTATUS NTAPI OnClose(PDEVICE_OBJECT object, PIRP irp)
+{
+    struct Device* const device = DeviceOf(object);
+    PFILE_OBJECT const file = IoGetCurrentIrpStackLocation(irp)->FileObject;
+    if (device == NULL)
+        Unplug(file);
+    else if (file->FsContext != NULL) /* null: a Windows that also closes what could not be opened */
+        CloseDevice(device, file);
+    return End(irp, STATUS_SUCCESS);
+}
+
+static NTSTATUS NTAPI OnDeviceControl(PDEVICE_OBJECT object, PIRP irp)
+{
+    struct Device* const device = DeviceOf(object);
+    if (device == NULL)
+    {
+        const NTSTATUS status = Steer(irp);
+        IoCompleteRequest(irp, IO_NO_INCREMENT);
+        return status;
+    }
+    return TakeRequest(device, irp);
+}
+
+static NTSTATUS MakeSteeringDevice(void)
+{
+    UNICODE_STRING name = RTL_CONSTANT_STRING(L"\\Device\\ZVKernelDriver");
+    UNICODE_STRING link = RTL_CONSTANT_STRING(L"\\DosDevices\\ZVKernelDriver");
+    NTSTATUS status =
+        IoCreateDevice(DriverObject, 0, &name, FILE_DEVICE_UNKNOWN, FILE_DEVICE_SECURE_OPEN, FALSE, &SteeringDevice);
+    if (!NT_SUCCESS(status))
+        return status;
+    status = IoCreateSymbolicLink(&link, &name);
+    if (!NT_SUCCESS(status))
+        IoDeleteDevice(SteeringDevice);
+    return status;
+}
+
+static void RemoveSteeringDevice(void)
+{
+    UNICODE_STRING link = RTL_CONSTANT_STRING(L"\\DosDevices\\ZVKernelDriver");
+    IoDeleteSymbolicLink(&link);
+    IoDeleteDevice(SteeringDevice);
+}
+
+/* Windows comes here when no handle is open any more, so that every device has been unplugged. */
+static void NTAPI OnUnload(PDRIVER_OBJECT driver)
+{
+    (void)driver;
+    StopClock();
+    RemoveSteeringDevice();
+}
+
+__declspec(dllexport) NTSTATUS NTAPI DriverEntry(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath);
+
+NTSTATUS NTAPI DriverEntry(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath)
+{
+    (void)registryPath;
+    DriverObject = driver;
+    KeInitializeSpinLock(&SpinLock);
+    InitializeListHead(&Devices);
+    driver->MajorFunction[IRP_MJ_CREATE] = OnCreate;
+    driver->MajorFunction[IRP_MJ_CLEANUP] = OnCleanup;
+    driver->MajorFunction[IRP_MJ_CLOSE] = OnClose;
+    driver->MajorFunction[IRP_MJ_DEVICE_CONTROL] = OnDeviceControl;
+    driver->DriverUnload = OnUnload;
+    NTSTATUS status = StartClock();
+    if (!NT_SUCCESS(status))
+        return status;
+    status = MakeSteeringDevice();
+    if (!NT_SUCCESS(status))
+        StopClock();
+    return status;
+}

@@ -1,0 +1,135 @@
+/* The rooms of the driver. One spin lock guards everything that is not constant; requests are ended
+ * only when it is let go of. */
+#pragma once
+
+#include <ntddk.h>
+
+#include "KernelDriverCodes.h"
+
+/** The codes of the wire; any other one is a host's own request. */
+#define ZVK_ITEM_CODE 0x122414UL
+#define ZVK_READ_CODE 0x122418UL
+#define ZVK_INFORMATION_CODE 0x122428UL
+
+#define ZVK_TAG 0x4B565A00UL
+
+/** Where a request waits, in the first of its words for drivers. */
+enum Place
+{
+    PlaceKept,
+    PlaceDelayed, /* due at the time in the second word */
+    PlaceRead
+};
+
+/** What is to become of the requests of one code. */
+struct Rule
+{
+    LIST_ENTRY Link;
+    struct ZvkRule Head;
+    ULONG Length;
+    UCHAR Bytes[1];
+};
+
+/** A control device, in its object's extension. Lives while it is plugged in or used. */
+struct Device
+{
+    LIST_ENTRY Link; /* in the list of all */
+    PDEVICE_OBJECT Object;
+    PFILE_OBJECT Owner; /* the steering handle; null when unplugged */
+    LIST_ENTRY Rules;
+    LIST_ENTRY Items;
+    LIST_ENTRY Waiting; /* requests that can be cancelled, oldest first */
+    LIST_ENTRY Held;    /* cancelled requests that are held */
+    BOOLEAN HoldsCancelled;
+    ULONG Uses;              /* handles, and whoever works with the device outside the lock */
+    struct ZvkCounts Counts; /* Waiting and Cancelled are counted when asked for */
+    WCHAR PathLink[ZVK_NAME_SIZE + 16];
+};
+
+/** An open handle of a control device, with the response that its reads are fed from. */
+struct Open
+{
+    PUCHAR Response;
+    ULONG Length;
+    ULONG Position;
+    BOOLEAN Responding; /* until the last chunk is out */
+};
+
+/* Driver.c */
+extern PDRIVER_OBJECT DriverObject; /* constant */
+void Lock(KIRQL* level);
+void Unlock(KIRQL level);
+void* Allocate(SIZE_T size); /* null when there is none */
+void Free(void* memory);     /* null too */
+
+/* Devices.c */
+extern LIST_ENTRY Devices;
+NTSTATUS Plug(PFILE_OBJECT owner, const char* name);
+NTSTATUS Unplug(PFILE_OBJECT owner);
+struct Device* FindPlugged(PFILE_OBJECT owner); /* under the lock */
+NTSTATUS OpenDevice(struct Device* device, PFILE_OBJECT file);
+void CloseDevice(struct Device* device, PFILE_OBJECT file);
+void EndUse(struct Device* device); /* not under the lock; the device may be gone afterwards */
+
+/* Queue.c; under the lock, but for the last */
+BOOLEAN Enqueue(struct Device* device, PIRP irp, enum Place place); /* false: cancelled, is to be ended */
+PIRP TakeFirst(struct Device* device, enum Place place, ULONG code, PFILE_OBJECT file);
+PIRP TakeDue(struct Device* device, LONGLONG now, LONGLONG* next);
+void TakeAll(struct Device* device, PFILE_OBJECT file, NTSTATUS status, PLIST_ENTRY ends); /* null: of all files */
+void TakeHeld(struct Device* device, PFILE_OBJECT file, PLIST_ENTRY ends);
+ULONG CountOf(const LIST_ENTRY* list);
+void AddEnd(PLIST_ENTRY ends, PIRP irp, NTSTATUS status, ULONG bytes);
+void EndAll(PLIST_ENTRY ends);
+
+/* Rules.c; under the lock, but for SetRule */
+NTSTATUS SetRule(PFILE_OBJECT owner, const struct ZvkRule* head, const UCHAR* bytes, ULONG length);
+const struct Rule* FindRule(const struct Device* device, ULONG code); /* null when there is none */
+void FreeRules(struct Device* device);
+
+/* Items.c; under the lock */
+NTSTATUS SetItem(struct Device* device, ULONG id, const UCHAR* bytes, ULONG length);
+void QueryItem(const struct Device* device, ULONG id, UCHAR* bytes, ULONG length);
+void FreeItems(struct Device* device);
+
+/** A request as the wire has it; it points into the request's buffer. */
+struct WireRequest
+{
+    ULONG Code;
+    UCHAR* Input;
+    ULONG InputSize;
+    ULONG Room;
+};
+
+/* Wire.c */
+struct WireRequest WireOf(PIRP irp);
+BOOLEAN IsWellFormed(const struct WireRequest* request, ULONG processId);
+ULONG PayloadLength(const struct WireRequest* request); /* of a host's request that is well formed */
+BOOLEAN IsSet(const UCHAR* record);
+ULONG ItemId(const UCHAR* record);
+
+enum
+{
+    HeaderSize = 10,
+    Overhead = 12, /* the header, and two bytes behind all else */
+    RecordHead = 40,
+    InformationSize = 100,
+    ChunkSize = 200
+};
+
+/* Answers.c; under the lock */
+void Answer(struct Device* device, PIRP irp, PLIST_ENTRY ends);
+void ServeReads(struct Device* device, PFILE_OBJECT file, PLIST_ENTRY ends);
+void FillEnd(PIRP irp, NTSTATUS status, const UCHAR* bytes, ULONG length, PLIST_ENTRY ends);
+
+/* Requests.c */
+NTSTATUS TakeRequest(struct Device* device, PIRP irp);
+
+/* Steering.c */
+NTSTATUS Steer(PIRP irp);
+
+/* Clock.c */
+NTSTATUS StartClock(void);
+void StopClock(void);
+void WakeClock(void);
+void AwaitClock(void); /* until what it has taken has ended */
+LONGLONG Now(void);    /* in units of 100 ns */

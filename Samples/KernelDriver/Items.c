@@ -1,0 +1,56 @@
+/* The information items of a device. */
+#include "Driver.h"
+
+struct Item
+{
+    LIST_ENTRY Link;
+    ULONG Id;
+    ULONG Length;
+    UCHAR Bytes[1];
+};
+
+static struct Item* ItemOf(PLIST_ENTRY link)
+{
+    return CONTAINING_RECORD(link, struct Item, Link);
+}
+
+static struct Item* Find(const struct Device* device, ULONG id)
+{
+    for (PLIST_ENTRY link = device->Items.Flink; link != &device->Items; link = link->Flink)
+        if (ItemOf(link)->Id == id)
+            return ItemOf(link);
+    return NULL;
+}
+
+NTSTATUS SetItem(struct Device* device, ULONG id, const UCHAR* bytes, ULONG length)
+{
+    struct Item* const old = Find(device, id);
+    struct Item* const item = Allocate(sizeof *item + length);
+    if (item == NULL)
+        return STATUS_INSUFFICIENT_RESOURCES;
+    item->Id = id;
+    item->Length = length;
+    RtlCopyMemory(item->Bytes, bytes, length);
+    InsertTailList(&device->Items, &item->Link);
+    if (old != NULL)
+    {
+        RemoveEntryList(&old->Link);
+        Free(old);
+    }
+    return STATUS_SUCCESS;
+}
+
+/* What the item does not have is zero. */
+void QueryItem(const struct Device* device, ULONG id, UCHAR* bytes, ULONG length)
+{
+    const struct Item* const item = Find(device, id);
+    RtlZeroMemory(bytes, length);
+    if (item != NULL)
+        RtlCopyMemory(bytes, item->Bytes, min(length, item->Length));
+}
+
+void FreeItems(struct Device* device)
+{
+    while (!IsListEmpty(&device->Items))
+        Free(ItemOf(RemoveHeadList(&device->Items)));
+}

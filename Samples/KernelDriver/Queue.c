@@ -1,0 +1,133 @@
+/* Requests that wait, each of which may be cancelled at any time. Whoever takes the cancel routine
+ * out of a request owns it; when the routine has been called already, the request is left to it. */
+#include "Driver.h"
+
+static PIRP IrpOf(PLIST_ENTRY link)
+{
+    return CONTAINING_RECORD(link, IRP, Tail.Overlay.ListEntry);
+}
+
+static PFILE_OBJECT FileOf(PIRP irp)
+{
+    return IoGetCurrentIrpStackLocation(irp)->FileObject;
+}
+
+void AddEnd(PLIST_ENTRY ends, PIRP irp, NTSTATUS status, ULONG bytes)
+{
+    irp->IoStatus.Status = status;
+    irp->IoStatus.Information = bytes;
+    InsertTailList(ends, &irp->Tail.Overlay.ListEntry);
+}
+
+void EndAll(PLIST_ENTRY ends)
+{
+    while (!IsListEmpty(ends))
+        IoCompleteRequest(IrpOf(RemoveHeadList(ends)), IO_NO_INCREMENT);
+}
+
+static void NTAPI OnCancel(PDEVICE_OBJECT object, PIRP irp)
+{
+    struct Device* const device = object->DeviceExtension;
+    LIST_ENTRY ends;
+    KIRQL level;
+    IoReleaseCancelSpinLock(irp->CancelIrql);
+    InitializeListHead(&ends);
+    Lock(&level);
+    RemoveEntryList(&irp->Tail.Overlay.ListEntry);
+    if (device->HoldsCancelled)
+        InsertTailList(&device->Held, &irp->Tail.Overlay.ListEntry);
+    else
+        AddEnd(&ends, irp, STATUS_CANCELLED, 0);
+    Unlock(level);
+    EndAll(&ends);
+}
+
+BOOLEAN Enqueue(struct Device* device, PIRP irp, enum Place place)
+{
+    irp->Tail.Overlay.DriverContext[0] = (void*)(ULONG_PTR)place;
+    IoMarkIrpPending(irp);
+    InsertTailList(&device->Waiting, &irp->Tail.Overlay.ListEntry);
+    IoSetCancelRoutine(irp, OnCancel);
+    /* Cancelled before the routine was there, so that nobody calls it. */
+    if (irp->Cancel && IoSetCancelRoutine(irp, NULL) != NULL)
+    {
+        RemoveEntryList(&irp->Tail.Overlay.ListEntry);
+        return FALSE;
+    }
+    return TRUE;
+}
+
+static BOOLEAN Take(PIRP irp)
+{
+    if (IoSetCancelRoutine(irp, NULL) == NULL)
+        return FALSE;
+    RemoveEntryList(&irp->Tail.Overlay.ListEntry);
+    return TRUE;
+}
+
+static BOOLEAN IsAt(PIRP irp, enum Place place)
+{
+    return irp->Tail.Overlay.DriverContext[0] == (void*)(ULONG_PTR)place;
+}
+
+/* Of one code, or with 0 of any; of one file, or with null of any. */
+PIRP TakeFirst(struct Device* device, enum Place place, ULONG code, PFILE_OBJECT file)
+{
+    for (PLIST_ENTRY link = device->Waiting.Flink; link != &device->Waiting; link = link->Flink)
+    {
+        PIRP const irp = IrpOf(link);
+        const ULONG itsCode = IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.IoControlCode;
+        if (IsAt(irp, place) && (code == 0 || itsCode == code) && (file == NULL || FileOf(irp) == file) && Take(irp))
+            return irp;
+    }
+    return NULL;
+}
+
+/* `next` becomes the time of the first that is not due yet, if that is sooner. */
+PIRP TakeDue(struct Device* device, LONGLONG now, LONGLONG* next)
+{
+    for (PLIST_ENTRY link = device->Waiting.Flink; link != &device->Waiting; link = link->Flink)
+    {
+        PIRP const irp = IrpOf(link);
+        const LONGLONG due = (LONGLONG)(ULONG_PTR)irp->Tail.Overlay.DriverContext[1];
+        if (!IsAt(irp, PlaceDelayed))
+            continue;
+        if (due > now)
+            *next = min(*next, due);
+        else if (Take(irp))
+            return irp;
+    }
+    return NULL;
+}
+
+void TakeAll(struct Device* device, PFILE_OBJECT file, NTSTATUS status, PLIST_ENTRY ends)
+{
+    for (PLIST_ENTRY link = device->Waiting.Flink; link != &device->Waiting;)
+    {
+        PIRP const irp = IrpOf(link);
+        link = link->Flink;
+        if ((file == NULL || FileOf(irp) == file) && Take(irp))
+            AddEnd(ends, irp, status, 0);
+    }
+}
+
+void TakeHeld(struct Device* device, PFILE_OBJECT file, PLIST_ENTRY ends)
+{
+    for (PLIST_ENTRY link = device->Held.Flink; link != &device->Held;)
+    {
+        PIRP const irp = IrpOf(link);
+        link = link->Flink;
+        if (file != NULL && FileOf(irp) != file)
+            continue;
+        RemoveEntryList(&irp->Tail.Overlay.ListEntry);
+        AddEnd(ends, irp, STATUS_CANCELLED, 0);
+    }
+}
+
+ULONG CountOf(const LIST_ENTRY* list)
+{
+    ULONG count = 0;
+    for (const LIST_ENTRY* link = list->Flink; link != list; link = link->Flink)
+        ++count;
+    return count;
+}

@@ -1,0 +1,87 @@
+/* What becomes of a request as it comes. */
+#include "Driver.h"
+
+static NTSTATUS EndNow(PIRP irp, NTSTATUS status, PLIST_ENTRY ends)
+{
+    AddEnd(ends, irp, status, 0);
+    return status;
+}
+
+static NTSTATUS Wait(struct Device* device, PIRP irp, enum Place place, PLIST_ENTRY ends)
+{
+    if (!Enqueue(device, irp, place))
+        AddEnd(ends, irp, STATUS_CANCELLED, 0);
+    return STATUS_PENDING;
+}
+
+static NTSTATUS WaitForRead(struct Device* device, PIRP irp, PLIST_ENTRY ends)
+{
+    PFILE_OBJECT const file = IoGetCurrentIrpStackLocation(irp)->FileObject;
+    const NTSTATUS status = Wait(device, irp, PlaceRead, ends);
+    ServeReads(device, file, ends);
+    return status;
+}
+
+static NTSTATUS WaitForTime(struct Device* device, PIRP irp, ULONG delayMs, PLIST_ENTRY ends)
+{
+    static_assert(sizeof(void*) == sizeof(LONGLONG), "the time lies in a pointer");
+    const LONGLONG due = Now() + (LONGLONG)delayMs * 10000;
+    irp->Tail.Overlay.DriverContext[1] = (void*)(ULONG_PTR)due;
+    WakeClock();
+    return Wait(device, irp, PlaceDelayed, ends);
+}
+
+static NTSTATUS EndByRule(PIRP irp, const struct Rule* rule, PLIST_ENTRY ends)
+{
+    const struct WireRequest request = WireOf(irp);
+    const NTSTATUS status = (NTSTATUS)rule->Head.Status;
+    if (rule->Head.Action == ZVK_ECHO)
+        FillEnd(irp, status, request.Input, request.InputSize, ends);
+    else
+        FillEnd(irp, status, rule->Bytes, rule->Length, ends);
+    return status;
+}
+
+/* Under the lock. */
+static NTSTATUS Deal(struct Device* device, PIRP irp, BOOLEAN isWellFormed, PLIST_ENTRY ends)
+{
+    const ULONG code = IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.IoControlCode;
+    const struct Rule* const rule = FindRule(device, code);
+    const ULONG action = rule != NULL ? rule->Head.Action : ZVK_ANSWER;
+    ++device->Counts.Requests;
+    if (device->Owner == NULL)
+        return EndNow(irp, STATUS_DEVICE_REMOVED, ends);
+    if (action == ZVK_END || action == ZVK_ECHO)
+        return EndByRule(irp, rule, ends);
+    if (action == ZVK_KEEP)
+        return Wait(device, irp, PlaceKept, ends);
+    if (!isWellFormed)
+    {
+        ++device->Counts.Malformed;
+        return EndNow(irp, STATUS_INVALID_PARAMETER, ends);
+    }
+    if (code == ZVK_READ_CODE)
+        return WaitForRead(device, irp, ends);
+    if (action == ZVK_DELAY)
+        return WaitForTime(device, irp, rule->Head.DelayMs, ends);
+    Answer(device, irp, ends);
+    return irp->IoStatus.Status;
+}
+
+NTSTATUS TakeRequest(struct Device* device, PIRP irp)
+{
+    LIST_ENTRY ends;
+    KIRQL level;
+    const struct WireRequest request = WireOf(irp);
+    InitializeListHead(&ends);
+    const BOOLEAN isBuffered = METHOD_FROM_CTL_CODE(request.Code) == METHOD_BUFFERED;
+    /* A control device is on top of its stack, so that this runs on the caller's thread. */
+    const BOOLEAN isWellFormed = isBuffered && IsWellFormed(&request, (ULONG)(ULONG_PTR)PsGetCurrentProcessId());
+    Lock(&level);
+    /* With another method the buffer is not what all that follows takes it for. */
+    const NTSTATUS status =
+        isBuffered ? Deal(device, irp, isWellFormed, &ends) : EndNow(irp, STATUS_INVALID_DEVICE_REQUEST, &ends);
+    Unlock(level);
+    EndAll(&ends);
+    return status;
+}

@@ -1,0 +1,156 @@
+#include "Adapters.h"
+
+#include <tuple>
+#include <vector>
+
+namespace
+{
+
+/// A text with a letter outside ASCII where the literal has '?'.
+WideText Wide(std::string_view text)
+{
+    WideText wide(text.begin(), text.end());
+    for (WCHAR& letter : wide)
+        letter = letter == '?' ? WCHAR{0xF6} : letter;
+    return wide;
+}
+
+class DeviceSetupTest : public testing::Test
+{
+protected:
+    DeviceSetupTest() { EXPECT_TRUE(SetupDiClassGuidsFromNameW(CWideText{"nEt"}.Text, &NetClass, 1, &Count)); }
+
+    HDEVINFO OpenSet() const { return SetupDiGetClassDevsW(&NetClass, nullptr, nullptr, DIGCF_PRESENT); }
+
+    static SP_DEVINFO_DATA EmptyRecord() { return {sizeof(SP_DEVINFO_DATA), {}, 0, 0}; }
+
+    static WideText Property(HDEVINFO set, SP_DEVINFO_DATA& device, DWORD property)
+    {
+        WCHAR text[64] = {};
+        SetupDiGetDeviceRegistryPropertyW(set, &device, property, nullptr, reinterpret_cast<BYTE*>(text), sizeof(text),
+                                          nullptr);
+        return text;
+    }
+
+    /// The tests' own devices in a set; a machine may have others.
+    static std::vector<SP_DEVINFO_DATA> OwnDevices(HDEVINFO set)
+    {
+        std::vector<SP_DEVINFO_DATA> devices;
+        SP_DEVINFO_DATA data = EmptyRecord();
+        DWORD i = 0;
+        for (; SetupDiEnumDeviceInfo(set, i, &data); ++i)
+        {
+            if (Property(set, data, SPDRP_HARDWAREID).starts_with(Wide("ZVC\\")))
+                devices.push_back(data);
+        }
+        EXPECT_FAILS_WITH(ERROR_NO_MORE_ITEMS, SetupDiEnumDeviceInfo(set, i, &data));
+        return devices;
+    }
+
+    static std::vector<WideText> IdsOf(HDEVINFO set)
+    {
+        std::vector<WideText> ids;
+        for (SP_DEVINFO_DATA& device : OwnDevices(set))
+            ids.push_back(Property(set, device, SPDRP_HARDWAREID));
+        EXPECT_TRUE(SetupDiDestroyDeviceInfoList(set));
+        return ids;
+    }
+
+    Adapters Machine;
+    GUID NetClass{};
+    DWORD Count = 0;
+};
+
+TEST_F(DeviceSetupTest, ClassNamesGiveTheirGuids)
+{
+    EXPECT_EQ(1U, std::exchange(Count, 7));
+    EXPECT_EQ(0x4D36E972U, NetClass.Data1);
+    EXPECT_FAILS_WITH(ERROR_INSUFFICIENT_BUFFER, SetupDiClassGuidsFromNameW(CWideText{"Net"}.Text, nullptr, 0, &Count));
+    EXPECT_EQ(1U, Count);
+    EXPECT_TRUE(SetupDiClassGuidsFromNameW(CWideText{"ZVNothing"}.Text, &NetClass, 1, &Count));
+    EXPECT_EQ(0U, Count);
+}
+
+TEST_F(DeviceSetupTest, SetIsASnapshotOfTheClass)
+{
+    const WideText first = Wide("ZVC\\1");
+    const WideText late = Wide("ZVC\\2");
+    Machine.Add({first});
+    const HDEVINFO before = OpenSet();
+    Machine.Add({late});
+    EXPECT_EQ((std::vector{first}), IdsOf(before));
+    EXPECT_EQ((std::vector{first, late}), IdsOf(OpenSet()));
+    Machine.Remove(first);
+    EXPECT_EQ((std::vector{late}), IdsOf(OpenSet()));
+    EXPECT_EQ((std::vector{late}),
+              IdsOf(SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_PRESENT | DIGCF_ALLCLASSES)));
+    NetClass.Data1 = 1; // now another class
+    EXPECT_TRUE(IdsOf(OpenSet()).empty());
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER,
+                      SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_PRESENT) != INVALID_HANDLE_VALUE);
+}
+
+TEST_F(DeviceSetupTest, ReadsPropertiesThroughRightRecordsAndHandles)
+{
+    Machine.Add({Wide("ZVC\\1"), Wide("W?"), Wide("")});
+    Machine.Add({Wide("ZVC\\2")});
+    // Property and room for it; last error (0 for success), size, type and memory.
+    const std::tuple<DWORD, DWORD, std::tuple<DWORD, DWORD, DWORD, WideText>> cases[] = {
+        {SPDRP_HARDWAREID, 14, {0, 14, REG_MULTI_SZ, Wide({"ZVC\\1\0\0", 7})}},
+        {SPDRP_HARDWAREID, 13, {ERROR_INSUFFICIENT_BUFFER, 14, REG_MULTI_SZ, Wide("#######")}},
+        {SPDRP_FRIENDLYNAME, 14, {0, 6, REG_SZ, Wide({"W?\0####", 7})}},
+        {SPDRP_DEVICEDESC, 2, {0, 2, REG_SZ, Wide({"\0######", 7})}},
+    };
+    const auto get = SetupDiGetDeviceRegistryPropertyW;
+    const HDEVINFO set = OpenSet();
+    SP_DEVINFO_DATA data = EmptyRecord();
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, get(set, &data, SPDRP_DRIVER, nullptr, nullptr, 0, nullptr));
+    std::vector<SP_DEVINFO_DATA> devices = OwnDevices(set);
+    ASSERT_EQ(2U, devices.size());
+    for (const auto& [property, room, expected] : cases)
+    {
+        WideText text = Wide("#######");
+        DWORD type = 99;
+        DWORD required = 99;
+        SetLastError(0);
+        const BOOL read = get(set, &devices[0], property, &type, reinterpret_cast<BYTE*>(text.data()), room, &required);
+        EXPECT_EQ(expected, std::tuple(GetLastError(), required, type, text)) << property;
+        EXPECT_EQ(std::get<0>(expected) == 0, read != FALSE);
+    }
+    EXPECT_FAILS_WITH(ERROR_INVALID_DATA, get(set, &devices[1], SPDRP_FRIENDLYNAME, nullptr, nullptr, 0, nullptr));
+    data.cbSize = 0;
+    EXPECT_FAILS_WITH(ERROR_INVALID_USER_BUFFER, SetupDiEnumDeviceInfo(set, 0, &data));
+    EXPECT_TRUE(SetupDiDestroyDeviceInfoList(set));
+    EXPECT_FAILS_WITH(ERROR_INVALID_HANDLE, SetupDiEnumDeviceInfo(INVALID_HANDLE_VALUE, 0, &data));
+}
+
+TEST_F(DeviceSetupTest, DriverKeyOpensBelowAReadOnlyClassRoot)
+{
+    Machine.Add({.HardwareId = Wide("ZVC\\1"), .Service = "zvwlanu"});
+    const HDEVINFO set = OpenSet();
+    std::vector<SP_DEVINFO_DATA> devices = OwnDevices(set);
+    ASSERT_EQ(1U, devices.size());
+    SP_DEVINFO_DATA& data = devices.front();
+    const Opened root = SetupDiOpenClassRegKey(nullptr, KEY_READ);
+    HKEY found = nullptr;
+    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyW(root, Property(set, data, SPDRP_DRIVER).c_str(), &found));
+    const Opened key = found;
+    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyA(key, "Ndi", &found));
+    const Opened ndi = found;
+    BYTE service[8] = {};
+    DWORD size = sizeof(service);
+    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(ndi, "Service", nullptr, nullptr, service, &size));
+    EXPECT_STREQ("zvwlanu", reinterpret_cast<const char*>(service));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(root, "v", 0, REG_BINARY, service, 1));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyValueA(root, nullptr, "v"));
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyValueA(root, "", "v")) << "a path opens the key anew";
+    EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "v", 0, REG_BINARY, service, 1));
+    {
+        const Opened same = SetupDiOpenDevRegKey(set, &data, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_READ);
+        EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(same, "v", nullptr, nullptr, nullptr, nullptr));
+        EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(same, "v", 0, REG_BINARY, service, 1));
+    }
+    EXPECT_TRUE(SetupDiDestroyDeviceInfoList(set));
+}
+
+} // namespace

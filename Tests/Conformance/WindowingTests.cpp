@@ -1,0 +1,125 @@
+#include "Checks.h"
+#include "TestWindows.h"
+
+#include <tuple>
+
+namespace
+{
+
+class WindowingTest : public testing::Test
+{
+protected:
+    WindowingTest()
+    {
+        const WNDCLASSEXW record = TestClass();
+        EXPECT_NE(0, RegisterClassExW(&record));
+    }
+};
+
+TEST_F(WindowingTest, ProcedureTakesPartInCreationAndEnd)
+{
+    // A message and the answer to it; all messages, and whether there is a window then.
+    const std::tuple<UINT, LRESULT, std::vector<UINT>, bool> cases[] = {
+        {WM_NULL, 0, {WM_GETMINMAXINFO, WM_NCCREATE, WM_NCCALCSIZE, WM_CREATE}, true},
+        {WM_NCCREATE, 0, {WM_GETMINMAXINFO, WM_NCCREATE, WM_NCDESTROY}, false},
+        {WM_CREATE, -1, {WM_GETMINMAXINFO, WM_NCCREATE, WM_NCCALCSIZE, WM_CREATE, WM_NCDESTROY}, false},
+    };
+    for (const auto& [special, answer, expected, made] : cases)
+    {
+        std::vector<UINT> seen;
+        handler = [&, other = special, result = answer](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+            seen.push_back(message);
+            if (message == WM_CREATE)
+            {
+                EXPECT_EQ(&seen, reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
+            }
+            EXPECT_EQ(message != WM_DESTROY && message != WM_NCDESTROY, lParam != 0);
+            return message == other ? result : DefWindowProcW(window, message, wParam, lParam);
+        };
+        const HWND window = MakeWindow(ClassName.Text, &seen);
+        std::erase(seen, made ? WM_NULL : UINT{WM_DESTROY}); // systems differ in whether a refused window hears it
+        EXPECT_EQ(expected, seen);
+        ASSERT_EQ(made, window != nullptr);
+        if (made)
+        {
+            std::jthread([window] { EXPECT_FAILS_WITH(ERROR_ACCESS_DENIED, DestroyWindow(window)); }).join();
+            seen.clear();
+            EXPECT_FALSE(ShowWindow(window, SW_HIDE)) << "it was hidden";
+            EXPECT_TRUE(UpdateWindow(window));
+            EXPECT_TRUE(DestroyWindow(window));
+            EXPECT_EQ((std::vector<UINT>{WM_DESTROY, WM_NCDESTROY}), seen);
+        }
+    }
+}
+
+TEST_F(WindowingTest, RefusesWhatWindowsRefuses)
+{
+    WNDCLASSEXW record = TestClass();
+    constexpr CWideText sameClass = "zvCONFORMANCE";
+    record.lpszClassName = sameClass.Text;
+    EXPECT_FAILS_WITH(ERROR_CLASS_ALREADY_EXISTS, RegisterClassExW(&record));
+    constexpr CWideText otherClass = "ZVConformanceOther";
+    record.lpszClassName = otherClass.Text;
+    const ATOM number = RegisterClassExW(&record);
+    record = {};
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, RegisterClassExW(&record));
+    EXPECT_NE(nullptr, LoadIconW(nullptr, IDI_APPLICATION));
+    EXPECT_NE(nullptr, LoadCursorW(nullptr, IDC_ARROW));
+    EXPECT_FAILS_WITH(ERROR_RESOURCE_DATA_NOT_FOUND, LoadCursorW(GetModuleHandleW(nullptr), IDC_ARROW));
+    EXPECT_EQ(nullptr, MakeWindow(CWideText{"Nothing"}.Text));
+    const HWND window = MakeWindow(reinterpret_cast<const WCHAR*>(std::uintptr_t{number}));
+    ASSERT_NE(nullptr, window);
+
+    EXPECT_FAILS_WITH(ERROR_INVALID_DATA, Register(window, 32, 2));
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, Register(nullptr));
+    EXPECT_NE(nullptr, Register(window));
+
+    MSG message{};
+    EXPECT_TRUE(DestroyWindow(window));
+    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, GetMessageW(&message, window, 0, 0) != -1);
+    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, PostMessageW(window, WM_USER, 0, 0));
+    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, SendMessageW(window, WM_USER, 0, 0));
+}
+
+TEST_F(WindowingTest, PostedMessagesComeInOrderAndTheQuitLast)
+{
+    const DWORD self = GetCurrentThreadId();
+    MSG message{};
+    EXPECT_FALSE(PeekMessageW(&message, nullptr, WM_USER, WM_USER, PM_NOREMOVE)) << "makes the thread's queue";
+    std::jthread([self] {
+        std::promise<DWORD> thread;
+        const std::jthread other([&] { thread.set_value(GetCurrentThreadId()); });
+        EXPECT_FAILS_WITH(ERROR_INVALID_THREAD_ID, PostThreadMessageW(thread.get_future().get(), WM_USER, 0, 0));
+        EXPECT_TRUE(PostThreadMessageW(self, WM_USER, 0, 0));
+    }).join();
+    PostQuitMessage(3);
+    EXPECT_TRUE(PostMessageW(nullptr, WM_USER + 1, 7, -7));
+    EXPECT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE));
+    const std::tuple<UINT, WPARAM, BOOL> order[] = {{WM_USER, 0, 1}, {WM_USER + 1, 7, 1}, {WM_QUIT, 3, 0}};
+    for (const auto& [number, wParam, result] : order)
+    {
+        EXPECT_EQ(result, GetMessageW(&message, nullptr, 0, 0));
+        EXPECT_EQ(std::pair(number, wParam), std::pair(message.message, message.wParam));
+    }
+    EXPECT_FALSE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+}
+
+TEST_F(WindowingTest, SentMessagesAreCarriedOutInsideGetMessage)
+{
+    std::thread::id worker;
+    WindowThread there([&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        worker = std::this_thread::get_id();
+        if (message == WM_USER + 5)
+            DestroyWindow(window); // the sender still gets its answer
+        return message < WM_USER ? DefWindowProcW(window, message, wParam, lParam) : LRESULT{message} + lParam;
+    });
+    EXPECT_TRUE(PostMessageW(there.First, WM_USER + 1, 0, 0));
+    EXPECT_EQ(LRESULT{WM_USER - 7}, SendMessageW(there.First, WM_USER, 0, -7));
+    EXPECT_NE(std::this_thread::get_id(), worker);
+    EXPECT_EQ(LRESULT{WM_USER + 5}, SendMessageW(there.Second, WM_USER + 5, 0, 0));
+    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, SendMessageW(there.Second, WM_USER, 0, 0));
+    EXPECT_TRUE(PostMessageW(there.First, WM_USER + 2, 0, 0));
+    EXPECT_EQ((std::vector<UINT>{WM_USER + 1, WM_USER + 2}), there.Quit());
+}
+
+} // namespace

@@ -1,0 +1,67 @@
+// Where the stand-in does less than Windows, and where Wine differs from Windows.
+#include "WindowFixture.h"
+
+namespace
+{
+
+using LimitTest = WindowingTest;
+
+TEST_F(LimitTest, WindowsAndWaits)
+{
+    const Opened event = CreateEventW(nullptr, FALSE, TRUE, nullptr);
+    const HANDLE handle = event;
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, WaitForMultipleObjects(1, &handle, TRUE, 0) != WAIT_FAILED);
+
+    Box->FailCall("CreateWindowExW", 1, ERROR_NOT_ENOUGH_MEMORY);
+    EXPECT_FAILS_WITH(ERROR_NOT_ENOUGH_MEMORY, MakeWindow());
+    const HWND window = MakeWindow();
+    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, MakeWindow(ClassName.Text, nullptr, window));
+    EXPECT_FAILS_WITH(ERROR_RESOURCE_NAME_NOT_FOUND, LoadCursorW(nullptr, nullptr));
+    EXPECT_FAILS_WITH(ERROR_CANNOT_FIND_WND_CLASS, MakeWindow(u"Nothing"));
+    EXPECT_FAILS_WITH(ERROR_INVALID_DATA, Register(window, 28));
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, RegisterDeviceNotificationW(window, nullptr, 0));
+    MSG message{};
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, GetMessageW(&message, window, 0, 0) != -1);
+    const HDEVNOTIFY registered = Register(window);
+    EXPECT_TRUE(UnregisterDeviceNotification(registered));
+    EXPECT_FAILS_WITH(ERROR_INVALID_HANDLE, UnregisterDeviceNotification(registered));
+    int posted = 0;
+    while (PostMessageW(nullptr, WM_USER, 0, 0))
+        ++posted;
+    EXPECT_EQ(10000, posted);
+    EXPECT_EQ(DWORD{ERROR_NOT_ENOUGH_QUOTA}, GetLastError());
+    EXPECT_EQ(1U, Platform::CountOpenObjects().Windows);
+    EXPECT_TRUE(DestroyWindow(window));
+    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, DestroyWindow(window));
+    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, UpdateWindow(window));
+    EXPECT_EQ(0U, Platform::CountOpenObjects().Windows);
+}
+
+TEST_F(LimitTest, Registry)
+{
+    HKEY key = nullptr;
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, RegCreateKeyA(HKEY_LOCAL_MACHINE, "NoHive\\Key", &key));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyA(HKEY_LOCAL_MACHINE, ""));
+    auto inner = std::make_unique<Platform::ScopedMachine>();
+    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A", &key));
+    inner.reset();
+    EXPECT_FALSE(Box->KeyExists("SOFTWARE\\A"));
+    EXPECT_EQ(ERROR_SUCCESS, RegFlushKey(key)) << "the handle keeps its machine";
+    EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
+}
+
+TEST_F(LimitTest, Modules)
+{
+    HMODULE found = nullptr;
+    const auto* here = reinterpret_cast<const WCHAR*>(&TestClass);
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, GetModuleHandleExW(0, here, &found));
+    EXPECT_FAILS_WITH(ERROR_MOD_NOT_FOUND, GetModuleHandleW(u"kernel32"));
+    const HMODULE onThePath = LoadLibraryA("libm.so.6");
+    EXPECT_EQ(onThePath, LoadLibraryA("libm.so.6"));
+    EXPECT_NE(nullptr, GetProcAddress(onThePath, "cos"));
+    EXPECT_EQ(2U, Platform::CountOpenObjects().Modules);
+    EXPECT_TRUE(FreeLibrary(onThePath));
+    EXPECT_TRUE(FreeLibrary(onThePath));
+}
+
+} // namespace

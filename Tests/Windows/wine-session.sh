@@ -1,0 +1,50 @@
+#!/bin/bash
+# Runs a command in a Wine of its own and leaves nothing of it running.
+# usage: wine-session.sh PREFIX DRIVER_TOOL DRIVER COMMAND [ARGUMENT...]
+# The prefix is made when it is missing. The driver is loaded by the tool before the command, which
+# finds the environment set up for its programs.
+set -eu
+prefix=$(realpath -m -- "$1") tool=$2 driver=$3
+shift 3
+
+export WINEPREFIX=$prefix WINEDEBUG=-all
+# No questions about missing runtimes, no entries in menus, and a crash ends a program at once.
+export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winedbg.exe='
+unset DISPLAY
+
+wine_quietly() { timeout 120 wine "$@" </dev/null >/dev/null 2>&1; }
+
+# Most of a new prefix are copies of Wine's own files, some 600 MB of them.
+share_files()
+{
+    local own=/usr/lib/x86_64-linux-gnu/wine/x86_64-windows file
+    for file in "$prefix"/drive_c/windows/system32/*; do
+        if [ -f "$file" ] && [ ! -L "$file" ] && cmp -s "$file" "$own/${file##*/}"; then
+            ln -sf "$own/${file##*/}" "$file"
+        fi
+    done
+}
+
+make_prefix()
+{
+    rm -rf "$prefix"
+    mkdir -p "$prefix"
+    wine_quietly wineboot -i
+    # Windows without a screen.
+    wine_quietly reg add 'HKCU\Software\Wine\Drivers' /v Graphics /t REG_SZ /d null /f
+    timeout 60 wineserver -k || true
+    timeout 60 wineserver -w || true
+    share_files
+    touch "$prefix/.complete"
+}
+
+end_all() { timeout 60 wineserver -k || true; }
+
+[ -e "$prefix/.complete" ] || make_prefix
+trap end_all EXIT
+# A server that stays: drivers go with the last process otherwise. What the first process starts keeps
+# that process's outputs open, so they are nobody's.
+wineserver -p >/dev/null 2>&1
+wine_quietly wineboot
+timeout 60 wine "$tool" load "Z:$(realpath -- "$driver" | tr / '\\')"
+"$@"
