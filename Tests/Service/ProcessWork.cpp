@@ -51,7 +51,9 @@ std::string PromptAdapter(const Host& host)
 {
     if (host.Simulated)
         return "{sim-2}";
-    [[maybe_unused]] static const auto& added = *new auto(AddAdapter("{prompt}"));
+    static std::atomic<bool> added{false};
+    if (!added.exchange(true))
+        AddAdapter("{prompt}");
     return "{prompt}";
 }
 

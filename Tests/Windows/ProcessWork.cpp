@@ -48,7 +48,9 @@ std::string PromptAdapter(const Host& host)
 {
     if (host.Simulated)
         return "{sim-2}";
-    [[maybe_unused]] static const KernelDevice& added = AddAdapter(81, "{prompt}");
+    static std::atomic<bool> added{false};
+    if (!added.exchange(true))
+        AddAdapter(81, "{prompt}");
     return "{prompt}";
 }
 
