@@ -14,8 +14,8 @@ extern "C"
 {
     /// Loads a library. A bare name is looked for in the program's folder, then in the current one, then
     /// on the system's path; the first file of that name decides. So is one with a relative path, but for
-    /// the system's path; an absolute one is used as it stands. Null and ERROR_MOD_NOT_FOUND on failure. Each load of a
-    /// library counts.
+    /// the system's path; an absolute one is used as it stands. Null and ERROR_MOD_NOT_FOUND on failure.
+    /// Each load of a library counts.
     PLATFORM_API HMODULE LoadLibraryA(const char* name);
 
     /// Looks an export up in that module alone, not in those it depends on; null stands for the program.
@@ -26,9 +26,9 @@ extern "C"
     /// ERROR_MOD_NOT_FOUND.
     PLATFORM_API HMODULE GetModuleHandleW(const WCHAR* name);
 
-    /// Finds the module that an address lies in (GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS is needed), for null
-    /// the program, and
-    /// counts a load of it, or with GET_MODULE_HANDLE_EX_FLAG_PIN keeps it until the process ends.
+    /// Finds the module that an address lies in (GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS is needed), for
+    /// null the program, and counts a load of it, or with GET_MODULE_HANDLE_EX_FLAG_PIN keeps it until the
+    /// process ends.
     PLATFORM_API BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module);
 
     /// Whether the process is ending and the system has ended its other threads for that. Never here:

@@ -41,18 +41,10 @@ class KeepingDevice final : public Platform::ControlDevice
 public:
     void Start(const RequestPtr& request) override
     {
-        const std::scoped_lock lock(Mutex);
-        if (const auto rule = Rules.find(request->Code()); rule == Rules.end())
+        if (const std::optional<Rule> rule = RuleOrKeep(request))
         {
-            Kept.push_back(request);
-        }
-        else if (rule->second.Bytes)
-        {
-            EndOne(*request, rule->second.Error, *rule->second.Bytes);
-        }
-        else
-        {
-            request->Complete(rule->second.Error, request->Input());
+            const auto input = request->Input();
+            EndOne(*request, rule->Error, rule->Bytes.value_or(std::string(input.begin(), input.end())));
         }
     }
     void Cancel(const RequestPtr& request) override
@@ -104,6 +96,15 @@ public:
     }
 
 private:
+    std::optional<Rule> RuleOrKeep(const RequestPtr& request)
+    {
+        const std::scoped_lock lock(Mutex);
+        if (const auto rule = Rules.find(request->Code()); rule != Rules.end())
+            return rule->second;
+        Kept.push_back(request);
+        return std::nullopt;
+    }
+
     std::mutex Mutex; ///< Guards everything below.
     std::map<DWORD, Rule> Rules;
     bool Holds = false;

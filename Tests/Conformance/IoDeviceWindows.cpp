@@ -1,9 +1,10 @@
 // The kernel-mode test driver, loaded beforehand.
 #include "IoDevice.h"
 
-#include "KernelDriverCodes.h"
+#include "KernelDevice.h"
 
 #include <array>
+#include <span>
 #include <utility>
 
 namespace
@@ -22,69 +23,51 @@ std::uint32_t StatusOf(DWORD error)
     return 0xC0000001;
 }
 
-template <class Record>
-std::string Join(const Record& record, const std::string& bytes = "")
+std::span<const std::uint8_t> BytesOf(const std::string& text)
 {
-    return std::string(reinterpret_cast<const char*>(&record), sizeof(record)) + bytes;
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 } // namespace
 
 struct IoDevice::Impl
 {
-    const std::string Name = "ZVIo" + std::to_string(GetCurrentProcessId());
-    const std::string Path = R"(\\.\)" + Name;
-    const Opened<HANDLE> Steering = CreateFileA(ZVK_STEERING_PATH, GENERIC_READ | GENERIC_WRITE,
-                                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
-
-    DWORD Steer(DWORD code, std::string input = "") const
-    {
-        DWORD returned = 0;
-        return DeviceIoControl(Steering, code, input.data(), static_cast<DWORD>(input.size()), nullptr, 0, &returned,
-                               nullptr)
-                   ? 0
-                   : GetLastError();
-    }
-    void SetRule(const ZvkRule& rule, const std::string& bytes = "") const
-    {
-        EXPECT_EQ(0U, Steer(ZVK_SET_RULE, Join(rule, bytes)));
-    }
+    const KernelDevice Device{std::to_string(GetCurrentProcessId())};
 };
 
 IoDevice::IoDevice() : Self(std::make_unique<Impl>())
 {
-    EXPECT_EQ(0U, Self->Steer(ZVK_PLUG, Self->Name)) << "is the driver loaded?";
-    Self->SetRule({0, ZVK_KEEP, 0, 0});
+    Self->Device.SetRule(0, ZVK_KEEP);
 }
 
 IoDevice::~IoDevice() = default;
 
 const char* IoDevice::Path() const
 {
-    return Self->Path.c_str();
+    return Self->Device.Path().c_str();
 }
 
 void IoDevice::EndAtOnce(DWORD code, DWORD error, const std::string& bytes)
 {
-    Self->SetRule({code, ZVK_END, StatusOf(error), 0}, bytes);
+    Self->Device.SetRule(code, ZVK_END, BytesOf(bytes), StatusOf(error));
 }
 
 void IoDevice::Echo(DWORD code)
 {
-    Self->SetRule({code, ZVK_ECHO, 0, 0});
+    Self->Device.SetRule(code, ZVK_ECHO);
 }
 
 bool IoDevice::End(DWORD code, DWORD error, const std::string& bytes)
 {
-    return Self->Steer(ZVK_END_KEPT, Join(ZvkEnd{code, StatusOf(error)}, bytes)) == 0;
+    return Self->Device.TryEndKept(code, StatusOf(error), BytesOf(bytes));
 }
 
 void IoDevice::HoldCancelled(bool hold)
 {
-    EXPECT_EQ(0U, Self->Steer(ZVK_HOLD_CANCELLED, Join(std::uint32_t{hold})));
+    Self->Device.HoldCancelled(hold);
 }
 
 void IoDevice::Unplug()
 {
-    EXPECT_EQ(0U, Self->Steer(ZVK_UNPLUG));
+    Self->Device.Unplug();
 }

@@ -52,6 +52,27 @@ void SendAsync(CDeviceIntf& device, std::uint32_t timeout, ZV_ASYNC_CALLBACK cal
     }
 }
 
+void SendManyAndAwaitOne(CDeviceIntf& device)
+{
+    static std::atomic<bool> served{false};
+    const auto callback = [](void*, std::uint32_t, const _ZV_ASYNC_RESULT*) {
+        served = true;
+        TellChange();
+    };
+    SendAsync(device, 1000, callback, 100);
+    AwaitChange(served, false);
+}
+
+std::string PromptAdapter(const Host& host)
+{
+    if (host.Simulated)
+        return "{sim-2}";
+    static std::atomic<bool> added{false};
+    if (!added.exchange(true))
+        AddPromptAdapter();
+    return "{prompt}";
+}
+
 void BeIdle(Host& /*host*/) {}
 
 void SendEvents(Host& host)

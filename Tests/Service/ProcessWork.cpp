@@ -47,14 +47,9 @@ std::shared_ptr<Platform::ScriptedDevice> AddAdapter(const std::string& identity
 
 } // namespace
 
-std::string PromptAdapter(const Host& host)
+void AddPromptAdapter()
 {
-    if (host.Simulated)
-        return "{sim-2}";
-    static std::atomic<bool> added{false};
-    if (!added.exchange(true))
-        AddAdapter("{prompt}");
-    return "{prompt}";
+    AddAdapter("{prompt}");
 }
 
 void EndProcess(int code)
@@ -95,7 +90,6 @@ void HoldAsync(Host& host)
 /// Many asynchronous requests that a driver's thread ends one after the other.
 void ServeAsync(Host& host)
 {
-    static std::atomic<bool> served{false};
     const auto driver = AddAdapter("{served}");
     driver->On(WaitRsp, driver->Hold());
     std::thread([driver] {
@@ -103,12 +97,7 @@ void ServeAsync(Host& host)
             driver->Held(WaitRsp)->Complete(0);
     }).detach();
     host.Device = Open(host, "{served}");
-    const auto callback = [](void*, std::uint32_t, const _ZV_ASYNC_RESULT*) {
-        served = true;
-        TellChange();
-    };
-    SendAsync(*host.Device, 1000, callback, 100);
-    AwaitChange(served, false);
+    SendManyAndAwaitOne(*host.Device);
 }
 
 /// A watcher that looks after an adapter that has gone, and the key of its driver with it or not.

@@ -36,11 +36,12 @@ void LookAgain()
 } // namespace
 
 KernelDevice::KernelDevice(const std::string& identity)
-    : Steering(CreateFileA(ZVK_STEERING_PATH, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+    : DevicePath(R"(\\.\Zorvane_Wifi_Device)" + identity),
+      Steering(CreateFileA(ZVK_STEERING_PATH, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                            OPEN_EXISTING, 0, nullptr))
 {
     Check(Steering ? ERROR_SUCCESS : GetLastError(), "open");
-    const std::string name = "Zorvane_Wifi_Device" + identity;
+    const std::string name = DevicePath.substr(DevicePath.rfind('\\') + 1);
     Check(Steer(ZVK_PLUG, {reinterpret_cast<const std::uint8_t*>(name.c_str()), name.size() + 1}), "plug");
 }
 
@@ -51,13 +52,28 @@ void KernelDevice::SetRule(std::uint32_t code, ZvkAction action, std::span<const
     Check(Steer(ZVK_SET_RULE, Joined(rule, bytes)), "rule");
 }
 
+bool KernelDevice::TryEndKept(std::uint32_t code, std::uint32_t status, std::span<const std::uint8_t> bytes) const
+{
+    const unsigned long error = Steer(ZVK_END_KEPT, Joined(ZvkEnd{code, status}, bytes));
+    if (error != ERROR_NOT_FOUND)
+        Check(error, "end");
+    return error == ERROR_SUCCESS;
+}
+
 void KernelDevice::EndKept(std::uint32_t code, std::uint32_t status, std::span<const std::uint8_t> bytes) const
 {
-    const std::vector<std::uint8_t> end = Joined(ZvkEnd{code, status}, bytes);
-    unsigned long error = Steer(ZVK_END_KEPT, end);
-    for (; error == ERROR_NOT_FOUND; error = Steer(ZVK_END_KEPT, end))
+    while (!TryEndKept(code, status, bytes))
         LookAgain();
-    Check(error, "end");
+}
+
+void KernelDevice::HoldCancelled(bool hold) const
+{
+    Check(Steer(ZVK_HOLD_CANCELLED, Joined(std::uint32_t{hold}, {})), "hold");
+}
+
+void KernelDevice::Unplug() const
+{
+    Check(Steer(ZVK_UNPLUG, {}), "unplug");
 }
 
 void KernelDevice::AwaitWaiting(std::uint32_t count) const

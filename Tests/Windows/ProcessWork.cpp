@@ -4,9 +4,7 @@
 #include "KernelDevice.h"
 #include "OSPlatform.h"
 #include "RegistryAdapter.h"
-#include "WordWait.h"
 
-#include <atomic>
 #include <bit>
 #include <cstdlib>
 #include <thread>
@@ -44,14 +42,9 @@ std::function<void(unsigned, std::uint64_t)> Source(const Host& host)
     return [window](unsigned message, std::uint64_t wParam) { PostMessageA(window, message, wParam, 0); };
 }
 
-std::string PromptAdapter(const Host& host)
+void AddPromptAdapter()
 {
-    if (host.Simulated)
-        return "{sim-2}";
-    static std::atomic<bool> added{false};
-    if (!added.exchange(true))
-        AddAdapter(81, "{prompt}");
-    return "{prompt}";
+    AddAdapter(81, "{prompt}");
 }
 
 void EndProcess(int code)
@@ -92,15 +85,9 @@ void HoldAsync(Host& host)
 /// Many asynchronous requests that the driver answers one after the other.
 void ServeAsync(Host& host)
 {
-    static std::atomic<bool> served{false};
     AddAdapter(82, "{served}");
     host.Device = Open(host, "{served}");
-    const auto callback = [](void*, std::uint32_t, const _ZV_ASYNC_RESULT*) {
-        served = true;
-        TellChange();
-    };
-    SendAsync(*host.Device, 1000, callback, 100);
-    AwaitChange(served, false);
+    SendManyAndAwaitOne(*host.Device);
 }
 
 constexpr Work Table[] = {
