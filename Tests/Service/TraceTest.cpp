@@ -35,8 +35,6 @@ public:
         return Arguments;
     }
 
-    std::optional<Platform::TraceSession> Running;
-
 private:
     void Take(const Platform::TraceRecord& record)
     {
@@ -53,6 +51,10 @@ private:
     std::mutex Mutex;
     std::vector<const ZVTraceMessage*> Taken;         ///< Guarded by Mutex.
     std::vector<std::vector<std::uint8_t>> Arguments; ///< Guarded by Mutex.
+
+public:
+    /// Last of all: begins when there is where to put points, and ends before that goes.
+    std::optional<Platform::TraceSession> Running;
 };
 
 bool Has(const std::vector<const ZVTraceMessage*>& rows, ZVTracePoint point)
