@@ -26,9 +26,6 @@ const CLI::App* FindCommand(const CLI::App& app, std::string_view name);
 /// Adds the commands that work alone and as lines of a session; the default one comes first.
 std::vector<Command> AddToolCommands(CLI::App& app);
 
-/// Uses an adapter in every way there is, a line for each step.
-Command AddTourCommand(CLI::App& app);
-
 /// Lists adapters as a table or as JSON.
 Command AddListCommand(CLI::App& app);
 
@@ -55,9 +52,6 @@ std::vector<Command> AddNicCommands(CLI::App& app);
 
 /// Tells of events as they come.
 Command AddWatchCommand(CLI::App& app);
-
-/// What happens to a machine, a command each; for lines of a session.
-std::vector<Command> AddMachineCommands(CLI::App& app);
 
 /// Waits for an event, and prints those that nobody waited for; for lines of a session.
 std::vector<Command> AddWaitCommands(CLI::App& app);

@@ -1,4 +1,5 @@
 #include "Command.h"
+#include "Host.h"
 
 #include <algorithm>
 #include <iterator>
@@ -17,9 +18,10 @@ const CLI::App* FindCommand(const CLI::App& app, std::string_view name)
 
 std::vector<Command> AddToolCommands(CLI::App& app)
 {
-    std::vector<Command> commands = {AddTourCommand(app),    AddListCommand(app), AddInfoCommand(app),
-                                     AddAbilityCommand(app), AddGetCommand(app),  AddSetCommand(app),
-                                     AddIoctlCommand(app)};
+    std::vector<Command> commands = Host::AddCommands(app);
+    for (const auto add :
+         {AddListCommand, AddInfoCommand, AddAbilityCommand, AddGetCommand, AddSetCommand, AddIoctlCommand})
+        commands.push_back(add(app));
     for (const auto add : {AddRegCommands, AddNicCommands})
         std::ranges::move(add(app), std::back_inserter(commands));
     commands.push_back(AddWatchCommand(app));

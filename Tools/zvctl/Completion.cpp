@@ -2,9 +2,9 @@
 #include "AdapterView.h"
 #include "Errors.h"
 #include "EventView.h"
+#include "Host.h"
 #include "Library.h"
 #include "LineRunner.h"
-#include "MachineAdapters.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -29,7 +29,7 @@ void AddOwnWords(const std::vector<AdapterName>& names, const std::string& name,
 /// Listed adapters, and the machine's own.
 Texts AdapterTexts()
 {
-    std::vector<AdapterName> names = MachineAdapterNames(*Platform::CurrentMachine());
+    std::vector<AdapterName> names = Host::KnownAdapters();
     for (const _ZV_SRVC_DEVICE_INFO& adapter : ListAll())
         if (const std::string identity(FieldText(adapter.NetCfgInstanceId));
             std::ranges::find(names, identity, &AdapterName::Identity) == names.end())

@@ -3,16 +3,15 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <sys/eventfd.h>
 
 namespace
 {
 
 // All that the handler touches; it may run on any thread.
-std::atomic<int> Wake = -1;
+std::atomic<WakeSignal*> Wake = nullptr;
 std::atomic<bool> Came = false;
 std::atomic<bool> CameTerm = false;
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
+static_assert(std::atomic<WakeSignal*>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
 extern "C" void NoteSignal(int number)
 {
@@ -20,7 +19,8 @@ extern "C" void NoteSignal(int number)
     Came = true;
     if (number == SIGTERM)
         CameTerm = true;
-    eventfd_write(Wake, 1);
+    if (WakeSignal* const wake = Wake)
+        wake->Set();
     errno = error;
 }
 
@@ -34,15 +34,15 @@ void Handle(void (*handler)(int))
 
 } // namespace
 
-void EndSignals::Take(int wakeFd)
+void EndSignals::Take(WakeSignal& wake)
 {
-    Wake = wakeFd;
+    Wake = &wake;
     Handle(NoteSignal);
 }
 
 void EndSignals::Release()
 {
-    if (Wake.exchange(-1) != -1)
+    if (Wake.exchange(nullptr) != nullptr)
         Handle(SIG_DFL);
     Came = false;
 }

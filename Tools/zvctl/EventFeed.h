@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Immortal.h"
+#include "WakeSignal.h"
 
 #include <CDeviceManagerIntf.h>
 
@@ -36,7 +37,7 @@ std::vector<AdapterChange> CompareLists(const std::vector<_ZV_SRVC_DEVICE_INFO>&
 class EventFeed
 {
 public:
-    using Clock = std::chrono::steady_clock;
+    using Clock = WakeSignal::Clock;
 
     /// The session's feed, which lives as long as the process. The first call lists all adapters
     /// and registers a client: arrivals are those that pass the filter of the last listing.
@@ -52,7 +53,8 @@ public:
     std::vector<AdapterChange> TakeChanges();
 
     std::size_t AdapterCount() const { return Listed.size(); }
-    int WakeFd() const { return Wake; }
+    /// Set when something was queued or a signal came.
+    WakeSignal& Wake() { return Woken; }
 
 private:
     friend union Immortal<EventFeed>; ///< A callback may be on its way at any time.
@@ -62,7 +64,7 @@ private:
     void Add(std::uint32_t code);
     std::optional<AdapterEvent> TakeQueued();
 
-    const int Wake; ///< An eventfd: something was queued, or a signal came.
+    WakeSignal Woken;
     std::vector<_ZV_SRVC_DEVICE_INFO> Listed;
     std::mutex Lock; ///< Guards Queued.
     std::deque<AdapterEvent> Queued;

@@ -3,6 +3,7 @@
 #include "EndSignals.h"
 #include "Errors.h"
 #include "EventFeed.h"
+#include "Host.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -89,7 +90,7 @@ Command LineRunner::AddHelp(CLI::App& app)
 std::vector<Command> LineRunner::AddCommands(CLI::App& app)
 {
     std::vector<Command> commands = AddToolCommands(app);
-    std::ranges::move(AddMachineCommands(app), std::back_inserter(commands));
+    std::ranges::move(Host::AddSessionCommands(app), std::back_inserter(commands));
     std::ranges::move(AddWaitCommands(app), std::back_inserter(commands));
     commands.push_back(AddHelp(app));
     for (const char* name : {"quit", "exit"})

@@ -1,7 +1,7 @@
 // What happens to the machine, as commands of a session: the library hears of it as of a real one's.
-#include "Command.h"
 #include "MachineAdapters.h"
 #include "Options.h"
+#include "StandInCommands.h"
 
 #include <array>
 #include <fmt/format.h>

@@ -18,7 +18,7 @@ struct RegOptions
     std::vector<std::string> Path; ///< [SUBKEY] NAME
     std::string Type = "sz";
     std::string Data;
-    Platform::RegistryValue Value;
+    RegistryValue Value;
     DataFormat Format = DataFormat::Text;
 
     ValuePlace Place() const { return {Path.size() > 1 ? Path.front() : "", Path.back()}; }
@@ -37,7 +37,7 @@ public:
 
 using OptionsPtr = std::shared_ptr<RegOptions>;
 
-void Print(const Platform::RegistryValue& value, const RegOptions& options)
+void Print(const RegistryValue& value, const RegOptions& options)
 {
     switch (options.Format)
     {

@@ -12,20 +12,35 @@
 namespace
 {
 
-using Platform::RegistryValue;
-
 struct NamedType
 {
     std::uint32_t Type;
     std::string_view Name;
 };
 
+// Type numbers of the registry.
 constexpr std::uint32_t Text = 1;
 constexpr std::uint32_t ExpandText = 2;
+constexpr std::uint32_t Binary = 3;
 constexpr std::uint32_t Number = 4;
+constexpr std::uint32_t TextList = 7;
 constexpr NamedType TypeTable[] = {
-    {Text, "sz"}, {ExpandText, "expand_sz"}, {3, "binary"}, {Number, "dword"}, {7, "multi_sz"},
+    {Text, "sz"}, {ExpandText, "expand_sz"}, {Binary, "binary"}, {Number, "dword"}, {TextList, "multi_sz"},
 };
+
+RegistryValue TextValue(const std::string& text)
+{
+    RegistryValue value{Text, {text.begin(), text.end()}};
+    value.Data.push_back(0);
+    return value;
+}
+
+RegistryValue NumberValue(std::uint32_t number)
+{
+    RegistryValue value{Number, Bytes(sizeof number)};
+    std::memcpy(value.Data.data(), &number, sizeof number);
+    return value;
+}
 
 /// A stored text may lack its NUL.
 std::optional<std::string> AsText(const RegistryValue& value)
@@ -49,8 +64,8 @@ std::optional<std::uint32_t> AsNumber(const RegistryValue& value)
 RegistryValue ParseValue(const std::string& type, const std::string& text)
 {
     if (type == "dword")
-        return RegistryValue::Number(ParseNumber(text));
-    return type == "binary" ? RegistryValue::Binary(ParseData(text)) : RegistryValue::Text(text);
+        return NumberValue(ParseNumber(text));
+    return type == "binary" ? RegistryValue{Binary, ParseData(text)} : TextValue(text);
 }
 
 std::string ValueTypeName(std::uint32_t type)

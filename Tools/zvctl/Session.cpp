@@ -1,5 +1,6 @@
 #include "Session.h"
 
+#include "Errors.h"
 #include "Immortal.h"
 
 #include <Machine.h>
@@ -23,9 +24,14 @@ std::shared_ptr<Platform::Machine> MakeMachine(const std::string& file)
 } // namespace
 
 void InstallMachine(const std::string& file)
+try
 {
     const char* const named = std::getenv("ZV_MACHINE");
     const bool inEnvironment = named != nullptr && *named != '\0';
     static const Immortal<Platform::ScopedMachine> installed(file.empty() && inEnvironment ? Platform::CurrentMachine()
                                                                                            : MakeMachine(file));
+}
+catch (const Platform::MachineFileError& mistake)
+{
+    throw UsageError(mistake.what());
 }

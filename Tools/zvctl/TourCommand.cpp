@@ -2,12 +2,12 @@
 #include "AdapterChoice.h"
 #include "AdapterQuery.h"
 #include "AdapterView.h"
-#include "Command.h"
 #include "ControlRequest.h"
 #include "Errors.h"
 #include "Library.h"
 #include "Options.h"
 #include "RegistryValues.h"
+#include "StandInCommands.h"
 #include "TourEvents.h"
 
 #include <algorithm>
@@ -139,13 +139,13 @@ void Tour::VisitRequests()
 void Tour::VisitRegistry()
 {
     const ValuePlace place = {"", "ZvctlTour"};
-    const auto written = Platform::RegistryValue::Text("was here");
+    const auto written = ParseValue("sz", "was here");
     Step("reg write", [&] {
         WriteValue(*Device, place, written);
         return fmt::format("{} = \"was here\" (sz)", place.Name);
     });
     Step("reg read", [&] {
-        const Platform::RegistryValue value = ReadValue(*Device, place);
+        const RegistryValue value = ReadValue(*Device, place);
         if (value != written)
             throw std::runtime_error(fmt::format("{} is another than was written", place.Name));
         return fmt::format("{} = \"was here\" ({})", place.Name, ValueTypeName(value.Type));

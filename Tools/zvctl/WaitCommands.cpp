@@ -22,7 +22,7 @@ struct WaitOptions
 void Wait(const WaitOptions& options)
 {
     EventFeed& feed = EventFeed::OfSession();
-    EndSignals::Take(feed.WakeFd());
+    EndSignals::Take(feed.Wake());
     const auto deadline = EventFeed::Clock::now() + std::chrono::seconds(options.Seconds);
     while (const std::optional<AdapterEvent> event = feed.Take(deadline))
         if (EventName(event->Code) == options.Event)

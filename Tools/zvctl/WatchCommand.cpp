@@ -26,7 +26,7 @@ std::string FirstLine(std::size_t adapters, bool json)
 void Watch(const WatchOptions& options)
 {
     EventFeed& feed = EventFeed::OfSession();
-    EndSignals::Take(feed.WakeFd());
+    EndSignals::Take(feed.Wake());
     const auto deadline = options.Seconds ? EventFeed::Clock::now() + std::chrono::seconds(*options.Seconds)
                                           : EventFeed::Clock::time_point::max();
     PrintNow(FirstLine(feed.AdapterCount(), options.Json));

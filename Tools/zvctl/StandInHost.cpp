@@ -1,0 +1,60 @@
+#include "Host.h"
+#include "MachineAdapters.h"
+#include "Options.h"
+#include "Session.h"
+#include "StandInCommands.h"
+#include "TracePrinter.h"
+
+#include <optional>
+
+namespace
+{
+
+struct MachineOptions
+{
+    std::string File;
+    std::optional<TraceSettings> Trace;
+};
+
+} // namespace
+
+const char Host::Description[] = "Works with the Wi-Fi adapters of a described machine through ZVUWPSrvcLib.";
+
+const char Host::Footer[] = "Without a command, tour runs. \"zvctl COMMAND --help\" tells more of one.\n"
+                            "Numbers are decimal or, with 0x, hexadecimal.\n"
+                            "The machine is --machine FILE, else the file that ZV_MACHINE names, else a built-in "
+                            "one.\n"
+                            "Exit codes: 0 done; 1 the operation failed; 2 wrong usage or a bad machine file.";
+
+/// They are that way already.
+void Host::PrepareStreams() {}
+
+std::function<void()> Host::AddOptions(CLI::App& app)
+{
+    const auto options = std::make_shared<MachineOptions>();
+    app.add_option("--machine", options->File, "JSON description of the machine to work on")->type_name("FILE");
+    AddParsedOption(app, "--trace", options->Trace, ParseTraceSettings,
+                    "Show the library's trace on stderr up to LEVEL (1 to 4), of the components in FLAGS "
+                    "(1 service, 2 device, 4 device manager, 8 notification, 16 system events; default 0x1F)")
+        ->type_name("LEVEL[:FLAGS]");
+    return [options] {
+        InstallMachine(options->File);
+        if (options->Trace)
+            StartTracePrinter(*options->Trace);
+    };
+}
+
+std::vector<Command> Host::AddCommands(CLI::App& app)
+{
+    return {AddTourCommand(app)};
+}
+
+std::vector<Command> Host::AddSessionCommands(CLI::App& app)
+{
+    return AddMachineCommands(app);
+}
+
+std::vector<AdapterName> Host::KnownAdapters()
+{
+    return MachineAdapterNames(*Platform::CurrentMachine());
+}

@@ -1,0 +1,30 @@
+/// @file
+/// What the main thread sleeps on.
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+/// A flag that wakes the one thread that waits for it. Whatever it tells of has to be looked at between
+/// Clear and WaitUntil: what comes later sets it anew.
+class WakeSignal
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// @throws std::system_error when the system has no handle left.
+    WakeSignal();
+    ~WakeSignal();
+    WakeSignal(const WakeSignal&) = delete;
+    WakeSignal& operator=(const WakeSignal&) = delete;
+
+    /// From any thread, and from a signal handler.
+    void Set();
+    void Clear();
+    /// Returns when the flag is set or the time is up, now and then before.
+    void WaitUntil(Clock::time_point deadline);
+
+private:
+    struct Flag;
+    const std::unique_ptr<Flag> Self;
+};

