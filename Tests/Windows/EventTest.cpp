@@ -20,7 +20,10 @@ std::vector<_ZV_SRVC_DEVICE_INFO> ArrivalRecords(CDeviceManagerIntf& manager)
 
 TEST(Events, AnAdapterOfTheDeviceInstallerComesGoesAndLosesItsDriver)
 {
-    RemoveRootAdapter(); // What an interrupted run has left.
+    // What an interrupted run has left, and what ended processes have: each would be looked at for
+    // seconds, whether its driver goes too, before the one that this test removes.
+    RemoveRootAdapter();
+    RemoveRegistryAdapters();
     const auto manager = MakeManager();
     EXPECT_TRUE(ArrivalRecords(*manager).empty());
     EventClient* const client = MakeClient(*manager);

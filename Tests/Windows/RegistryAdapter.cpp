@@ -1,6 +1,7 @@
 #include "RegistryAdapter.h"
 
 #include "OSPlatform.h"
+#include "ScopedHandle.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,9 +19,11 @@ std::string Digits(int number)
     return text;
 }
 
+const std::string Devices = Control + R"(Enum\PCI\VEN_1234&DEV_5678)";
+
 std::string DeviceKey(int number)
 {
-    return Control + R"(Enum\PCI\VEN_1234&DEV_5678\)" + Digits(number);
+    return Devices + "\\" + Digits(number);
 }
 
 std::string DriverKey(int number)
@@ -76,6 +79,16 @@ void RemoveRegistryAdapter(int number)
 {
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, DeviceKey(number).c_str());
     RemoveDriverEntry(number);
+}
+
+void RemoveRegistryAdapters()
+{
+    CRegistryKey devices;
+    if (RegOpenKeyA(HKEY_LOCAL_MACHINE, Devices.c_str(), devices.Receive()) != ERROR_SUCCESS)
+        return;
+    char name[8];
+    while (RegEnumKeyA(devices.Get(), 0, name, sizeof name) == ERROR_SUCCESS)
+        RemoveRegistryAdapter(std::atoi(name));
 }
 
 void RemoveDriverEntry(int number)

@@ -15,6 +15,8 @@ void AddRegistryAdapter(int number, const std::string& identity, const std::stri
 
 /// Takes it out of the registry: the walk does not find it any more.
 void RemoveRegistryAdapter(int number);
+/// Takes all of them out, those too that processes left when they ended.
+void RemoveRegistryAdapters();
 /// Its driver's entry goes, as when a driver is uninstalled.
 void RemoveDriverEntry(int number);
 
