@@ -28,7 +28,7 @@ TEST(Events, AnAdapterOfTheDeviceInstallerComesGoesAndLosesItsDriver)
     EXPECT_TRUE(ArrivalRecords(*manager).empty());
     EventClient* const client = MakeClient(*manager);
 
-    ASSERT_EQ(InstallRootAdapter(), 0U);
+    ASSERT_EQ(InstallRootAdapterUntil([client] { return client->HearsWithin5s(ZV_EVT_DEVICE_ARRIVED); }), 0U);
     client->TakeUntil(ZV_EVT_DEVICE_ARRIVED);
     const auto arrived = ArrivalRecords(*manager);
     ASSERT_EQ(arrived.size(), 1U);

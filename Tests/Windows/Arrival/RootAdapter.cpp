@@ -47,6 +47,19 @@ unsigned long InstallRootAdapter()
                : GetLastError();
 }
 
+unsigned long InstallRootAdapterUntil(const std::function<bool()>& heard)
+{
+    for (;;)
+    {
+        if (const unsigned long error = InstallRootAdapter())
+            return error;
+        if (heard())
+            return ERROR_SUCCESS;
+        if (const unsigned long error = RemoveRootAdapter())
+            return error;
+    }
+}
+
 unsigned long RemoveRootAdapter()
 {
     const CDeviceSet set(SetupDiCreateDeviceInfoList(nullptr, nullptr));
