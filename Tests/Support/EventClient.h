@@ -48,7 +48,7 @@ public:
     {
         std::unique_lock lock(Mutex);
         return More.wait_for(lock, std::chrono::seconds(5),
-                             [&] { return std::find(Heard.begin(), Heard.end(), event) != Heard.end(); });
+                             [&] { return std::ranges::find(Heard, event) != Heard.end(); });
     }
 
     _ZV_WLAN_NOTIFY_HDLR Record{};
