@@ -22,7 +22,7 @@ export TSAN_OPTIONS=${TSAN_OPTIONS:-}:report_thread_leaks=0
 start_one()
 {
     local said code how=other
-    said=$(ulimit -S -t 10; timeout --signal=KILL 30 $launcher "$1" "$2" "$3" "$4" 2>&1)
+    said=$([ -z "$launcher" ] || ulimit -S -t 10; timeout --signal=KILL 30 $launcher "$1" "$2" "$3" "$4" 2>&1)
     code=$?
     # Wine ends the other threads also in the midst of its own heap and its own wait queues, and the
     # last thread then spins on a lock that has no owner, in about one of 1000 ends. A hang of the

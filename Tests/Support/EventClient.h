@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <chrono>
 #include <condition_variable>
 #include <cstring>
 #include <deque>
@@ -41,14 +39,6 @@ public:
                 return taken;
             taken.push_back(event);
         }
-    }
-
-    /// Waits a while for one of this code, and takes nothing.
-    bool HearsWithin5s(std::uint32_t event)
-    {
-        std::unique_lock lock(Mutex);
-        return More.wait_for(lock, std::chrono::seconds(5),
-                             [&] { return std::ranges::find(Heard, event) != Heard.end(); });
     }
 
     _ZV_WLAN_NOTIFY_HDLR Record{};

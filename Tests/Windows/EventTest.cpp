@@ -24,11 +24,12 @@ TEST(Events, AnAdapterOfTheDeviceInstallerComesGoesAndLosesItsDriver)
     // seconds, whether its driver goes too, before the one that this test removes.
     RemoveRootAdapter();
     RemoveRegistryAdapters();
+    ASSERT_EQ(AwaitDeviceListener(), 0U);
     const auto manager = MakeManager();
     EXPECT_TRUE(ArrivalRecords(*manager).empty());
     EventClient* const client = MakeClient(*manager);
 
-    ASSERT_EQ(InstallRootAdapterUntil([client] { return client->HearsWithin5s(ZV_EVT_DEVICE_ARRIVED); }), 0U);
+    ASSERT_EQ(InstallRootAdapter(), 0U);
     client->TakeUntil(ZV_EVT_DEVICE_ARRIVED);
     const auto arrived = ArrivalRecords(*manager);
     ASSERT_EQ(arrived.size(), 1U);

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 namespace
 {
@@ -86,9 +87,13 @@ void RemoveRegistryAdapters()
     CRegistryKey devices;
     if (RegOpenKeyA(HKEY_LOCAL_MACHINE, Devices.c_str(), devices.Receive()) != ERROR_SUCCESS)
         return;
+    // First all are found: the removal moves those behind.
+    std::vector<int> numbers;
     char name[8];
-    while (RegEnumKeyA(devices.Get(), 0, name, sizeof name) == ERROR_SUCCESS)
-        RemoveRegistryAdapter(std::atoi(name));
+    for (DWORD i = 0; RegEnumKeyA(devices.Get(), i, name, sizeof name) == ERROR_SUCCESS; ++i)
+        numbers.push_back(std::atoi(name));
+    for (const int number : numbers)
+        RemoveRegistryAdapter(number);
 }
 
 void RemoveDriverEntry(int number)

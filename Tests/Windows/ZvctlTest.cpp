@@ -24,13 +24,18 @@ constexpr std::uint32_t Code = 0x99000000;
 class ToolRun
 {
 public:
+    ToolRun() = default;
+    ~ToolRun() { DeleteFileA(Said.c_str()); }
+    ToolRun(const ToolRun&) = delete;
+    ToolRun& operator=(const ToolRun&) = delete;
+
     /// @return what it printed, and its exit code in a line of its own.
     std::string Finish(const std::string& arguments) const
     {
         char self[MAX_PATH];
         GetModuleFileNameA(nullptr, self, sizeof self);
         std::string line = std::filesystem::path(self).replace_filename("zvctl.exe").string();
-        line.append(" ").append(arguments).append(" >").append(Said.string()).append(" 2>&1");
+        line.append(" ").append(arguments).append(" >").append(Said).append(" 2>&1");
         const int code = std::system(line.c_str());
         return Printed() + std::to_string(code) + "\n";
     }
@@ -42,13 +47,14 @@ public:
     }
 
 private:
-    static std::string NextName()
+    static std::string NewFile()
     {
-        static int last = 0;
-        return std::to_string(GetCurrentProcessId()) + "." + std::to_string(++last);
+        char name[MAX_PATH];
+        GetTempFileNameA(std::filesystem::temp_directory_path().string().c_str(), "zv", 0, name);
+        return name;
     }
 
-    const std::filesystem::path Said = std::filesystem::temp_directory_path() / NextName();
+    const std::string Said = NewFile();
 };
 
 std::string Output(const std::string& arguments)
@@ -109,7 +115,8 @@ TEST_F(Zvctl, WatchesAnAdapterComeAndGo)
 {
     RemoveRootAdapter();
     const ToolRun tool;
-    auto watch = std::async(std::launch::async, [&tool] { return tool.Finish("watch --count 2"); });
+    auto watch = std::async(std::launch::async, [&tool] { return tool.Finish("watch --count 2 --for 40"); });
+    // The file tells nobody that it has grown.
     const auto hasPrinted = [&tool](const char* text) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
         while (std::chrono::steady_clock::now() < end && tool.Printed().find(text) == std::string::npos)

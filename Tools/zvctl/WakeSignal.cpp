@@ -1,8 +1,6 @@
 #include "WakeSignal.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdint>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -17,15 +15,6 @@ int MakeEventFd()
     if (made < 0)
         throw std::system_error(errno, std::generic_category(), "eventfd");
     return made;
-}
-
-/// Rounded up, so that no poll returns early; -1 for no limit.
-int MillisecondsUntil(WakeSignal::Clock::time_point deadline)
-{
-    if (deadline == WakeSignal::Clock::time_point::max())
-        return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - WakeSignal::Clock::now());
-    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 60'000));
 }
 
 } // namespace
@@ -56,5 +45,5 @@ void WakeSignal::Clear()
 void WakeSignal::WaitUntil(Clock::time_point deadline)
 {
     pollfd waited = {Self->Fd, POLLIN, 0};
-    poll(&waited, 1, MillisecondsUntil(deadline));
+    poll(&waited, 1, static_cast<int>(Step(deadline).count()));
 }

@@ -2,6 +2,7 @@
 /// What the main thread sleeps on.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 
@@ -25,6 +26,13 @@ public:
     void WaitUntil(Clock::time_point deadline);
 
 private:
+    /// How long a wait takes at most, rounded up, so that none returns early for nothing.
+    static std::chrono::milliseconds Step(Clock::time_point deadline)
+    {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        return std::clamp(left, std::chrono::milliseconds(0), std::chrono::milliseconds(60'000));
+    }
+
     struct Flag;
     const std::unique_ptr<Flag> Self;
 };

@@ -3,8 +3,11 @@
 #include "OSPlatform.h"
 #include "RegistryAdapter.h"
 #include "ScopedHandle.h"
+#include "TestWindows.h"
 
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <newdev.h>
 
 namespace
@@ -49,7 +52,7 @@ unsigned long InstallRootAdapter()
 
 unsigned long InstallRootAdapterUntil(const std::function<bool()>& heard)
 {
-    for (;;)
+    for (int tries = 0; tries < 5; ++tries)
     {
         if (const unsigned long error = InstallRootAdapter())
             return error;
@@ -58,6 +61,30 @@ unsigned long InstallRootAdapterUntil(const std::function<bool()>& heard)
         if (const unsigned long error = RemoveRootAdapter())
             return error;
     }
+    return ERROR_TIMEOUT;
+}
+
+unsigned long AwaitDeviceListener()
+{
+    static std::promise<void> arrived;
+    const WNDCLASSEXW record = TestClass();
+    RegisterClassExW(&record);
+    // Both live until the process is gone, and so does the listener.
+    static const auto& windows = *new WindowThread([](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+        if (static bool isFirst = true; message == WM_DEVICECHANGE && wParam == DBT_DEVICEARRIVAL && isFirst)
+        {
+            isFirst = false;
+            arrived.set_value();
+        }
+        return DefWindowProcW(window, message, wParam, lParam);
+    });
+    if (Register(windows.First) == nullptr)
+        return GetLastError();
+    const auto heard = [waited = arrived.get_future().share()] {
+        return waited.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+    };
+    const unsigned long error = InstallRootAdapterUntil(heard);
+    return error != ERROR_SUCCESS ? error : RemoveRootAdapter();
 }
 
 unsigned long RemoveRootAdapter()

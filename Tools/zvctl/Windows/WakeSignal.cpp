@@ -1,7 +1,5 @@
 #include "WakeSignal.h"
 
-#include <algorithm>
-#include <cstdint>
 #include <system_error>
 #include <windows.h>
 
@@ -14,15 +12,6 @@ HANDLE MakeEvent()
     if (made == nullptr)
         throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), "CreateEvent");
     return made;
-}
-
-/// Rounded up, so that no wait returns early.
-DWORD MillisecondsUntil(WakeSignal::Clock::time_point deadline)
-{
-    if (deadline == WakeSignal::Clock::time_point::max())
-        return INFINITE;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - WakeSignal::Clock::now());
-    return static_cast<DWORD>(std::clamp<std::int64_t>(left.count(), 0, 60'000));
 }
 
 } // namespace
@@ -51,5 +40,5 @@ void WakeSignal::Clear()
 
 void WakeSignal::WaitUntil(Clock::time_point deadline)
 {
-    WaitForSingleObject(Self->Event, MillisecondsUntil(deadline));
+    WaitForSingleObject(Self->Event, static_cast<DWORD>(Step(deadline).count()));
 }
