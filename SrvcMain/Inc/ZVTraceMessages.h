@@ -131,6 +131,7 @@ struct ZVTraceMessage
     X(AsyncDone, Device, 22, 3, TRACE_FLAG_DEVICE, "asynchronous request id %u ends with status %u")                   \
     X(RegistryAccess, Device, 23, 3, TRACE_FLAG_SERVICE, "registry operation 0x%x on \"%s\", value \"%s\"")            \
     X(RegistryResult, Device, 24, 3, TRACE_FLAG_SERVICE, "registry operation 0x%x ends with error %u")                 \
+    X(CallParked, Device, 25, 3, TRACE_FLAG_DEVICE, "the driver keeps a cancelled request of %u bytes")                \
     X(RegistryCallFailed, OSAPIWrapper, 10, 3, TRACE_FLAG_OS_EVENT, "registry \"%s\", value \"%s\": error %u")         \
     X(WindowThreadLeaves, OSAPIWrapper, 11, 3, TRACE_FLAG_OS_EVENT,                                                    \
       "event window thread leaves, state 0x%x, result 0x%x")                                                           \

@@ -2,8 +2,45 @@
 
 #include "CUWPDevice.h"
 
-#include "CVirtualDriverBinding.h"
+#include "SimulatedRequests.h"
 #include "TracePoint.h"
+
+#include <utility>
+
+namespace
+{
+
+bool IsAvailable(const _ZV_SRVC_DEVICE_INFO& record)
+{
+    return (LoadStateFlags(record) & ZV_DEV_UNAVAILABLE_MASK) == 0;
+}
+
+/// Asks the driver for its information block.
+///
+/// With a simulated driver the block is what that driver wrote, and the open succeeds: a host can
+/// tell a device that works from one whose driver does not answer.
+bool QueryDeviceInfo(const _ZV_SRVC_DEVICE_INFO& record, const std::string& path, _ZV_DRV_INFO_BLOCK& block)
+{
+    const CDriverRequest query{.Code = IOCTL_ZV_DEVICE_INFO,
+                               .RequestId = 0,
+                               .InBuffer = nullptr,
+                               .InLength = 0,
+                               .OutBuffer = &block,
+                               .OutLength = sizeof block,
+                               .TimeoutMs = ZV_DEVICE_INFO_TIMEOUT_MS};
+    if (Fake_IOCTL_Send(record, query))
+        return true;
+    CFileHandle handle = OpenControlDevice(path);
+    CDriverCallPtr call;
+    const bool answered = handle && IOCTL_Send(handle.Get(), query, call);
+    // Closing the handle cancels what is in flight on it.
+    handle.Reset();
+    if (call != nullptr)
+        call->AwaitCompletion(CancelDeadline());
+    return answered;
+}
+
+} // namespace
 
 CUWPDevice::CUWPDevice()
 {
@@ -12,74 +49,92 @@ CUWPDevice::CUWPDevice()
 
 CUWPDevice::~CUWPDevice()
 {
-    DeviceInfo.reset();
+    Unbind();
     if (!Notifier.IsOwnThread())
         Notifier.StopNotifyThread();
+    ReleaseCompletedCalls();
 }
 
-bool CUWPDevice::IsDeviceReady() const
+ZVAdapterRecord CUWPDevice::BoundRecord() const
 {
-    return DeviceInfo != nullptr && (LoadStateFlags(*DeviceInfo) & ZV_DEV_UNAVAILABLE_MASK) == 0;
+    const CScopedLock lock(BindLock);
+    return DeviceInfo;
 }
 
+ZVAdapterRecord CUWPDevice::ReadyRecord() const
+{
+    ZVAdapterRecord record = BoundRecord();
+    return record != nullptr && IsAvailable(*record) ? record : nullptr;
+}
+
+CUWPDevice::CPath CUWPDevice::BoundPath() const
+{
+    const CScopedLock lock(BindLock);
+    return ControlPath;
+}
+
+/// Binds the object in one step.
+/// @param words the start of the information block; null when the driver did not answer.
+/// @return false when the object is bound already.
+bool CUWPDevice::Bind(const ZVAdapterRecord& record, CPath path, const std::array<std::uint32_t, 4>* words)
+{
+    const CScopedLock lock(BindLock);
+    if (DeviceInfo != nullptr)
+        return false;
+    DeviceInfo = record;
+    ControlPath.swap(path); // The old one is released after the lock.
+    if (words != nullptr)
+        DriverInfo = *words;
+    return true;
+}
+
+void CUWPDevice::Unbind()
+{
+    ZVAdapterRecord released; // Destroyed after the lock.
+    const CScopedLock lock(BindLock);
+    released.swap(DeviceInfo);
+}
+
+/// Everything that can fail for want of memory comes before the binding: an Open that throws leaves
+/// the object unbound.
 unsigned int CUWPDevice::Open(std::shared_ptr<_ZV_SRVC_DEVICE_INFO>& record)
 {
-    if (DeviceInfo != nullptr)
+    if (BoundRecord() != nullptr)
         return ZV_SRVC_ERR_ALREADY_OPEN;
-    DeviceInfo = record;
-    if (!IsDeviceReady())
-    {
-        DeviceInfo.reset();
+    const ZVAdapterRecord adapter = record;
+    if (adapter == nullptr || !IsAvailable(*adapter))
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
-    }
-    ControlPath = ZV_CONTROL_PATH;
-    ControlPath += FieldText(DeviceInfo->NetCfgInstanceId);
+    const auto path =
+        std::make_shared<const std::string>(ZV_CONTROL_PATH + std::string(FieldText(adapter->NetCfgInstanceId)));
     _ZV_DRV_INFO_BLOCK block{};
-    if (!QueryDeviceInfo(block))
+    const bool answered = QueryDeviceInfo(*adapter, *path, block);
+    if (!Bind(adapter, path, answered ? &block.Words : nullptr))
+        return ZV_SRVC_ERR_ALREADY_OPEN;
+    if (!answered)
     {
-        ZV_TRACE(OpenFailed, ControlPath);
+        ZV_TRACE(OpenFailed, *path);
         return ZV_SRVC_ERR_CONTROL_DEVICE;
     }
-    DriverInfo = block.Words;
-    ZV_TRACE(Opened, ControlPath, block.Words[3], block.Words[1], block.Words[2]);
+    ZV_TRACE(Opened, *path, block.Words[3], block.Words[1], block.Words[2]);
     return ZV_SRVC_SUCCESS;
-}
-
-/// With a simulated driver the block is what that driver wrote, and the open succeeds: a host can
-/// tell a device that works from one whose driver does not answer.
-bool CUWPDevice::QueryDeviceInfo(_ZV_DRV_INFO_BLOCK& block) const
-{
-    const CDriverRequest query{IOCTL_ZV_DEVICE_INFO, 0, nullptr, 0, &block, sizeof block, ZV_DEVICE_INFO_TIMEOUT_MS};
-    if (Fake_IOCTL_Send(query))
-        return true;
-    const CFileHandle handle = OpenControlDevice(ControlPath);
-    return handle && IOCTL_Send(handle.Get(), query);
-}
-
-bool CUWPDevice::Fake_IOCTL_Send(const CDriverRequest& request) const
-{
-    const ZVVirtualIoctl send = Virtual_SendIOCTLReq;
-    if (send == nullptr)
-        return false;
-    send(DeviceInfo->NetCfgInstanceId, request.Code, request.RequestId, request.InBuffer, request.InLength,
-         request.OutBuffer, request.OutLength, request.TimeoutMs);
-    return true;
 }
 
 unsigned int CUWPDevice::Close()
 {
-    DeviceInfo.reset();
+    Unbind();
     Notifier.StopNotifyThread();
-    ZV_TRACE(Closed, ControlPath);
+    ReleaseCompletedCalls();
+    ZV_TRACE(Closed, *BoundPath());
     return ZV_SRVC_SUCCESS;
 }
 
 unsigned int CUWPDevice::GetDeviceInfo(_ZV_SRVC_DEVICE_INFO* record)
 {
-    if (DeviceInfo == nullptr)
+    const ZVAdapterRecord bound = BoundRecord();
+    if (bound == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     if (record == nullptr)
         return ZV_SRVC_ERR_INVALID_PARAMETER;
-    *record = CopyRecord(*DeviceInfo);
+    *record = CopyRecord(*bound);
     return ZV_SRVC_SUCCESS;
 }

@@ -1,5 +1,5 @@
 /// @file
-/// One adapter that a host works with, behind CDeviceIntf.
+/// The implementation of CDeviceIntf: one adapter that a host works with.
 #pragma once
 
 #include "AdapterRecord.h"
@@ -24,7 +24,7 @@ class CUWPDevice final : public CDeviceIntf, public CZVNotifyHandler, public CMo
 public:
     /// Starts the device's thread, which runs from now on, before and independent of Open.
     CUWPDevice();
-    /// Waits for the thread; on the thread itself it lets it go.
+    /// Waits for the thread. On the thread itself, where a join is impossible, it detaches the thread.
     ~CUWPDevice() override;
 
     unsigned int Open(std::shared_ptr<_ZV_SRVC_DEVICE_INFO>& record) override;
@@ -39,31 +39,41 @@ public:
     void NotifyCallback(std::string name, const ZVBlob& blob) override;
 
 private:
-    /// Every request begins with this: a record is bound and its adapter neither faulted nor absent.
-    bool IsDeviceReady() const;
-    bool QueryDeviceInfo(_ZV_DRV_INFO_BLOCK& block) const;
+    using CPath = std::shared_ptr<const std::string>;
 
-    // The simulated driver's branches: false when its entry is not bound, and nothing has happened.
-    bool Fake_IOCTL_Send(const CDriverRequest& request) const;
-    bool Fake_SetQueryInfo(std::uint8_t isSet, std::uint32_t infoId, void* buffer, std::uint32_t length) const;
-    bool Fake_AccessRegistry(std::uint32_t operation, const std::string& subKey, const std::string& valueName,
-                             std::uint32_t* type, std::uint8_t* data, std::uint32_t* size) const;
+    /// An asynchronous request that waits for the thread.
+    struct CPendingReq
+    {
+        _ZV_SRVC_IOCTL_REQ* Request; ///< The host's; read by the thread alone, when it runs the request.
+        std::uint16_t RequestId;     ///< Kept here: the host may free a record that will never run.
+    };
+
+    /// The bound record. Each operation works on a reference of its own, since Close may empty
+    /// DeviceInfo meanwhile.
+    ZVAdapterRecord BoundRecord() const ZV_EXCLUDES(BindLock);
+    /// The bound record if its adapter is neither faulted nor absent; every request begins with this.
+    ZVAdapterRecord ReadyRecord() const ZV_EXCLUDES(BindLock);
+    CPath BoundPath() const ZV_EXCLUDES(BindLock);
+    bool Bind(const ZVAdapterRecord& record, CPath path, const std::array<std::uint32_t, 4>* words)
+        ZV_EXCLUDES(BindLock);
+    void Unbind() ZV_EXCLUDES(BindLock);
 
     unsigned int AcceptAsync(_ZV_SRVC_IOCTL_REQ* request);
     bool AddPending(_ZV_SRVC_IOCTL_REQ* request);
-    void RemovePending(const _ZV_SRVC_IOCTL_REQ* request);
     _ZV_SRVC_IOCTL_REQ* TakePending();
     void HandlingAsyncIOCTLReq();
-    std::uint32_t RunAsync(const _ZV_SRVC_IOCTL_REQ& request);
+    std::uint32_t RunAsync(const _ZV_SRVC_IOCTL_REQ& request) const;
 
     static constexpr char ThreadName[] = "DEV_ASYNC_IOCTL_NOTIFY";
 
-    // Written by Open and Close alone, which run beside no other operation of the object.
-    ZVAdapterRecord DeviceInfo;
-    std::string ControlPath;
+    /// Guards what Open and Close change; held for the copy of a pointer.
+    mutable CLock BindLock;
+    ZVAdapterRecord DeviceInfo ZV_GUARDED_BY(BindLock);
+    /// Set by Open and kept by Close, since requests that wait for the thread still run.
+    CPath ControlPath ZV_GUARDED_BY(BindLock) = std::make_shared<const std::string>();
+    /// The start of the driver's information block.
+    std::array<std::uint32_t, 4> DriverInfo ZV_GUARDED_BY(BindLock){};
     CZVNotification Notifier;
-    std::array<std::uint32_t, 4> DriverInfo{}; ///< The start of the driver's information block.
-    /// Waiting for the thread, oldest first. The records are the host's.
     CLock PendingLock;
-    std::list<_ZV_SRVC_IOCTL_REQ*> PendingReqs ZV_GUARDED_BY(PendingLock);
+    std::list<CPendingReq> PendingReqs ZV_GUARDED_BY(PendingLock); ///< Oldest first.
 };

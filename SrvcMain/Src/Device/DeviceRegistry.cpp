@@ -2,8 +2,8 @@
 
 #include "CUWPDevice.h"
 
-#include "CVirtualDriverBinding.h"
 #include "RegistryAccess.h"
+#include "SimulatedRequests.h"
 #include "TracePoint.h"
 
 #include <algorithm>
@@ -25,54 +25,74 @@ std::uint32_t NumberOf(const char* text)
     return static_cast<std::uint32_t>(std::clamp<long long>(number, Limits::min(), Limits::max()));
 }
 
-} // namespace
-
-bool CUWPDevice::Fake_AccessRegistry(std::uint32_t operation, const std::string& subKey, const std::string& valueName,
-                                     std::uint32_t* type, std::uint8_t* data, std::uint32_t* size) const
+/// The status for arguments that no registry call accepts, the same with a simulated driver; success
+/// for all others.
+unsigned int CheckArguments(std::uint32_t operation, const std::uint32_t* type, const std::uint8_t* data,
+                            const std::uint32_t* size)
 {
-    const ZVVirtualRegistry access = Virtual_AccessRegistry;
-    if (access == nullptr)
-        return false;
-    access(DeviceInfo->NetCfgInstanceId, operation, subKey.c_str(), valueName.c_str(), type, data, size);
-    return true;
+    switch (operation)
+    {
+    case ZV_REG_OP_READ:
+        return data != nullptr && size == nullptr ? ZV_SRVC_ERR_FAILURE : ZV_SRVC_SUCCESS;
+    case ZV_REG_OP_WRITE:
+        return type == nullptr || size == nullptr || (data == nullptr && *size != 0) ? ZV_SRVC_ERR_INVALID_PARAMETER
+                                                                                     : ZV_SRVC_SUCCESS;
+    default:
+        return ZV_SRVC_SUCCESS;
+    }
 }
+
+/// Performs one operation. @return the platform's error number.
+std::uint32_t AccessKey(std::uint32_t operation, const std::string& path, const std::string& valueName,
+                        std::uint32_t* type, std::uint8_t* data, std::uint32_t* size)
+{
+    switch (operation)
+    {
+    case ZV_REG_OP_READ:
+        return GetKeyValue(HKEY_LOCAL_MACHINE, path, valueName, type, data, size);
+    case ZV_REG_OP_WRITE:
+        return SetKeyValue(HKEY_LOCAL_MACHINE, path, valueName, *type, data, *size);
+    case ZV_REG_OP_DELETE_VALUE:
+        return DeleteKeyValue(HKEY_LOCAL_MACHINE, path, valueName);
+    default:
+        return ERROR_SUCCESS;
+    }
+}
+
+bool IsKnown(std::uint32_t operation)
+{
+    return operation == ZV_REG_OP_READ || operation == ZV_REG_OP_WRITE || operation == ZV_REG_OP_DELETE_VALUE;
+}
+
+} // namespace
 
 unsigned int CUWPDevice::AccessRegistry(std::uint32_t operation, std::string subKey, std::string valueName,
                                         std::uint32_t* type, std::uint8_t* data, std::uint32_t* size)
 {
-    if (!IsDeviceReady())
+    const ZVAdapterRecord record = ReadyRecord();
+    if (record == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
-    if (Fake_AccessRegistry(operation, subKey, valueName, type, data, size))
+    if (const unsigned int status = CheckArguments(operation, type, data, size); status != ZV_SRVC_SUCCESS)
+        return status;
+    if (Fake_AccessRegistry(*record, operation, subKey, valueName, type, data, size))
         return ZV_SRVC_SUCCESS;
+    const std::string_view index = FieldText(record->DriverKeyIndex);
     std::string path = ZV_NETWORK_CLASS_PATH;
-    path += FieldText(DeviceInfo->DriverKeyIndex);
+    path += index;
     if (!subKey.empty())
         path += '\\' + subKey;
     ZV_TRACE(RegistryAccess, operation, path, valueName);
-    std::uint32_t error = 0;
-    switch (operation)
-    {
-    case ZV_REG_OP_READ:
-        error = GetKeyValue(HKEY_LOCAL_MACHINE, path, valueName, type, data, size);
-        break;
-    case ZV_REG_OP_WRITE:
-        if (type == nullptr || size == nullptr || (data == nullptr && *size != 0))
-            return ZV_SRVC_ERR_INVALID_PARAMETER;
-        error = SetKeyValue(HKEY_LOCAL_MACHINE, path, valueName, *type, data, *size);
-        break;
-    case ZV_REG_OP_DELETE_VALUE:
-        error = DeleteKeyValue(HKEY_LOCAL_MACHINE, path, valueName);
-        break;
-    default:
-        break;
-    }
+    // A record without an index would name the key of the whole class, which is not the adapter's.
+    const std::uint32_t error = index.empty() && IsKnown(operation)
+                                    ? ERROR_FILE_NOT_FOUND
+                                    : AccessKey(operation, path, valueName, type, data, size);
     ZV_TRACE(RegistryResult, operation, error);
-    return error == 0 ? ZV_SRVC_SUCCESS : ZV_SRVC_ERR_FAILURE;
+    return error == ERROR_SUCCESS ? ZV_SRVC_SUCCESS : ZV_SRVC_ERR_FAILURE;
 }
 
 unsigned int CUWPDevice::GetAbility(std::uint32_t* result)
 {
-    if (!IsDeviceReady())
+    if (ReadyRecord() == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     if (result == nullptr)
         return ZV_SRVC_ERR_INVALID_PARAMETER;

@@ -2,6 +2,7 @@
 
 #include "CUWPDevice.h"
 
+#include "SimulatedRequests.h"
 #include "TracePoint.h"
 
 #include <algorithm>
@@ -12,7 +13,7 @@
 namespace
 {
 
-/// Bytes of the one field behind the length word of a result: a pointer.
+/// Bytes of the one field after the length word of a result: a pointer.
 constexpr std::uint32_t AsyncResultLength = sizeof(_ZV_ASYNC_RESULT) - offsetof(_ZV_ASYNC_RESULT, Request);
 static_assert(AsyncResultLength == 8);
 
@@ -28,6 +29,7 @@ std::shared_ptr<OutputBuffer> preAsyncIOCTLHandling(HANDLE handle, const _ZV_SRV
 {
     auto output = std::make_shared<OutputBuffer>();
     output->RequestId = request.RequestId;
+    output->Limit = request.OutLength;
     output->Handler = std::make_shared<EvtIrpHandler>(handle, output.get());
     return output;
 }
@@ -41,27 +43,31 @@ void CopyResponse(const OutputBuffer& output, const _ZV_SRVC_IOCTL_REQ& request)
 
 CDriverRequest AsDriverRequest(const _ZV_SRVC_IOCTL_REQ& request)
 {
-    return {request.IoctlCode, request.RequestId, request.InBuffer, request.InLength,
-            request.OutBuffer, request.OutLength, request.Timeout};
+    return {.Code = request.IoctlCode,
+            .RequestId = request.RequestId,
+            .InBuffer = request.InBuffer,
+            .InLength = request.InLength,
+            .OutBuffer = request.OutBuffer,
+            .OutLength = request.OutLength,
+            .TimeoutMs = request.Timeout};
 }
 
 } // namespace
 
 unsigned int CUWPDevice::SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request)
 {
-    if (!IsDeviceReady())
+    const ZVAdapterRecord record = ReadyRecord();
+    if (record == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
-    if (request == nullptr)
+    if (request == nullptr || !HasItsMemory(*request))
         return ZV_SRVC_ERR_INVALID_PARAMETER;
     const CDriverRequest driverRequest = AsDriverRequest(*request);
-    if (Fake_IOCTL_Send(driverRequest))
+    if (Fake_IOCTL_Send(*record, driverRequest))
         return ZV_SRVC_SUCCESS;
-    if (!HasItsMemory(*request))
-        return ZV_SRVC_ERR_INVALID_PARAMETER;
     std::uint32_t status = ZV_SRVC_SUCCESS;
     if (request->IsAsync != 0)
         status = AcceptAsync(request);
-    else if (!SendToDriver(ControlPath, driverRequest))
+    else if (!SendToDriver(*BoundPath(), driverRequest))
         status = ZV_SRVC_ERR_FAILURE;
     const std::uint32_t id = driverRequest.RequestId;
     ZV_TRACE(RequestDone, driverRequest.Code, id, status);
@@ -70,51 +76,37 @@ unsigned int CUWPDevice::SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request)
 
 unsigned int CUWPDevice::AcceptAsync(_ZV_SRVC_IOCTL_REQ* request)
 {
-    // Made first: once the record stands in the list, nothing may fail that the host would take for
-    // a refusal. From the append on the record may also be served, and is not looked at any more.
-    const ZVBlob wake = MakeBlob(ZV_ASYNC_WAKE_SIZE);
+    // Prepared first: once the record is in the list nothing may fail, or the host would take an
+    // accepted request for a refused one. The record is not read after it was added, since the
+    // request may complete at once.
+    CZVNotification::CPrepared wake = CZVNotification::Prepare(MakeBlob(ZV_ASYNC_WAKE_SIZE));
     if (!AddPending(request))
         return ZV_SRVC_ERR_ASYNC_PENDING;
-    try
-    {
-        Notifier.SendNorification(wake);
-    }
-    catch (...)
-    {
-        RemovePending(request);
-        throw;
-    }
+    Notifier.SendPrepared(wake);
     return ZV_SRVC_SUCCESS;
 }
 
-/// @return false when a request with the same RequestId waits already.
+/// @return false when a request with the same RequestId is waiting already.
 bool CUWPDevice::AddPending(_ZV_SRVC_IOCTL_REQ* request)
 {
-    std::list<_ZV_SRVC_IOCTL_REQ*> entry{request};
+    const std::uint16_t id = request->RequestId;
+    std::list<CPendingReq> entry{{request, id}};
     const CScopedLock lock(PendingLock);
-    if (std::ranges::any_of(PendingReqs, [request](const _ZV_SRVC_IOCTL_REQ* waiting) {
-            return waiting->RequestId == request->RequestId;
-        }))
+    if (std::ranges::find(PendingReqs, id, &CPendingReq::RequestId) != PendingReqs.end())
         return false;
     PendingReqs.splice(PendingReqs.end(), entry);
     return true;
 }
 
-void CUWPDevice::RemovePending(const _ZV_SRVC_IOCTL_REQ* request)
-{
-    const CScopedLock lock(PendingLock);
-    std::erase(PendingReqs, request);
-}
-
 /// @return the oldest request, or null.
 _ZV_SRVC_IOCTL_REQ* CUWPDevice::TakePending()
 {
-    std::list<_ZV_SRVC_IOCTL_REQ*> taken;
+    std::list<CPendingReq> taken;
     const CScopedLock lock(PendingLock);
     if (PendingReqs.empty())
         return nullptr;
     taken.splice(taken.end(), PendingReqs, PendingReqs.begin());
-    return taken.front();
+    return taken.front().Request;
 }
 
 void CUWPDevice::NotifyCallback(std::string name, const ZVBlob& /*blob*/)
@@ -143,19 +135,29 @@ void CUWPDevice::HandlingAsyncIOCTLReq()
     request->NotifyFn(request->NotifyContext, status, &result);
 }
 
-/// The request, its response and the end of everything that was in flight.
+/// Runs the request and collects its response. What the driver does not give back in time is parked.
 /// @return the status of the callback: 0 when the driver took the request.
-std::uint32_t CUWPDevice::RunAsync(const _ZV_SRVC_IOCTL_REQ& request)
+std::uint32_t CUWPDevice::RunAsync(const _ZV_SRVC_IOCTL_REQ& request) const
 {
-    const CFileHandle handle = OpenControlDevice(ControlPath);
+    const CDriverRequest driverRequest = AsDriverRequest(request);
+    CFileHandle handle = OpenControlDevice(*BoundPath());
     if (!handle)
         return 1;
-    const std::shared_ptr<OutputBuffer> output = preAsyncIOCTLHandling(handle.Get(), request);
-    const bool sent = IOCTL_Send(handle.Get(), AsDriverRequest(request));
+    CDriverCallPtr call;
+    std::shared_ptr<OutputBuffer> output = preAsyncIOCTLHandling(handle.Get(), request);
+    const bool sent = IOCTL_Send(handle.Get(), driverRequest, call);
     // The cancelled reads end the wait below at once.
     if (!sent)
         CancelIo(handle.Get());
     output->Handler->waitRsp();
+    const auto deadline = CancelDeadline();
+    output->Handler->AwaitReads(deadline);
+    if (call != nullptr && call->AwaitCompletion(deadline))
+        CopyLateOutput(call.get(), driverRequest);
+    // Over the output of the request itself.
     CopyResponse(*output, request);
+    output.reset();
+    handle.Reset();
+    ReleaseCompletedCalls();
     return sent ? 0 : 1;
 }

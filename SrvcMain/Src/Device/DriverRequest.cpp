@@ -4,49 +4,58 @@
 #include "TracePoint.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <limits>
-#include <memory>
-#include <thread>
 
 namespace
 {
 
-/// Header, payload and the room behind it. What carries nothing is zero, so that no stale memory of
-/// the host reaches a driver.
-std::unique_ptr<std::byte[]> MakeRequestBuffer(const CDriverRequest& request, std::uint32_t size)
+/// Writes header and payload. The rest is zero, so that no stale memory of the host reaches a driver.
+void FillInput(std::span<std::byte> input, const CDriverRequest& request)
 {
-    auto buffer = std::make_unique_for_overwrite<std::byte[]>(size);
-    const _ZV_DRV_REQ_HDR header{GetCurrentProcessId(), request.RequestId, 1, 0,
-                                 static_cast<std::uint16_t>(request.InLength)};
-    std::memcpy(buffer.get(), &header, sizeof header);
-    std::byte* const payload = buffer.get() + sizeof header;
+    const _ZV_DRV_REQ_HDR header{.ProcessId = GetCurrentProcessId(),
+                                 .RequestId = request.RequestId,
+                                 .Marker = 1,
+                                 .Reserved = 0,
+                                 .InLength = static_cast<std::uint16_t>(request.InLength)};
+    std::memcpy(input.data(), &header, sizeof header);
+    const std::span<std::byte> payload = input.subspan(sizeof header);
     if (request.InLength != 0)
-        std::memcpy(payload, request.InBuffer, request.InLength);
-    std::memset(payload + request.InLength, 0, size - sizeof header - request.InLength);
-    return buffer;
+        std::memcpy(payload.data(), request.InBuffer, request.InLength);
+    std::ranges::fill(payload.subspan(request.InLength), std::byte{0});
 }
 
-/// Starts the request. @return false when the driver refused it at once.
-bool Start(HANDLE handle, const CDriverRequest& request, std::byte* buffer, std::uint32_t size, OVERLAPPED& overlapped)
+/// The output starts with the caller's bytes: what the driver does not write keeps its content.
+CDriverCallPtr MakeCall(const CDriverRequest& request, std::uint32_t size)
 {
-    DWORD returned = 0;
-    if (DeviceIoControl(handle, request.Code, buffer, size, request.OutBuffer, request.OutLength, &returned,
-                        &overlapped))
-        return true;
-    const std::uint32_t error = GetLastError();
-    if (error == ERROR_IO_PENDING)
-        return true;
-    ZV_TRACE(SendRefused, request.Code, error);
-    return false;
+    CDriverCallPtr call = CDriverCall::Make(size, request.OutLength, CCallEvent::ManualSignalled);
+    FillInput(call->Input(), request);
+    if (request.OutLength != 0)
+        std::memcpy(call->Output().data(), request.OutBuffer, request.OutLength);
+    return call;
+}
+
+/// Starts the call and waits for it. @return false when it was refused or timed out.
+bool Run(HANDLE handle, const CDriverRequest& request, CDriverCall& call)
+{
+    const std::uint32_t error = call.Start(handle, request.Code);
+    if (error != ERROR_SUCCESS && error != ERROR_IO_PENDING)
+    {
+        ZV_TRACE(SendRefused, request.Code, error);
+        return false;
+    }
+    const DWORD waited = WaitForSingleObject(call.Event(), request.TimeoutMs);
+    if (waited == WAIT_TIMEOUT)
+        ZV_TRACE(SendTimedOut, request.Code, request.TimeoutMs);
+    return waited == WAIT_OBJECT_0;
 }
 
 } // namespace
 
 CFileHandle OpenControlDevice(const std::string& path)
 {
+    ReleaseCompletedCalls();
     CFileHandle handle(CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                    FILE_FLAG_OVERLAPPED, nullptr));
     if (!handle)
@@ -57,21 +66,13 @@ CFileHandle OpenControlDevice(const std::string& path)
     return handle;
 }
 
-void AwaitEnd(HANDLE handle, OVERLAPPED& overlapped)
+void CopyLateOutput(const CDriverCall* call, const CDriverRequest& request)
 {
-    DWORD bytes = 0;
-    while (!GetOverlappedResult(handle, &overlapped, &bytes, FALSE) && GetLastError() == ERROR_IO_INCOMPLETE)
-    {
-        // Without an event of its own a request can only be looked at: the handle, which stands in
-        // for the event, is signalled by the end of any other request too.
-        if (overlapped.hEvent == nullptr)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        else
-            GetOverlappedResult(handle, &overlapped, &bytes, TRUE);
-    }
+    if (call != nullptr && request.OutLength != 0 && call->HasCompleted())
+        std::memcpy(request.OutBuffer, call->Output().data(), request.OutLength);
 }
 
-bool IOCTL_Send(HANDLE handle, const CDriverRequest& request)
+bool IOCTL_Send(HANDLE handle, const CDriverRequest& request, CDriverCallPtr& call)
 {
     const std::uint32_t larger = std::max(request.InLength, request.OutLength);
     if (larger > std::numeric_limits<std::uint32_t>::max() - ZV_REQ_OVERHEAD)
@@ -79,32 +80,29 @@ bool IOCTL_Send(HANDLE handle, const CDriverRequest& request)
         ZV_TRACE(SendTooLarge, request.Code, larger);
         return false;
     }
-    const std::uint32_t size = larger + ZV_REQ_OVERHEAD;
-    const auto buffer = MakeRequestBuffer(request, size);
-    const CEventHandle event(CreateEventW(nullptr, TRUE, TRUE, nullptr));
-    OVERLAPPED overlapped{};
-    overlapped.hEvent = event.Get();
-    if (!Start(handle, request, buffer.get(), size, overlapped))
-        return false;
-
-    const DWORD waited = WaitForSingleObject(event.Get(), request.TimeoutMs);
-    if (waited == WAIT_OBJECT_0)
-        return true;
-    if (waited == WAIT_TIMEOUT)
-        ZV_TRACE(SendTimedOut, request.Code, request.TimeoutMs);
-    // The system uses buffer, output and record until the request has really ended.
-    CancelIoEx(handle, &overlapped);
-    AwaitEnd(handle, overlapped);
-    return false;
+    call = MakeCall(request, larger + ZV_REQ_OVERHEAD);
+    const bool sent = Run(handle, request, *call);
+    if (call->HasCompleted())
+    {
+        CopyLateOutput(call.get(), request);
+        call.reset();
+    }
+    return sent;
 }
 
 bool SendToDriver(const std::string& path, const CDriverRequest& request)
 {
-    const CFileHandle handle = OpenControlDevice(path);
+    CFileHandle handle = OpenControlDevice(path);
     if (!handle)
         return false;
-    const bool sent = IOCTL_Send(handle.Get(), request);
+    CDriverCallPtr call;
+    const bool sent = IOCTL_Send(handle.Get(), request, call);
     if (!sent)
         CancelIo(handle.Get());
+    if (call != nullptr)
+        call->AwaitCompletion(CancelDeadline());
+    // Some drivers complete a cancelled request only when its handle is closed.
+    handle.Reset();
+    CopyLateOutput(call.get(), request);
     return sent;
 }

@@ -1,14 +1,15 @@
 /// @file
-/// The one way a request reaches an adapter's driver. No state, no retries, nothing cached.
+/// The one path of a request to an adapter's driver. No state, no retries, nothing cached.
 #pragma once
 
+#include "DriverCall.h"
 #include "OSPlatform.h"
 #include "ScopedHandle.h"
 
 #include <cstdint>
 #include <string>
 
-/// One request as its sender knows it.
+/// One request as its sender describes it.
 struct CDriverRequest
 {
     std::uint32_t Code = 0;
@@ -20,17 +21,24 @@ struct CDriverRequest
     std::uint32_t TimeoutMs = 0;
 };
 
-/// Opens a control device; empty when it does not exist or refuses, and the reason is traced.
+/// Opens a control device. Returns an empty handle when the device does not exist or refuses; the
+/// reason is traced.
 CFileHandle OpenControlDevice(const std::string& path);
 
-/// Sends one request on a handle of the caller's and waits for its end.
-/// @return true when the driver ended the request in time, whatever it ended it with; false when it
-///         refused it at once or did not end it in time. Either way the request has ended: one that
-///         timed out is cancelled, and the driver has let go of it.
-bool IOCTL_Send(HANDLE handle, const CDriverRequest& request);
+/// Sends one request on the caller's handle and waits for its completion, up to its time-out. The
+/// driver works on memory of the call; the output is copied to OutBuffer once the request has
+/// completed, with an error too.
+/// @param call receives the request when the driver has not completed it. The caller then cancels it,
+///        and closes the handle before or after it drops the call.
+/// @return true when the driver completed the request in time, whatever its result; false when it
+///         refused it at once or did not complete it in time.
+bool IOCTL_Send(HANDLE handle, const CDriverRequest& request, CDriverCallPtr& call);
 
-/// The same on a handle of its own.
+/// Copies the output of a call that has completed since IOCTL_Send returned. One that has not is left
+/// alone: OutBuffer belongs to the caller again.
+void CopyLateOutput(const CDriverCall* call, const CDriverRequest& request);
+
+/// Sends one request on a handle of its own.
+/// @return as IOCTL_Send.
+/// @note Blocks for at most the time-out and ZV_CANCEL_WAIT. OutBuffer is not touched afterwards.
 bool SendToDriver(const std::string& path, const CDriverRequest& request);
-
-/// Waits until a request has ended that was in flight on this handle.
-void AwaitEnd(HANDLE handle, OVERLAPPED& overlapped);

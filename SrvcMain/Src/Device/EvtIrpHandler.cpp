@@ -1,118 +1,133 @@
 #include "EvtIrpHandler.h"
 
-#include "DriverRequest.h"
 #include "TracePoint.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
 
 constexpr CWideText TerminateEventName{"TerminateWaitEvent"};
 
+CDriverCallPtr MakeRead()
+{
+    const DWORD processId = GetCurrentProcessId();
+    static_assert(sizeof processId == 4);
+    CDriverCallPtr call = CDriverCall::Make(sizeof processId, ZV_RSP_CHUNK_SIZE, CCallEvent::AutoNotSignalled);
+    std::memcpy(call->Input().data(), &processId, sizeof processId);
+    std::ranges::fill(call->Output(), std::byte{0});
+    return call;
+}
+
 } // namespace
 
-EvtIrpHandler::EvtIrpHandler(HANDLE handle, OutputBuffer* output)
-    : ControlHandle(handle), Output(output), ProcessId(GetCurrentProcessId())
+/// The host has asked for `Limit` bytes; a driver that never stops must not fill the memory.
+void OutputBuffer::Append(std::span<const std::byte> chunk)
 {
-    for (std::size_t i = 0; i < Reads.size(); ++i)
+    Received += chunk.size();
+    const std::size_t kept = std::min<std::size_t>(chunk.size(), Limit - Data.size());
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(chunk.data());
+    Data.insert(Data.end(), bytes, bytes + kept);
+}
+
+EvtIrpHandler::EvtIrpHandler(HANDLE handle, OutputBuffer* output) : ControlHandle(handle), Output(output)
+{
+    for (CRead& read : Reads)
     {
-        CRead& read = Reads[i];
-        read.Event.Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-        read.Overlapped.hEvent = read.Event.Get();
-        WaitHandles[i] = read.Event.Get();
+        read.Call = MakeRead();
         Send(read);
     }
     TerminateEvent.Reset(CreateEventW(nullptr, FALSE, FALSE, TerminateEventName.Text));
-    WaitHandles[TerminateIndex] = TerminateEvent.Get();
+    CollectWaitHandles();
 }
 
 EvtIrpHandler::~EvtIrpHandler()
 {
     CancelIo(ControlHandle);
-    for (CRead& read : Reads)
-        if (read.InFlight)
-            AwaitEnd(ControlHandle, read.Overlapped);
 }
 
-/// Sends a read, at first and again. One that cannot be sent stays silent; waiting for it would never
-/// end.
+/// Leaves out what could not be created, since a wait fails for an empty handle. Another account may
+/// own the name of the terminate event; the reads are then waited for alone.
+void EvtIrpHandler::CollectWaitHandles()
+{
+    const auto add = [this](HANDLE event) {
+        if (event != nullptr)
+            WaitHandles[WaitCount++] = event;
+    };
+    for (const CRead& read : Reads)
+        add(read.Call->Event());
+    ReadEventCount = WaitCount;
+    add(TerminateEvent.Get());
+}
+
+/// Sends a read, at first and again. One that cannot be sent stays silent; so does one without an
+/// event, whose completion nobody would be notified of.
 void EvtIrpHandler::Send(CRead& read)
 {
-    DWORD returned = 0;
+    if (read.Call->Event() == nullptr)
+        return;
     read.Turn = ++LastTurn;
-    read.InFlight = DeviceIoControl(ControlHandle, IOCTL_ZV_WAIT_RSP, &ProcessId, sizeof ProcessId, read.Buffer.data(),
-                                    ZV_RSP_CHUNK_SIZE, &returned, &read.Overlapped) != FALSE ||
-                    GetLastError() == ERROR_IO_PENDING;
-    static_assert(sizeof ProcessId == 4);
+    read.Call->Start(ControlHandle, IOCTL_ZV_WAIT_RSP);
+    read.IsOut = read.Call->WasTaken();
 }
 
-/// Takes the bytes of a read that has ended and sends it again.
-EvtIrpHandler::CLook EvtIrpHandler::TakeIfEnded(CRead& read)
+/// Takes the bytes of a completed read and sends it again.
+EvtIrpHandler::CPoll EvtIrpHandler::TakeIfCompleted(CRead& read)
 {
-    DWORD bytes = 0;
-    const bool well = GetOverlappedResult(ControlHandle, &read.Overlapped, &bytes, FALSE) != FALSE;
-    if (!well && GetLastError() == ERROR_IO_INCOMPLETE)
-        return CLook::NothingEnded;
-    // A read that failed still counts as in flight: that it has ended is found when it is waited for.
-    if (!well)
-        return CLook::ResponseEnded;
-    read.InFlight = false;
-    Output->Data.insert(Output->Data.end(), read.Buffer.begin(), read.Buffer.begin() + bytes);
+    if (!read.Call->HasCompleted())
+        return CPoll::NothingCompleted;
+    read.IsOut = false;
+    std::size_t bytes = 0;
+    if (!read.Call->Result(ControlHandle, bytes))
+        return CPoll::ResponseEnded;
+    Output->Append(read.Call->Output().first(bytes));
     if (bytes < ZV_RSP_CHUNK_SIZE)
-        return CLook::ResponseEnded;
+        return CPoll::ResponseEnded;
     Send(read);
-    return CLook::ChunkTaken;
+    return CPoll::ChunkTaken;
 }
 
-/// Looks at the reads in the order in which they were sent, at first that of their index. A driver
-/// fills the oldest read first, so this keeps its order; and a driver that ends each read as it is
-/// sent would otherwise have the first one taken over and over, and the others never.
-EvtIrpHandler::CLook EvtIrpHandler::TakeOldest()
+/// Polls the reads in the order in which they were sent, at first that of their index. A driver
+/// fills the oldest read first, so this keeps its order. By index, a driver that completes each read
+/// as it is sent would have the first one taken over and over, and the others never.
+EvtIrpHandler::CPoll EvtIrpHandler::TakeOldest()
 {
     std::array<CRead*, ZV_RSP_BUFFER_COUNT> inOrder{};
     std::ranges::transform(Reads, inOrder.begin(), [](CRead& read) { return &read; });
     std::ranges::sort(inOrder, {}, &CRead::Turn);
     for (CRead* read : inOrder)
-        if (read->InFlight)
-            if (const CLook look = TakeIfEnded(*read); look != CLook::NothingEnded)
-                return look;
-    return CLook::NothingEnded;
+        if (read->IsOut)
+            if (const CPoll poll = TakeIfCompleted(*read); poll != CPoll::NothingCompleted)
+                return poll;
+    return CPoll::NothingCompleted;
 }
 
-/// Sleeps until a read ends.
-/// @return false when the response is over: a signal from outside, silence, or a wait that failed
-///         and that would fail again for ever.
+/// Sleeps until a read completes.
+/// @return false when the response is over: a signal from outside, silence, or a failed wait, which
+///         would fail again for ever.
 bool EvtIrpHandler::AwaitAny() const
 {
-    return WaitForMultipleObjects(static_cast<DWORD>(WaitHandles.size()), WaitHandles.data(), FALSE, ZV_RSP_WAIT_MS) <
-           TerminateIndex;
+    return WaitForMultipleObjects(WaitCount, WaitHandles.data(), FALSE, ZV_RSP_WAIT_MS) < ReadEventCount;
 }
 
 void EvtIrpHandler::waitRsp()
 {
-    // What has ended is taken before any sleep, which costs far more than the copy of a chunk.
-    CLook look = CLook::NothingEnded;
+    // Completed reads are taken before any sleep, which costs far more than the copy of a chunk.
+    CPoll poll = CPoll::NothingCompleted;
     do
-        look = TakeOldest();
-    while (look == CLook::ChunkTaken || (look == CLook::NothingEnded && AwaitAny()));
-    EndReads();
+        poll = TakeOldest();
+    while (poll == CPoll::ChunkTaken || (poll == CPoll::NothingCompleted && AwaitAny()));
+    for (const CRead& read : Reads)
+        read.Call->Cancel(ControlHandle);
     Output->Done = true;
-    const auto size = static_cast<std::uint32_t>(Output->Data.size());
+    const auto size = static_cast<std::uint32_t>(Output->Received);
     const std::uint32_t id = Output->RequestId;
     ZV_TRACE(AsyncCollected, id, size);
 }
 
-/// Cancels all reads and waits for those that were in flight: the driver uses their memory until it
-/// has let go of them.
-void EvtIrpHandler::EndReads()
+void EvtIrpHandler::AwaitReads(std::chrono::steady_clock::time_point deadline) const
 {
-    for (CRead& read : Reads)
-        CancelIoEx(ControlHandle, &read.Overlapped);
-    for (CRead& read : Reads)
-        if (read.InFlight)
-        {
-            AwaitEnd(ControlHandle, read.Overlapped);
-            read.InFlight = false;
-        }
+    for (const CRead& read : Reads)
+        read.Call->AwaitCompletion(deadline);
 }

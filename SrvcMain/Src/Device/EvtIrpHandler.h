@@ -1,14 +1,17 @@
 /// @file
-/// The response of one asynchronous request: reads in flight, and what they bring.
+/// The response of one asynchronous request: the reads in flight and the bytes that they returned.
 #pragma once
 
+#include "DriverCall.h"
 #include "DriverWire.h"
 #include "OSPlatform.h"
 #include "ScopedHandle.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 class EvtIrpHandler;
@@ -19,11 +22,15 @@ struct OutputBuffer
     std::shared_ptr<EvtIrpHandler> Handler;
     std::uint16_t RequestId = 0;
     bool Done = false;              ///< The response has ended, for whatever reason.
-    std::vector<std::uint8_t> Data; ///< The response so far.
+    std::vector<std::uint8_t> Data; ///< The response so far, at most `Limit` bytes.
+    std::uint32_t Limit = 0;        ///< Bytes that the host has room for; the rest is only counted.
+    std::uint64_t Received = 0;     ///< Bytes that arrived.
+
+    void Append(std::span<const std::byte> chunk);
 };
 
 /// The response reads of one request. Used by the device's notification thread alone; the thread
-/// that constructs it has to be the one that destroys it.
+/// that constructs it must also destroy it. Reads that the driver keeps are parked on destruction.
 class EvtIrpHandler
 {
 public:
@@ -31,47 +38,47 @@ public:
     /// @param handle the request's control handle, open for longer than this object.
     /// @param output owns this object and outlives it.
     EvtIrpHandler(HANDLE handle, OutputBuffer* output);
-    /// Returns when no read is in flight any more.
+    /// Cancels what is left; does not wait.
     ~EvtIrpHandler();
     EvtIrpHandler(const EvtIrpHandler&) = delete;
     EvtIrpHandler& operator=(const EvtIrpHandler&) = delete;
 
     /// Collects until a short chunk, a failed read, a signal from outside or 3000 ms of silence; then
-    /// ends the reads and marks the response as done.
+    /// cancels the reads and marks the response as done.
     void waitRsp();
 
-private:
-    static constexpr std::size_t TerminateIndex = ZV_RSP_BUFFER_COUNT;
+    /// Waits until the cancelled reads have completed, up to the deadline.
+    void AwaitReads(std::chrono::steady_clock::time_point deadline) const;
 
-    /// One read and the memory that the system uses until it has ended.
+private:
     struct CRead
     {
-        OVERLAPPED Overlapped{};
-        std::array<std::uint8_t, ZV_RSP_CHUNK_SIZE> Buffer{};
-        CEventHandle Event;
+        CDriverCallPtr Call;
         std::uint64_t Turn = 0; ///< Counts the reads that were sent; the oldest has the lowest.
-        bool InFlight = false;  ///< Started and its end not yet seen; only then may it be waited for.
+        bool IsOut = false;     ///< Taken by the driver, and its completion not yet seen.
     };
 
-    /// What a look at the reads found.
-    enum class CLook
+    /// The result of one poll of the reads.
+    enum class CPoll
     {
-        NothingEnded,
+        NothingCompleted,
         ChunkTaken,
         ResponseEnded
     };
 
     void Send(CRead& read);
-    CLook TakeOldest();
-    CLook TakeIfEnded(CRead& read);
+    void CollectWaitHandles();
+    CPoll TakeOldest();
+    CPoll TakeIfCompleted(CRead& read);
     bool AwaitAny() const;
-    void EndReads();
 
     HANDLE ControlHandle;
     OutputBuffer* Output;
-    DWORD ProcessId;
     std::array<CRead, ZV_RSP_BUFFER_COUNT> Reads;
     std::uint64_t LastTurn = 0;
     CEventHandle TerminateEvent; ///< Shared by name; a signal from outside ends one collection.
+    /// The events that exist: those of the reads in their order, then the terminate event.
     std::array<HANDLE, ZV_RSP_BUFFER_COUNT + 1> WaitHandles{};
+    DWORD WaitCount = 0;
+    DWORD ReadEventCount = 0;
 };

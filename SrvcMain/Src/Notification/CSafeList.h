@@ -46,6 +46,13 @@ public:
             PushNew(std::move(element));
     }
 
+    /// Moves elements to the end without allocating.
+    void Append(CList& elements)
+    {
+        const CScopedLock lock(Mutex);
+        Elements.splice(Elements.end(), elements);
+    }
+
     /// The elements of this moment, for a walk that must not hold the mutex.
     std::vector<T> Snapshot() const
     {

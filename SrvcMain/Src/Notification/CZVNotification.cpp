@@ -67,6 +67,22 @@ bool CZVNotification::SendNorification(const ZVBlob& blob)
     return true;
 }
 
+CZVNotification::CPrepared CZVNotification::Prepare(ZVBlob blob)
+{
+    CPrepared prepared;
+    prepared.push_back(std::move(blob));
+    return prepared;
+}
+
+bool CZVNotification::SendPrepared(CPrepared& prepared)
+{
+    if ((State & ZV_NOTIFY_RUNNING) == 0)
+        return false;
+    Queue.Append(prepared);
+    WakeEvent.Wake();
+    return true;
+}
+
 bool CZVNotification::StopNotifyThread()
 {
     if ((State & ZV_NOTIFY_RUNNING) == 0)

@@ -45,6 +45,14 @@ public:
     /// @return false when the thread does not run; the blob is not queued.
     bool SendNorification(const ZVBlob& blob);
 
+    /// A blob with the memory of its queue entry.
+    using CPrepared = CSafeList<ZVBlob>::CList;
+    /// Allocates the entry, for a caller that must not fail between a decision and its message.
+    /// @throws std::bad_alloc
+    static CPrepared Prepare(ZVBlob blob);
+    /// Queues a prepared blob as SendNorification does, without allocating.
+    bool SendPrepared(CPrepared& prepared);
+
     /// Ends the worker and returns when it has ended. A drain in progress runs to its end first.
     /// @return false when the thread does not run.
     /// @throws std::system_error "resource deadlock would occur" on the own worker.

@@ -1,0 +1,128 @@
+#include "DriverCall.h"
+
+#include "Lock.h"
+#include "TracePoint.h"
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+#include <utility>
+
+namespace
+{
+
+/// Requests whose handle is closed and that their driver has not completed. Constant-initialised and
+/// never destroyed, so that a call can be parked while the process ends.
+struct CParkedCalls
+{
+    CLock Lock;
+    CDriverCall* First ZV_GUARDED_BY(Lock) = nullptr;
+    std::atomic<bool> Any{false}; ///< Written under Lock; spares others the lock.
+};
+
+constinit CParkedCalls parked;
+
+std::unique_ptr<std::byte[]> MakeBytes(std::size_t size)
+{
+    return size != 0 ? std::make_unique_for_overwrite<std::byte[]>(size) : nullptr;
+}
+
+} // namespace
+
+CDriverCall::CDriverCall(std::size_t inSize, std::size_t outSize)
+    : InSize(inSize), OutSize(outSize), InBytes(MakeBytes(inSize)), OutBytes(MakeBytes(outSize))
+{
+}
+
+CDriverCallPtr CDriverCall::Make(std::size_t inSize, std::size_t outSize, CCallEvent event)
+{
+    CDriverCallPtr call(new CDriverCall(inSize, outSize));
+    const BOOL isManual = event == CCallEvent::ManualSignalled ? TRUE : FALSE;
+    call->Completion.Reset(CreateEventW(nullptr, isManual, isManual, nullptr));
+    call->Overlapped.hEvent = call->Completion.Get();
+    return call;
+}
+
+ULONG_PTR CDriverCall::Status() const noexcept
+{
+    // The last word that is written on completion; what was written before it is then visible.
+    return std::atomic_ref(const_cast<ULONG_PTR&>(Overlapped.Internal)).load(std::memory_order_acquire);
+}
+
+std::uint32_t CDriverCall::Start(HANDLE handle, std::uint32_t code)
+{
+    // A call that fails before it reaches the driver leaves the record alone.
+    std::atomic_ref(Overlapped.Internal).store(STATUS_PENDING, std::memory_order_relaxed);
+    Taken = true;
+    DWORD returned = 0;
+    if (DeviceIoControl(handle, code, InBytes.get(), static_cast<DWORD>(InSize), OutBytes.get(),
+                        static_cast<DWORD>(OutSize), &returned, &Overlapped))
+        return ERROR_SUCCESS;
+    const std::uint32_t error = GetLastError();
+    // A warning completes the record as a success does. After a refusal the record stays pending,
+    // although nothing is in flight.
+    Taken = error == ERROR_IO_PENDING || Status() != STATUS_PENDING;
+    return error;
+}
+
+bool CDriverCall::AwaitCompletion(std::chrono::steady_clock::time_point deadline) const
+{
+    using std::chrono::milliseconds;
+    while (!HasCompleted())
+    {
+        const auto left = std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left <= milliseconds::zero())
+            return false;
+        // Without an event, or after a signal that was not the completion, the record is polled.
+        if (WaitForSingleObject(Completion.Get(), static_cast<DWORD>(left.count())) != WAIT_TIMEOUT && !HasCompleted())
+            std::this_thread::sleep_for(milliseconds(1));
+    }
+    return true;
+}
+
+bool CDriverCall::Result(HANDLE handle, std::size_t& bytes)
+{
+    DWORD count = 0;
+    const bool isGood = GetOverlappedResult(handle, &Overlapped, &count, FALSE) != FALSE;
+    // A driver can report more than it had room for.
+    bytes = std::min<std::size_t>(count, OutSize);
+    return isGood;
+}
+
+void CParkUnlessCompleted::operator()(CDriverCall* call) const noexcept
+{
+    if (call->HasCompleted())
+    {
+        delete call;
+        return;
+    }
+    const auto size = static_cast<std::uint32_t>(call->InSize + call->OutSize);
+    ZV_TRACE(CallParked, size);
+    const CScopedLock lock(parked.Lock);
+    call->NextParked = std::exchange(parked.First, call);
+    parked.Any.store(true, std::memory_order_relaxed);
+}
+
+void ReleaseCompletedCalls() noexcept
+{
+    if (!parked.Any.load(std::memory_order_relaxed))
+        return;
+    CDriverCall* completed = nullptr;
+    {
+        const CScopedLock lock(parked.Lock);
+        for (CDriverCall** link = &parked.First; *link != nullptr;)
+        {
+            CDriverCall* const call = *link;
+            if (!call->HasCompleted())
+            {
+                link = &call->NextParked;
+                continue;
+            }
+            *link = call->NextParked;
+            call->NextParked = std::exchange(completed, call);
+        }
+        parked.Any.store(parked.First != nullptr, std::memory_order_relaxed);
+    }
+    while (completed != nullptr)
+        delete std::exchange(completed, completed->NextParked);
+}
