@@ -49,8 +49,10 @@ public:
     /// are cancelled.
     void SetAside(std::uint32_t code, std::uint64_t openId);
 
-    /// From now on a cancelled request is let go of by its taker alone.
-    void HoldCancelled();
+    /// From now on cancelled requests are kept for Cancelled and CompleteCancelled, or no longer are.
+    void HoldCancelled(bool holds = true);
+    /// Completes the kept cancelled requests with 995.
+    void CompleteCancelled();
     /// Takes the oldest cancelled request; waits for one.
     RequestPtr Cancelled();
 

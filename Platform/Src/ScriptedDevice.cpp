@@ -55,10 +55,21 @@ void ScriptedDevice::SetAside(std::uint32_t code, std::uint64_t openId)
     }
 }
 
-void ScriptedDevice::HoldCancelled()
+void ScriptedDevice::HoldCancelled(bool holds)
 {
     const std::lock_guard lock(Mutex);
-    HoldsCancelled = true;
+    HoldsCancelled = holds;
+}
+
+void ScriptedDevice::CompleteCancelled()
+{
+    RequestList requests;
+    {
+        const std::lock_guard lock(Mutex);
+        requests.swap(CancelledRequests);
+    }
+    for (const RequestPtr& request : requests)
+        request->Complete(995);
 }
 
 ScriptedDevice::RequestPtr ScriptedDevice::Cancelled()

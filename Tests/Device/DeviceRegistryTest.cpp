@@ -80,9 +80,13 @@ TEST_F(DeviceRegistry, FailuresAndUnknownOperations)
     EXPECT_EQ(access(ZV_REG_OP_WRITE, "Fresh"), ZV_SRVC_ERR_FAILURE);
     Machine->FailCall("RegFlushKey", 1, 5);
     EXPECT_EQ(access(ZV_REG_OP_WRITE, "Fresh"), ZV_SRVC_SUCCESS) << "the flush is not looked at";
-    EXPECT_EQ(Device->AccessRegistry(ZV_REG_OP_WRITE, "", "x", nullptr, data, &size), ZV_SRVC_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(Device->AccessRegistry(ZV_REG_OP_WRITE, "", "x", &type, nullptr, &size), ZV_SRVC_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(Device->AccessRegistry(ZV_REG_OP_WRITE, "", "x", &type, data, nullptr), ZV_SRVC_ERR_INVALID_PARAMETER);
+    auto unnumbered = std::make_shared<_ZV_SRVC_DEVICE_INFO>();
+    Device->GetDeviceInfo(unnumbered.get());
+    unnumbered->DriverKeyIndex[0] = 0;
+    Device->Close();
+    ASSERT_EQ(Device->Open(unnumbered), ZV_SRVC_SUCCESS);
+    EXPECT_EQ(access(ZV_REG_OP_WRITE, ""), ZV_SRVC_ERR_FAILURE);
+    EXPECT_FALSE(Machine->Value(Root, "Missing").has_value()) << "the key of the class is not the adapter's";
 }
 
 TEST_F(DeviceRegistry, TheAbilityIsANumberOrATextThatBeginsWithOne)

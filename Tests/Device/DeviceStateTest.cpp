@@ -1,6 +1,7 @@
 /// Opening and closing, and what each operation answers in each state.
 
 #include "DeviceFixture.h"
+#include "Faults.h"
 
 #include <thread>
 
@@ -182,51 +183,45 @@ TEST_F(DeviceState, ARequestThatEndsWithAnErrorAfterItPendedWasSentAllTheSame)
     EXPECT_EQ(data, Bytes(4000, 1));
 }
 
-TEST_F(DeviceState, ATimedOutSendReturnsOnlyWhenTheDriverHasLetGo)
-{
-    OpenIt();
-    Driver->On(0x99000000, Driver->Hold());
-    Driver->HoldCancelled();
-    auto out = std::make_unique<Bytes>(16, 0xEE);
-    std::atomic<bool> returned{false};
-    std::jthread host([&] {
-        _ZV_SRVC_IOCTL_REQ request = PlainRequest(1);
-        request.OutBuffer = out->data();
-        request.OutLength = 16;
-        EXPECT_EQ(Device->SendIOCTLReq(&request), ZV_SRVC_ERR_FAILURE);
-        returned = true;
-        out.reset(); // The host's memory is free again: a driver that still used it would be seen.
-    });
-    const auto cancelled = Driver->Cancelled();
-    EXPECT_FALSE(returned);
-    EXPECT_TRUE(cancelled->Complete(0, Bytes(16, 1)));
-}
-
 TEST_F(DeviceState, BadRecordsAreRefusedAndNothingIsSent)
 {
     OpenIt();
-    EXPECT_EQ(Device->SendIOCTLReq(nullptr), ZV_SRVC_ERR_INVALID_PARAMETER);
-    _ZV_SRVC_IOCTL_REQ noIn{};
-    noIn.InLength = 1;
-    _ZV_SRVC_IOCTL_REQ noOut{};
-    noOut.OutLength = 1;
-    for (std::uint8_t isAsync : Bytes{0, 1})
-    {
-        noIn.IsAsync = noOut.IsAsync = isAsync;
-        EXPECT_EQ(Device->SendIOCTLReq(&noIn), ZV_SRVC_ERR_INVALID_PARAMETER);
-        EXPECT_EQ(Device->SendIOCTLReq(&noOut), ZV_SRVC_ERR_INVALID_PARAMETER);
-    }
+    EXPECT_EQ(StatusesOfWrongCalls(*Device), WrongCallStatuses);
     std::uint8_t byte = 0;
-    for (const std::uint32_t length : {0xFFFFFFFFU, 0xFFFFFFFFU - 39, 0xFFFFFFFFU - 40, 0xFFFFFFFFU - 51})
+    for (const std::uint32_t length : {0xFFFFFFFFU, 0xFFFFFFFFU - 40, 0xFFFFFFFFU - 51})
         EXPECT_EQ(Device->SetQueryInfo(0, 1, &byte, length), ZV_SRVC_ERR_DRIVER_REQUEST);
-    EXPECT_EQ(Device->SetQueryInfo(0, 1, nullptr, 5), ZV_SRVC_SUCCESS);
     _ZV_SRVC_IOCTL_REQ huge{};
     huge.InBuffer = &byte;
     huge.InLength = 0xFFFFFFFF - 11;
     EXPECT_EQ(Device->SendIOCTLReq(&huge), ZV_SRVC_ERR_FAILURE);
-    EXPECT_EQ(Device->GetDeviceInfo(nullptr), ZV_SRVC_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(Device->GetAbility(nullptr), ZV_SRVC_ERR_INVALID_PARAMETER);
     EXPECT_TRUE(Driver->Requests().empty());
+}
+
+TEST_F(DeviceState, AnOpenWithoutMemoryLeavesTheDeviceUnboundAndUsable)
+{
+    int thrown = 0;
+    for (int nth = 1;; ++nth)
+    {
+        const auto device = MakeDevice();
+        FailAllocation(nth);
+        try
+        {
+            device->Open(Good);
+            if (FailAllocation(0) > 0)
+                break;
+            device->Close();
+            continue;
+        }
+        catch (const std::bad_alloc&)
+        {
+            ++thrown;
+        }
+        FailAllocation(0);
+        EXPECT_EQ(Answers::Of(*device), Unbound) << nth;
+        EXPECT_EQ(device->Open(Good), ZV_SRVC_SUCCESS) << nth;
+        EXPECT_EQ(Answers::Of(*device), Usable) << nth;
+    }
+    EXPECT_GE(thrown, 2) << "the path and the request";
 }
 
 } // namespace

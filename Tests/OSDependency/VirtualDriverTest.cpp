@@ -135,6 +135,7 @@ TEST(VirtualDriver, TakesEveryRequestOfADeviceAndNoneReachesThePlatform)
         EXPECT_STREQ(text, "{sim-1} abc fffe in 70");
         std::memset(text, 0, sizeof text);
     }
+    EXPECT_EQ(StatusesOfWrongCalls(*device), WrongCallStatuses) << "as without a simulated driver";
     EXPECT_EQ(device->Close(), ZV_SRVC_SUCCESS);
     EXPECT_EQ(device->SetQueryInfo(0, 1, text, 1), ZV_SRVC_ERR_DEVICE_NOT_OPEN);
     for (const char* call : {"CreateFileA", "DeviceIoControl", "RegOpenKeyA", "RegCreateKeyA"})

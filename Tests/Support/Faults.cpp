@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <new>
 #include <pthread.h>
+#include <utility>
 
 namespace
 {
@@ -27,9 +28,9 @@ void FailThreadStart(int nth)
     threadCountdown = nth;
 }
 
-void FailAllocation(int nth)
+int FailAllocation(int nth)
 {
-    allocationCountdown = nth;
+    return std::exchange(allocationCountdown, nth);
 }
 
 extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,

@@ -6,4 +6,5 @@
 void FailThreadStart(int nth);
 
 /// Makes the `nth` allocation of the calling thread from now on fail with std::bad_alloc; 0 for none.
-void FailAllocation(int nth);
+/// @return what was left of the count before, so above 0 when no allocation has failed.
+int FailAllocation(int nth);

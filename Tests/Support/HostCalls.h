@@ -67,3 +67,30 @@ inline Listing List(CDeviceManagerIntf& manager, std::string_view filter, std::s
     listing.Records.resize(listing.Status == ZV_SRVC_SUCCESS ? result.Length / sizeof(_ZV_SRVC_DEVICE_INFO) : 0);
     return listing;
 }
+
+/// The statuses of calls whose arguments no driver and no registry call can accept.
+inline std::vector<unsigned int> StatusesOfWrongCalls(CDeviceIntf& device)
+{
+    std::uint8_t byte = 0;
+    std::uint32_t word = 4;
+    _ZV_SRVC_IOCTL_REQ noIn{};
+    noIn.InLength = 1;
+    _ZV_SRVC_IOCTL_REQ noOut{};
+    noOut.OutLength = 1;
+    const auto write = [&](std::uint32_t* type, std::uint8_t* data, std::uint32_t* size) {
+        return device.AccessRegistry(ZV_REG_OP_WRITE, "", "x", type, data, size);
+    };
+    return {device.SendIOCTLReq(nullptr),
+            device.SendIOCTLReq(&noIn),
+            device.SendIOCTLReq(&noOut),
+            device.SetQueryInfo(0, 1, &byte, 0xFFFFFFFF - 39),
+            device.SetQueryInfo(0, 1, nullptr, 5),
+            device.GetDeviceInfo(nullptr),
+            device.GetAbility(nullptr),
+            device.AccessRegistry(ZV_REG_OP_READ, "", "x", &word, &byte, nullptr),
+            write(nullptr, &byte, &word),
+            write(&word, nullptr, &word),
+            write(&word, &byte, nullptr)};
+}
+
+inline const std::vector<unsigned int> WrongCallStatuses{12, 12, 12, 2, 0, 12, 12, 1, 12, 12, 12};
