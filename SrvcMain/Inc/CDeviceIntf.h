@@ -13,10 +13,18 @@
 /// One adapter that a host works with. Made by CDeviceManagerIntf::OpenDevice, or by
 /// `CreateZVModule<CDeviceIntf>` and then Open.
 ///
-/// Held by `std::shared_ptr`; the last share destroys the object and waits for its thread, so it
-/// must not be dropped in a completion callback of the same device. The request operations may be
-/// called from any thread, also side by side. Open and Close must not run beside any other
-/// operation of the same object.
+/// Held by `std::shared_ptr`. Releasing the last reference destroys the object and waits for its
+/// thread; in a completion callback of the same device it does not wait, and the thread exits after
+/// the callback.
+///
+/// All operations may be called from any thread at the same time, with one exception: calls of Open
+/// and Close must not overlap each other. An operation that overlaps Close either completes or
+/// returns ZV_SRVC_ERR_DEVICE_NOT_OPEN.
+///
+/// No operation waits for a driver longer than its bound below, whatever the driver does. A request
+/// that timed out is cancelled and waited for up to 100 ms. If the driver has not completed it by
+/// then, the library keeps the memory that it gave to the driver until it does; the caller's own
+/// memory is free as soon as the call returns.
 class CDeviceIntf
 {
 public:
@@ -27,14 +35,20 @@ public:
     ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN for an empty pointer or an adapter that is faulted or
     ///         absent, and the object stays unbound; ZV_SRVC_ERR_CONTROL_DEVICE when the driver
     ///         does not answer, and the object is bound all the same.
-    /// @note Blocks for one open of the control device and at most 300 ms for the answer.
+    /// @throws std::bad_alloc when memory runs out; the object stays unbound.
+    /// @note Blocks for one open of the control device, and for at most 300 ms + 100 ms for the driver.
     virtual unsigned int Open(std::shared_ptr<_ZV_SRVC_DEVICE_INFO>& record) = 0;
 
-    /// Unbinds the object and ends its thread. Asynchronous requests are not served any more, also
+    /// Unbinds the object and ends its thread. Asynchronous requests are not served any more, even
     /// after a later Open.
+    ///
+    /// The request that the thread is working on, and those that it takes up before it sees the stop,
+    /// complete with their callbacks. Any other waiting request never runs and its callback never
+    /// comes; see `_ZV_SRVC_IOCTL_REQ`.
     /// @return ZV_SRVC_SUCCESS, whatever state the object is in.
     /// @throws std::system_error when called in a completion callback of the same device.
-    /// @note Blocks until asynchronous requests in progress have ended.
+    /// @note Blocks until the asynchronous requests that still run have completed: for each its
+    ///       time-out, and then 3000 ms + 100 ms after the driver's last response chunk.
     virtual unsigned int Close() = 0;
 
     /// Reads the adapter's value "ZVSrvcLibSupport" as a number.
@@ -58,23 +72,23 @@ public:
     /// @param buffer in: data for the driver; out, on success: the driver's answer. With null
     ///        nothing is sent and the result is ZV_SRVC_SUCCESS.
     /// @param length bytes at `buffer`; the driver sees and answers exactly this many.
-    /// @return ZV_SRVC_SUCCESS when the driver ended the request in time; ZV_SRVC_ERR_DRIVER_REQUEST
+    /// @return ZV_SRVC_SUCCESS when the driver completed the request in time; ZV_SRVC_ERR_DRIVER_REQUEST
     ///         when it refused, did not answer or `length` is above 0xFFFFFFFF - 52;
     ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN. On failure `buffer` is untouched.
-    /// @note Blocks for at most 50 ms, and then for as long as the driver takes to let go of a
-    ///       request that timed out.
+    /// @throws std::bad_alloc when memory runs out; nothing was sent.
+    /// @note Blocks for at most 50 ms + 100 ms.
     virtual unsigned int SetQueryInfo(std::uint8_t isSet, std::uint32_t infoId, void* buffer, std::uint32_t length) = 0;
 
-    /// Sends a control request of the host's own.
+    /// Sends a control request that the host defines.
     /// @param request see `_ZV_SRVC_IOCTL_REQ` for ownership.
-    /// @return ZV_SRVC_SUCCESS: the driver ended a synchronous request in time, or an asynchronous
-    ///         one was accepted; ZV_SRVC_ERR_FAILURE: a synchronous request failed;
+    /// @return ZV_SRVC_SUCCESS: the driver completed a synchronous request in time, whatever its
+    ///         result, or an asynchronous one was accepted; ZV_SRVC_ERR_FAILURE: a synchronous request failed;
     ///         ZV_SRVC_ERR_ASYNC_PENDING: an asynchronous request with this RequestId is waiting;
     ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN; ZV_SRVC_ERR_INVALID_PARAMETER for a null record, or null
     ///         memory with a length.
     /// @throws std::bad_alloc when memory runs out; the request was not accepted then.
-    /// @note A synchronous request blocks for at most its time-out, and then for as long as the
-    ///       driver takes to let go of it. An asynchronous one does not block.
+    /// @note A synchronous request blocks for at most its time-out + 100 ms. An asynchronous one does
+    ///       not block; its callback comes at most 3000 ms + 100 ms after the driver fell silent.
     virtual unsigned int SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request) = 0;
 
     /// Reads, writes or deletes a value in the adapter's driver key.
@@ -85,7 +99,8 @@ public:
     /// @param type registry value type; written by a read, read by a write.
     /// @param data the value's bytes; a read with null reports type and size alone.
     /// @param size bytes at `data`; a read writes the value's size, also when the room is too small.
-    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_FAILURE, with a read also when the room is too small;
+    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_FAILURE when the registry call fails, when a read has too
+    ///         little room or data without a size, and for an adapter without a DriverKeyIndex;
     ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN; ZV_SRVC_ERR_INVALID_PARAMETER for a write without its
     ///         type, size or data.
     /// @note Blocks for the registry calls; a write includes a flush of the key.

@@ -1,5 +1,5 @@
 /// @file
-/// A host's own control request to an adapter's driver, and the codes of registry access.
+/// The control request that a host defines, and the codes of registry access.
 #pragma once
 
 #include <cstddef>
@@ -35,21 +35,25 @@ static_assert(offsetof(_ZV_ASYNC_RESULT, Request) == 8);
 
 /// Completion callback: the request's context; 0 when the driver took the request and 1 when it
 /// could not be sent; the result. It runs on the device's own thread, which serves no further
-/// request until it returns. It may send requests; it must not close the device or drop the last
-/// reference to it.
+/// request until it returns. It may send requests and drop the last reference to the device; it must
+/// not call Close of the device, which throws there. The simulated driver never calls back.
 using ZV_ASYNC_CALLBACK = void (*)(void* context, std::uint32_t status, const _ZV_ASYNC_RESULT* result);
 
 /// One control request, 64 bytes. The host fills it and the library only reads it.
 ///
 /// A synchronous request is over when the call returns. An asynchronous one lends the record, its
 /// input and its output memory to the library until the completion callback.
+///
+/// The callback never comes when the request has none, when the simulated driver took the request,
+/// and when the device was closed or released before its thread took the request up. Such a record
+/// stays lent until the device object is destroyed.
 struct _ZV_SRVC_IOCTL_REQ
 {
     std::uint32_t IoctlCode;    ///< Control code, passed to the driver unchanged.
     std::uint16_t RequestId;    ///< Identifies the request to the driver, and asynchronous duplicates.
     std::uint16_t Padding1;     ///< Not read.
     const void* InBuffer;       ///< Input bytes; may be null when `InLength` is 0.
-    std::uint32_t InLength;     ///< Bytes at `InBuffer`.
+    std::uint32_t InLength;     ///< Bytes at `InBuffer`; the driver is told only the low 16 bits.
     std::uint32_t Padding2;     ///< Not read.
     void* OutBuffer;            ///< Output memory; may be null when `OutLength` is 0.
     std::uint32_t OutLength;    ///< Bytes at `OutBuffer`.
