@@ -1,10 +1,10 @@
-/// Requests to a driver through the library beside the bare platform calls that they consist of.
+/// Requests to a driver through the library, compared with the bare platform calls behind them.
 ///
-/// SyncRequest: one synchronous request of 64 bytes each way, which the driver ends at once.
+/// SyncRequest: synchronous requests of 64 bytes input and 64 B, 64 KiB and 16 MiB output, which the
+/// driver completes at once. Library and bare calls alternate; `factor` is the ratio of the medians.
 /// AsyncRequest: one asynchronous request whose response is one short chunk, callback included.
-/// Response16MB: bytes a second of a chunked response, and how often the thread went to wait per
-/// chunk; from a driver that ends each read at once, and from one that ends them on a thread of its
-/// own.
+/// Response16MB: bytes per second of a chunked response, and how often the thread waited per chunk;
+/// from a driver that completes each read at once, and from one that does so on its own thread.
 
 #include "ControlDevice.h"
 #include "Machine.h"
@@ -15,7 +15,9 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstring>
 #include <deque>
 #include <memory>
@@ -44,7 +46,7 @@ public:
         if (request->Code() == WaitRsp)
             Serve(request);
         else
-            request->Complete(0, std::span(Zeros).first(std::min(request->OutputRoom(), Zeros.size())));
+            request->Complete(0, std::span(Full).first(std::min(request->OutputRoom(), Full.size())));
     }
 
     void Begin(std::size_t size) { ResponseLeft = size; }
@@ -60,6 +62,7 @@ protected:
     }
 
     const std::array<std::uint8_t, ChunkSize> Zeros{};
+    const std::vector<std::uint8_t> Full = std::vector<std::uint8_t>(ResponseSize); ///< Fills any output.
     std::size_t ResponseLeft = 0; ///< Used where the reads are answered, and between two requests.
 };
 
@@ -138,46 +141,81 @@ struct Opened
     std::shared_ptr<CDeviceIntf> Device;
 };
 
-void SyncRequestLibrary(benchmark::State& state)
+/// One synchronous request, prepared once.
+struct SyncRequest
 {
-    Opened<PromptDriver> opened;
-    std::array<std::uint8_t, 64> in{};
-    std::array<std::uint8_t, 64> out{};
-    _ZV_SRVC_IOCTL_REQ request{};
-    request.IoctlCode = HostCode;
-    request.InBuffer = in.data();
-    request.InLength = in.size();
-    request.OutBuffer = out.data();
-    request.OutLength = out.size();
-    request.Timeout = 1000;
-    for (auto round : state)
-        if (opened.Device->SendIOCTLReq(&request) != 0)
-            state.SkipWithError("the request failed");
-}
+    explicit SyncRequest(std::size_t outSize) : Out(outSize) {}
 
-void SyncRequestBare(benchmark::State& state)
-{
-    Opened<PromptDriver> opened;
-    std::array<std::uint8_t, 64> in{};
-    std::array<std::uint8_t, 64> out{};
-    for (auto round : state)
+    bool SendThroughLibrary(CDeviceIntf& device)
+    {
+        _ZV_SRVC_IOCTL_REQ request{};
+        request.IoctlCode = HostCode;
+        request.InBuffer = In.data();
+        request.InLength = static_cast<std::uint32_t>(In.size());
+        request.OutBuffer = Out.data();
+        request.OutLength = static_cast<std::uint32_t>(Out.size());
+        request.Timeout = 10'000;
+        return device.SendIOCTLReq(&request) == 0;
+    }
+
+    bool SendBare()
     {
         const HANDLE file = CreateFileA("\\\\.\\Zorvane_Wifi_Device{bench}", GENERIC_READ | GENERIC_WRITE,
                                         FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
-        const auto buffer = std::make_unique<std::uint8_t[]>(in.size() + 12);
+        const std::size_t size = std::max(In.size(), Out.size()) + 12;
+        const auto buffer = std::make_unique<std::uint8_t[]>(size);
         const DWORD processId = GetCurrentProcessId();
         std::memcpy(buffer.get(), &processId, sizeof processId);
-        std::memcpy(buffer.get() + 10, in.data(), in.size());
+        std::memcpy(buffer.get() + 10, In.data(), In.size());
         const HANDLE event = CreateEventW(nullptr, TRUE, TRUE, nullptr);
         OVERLAPPED overlapped{};
         overlapped.hEvent = event;
         DWORD returned = 0;
-        DeviceIoControl(file, HostCode, buffer.get(), in.size() + 12, out.data(), out.size(), &returned, &overlapped);
-        if (WaitForSingleObject(event, 1000) != 0)
-            state.SkipWithError("the request failed");
+        DeviceIoControl(file, HostCode, buffer.get(), static_cast<DWORD>(size), Out.data(),
+                        static_cast<DWORD>(Out.size()), &returned, &overlapped);
+        const bool isDone = WaitForSingleObject(event, 10'000) == WAIT_OBJECT_0;
         CloseHandle(event);
         CloseHandle(file);
+        return isDone;
     }
+
+    std::array<std::uint8_t, 64> In{};
+    std::vector<std::uint8_t> Out;
+};
+
+template <class Call>
+double SecondsOf(Call call)
+{
+    const auto start = std::chrono::steady_clock::now();
+    call();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double MedianOf(std::vector<double>& values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::ranges::nth_element(values, middle);
+    return *middle;
+}
+
+void SyncRequests(benchmark::State& state)
+{
+    Opened<PromptDriver> opened;
+    SyncRequest request(static_cast<std::size_t>(state.range(0)));
+    std::vector<double> library;
+    std::vector<double> bare;
+    bool isGood = true;
+    for (auto round : state)
+    {
+        library.push_back(SecondsOf([&] { isGood &= request.SendThroughLibrary(*opened.Device); }));
+        bare.push_back(SecondsOf([&] { isGood &= request.SendBare(); }));
+        state.SetIterationTime(library.back());
+    }
+    if (!isGood)
+        state.SkipWithError("a request failed");
+    state.counters["bare_us"] = 1e6 * MedianOf(bare);
+    state.counters["library_us"] = 1e6 * MedianOf(library);
+    state.counters["factor"] = MedianOf(library) / MedianOf(bare);
 }
 
 /// Sends an asynchronous request and waits for its callback.
@@ -228,8 +266,7 @@ void Response16MB(benchmark::State& state)
 
 } // namespace
 
-BENCHMARK(SyncRequestLibrary)->UseRealTime();
-BENCHMARK(SyncRequestBare)->UseRealTime();
+BENCHMARK(SyncRequests)->Arg(64)->Arg(64 << 10)->Arg(16 << 20)->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(AsyncRequest)->UseRealTime();
 BENCHMARK(Response16MB<PromptDriver>)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(Response16MB<ThreadedDriver>)->UseRealTime()->Unit(benchmark::kMillisecond);

@@ -55,22 +55,18 @@ CUWPDevice::~CUWPDevice()
     ReleaseCompletedCalls();
 }
 
-ZVAdapterRecord CUWPDevice::BoundRecord() const
+CUWPDevice::CBinding CUWPDevice::Bound() const
 {
     const CScopedLock lock(BindLock);
-    return DeviceInfo;
+    return {.Record = DeviceInfo, .Path = ControlPath};
 }
 
-ZVAdapterRecord CUWPDevice::ReadyRecord() const
+CUWPDevice::CBinding CUWPDevice::Ready() const
 {
-    ZVAdapterRecord record = BoundRecord();
-    return record != nullptr && IsAvailable(*record) ? record : nullptr;
-}
-
-CUWPDevice::CPath CUWPDevice::BoundPath() const
-{
-    const CScopedLock lock(BindLock);
-    return ControlPath;
+    CBinding binding = Bound();
+    if (binding.Record != nullptr && !IsAvailable(*binding.Record))
+        binding.Record.reset();
+    return binding;
 }
 
 /// Binds the object in one step.
@@ -99,7 +95,7 @@ void CUWPDevice::Unbind()
 /// the object unbound.
 unsigned int CUWPDevice::Open(std::shared_ptr<_ZV_SRVC_DEVICE_INFO>& record)
 {
-    if (BoundRecord() != nullptr)
+    if (Bound().Record != nullptr)
         return ZV_SRVC_ERR_ALREADY_OPEN;
     const ZVAdapterRecord adapter = record;
     if (adapter == nullptr || !IsAvailable(*adapter))
@@ -124,13 +120,13 @@ unsigned int CUWPDevice::Close()
     Unbind();
     Notifier.StopNotifyThread();
     ReleaseCompletedCalls();
-    ZV_TRACE(Closed, *BoundPath());
+    ZV_TRACE(Closed, *Bound().Path);
     return ZV_SRVC_SUCCESS;
 }
 
 unsigned int CUWPDevice::GetDeviceInfo(_ZV_SRVC_DEVICE_INFO* record)
 {
-    const ZVAdapterRecord bound = BoundRecord();
+    const ZVAdapterRecord bound = Bound().Record;
     if (bound == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     if (record == nullptr)

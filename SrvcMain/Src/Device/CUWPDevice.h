@@ -48,12 +48,17 @@ private:
         std::uint16_t RequestId;     ///< Kept here: the host may free a record that will never run.
     };
 
-    /// The bound record. Each operation works on a reference of its own, since Close may empty
-    /// DeviceInfo meanwhile.
-    ZVAdapterRecord BoundRecord() const ZV_EXCLUDES(BindLock);
-    /// The bound record if its adapter is neither faulted nor absent; every request begins with this.
-    ZVAdapterRecord ReadyRecord() const ZV_EXCLUDES(BindLock);
-    CPath BoundPath() const ZV_EXCLUDES(BindLock);
+    /// What Open binds the object to. Each operation works on references of its own, since Close may
+    /// unbind the object meanwhile.
+    struct CBinding
+    {
+        ZVAdapterRecord Record; ///< Empty when the object is not bound.
+        CPath Path;             ///< Of the control device; kept by Close, for requests that still run.
+    };
+
+    CBinding Bound() const ZV_EXCLUDES(BindLock);
+    /// The same, without a record if the adapter is faulted or absent; every request begins with this.
+    CBinding Ready() const ZV_EXCLUDES(BindLock);
     bool Bind(const ZVAdapterRecord& record, CPath path, const std::array<std::uint32_t, 4>* words)
         ZV_EXCLUDES(BindLock);
     void Unbind() ZV_EXCLUDES(BindLock);
@@ -69,7 +74,6 @@ private:
     /// Guards what Open and Close change; held for the copy of a pointer.
     mutable CLock BindLock;
     ZVAdapterRecord DeviceInfo ZV_GUARDED_BY(BindLock);
-    /// Set by Open and kept by Close, since requests that wait for the thread still run.
     CPath ControlPath ZV_GUARDED_BY(BindLock) = std::make_shared<const std::string>();
     /// The start of the driver's information block.
     std::array<std::uint32_t, 4> DriverInfo ZV_GUARDED_BY(BindLock){};

@@ -56,7 +56,7 @@ bool ExchangeItem(const std::string& path, const _ZV_DRV_INFO_REQ& head, void* b
 
 unsigned int CUWPDevice::SetQueryInfo(std::uint8_t isSet, std::uint32_t infoId, void* buffer, std::uint32_t length)
 {
-    const ZVAdapterRecord record = ReadyRecord();
+    const auto [record, path] = Ready();
     if (record == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     std::uint32_t status = ZV_SRVC_ERR_DRIVER_REQUEST;
@@ -65,7 +65,7 @@ unsigned int CUWPDevice::SetQueryInfo(std::uint8_t isSet, std::uint32_t infoId, 
         ZV_TRACE(SendTooLarge, IOCTL_ZV_INFO_REQ, length);
     else if (Fake_SetQueryInfo(*record, isSet, infoId, buffer, length) || buffer == nullptr)
         return ZV_SRVC_SUCCESS;
-    else if (ExchangeItem(*BoundPath(), MakeHead(isSet == 1, infoId, length), buffer))
+    else if (ExchangeItem(*path, MakeHead(isSet == 1, infoId, length), buffer))
         status = ZV_SRVC_SUCCESS;
     const std::uint32_t set = isSet;
     ZV_TRACE(ItemDone, set, infoId, status);

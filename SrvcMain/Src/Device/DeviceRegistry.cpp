@@ -69,7 +69,7 @@ bool IsKnown(std::uint32_t operation)
 unsigned int CUWPDevice::AccessRegistry(std::uint32_t operation, std::string subKey, std::string valueName,
                                         std::uint32_t* type, std::uint8_t* data, std::uint32_t* size)
 {
-    const ZVAdapterRecord record = ReadyRecord();
+    const ZVAdapterRecord record = Ready().Record;
     if (record == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     if (const unsigned int status = CheckArguments(operation, type, data, size); status != ZV_SRVC_SUCCESS)
@@ -92,7 +92,7 @@ unsigned int CUWPDevice::AccessRegistry(std::uint32_t operation, std::string sub
 
 unsigned int CUWPDevice::GetAbility(std::uint32_t* result)
 {
-    if (ReadyRecord() == nullptr)
+    if (Ready().Record == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     if (result == nullptr)
         return ZV_SRVC_ERR_INVALID_PARAMETER;

@@ -56,7 +56,7 @@ CDriverRequest AsDriverRequest(const _ZV_SRVC_IOCTL_REQ& request)
 
 unsigned int CUWPDevice::SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request)
 {
-    const ZVAdapterRecord record = ReadyRecord();
+    const auto [record, path] = Ready();
     if (record == nullptr)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     if (request == nullptr || !HasItsMemory(*request))
@@ -67,7 +67,7 @@ unsigned int CUWPDevice::SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request)
     std::uint32_t status = ZV_SRVC_SUCCESS;
     if (request->IsAsync != 0)
         status = AcceptAsync(request);
-    else if (!SendToDriver(*BoundPath(), driverRequest))
+    else if (!SendToDriver(*path, driverRequest))
         status = ZV_SRVC_ERR_FAILURE;
     const std::uint32_t id = driverRequest.RequestId;
     ZV_TRACE(RequestDone, driverRequest.Code, id, status);
@@ -140,7 +140,7 @@ void CUWPDevice::HandlingAsyncIOCTLReq()
 std::uint32_t CUWPDevice::RunAsync(const _ZV_SRVC_IOCTL_REQ& request) const
 {
     const CDriverRequest driverRequest = AsDriverRequest(request);
-    CFileHandle handle = OpenControlDevice(*BoundPath());
+    CFileHandle handle = OpenControlDevice(*Bound().Path);
     if (!handle)
         return 1;
     CDriverCallPtr call;

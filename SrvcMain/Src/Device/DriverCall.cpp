@@ -22,21 +22,24 @@ struct CParkedCalls
 
 constinit CParkedCalls parked;
 
-std::unique_ptr<std::byte[]> MakeBytes(std::size_t size)
-{
-    return size != 0 ? std::make_unique_for_overwrite<std::byte[]>(size) : nullptr;
-}
-
 } // namespace
 
-CDriverCall::CDriverCall(std::size_t inSize, std::size_t outSize)
-    : InSize(inSize), OutSize(outSize), InBytes(MakeBytes(inSize)), OutBytes(MakeBytes(outSize))
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the inline bytes stay undefined on purpose.
+CDriverCall::CDriverCall(std::size_t inSize, std::size_t outSize, CCallMemory memory)
 {
+    constexpr std::size_t alignment = alignof(std::max_align_t);
+    const std::size_t outOffset = memory == CCallMemory::Shared ? 0 : (inSize + alignment - 1) / alignment * alignment;
+    const std::size_t size = std::max(inSize, outOffset + outSize);
+    if (size > InlineSize)
+        Large = std::make_unique_for_overwrite<std::byte[]>(size);
+    std::byte* const bytes = Large != nullptr ? Large.get() : Inline.data();
+    In = {bytes, inSize};
+    Out = {outSize != 0 ? bytes + outOffset : nullptr, outSize};
 }
 
-CDriverCallPtr CDriverCall::Make(std::size_t inSize, std::size_t outSize, CCallEvent event)
+CDriverCallPtr CDriverCall::Make(std::size_t inSize, std::size_t outSize, CCallMemory memory, CCallEvent event)
 {
-    CDriverCallPtr call(new CDriverCall(inSize, outSize));
+    CDriverCallPtr call(new CDriverCall(inSize, outSize, memory));
     const BOOL isManual = event == CCallEvent::ManualSignalled ? TRUE : FALSE;
     call->Completion.Reset(CreateEventW(nullptr, isManual, isManual, nullptr));
     call->Overlapped.hEvent = call->Completion.Get();
@@ -49,14 +52,20 @@ ULONG_PTR CDriverCall::Status() const noexcept
     return std::atomic_ref(const_cast<ULONG_PTR&>(Overlapped.Internal)).load(std::memory_order_acquire);
 }
 
+std::size_t CDriverCall::CopiedBytes() const noexcept
+{
+    constexpr ULONG_PTR firstError = 0xC0000000;
+    return !Taken || Status() >= firstError ? 0 : std::min<std::size_t>(Overlapped.InternalHigh, Out.size());
+}
+
 std::uint32_t CDriverCall::Start(HANDLE handle, std::uint32_t code)
 {
     // A call that fails before it reaches the driver leaves the record alone.
     std::atomic_ref(Overlapped.Internal).store(STATUS_PENDING, std::memory_order_relaxed);
     Taken = true;
     DWORD returned = 0;
-    if (DeviceIoControl(handle, code, InBytes.get(), static_cast<DWORD>(InSize), OutBytes.get(),
-                        static_cast<DWORD>(OutSize), &returned, &Overlapped))
+    if (DeviceIoControl(handle, code, In.data(), static_cast<DWORD>(In.size()), Out.data(),
+                        static_cast<DWORD>(Out.size()), &returned, &Overlapped))
         return ERROR_SUCCESS;
     const std::uint32_t error = GetLastError();
     // A warning completes the record as a success does. After a refusal the record stays pending,
@@ -85,7 +94,7 @@ bool CDriverCall::Result(HANDLE handle, std::size_t& bytes)
     DWORD count = 0;
     const bool isGood = GetOverlappedResult(handle, &Overlapped, &count, FALSE) != FALSE;
     // A driver can report more than it had room for.
-    bytes = std::min<std::size_t>(count, OutSize);
+    bytes = std::min<std::size_t>(count, Out.size());
     return isGood;
 }
 
@@ -96,7 +105,7 @@ void CParkUnlessCompleted::operator()(CDriverCall* call) const noexcept
         delete call;
         return;
     }
-    const auto size = static_cast<std::uint32_t>(call->InSize + call->OutSize);
+    const auto size = static_cast<std::uint32_t>(call->In.size() + call->Out.size());
     ZV_TRACE(CallParked, size);
     const CScopedLock lock(parked.Lock);
     call->NextParked = std::exchange(parked.First, call);

@@ -5,6 +5,7 @@
 #include "OSPlatform.h"
 #include "ScopedHandle.h"
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -31,6 +32,13 @@ struct CParkUnlessCompleted
 
 using CDriverCallPtr = std::unique_ptr<CDriverCall, CParkUnlessCompleted>;
 
+/// Whether input and output may be the same memory, which saves a copy's worth of cache and pages.
+enum class CCallMemory
+{
+    Shared,  ///< For buffered transfer: the operating system copies the input as the request starts.
+    Separate ///< For a driver that has both at the same time.
+};
+
 /// How the event of a call is created.
 enum class CCallEvent
 {
@@ -47,14 +55,14 @@ class CDriverCall
 {
 public:
     /// Allocates the memory, whose content is undefined, and creates the event. Sends nothing.
-    static CDriverCallPtr Make(std::size_t inSize, std::size_t outSize, CCallEvent event);
+    static CDriverCallPtr Make(std::size_t inSize, std::size_t outSize, CCallMemory memory, CCallEvent event);
 
     ~CDriverCall() = default;
     CDriverCall(const CDriverCall&) = delete;
     CDriverCall& operator=(const CDriverCall&) = delete;
 
-    std::span<std::byte> Input() const noexcept { return {InBytes.get(), InSize}; }
-    std::span<std::byte> Output() const noexcept { return {OutBytes.get(), OutSize}; }
+    std::span<std::byte> Input() const noexcept { return In; }
+    std::span<std::byte> Output() const noexcept { return Out; } ///< Null address when it is empty.
     /// Null when the event could not be created.
     HANDLE Event() const noexcept { return Completion.Get(); }
 
@@ -69,6 +77,10 @@ public:
     /// False while the operating system may touch the memory. The record's status decides, since a
     /// driver can complete a request with any error number, those of an unfinished request included.
     bool HasCompleted() const noexcept { return !Taken || Status() != STATUS_PENDING; }
+
+    /// Output bytes that the operating system has written, for a code with buffered transfer: it copies
+    /// the driver's output when the request completes, and none after an error.
+    std::size_t CopiedBytes() const noexcept;
 
     /// Waits until the request has completed.
     /// @return false when it has not by the deadline.
@@ -86,15 +98,18 @@ private:
     friend struct CParkUnlessCompleted;
     friend void ReleaseCompletedCalls() noexcept;
 
-    CDriverCall(std::size_t inSize, std::size_t outSize);
+    CDriverCall(std::size_t inSize, std::size_t outSize, CCallMemory memory);
     ULONG_PTR Status() const noexcept;
+
+    /// Requests and responses of a few bytes are the usual ones; they need no allocation.
+    static constexpr std::size_t InlineSize = 512;
 
     OVERLAPPED Overlapped{};
     CEventHandle Completion;
-    const std::size_t InSize;
-    const std::size_t OutSize;
-    const std::unique_ptr<std::byte[]> InBytes;
-    const std::unique_ptr<std::byte[]> OutBytes; ///< Null when nothing is expected.
+    alignas(std::max_align_t) std::array<std::byte, InlineSize> Inline;
+    std::unique_ptr<std::byte[]> Large; ///< Null when all fits into Inline.
+    std::span<std::byte> In;
+    std::span<std::byte> Out;
     bool Taken = false;
     CDriverCall* NextParked = nullptr; ///< Guarded by the lock of the parked calls.
 };

@@ -23,17 +23,36 @@ void FillInput(std::span<std::byte> input, const CDriverRequest& request)
     const std::span<std::byte> payload = input.subspan(sizeof header);
     if (request.InLength != 0)
         std::memcpy(payload.data(), request.InBuffer, request.InLength);
-    std::ranges::fill(payload.subspan(request.InLength), std::byte{0});
+    const std::span<std::byte> rest = payload.subspan(request.InLength);
+    std::memset(rest.data(), 0, rest.size());
 }
 
-/// The output starts with the caller's bytes: what the driver does not write keeps its content.
+/// With buffered transfer a driver never has the caller's memory: the operating system copies its
+/// output on completion. With the other methods it may read and write the memory at any time.
+bool IsBuffered(std::uint32_t code)
+{
+    constexpr std::uint32_t methodBits = 3;
+    return (code & methodBits) == 0;
+}
+
+/// Where the driver has the output memory, it starts with the caller's bytes: what the driver does
+/// not write keeps its content.
 CDriverCallPtr MakeCall(const CDriverRequest& request, std::uint32_t size)
 {
-    CDriverCallPtr call = CDriverCall::Make(size, request.OutLength, CCallEvent::ManualSignalled);
+    const bool isBuffered = IsBuffered(request.Code);
+    CDriverCallPtr call = CDriverCall::Make(
+        size, request.OutLength, isBuffered ? CCallMemory::Shared : CCallMemory::Separate, CCallEvent::ManualSignalled);
     FillInput(call->Input(), request);
-    if (request.OutLength != 0)
+    if (request.OutLength != 0 && !isBuffered)
         std::memcpy(call->Output().data(), request.OutBuffer, request.OutLength);
     return call;
+}
+
+void CopyOutput(const CDriverCall& call, const CDriverRequest& request)
+{
+    const std::size_t size = IsBuffered(request.Code) ? call.CopiedBytes() : request.OutLength;
+    if (size != 0)
+        std::memcpy(request.OutBuffer, call.Output().data(), size);
 }
 
 /// Starts the call and waits for it. @return false when it was refused or timed out.
@@ -68,8 +87,8 @@ CFileHandle OpenControlDevice(const std::string& path)
 
 void CopyLateOutput(const CDriverCall* call, const CDriverRequest& request)
 {
-    if (call != nullptr && request.OutLength != 0 && call->HasCompleted())
-        std::memcpy(request.OutBuffer, call->Output().data(), request.OutLength);
+    if (call != nullptr && call->HasCompleted())
+        CopyOutput(*call, request);
 }
 
 bool IOCTL_Send(HANDLE handle, const CDriverRequest& request, CDriverCallPtr& call)
@@ -84,7 +103,7 @@ bool IOCTL_Send(HANDLE handle, const CDriverRequest& request, CDriverCallPtr& ca
     const bool sent = Run(handle, request, *call);
     if (call->HasCompleted())
     {
-        CopyLateOutput(call.get(), request);
+        CopyOutput(*call, request);
         call.reset();
     }
     return sent;

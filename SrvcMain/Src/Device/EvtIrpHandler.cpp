@@ -14,7 +14,8 @@ CDriverCallPtr MakeRead()
 {
     const DWORD processId = GetCurrentProcessId();
     static_assert(sizeof processId == 4);
-    CDriverCallPtr call = CDriverCall::Make(sizeof processId, ZV_RSP_CHUNK_SIZE, CCallEvent::AutoNotSignalled);
+    CDriverCallPtr call =
+        CDriverCall::Make(sizeof processId, ZV_RSP_CHUNK_SIZE, CCallMemory::Separate, CCallEvent::AutoNotSignalled);
     std::memcpy(call->Input().data(), &processId, sizeof processId);
     std::ranges::fill(call->Output(), std::byte{0});
     return call;
