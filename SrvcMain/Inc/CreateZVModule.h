@@ -20,8 +20,10 @@
 /// @param type `CDeviceManagerIntf`: ZV_SRVC_DEVICE_MANAGER_UWP. `CDeviceIntf`: ZV_SRVC_DEVICE_UWP.
 /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_INTERFACE_TYPE for any other type;
 ///         ZV_SRVC_ERR_MODULE_CREATE when the new object is not ready.
-/// @throws std::bad_alloc, std::system_error when memory or threads are exhausted. A first call
-///         that failed this way can be made again.
+/// @throws std::bad_alloc, std::system_error when memory or threads are exhausted; `module` is
+///         untouched. The call can be repeated. A first call that could not start the event window's
+///         thread leaves a service without one: later calls succeed, listings and devices work, and
+///         no client of the process is ever notified of an event.
 /// @note Blocks for the start of threads; a manager has three and a device one.
 template <class Interface>
 unsigned int CreateZVModule(std::shared_ptr<Interface>& module, _ZV_SRVC_INTERFACE_TYPE type);

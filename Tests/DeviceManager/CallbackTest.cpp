@@ -1,5 +1,6 @@
 /// Every public operation from every callback.
 
+#include "CUWPDeviceManager.h"
 #include "EventFixture.h"
 
 #include <future>
@@ -186,5 +187,25 @@ const auto AllPlaces = testing::Values(Where::UserClient, Where::ZvClient, Where
 const auto AllOperations = testing::Range(std::size_t{0}, std::size(Operations));
 
 INSTANTIATE_TEST_SUITE_P(All, Callback, testing::Combine(AllPlaces, AllOperations), NameOf);
+
+TEST(Callback, MayReleaseTheLastReferenceToItsManager)
+{
+    for (const std::uint32_t type : {0U, ZV_INFO_REQ_MAGIC})
+    {
+        static std::shared_ptr<CUWPDeviceManager> manager;
+        static std::atomic<bool> isReleased;
+        manager = std::make_shared<CUWPDeviceManager>();
+        isReleased = false;
+        _ZV_WLAN_NOTIFY_HDLR client{[](void*, std::uint32_t, const _ZV_WLAN_NOTIFY_DATA*) {
+                                        manager.reset();
+                                        isReleased = true;
+                                        TellChange();
+                                    },
+                                    nullptr, 0, type};
+        manager->RegisterNotification(&client);
+        manager->PwrEvtHdlr(0x218, 4, 0);
+        AwaitChange(isReleased, false);
+    }
+}
 
 } // namespace

@@ -224,6 +224,23 @@ TEST(Notification, DroppingTheOwnerInsideItsHandlerLeavesTheThreadToEndByItself)
     EXPECT_EQ(notifier, nullptr);
 }
 
+TEST(Notification, AnObjectAtTheAddressOfADestroyedOneHasItsOwnThread)
+{
+    std::optional<CZVNotification> notifier(std::in_place);
+    std::latch done(1);
+    Handler idle([](const ZVBlob&) {});
+    Handler handler([&](const ZVBlob&) {
+        notifier.reset(); // On its own worker, which is detached.
+        notifier.emplace().RunNotifyThread(&idle, "another");
+        notifier.reset();
+        done.count_down();
+    });
+    notifier->RunNotifyThread(&handler, "worker");
+    notifier->SendNorification(MakeBlob(4));
+    done.wait();
+    EXPECT_FALSE(notifier.has_value());
+}
+
 TEST(Notification, AThreadThatCannotStartIsReportedAndLeavesNothingBehind)
 {
     Handler handler([](const ZVBlob&) {});

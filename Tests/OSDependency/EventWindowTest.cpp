@@ -66,7 +66,7 @@ TEST(EventWindow, StopsWhateverHasFailed)
 {
     Platform::ScopedMachine machine;
     for (const char* call : {"RegisterClassExW", "CreateWindowExW", "RegisterDeviceNotificationW", "GetMessageW",
-                             "SendMessageW", "LoadIconW", "GetModuleHandleW"})
+                             "SendMessageW", "PostThreadMessageW", "LoadIconW", "GetModuleHandleW"})
     {
         SCOPED_TRACE(call);
         machine->FailCall(call, 1, 5);

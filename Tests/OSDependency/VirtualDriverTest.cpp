@@ -72,6 +72,7 @@ TEST(VirtualDriver, AFileThatCannotBeLoadedLeavesTheRealSystem)
     Platform::ScopedMachine machine;
     machine->AddAdapter(GivenAdapter("{real}", "zvwlanu"));
     EXPECT_EQ(List(*MakeManager(), "ZV_USB").Identities(), std::vector<std::string>{"{real}"});
+    EXPECT_EQ(machine->Calls("GetProcAddress"), 0U) << "without a module it finds the host's own exports";
 }
 
 TEST(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)

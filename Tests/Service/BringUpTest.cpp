@@ -1,14 +1,19 @@
 /// Bring-up under failures of threads and memory.
 
+#include "CWinPwrEvtHandle.h"
 #include "CZVNSrvcMgnt.h"
+#include "PwrEvtWndProc.h"
 
+#include "EventClient.h"
 #include "Faults.h"
 #include "Hosting.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <new>
 #include <system_error>
+#include <thread>
 
 namespace
 {
@@ -67,6 +72,51 @@ TEST(BringUp, EveryAllocationMayFailOnceAndALaterCallSucceeds)
     Platform::ScopedMachine machine;
     machine->AddAdapter(GivenAdapter("{a}", "zvwlanu"));
     EXPECT_EQ(List(*manager, "ZV_USB").Records.size(), 1U);
+}
+
+TEST(BringUp, AManagerIsHandedOutOnlyWhenItReceivesEvents)
+{
+    MakeManager();
+    CWinPwrEvtHandle::AwaitWindow();
+    std::shared_ptr<CDeviceManagerIntf> manager;
+    int failures = 0;
+    while (!MakesManagerDespite(failures + 1, manager))
+        ++failures;
+    EXPECT_GT(failures, 10);
+    EventClient* const client = MakeClient(*manager);
+    // A message that cannot be queued is lost, but the exit of this process must not wait for it.
+    FailAllocation(1);
+    EXPECT_THROW(PwrEvtWndProc(nullptr, 0x218, 4, 0), std::bad_alloc);
+    PwrEvtWndProc(nullptr, 0x218, 7, 0);
+    EXPECT_TRUE(client->TakeUntil(ZV_EVT_SYSTEM_RESUME).empty());
+}
+
+/// Starts the first factory call on another thread, whose second thread start, that of the event
+/// window, takes a while; returns when the service object exists.
+void BeginSlowBringUp()
+{
+    DelayThreadStart(3, 300); // This thread is the first.
+    std::thread([] { MakeManager(); }).detach();
+    while (g_pSrvcMgnt.Get() == nullptr)
+        std::this_thread::yield();
+}
+
+TEST(BringUp, OtherCallersWaitForTheEventWindow)
+{
+    BeginSlowBringUp();
+    MakeManager();
+    CWinPwrEvtHandle::AwaitWindow();
+    EXPECT_EQ(Platform::CountOpenObjects().Windows, 1U);
+}
+
+TEST(BringUpDeathTest, TheProcessMayExitDuringTheFirstCall)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto exitDuringBringUp = [] {
+        BeginSlowBringUp();
+        std::exit(7);
+    };
+    EXPECT_EXIT(exitDuringBringUp(), testing::ExitedWithCode(7), "");
 }
 
 } // namespace

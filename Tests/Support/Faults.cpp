@@ -6,11 +6,14 @@
 #include <dlfcn.h>
 #include <new>
 #include <pthread.h>
+#include <unistd.h>
 #include <utility>
 
 namespace
 {
 std::atomic<int> threadCountdown{0};
+std::atomic<int> delayCountdown{0};
+std::atomic<int> delayMs{0};
 thread_local int allocationCountdown = 0;
 
 template <class Counter>
@@ -28,6 +31,12 @@ void FailThreadStart(int nth)
     threadCountdown = nth;
 }
 
+void DelayThreadStart(int nth, int milliseconds)
+{
+    delayMs = milliseconds;
+    delayCountdown = nth;
+}
+
 int FailAllocation(int nth)
 {
     return std::exchange(allocationCountdown, nth);
@@ -39,6 +48,8 @@ extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* 
 {
     if (CountsDownToZero(threadCountdown))
         return EAGAIN;
+    if (CountsDownToZero(delayCountdown))
+        usleep(static_cast<useconds_t>(delayMs) * 1000);
     using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
     static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
     return next(thread, attributes, body, argument);

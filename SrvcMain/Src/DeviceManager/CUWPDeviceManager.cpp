@@ -30,9 +30,11 @@ CUWPDeviceManager::CUWPDeviceManager()
 
 CUWPDeviceManager::~CUWPDeviceManager()
 {
-    UserNotifier.StopNotifyThread();
-    ZVNotifier.StopNotifyThread();
-    UninstallNotifier.StopNotifyThread();
+    // A client callback may hold the last reference when the process exits. The thread that it runs
+    // on cannot be joined then; it is detached.
+    for (CZVNotification* notifier : {&UserNotifier, &ZVNotifier, &UninstallNotifier})
+        if (!notifier->IsOwnThread())
+            notifier->StopNotifyThread();
     // Watchers that still run are waited for while all that they use is there.
     UninstallChecks.Clear();
 }

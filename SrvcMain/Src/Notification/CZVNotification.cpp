@@ -36,9 +36,11 @@ CZVNotification::~CZVNotification()
         StopNotifyThread();
         return;
     }
-    // The last owner was dropped by the handler itself, or the process ends on this thread. The
-    // worker cannot be joined here; it leaves without another look at this object.
+    // The handler itself released the last owner, or the process exits on this thread. The worker
+    // cannot be joined here; it exits without touching this object again. Another object at the same
+    // address is not this worker's.
     *GoneFlag = true;
+    currentWorker = nullptr;
     Thread.detach();
 }
 

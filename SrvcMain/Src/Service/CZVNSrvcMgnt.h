@@ -79,17 +79,37 @@ extern CServiceOwner g_pSrvcMgnt;
 /// Has to be entered for the use of what g_pSrvcMgnt points at.
 extern CServiceGate ServiceGate;
 
-/// Calls `work` with the service, unless there is none or it is going.
+/// One visit of a thread to the service. Leaves the gate on every way out of its scope: a visit that
+/// threw and stayed inside would keep the process from exiting.
+class CServiceVisit
+{
+public:
+    CServiceVisit() noexcept : IsInside(ServiceGate.Enter()) {}
+    ~CServiceVisit()
+    {
+        if (IsInside)
+            ServiceGate.Leave();
+    }
+    CServiceVisit(const CServiceVisit&) = delete;
+    CServiceVisit& operator=(const CServiceVisit&) = delete;
+
+    /// The service, or null when there is none or its destruction has begun.
+    CZVNSrvcMgnt* Service() const noexcept { return IsInside ? g_pSrvcMgnt.Get() : nullptr; }
+
+private:
+    const bool IsInside;
+};
+
+/// Calls `work` with the service, unless there is none or its destruction has begun.
 template <class Work>
 void WithService(Work&& work)
 {
-    if (!ServiceGate.Enter())
-        return;
-    if (CZVNSrvcMgnt* service = g_pSrvcMgnt.Get(); service != nullptr)
+    const CServiceVisit visit;
+    if (CZVNSrvcMgnt* service = visit.Service(); service != nullptr)
         std::forward<Work>(work)(*service);
-    ServiceGate.Leave();
 }
 
-/// Brings the service up unless it is up. Callers that come while it is being brought up wait.
-/// @throws what the construction throws; the next call then tries again.
+/// Brings the service up unless it is up. Concurrent callers wait until it is, event window included.
+/// @throws what the construction throws; the next call then tries again. What Init throws: the
+///         service then is up without an event window, and the next call succeeds.
 void EnsureService();

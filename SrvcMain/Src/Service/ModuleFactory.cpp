@@ -26,16 +26,25 @@ struct CRelease
     }
 };
 
-template <class Class, class Interface>
-unsigned int MakeModule(std::shared_ptr<Interface>& module, std::uint32_t type)
+/// Makes an object.
+/// @return an empty pointer when it reports that it is not ready.
+template <class Class>
+std::shared_ptr<Class> MakeObject(std::uint32_t type)
 {
     std::shared_ptr<Class> object(new Class, CRelease{});
     CModuleBase& base = *object;
-    if (!base.IsModuleReady())
-    {
-        ZV_TRACE(FactoryNotReady, type);
+    if (base.IsModuleReady())
+        return object;
+    ZV_TRACE(FactoryNotReady, type);
+    return nullptr;
+}
+
+/// Hands a ready object out, as the last step of a call that can fail.
+template <class Class, class Interface>
+unsigned int HandOut(std::shared_ptr<Class> object, std::shared_ptr<Interface>& module) noexcept
+{
+    if (object == nullptr)
         return ZV_SRVC_ERR_MODULE_CREATE;
-    }
     module = std::move(object);
     return ZV_SRVC_SUCCESS;
 }
@@ -47,7 +56,7 @@ unsigned int MakeFor(std::shared_ptr<CDeviceIntf>& module, _ZV_SRVC_INTERFACE_TY
     {
     case ZV_SRVC_DEVICE_UWP:
         ZV_TRACE(FactoryDevice);
-        return MakeModule<CUWPDevice>(module, number);
+        return HandOut(MakeObject<CUWPDevice>(number), module);
     case ZV_SRVC_DEVICE_BASE:
     case ZV_SRVC_DEVICE_RESERVED:
         return ZV_SRVC_ERR_INTERFACE_TYPE;
@@ -71,13 +80,11 @@ unsigned int MakeFor(std::shared_ptr<CDeviceManagerIntf>& module, _ZV_SRVC_INTER
         return ZV_SRVC_ERR_INTERFACE_TYPE;
     }
     ZV_TRACE(FactoryManager);
-    const unsigned int status = MakeModule<CUWPDeviceManager>(module, number);
-    if (status == ZV_SRVC_SUCCESS)
-    {
-        std::shared_ptr<CZVPwrEvtHandler> handler = std::dynamic_pointer_cast<CUWPDeviceManager>(module);
-        WithService([&](CZVNSrvcMgnt& service) { service.RegisterPwrEvtHandler(std::move(handler)); });
-    }
-    return status;
+    std::shared_ptr<CUWPDeviceManager> manager = MakeObject<CUWPDeviceManager>(number);
+    // Registered first: a manager that could not be would receive no events.
+    if (manager != nullptr)
+        WithService([&](CZVNSrvcMgnt& service) { service.RegisterPwrEvtHandler(manager); });
+    return HandOut(std::move(manager), module);
 }
 
 } // namespace

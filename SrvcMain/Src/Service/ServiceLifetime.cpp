@@ -32,9 +32,8 @@ void Settle(CBringUp outcome)
     TellChange();
 }
 
-void Build()
+void BuildService()
 {
-    isBuilder = true;
     try
     {
         PinModule(&g_pSrvcMgnt);
@@ -45,9 +44,26 @@ void Build()
         Settle(CBringUp::Absent);
         throw;
     }
-    // The pointer is set, so a failure from here on is no reason to build a second service.
-    Settle(CBringUp::Up);
-    g_pSrvcMgnt.Get()->Init();
+}
+
+/// Connects the source of messages. Other callers wait for this too: a listing before the event window
+/// exists would miss a removal for good. Inside the gate, so that the exit routine waits for it.
+void ConnectService()
+{
+    struct CSettler
+    {
+        // The pointer is set, so a failure of Init is no reason to build a second service.
+        ~CSettler() { Settle(CBringUp::Up); }
+    };
+    const CSettler settler;
+    WithService([](CZVNSrvcMgnt& service) { service.Init(); });
+}
+
+/// Returns when no other thread is bringing the service up.
+void AwaitBringUp()
+{
+    while (bringUp.load(std::memory_order_acquire) == CBringUp::Building)
+        AwaitChange(bringUp, CBringUp::Building);
 }
 
 } // namespace
@@ -59,14 +75,21 @@ void EnsureService()
     {
         if (seen == CBringUp::Absent)
         {
-            if (bringUp.compare_exchange_strong(seen, CBringUp::Building, std::memory_order_acq_rel))
-                return Build();
-            continue;
+            if (!bringUp.compare_exchange_strong(seen, CBringUp::Building, std::memory_order_acq_rel))
+                continue;
+            isBuilder = true;
+            BuildService();
+            return ConnectService();
         }
-        // A simulated driver that calls the factory while it is being loaded would wait for itself.
         if (isBuilder)
+        {
+            // A simulated driver may call the factory while it is being connected. While it is being
+            // loaded there is no service yet, and the call would wait for itself.
+            if (g_pSrvcMgnt.Get() != nullptr)
+                return;
             throw CThreadError(std::errc::resource_deadlock_would_occur, "resource deadlock would occur");
-        AwaitChange(bringUp, CBringUp::Building);
+        }
+        AwaitBringUp();
         seen = bringUp.load(std::memory_order_acquire);
     }
 }
@@ -78,12 +101,15 @@ void CServiceOwner::Assign(std::unique_ptr<CZVNSrvcMgnt> service)
 
 CServiceOwner::~CServiceOwner()
 {
-    // When the process ends on one of the library's own threads, that thread cannot be joined and
-    // its callers' frames are still in use: everything stays as it is until the process is gone.
-    if (ThreadsHaveBeenEnded() || OnLibraryThread())
+    // When the process exits on one of the library's threads, or inside bring-up, that thread cannot
+    // be joined and its callers' frames are still in use: nothing is released before the process ends.
+    if (ThreadsHaveBeenEnded() || OnLibraryThread() || isBuilder)
         return;
+    AwaitBringUp();
     delete Get();
     Service.store(nullptr, std::memory_order_release);
+    // A bring-up that begins only now must not connect a source of messages.
+    ServiceGate.Close();
 }
 
 bool CServiceGate::Enter() noexcept

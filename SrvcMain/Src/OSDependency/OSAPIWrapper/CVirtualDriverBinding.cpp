@@ -36,12 +36,15 @@ bool CVirtualDriverBinding::Load()
     if (stat(FileName, &status) != 0)
         return false;
     Module = LoadLibraryA(FileName);
+    LoadFlags |= Loaded;
+    // Without a module the look-up would search the host program's exports.
+    if (Module == nullptr)
+        return true;
     Bind(Virtual_RegisterPnPHandler, Module, "Virtual_RegisterPnPHandler");
     Bind(Virtual_EnumZVDevice, Module, "Virtual_EnumZVDevice");
     Bind(Virtual_Dev_SetQueryInfo, Module, "Virtual_Dev_SetQueryInfo");
     Bind(Virtual_AccessRegistry, Module, "Virtual_AccessRegistry");
     Bind(Virtual_SendIOCTLReq, Module, "Virtual_SendIOCTLReq");
-    LoadFlags |= Loaded;
     return true;
 }
 

@@ -3,6 +3,9 @@
 #include "TracePoint.h"
 #include "WordWait.h"
 
+#include <chrono>
+#include <thread>
+
 namespace
 {
 
@@ -40,7 +43,9 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
         SendMessageW(Window, StopMessage, 0, 0);
         // What is sent reaches the procedure but does not bring the thread out of its wait; what is
         // posted does. To the thread and not to the window, which may have failed to come up.
-        PostThreadMessageW(ServedBy, StopMessage, 0, 0);
+        // The queue of the thread may be full for a moment; without the message the join would hang.
+        while (!PostThreadMessageW(ServedBy, StopMessage, 0, 0) && GetLastError() != ERROR_INVALID_THREAD_ID)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         WindowThread.Join();
     }
     PwrEvtState = 0;

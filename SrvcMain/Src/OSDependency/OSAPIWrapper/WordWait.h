@@ -9,7 +9,9 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <mutex>
+#include <new>
 
 struct CWordWaiters
 {
@@ -17,10 +19,12 @@ struct CWordWaiters
     std::condition_variable Changed;
 };
 
-/// One for all words: each changes a few times in a process.
+/// One for all words: each changes a few times in a process. In static memory, so that a wait needs
+/// no allocation, which could fail at a time when nobody can be told.
 inline CWordWaiters& WordWaiters()
 {
-    static CWordWaiters& waiters = *new CWordWaiters;
+    alignas(CWordWaiters) static std::byte memory[sizeof(CWordWaiters)];
+    static CWordWaiters& waiters = *new (memory) CWordWaiters;
     return waiters;
 }
 
