@@ -113,6 +113,7 @@ TEST(BringUpDeathTest, TheProcessMayExitDuringTheFirstCall)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto exitDuringBringUp = [] {
+        LingerAtExit(600); // So that the other thread goes on after the destructors.
         BeginSlowBringUp();
         std::exit(7);
     };

@@ -14,6 +14,7 @@ namespace
 std::atomic<int> threadCountdown{0};
 std::atomic<int> delayCountdown{0};
 std::atomic<int> delayMs{0};
+std::atomic<int> lingerMs{0};
 thread_local int allocationCountdown = 0;
 
 template <class Counter>
@@ -35,6 +36,16 @@ void DelayThreadStart(int nth, int milliseconds)
 {
     delayMs = milliseconds;
     delayCountdown = nth;
+}
+
+void LingerAtExit(int milliseconds)
+{
+    lingerMs = milliseconds;
+}
+
+__attribute__((destructor)) static void Linger()
+{
+    usleep(static_cast<useconds_t>(lingerMs) * 1000);
 }
 
 int FailAllocation(int nth)
