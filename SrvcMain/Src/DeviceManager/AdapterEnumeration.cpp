@@ -1,9 +1,9 @@
 #include "AdapterEnumeration.h"
 
 #include "CVirtualDriverBinding.h"
+#include "DriverKeyText.h"
 #include "NetClassWalk.h"
 #include "RecordText.h"
-#include "RegistryAccess.h"
 #include "TracePoint.h"
 
 #include "ZVStatus.h"
@@ -15,6 +15,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 namespace
 {
@@ -23,9 +24,9 @@ constexpr DWORD NameCapacity = 200;
 constexpr DWORD ServiceCapacity = 100;
 
 template <std::size_t Size>
-void ReadField(const CRegistryKey& key, const char* name, char (&field)[Size])
+void ReadField(CDriverKeyText& text, const CRegistryKey& key, const char* name, char (&field)[Size])
 {
-    FillField(field, ReadText(key.Get(), name, Size));
+    FillField(field, text.Read(key, name, Size));
 }
 
 CRegistryKey OpenSubkey(const CRegistryKey& key, const char* name)
@@ -49,6 +50,14 @@ std::string ChooseName(const CDeviceNode& device)
         if (const auto name = device.Property(code, NameCapacity); name && !name->empty())
             return ToUtf8(*name);
     return "<Unknown Device>";
+}
+
+/// Returns the part after the last backslash, or nothing if it does not fit: a shortened number is the
+/// number of another adapter's key.
+std::string DriverKeyIndexOf(const std::string& driverKey)
+{
+    const std::string index = driverKey.substr(driverKey.rfind('\\') + 1);
+    return index.size() < sizeof _ZV_SRVC_DEVICE_INFO::DriverKeyIndex ? index : std::string();
 }
 
 void TraceAccepted(const _ZV_SRVC_DEVICE_INFO& record)
@@ -75,38 +84,39 @@ ZVAdapterRecord MakeRecord(const CNetClassWalk& walk, const CDeviceNode& device,
     const CRegistryKey ndi = OpenSubkey(key, "NDI");
     if (!ndi)
         return nullptr;
-    const std::string service = Lowered(ReadText(ndi.Get(), "Service", ServiceCapacity));
-    if (!filter.MatchService(service))
+    CDriverKeyText text;
+    const std::string service = Lowered(text.Read(ndi, "Service", ServiceCapacity));
+    if (text.IsBeingDeleted() || !filter.MatchService(service))
         return nullptr;
 
     auto record = std::make_shared<_ZV_SRVC_DEVICE_INFO>();
-    const std::string driverKeyText = ToUtf8(*driverKey);
     FillField(record->DeviceName, ChooseName(device));
-    ReadField(key, "DriverVersion", record->DriverVersion);
-    ReadField(key, "InfSection", record->InfSection);
-    ReadField(key, "NetCfgInstanceId", record->NetCfgInstanceId);
-    ReadField(key, "DeviceInstanceID", record->DeviceInstanceID);
-    FillField(record->DriverKeyIndex, driverKeyText.substr(driverKeyText.rfind('\\') + 1));
+    ReadField(text, key, "DriverVersion", record->DriverVersion);
+    ReadField(text, key, "InfSection", record->InfSection);
+    ReadField(text, key, "NetCfgInstanceId", record->NetCfgInstanceId);
+    ReadField(text, key, "DeviceInstanceID", record->DeviceInstanceID);
+    if (text.IsBeingDeleted())
+        return nullptr;
+    FillField(record->DriverKeyIndex, DriverKeyIndexOf(ToUtf8(*driverKey)));
     FillField(record->Service, service);
     record->StateFlags = device.Problem() != 0 ? ZV_DEV_HAS_PROBLEM : 0;
     return filter.MatchDeviceIdFilter(FieldText(record->DeviceInstanceID)) ? record : nullptr;
 }
 
-unsigned int WalkToList(const CAdapterFilter& filter, CAdapterList& target)
+unsigned int WalkToList(const CAdapterFilter& filter, ZVAdapterRecords& target)
 {
     CNetClassWalk walk;
     if (!walk.Open())
         return ZV_SRVC_ERR_FAILURE;
-    std::uint32_t accepted = 0;
     while (const std::optional<CDeviceNode> device = walk.Next())
     {
-        const ZVAdapterRecord record = MakeRecord(walk, *device, filter);
+        ZVAdapterRecord record = MakeRecord(walk, *device, filter);
         if (record == nullptr)
             continue;
         TraceAccepted(*record);
-        AddDeviceToList(target, record);
-        ++accepted;
+        target.push_back(std::move(record));
     }
+    const auto accepted = static_cast<std::uint32_t>(target.size());
     const std::uint32_t status = accepted > 0 ? ZV_SRVC_SUCCESS : ZV_SRVC_ERR_NO_DEVICE;
     ZV_TRACE(WalkDone, status, accepted);
     return status;
@@ -116,31 +126,24 @@ constexpr std::size_t MaxSimulatedRecords = 10;
 constexpr std::size_t SimulatedRoom = 7500;
 constexpr std::size_t RecordSize = sizeof(_ZV_SRVC_DEVICE_INFO);
 
-/// Gives the flags of a delivered record to the first listed one of the same identity.
-void RefreshFlags(CAdapterList::CList& list, const _ZV_SRVC_DEVICE_INFO& delivered)
-{
-    const auto found = std::ranges::find_if(list, [&](const ZVAdapterRecord& listed) {
-        return std::memcmp(listed->NetCfgInstanceId, delivered.NetCfgInstanceId, sizeof delivered.NetCfgInstanceId) ==
-               0;
-    });
-    if (found != list.end())
-        StoreStateFlags(**found, delivered.StateFlags);
-}
-
 } // namespace
 
-unsigned int EnumDeviceToList(const CAdapterFilter& filter, CAdapterList& target)
+unsigned int EnumDeviceToList(const CAdapterFilter& filter, ZVAdapterRecords& target)
 {
     if (filter.ServiceFilter.empty())
     {
         ZV_TRACE(WalkNoFilter);
         return ZV_SRVC_ERR_INVALID_PARAMETER;
     }
-    target.Clear();
-    return Fake_EnumDevice(target) ? ZV_SRVC_SUCCESS : WalkToList(filter, target);
+    target.clear();
+    std::optional<ZVAdapterRecords> delivered = ReadSimulatedDriver();
+    if (!delivered)
+        return WalkToList(filter, target);
+    target = std::move(*delivered);
+    return ZV_SRVC_SUCCESS;
 }
 
-std::optional<std::vector<ZVAdapterRecord>> ReadSimulatedDriver()
+std::optional<ZVAdapterRecords> ReadSimulatedDriver()
 {
     const ZVVirtualEnum enumerate = Virtual_EnumZVDevice;
     if (enumerate == nullptr)
@@ -150,7 +153,7 @@ std::optional<std::vector<ZVAdapterRecord>> ReadSimulatedDriver()
     enumerate(buffer.data(), &descriptor);
 
     const std::size_t count = std::min(descriptor.Length / RecordSize, MaxSimulatedRecords);
-    std::vector<ZVAdapterRecord> delivered;
+    ZVAdapterRecords delivered;
     for (std::size_t i = 0; i < count; ++i)
     {
         delivered.push_back(std::make_shared<_ZV_SRVC_DEVICE_INFO>());
@@ -161,21 +164,15 @@ std::optional<std::vector<ZVAdapterRecord>> ReadSimulatedDriver()
     return delivered;
 }
 
-void FillOrRefresh(CAdapterList& target, const std::vector<ZVAdapterRecord>& delivered)
+void RefreshFlags(const ZVAdapterRecords& listed, const ZVAdapterRecords& delivered)
 {
-    target.With([&](CAdapterList::CList& list) {
-        if (list.empty())
-            list.assign(delivered.begin(), delivered.end());
-        else
-            for (const ZVAdapterRecord& record : delivered)
-                RefreshFlags(list, *record);
-    });
-}
-
-bool Fake_EnumDevice(CAdapterList& target)
-{
-    const auto delivered = ReadSimulatedDriver();
-    if (delivered)
-        FillOrRefresh(target, *delivered);
-    return delivered.has_value();
+    for (const ZVAdapterRecord& record : delivered)
+    {
+        const auto& identity = record->NetCfgInstanceId;
+        const auto found = std::ranges::find_if(listed, [&identity](const ZVAdapterRecord& entry) {
+            return std::memcmp(entry->NetCfgInstanceId, identity, sizeof identity) == 0;
+        });
+        if (found != listed.end())
+            StoreStateFlags(**found, record->StateFlags);
+    }
 }

@@ -19,6 +19,27 @@ void TracePatterns(const CAdapterFilter& filter)
         ZV_TRACE(ListPattern, pattern);
 }
 
+/// Count and records are of one state of the list, which nobody changes any more.
+unsigned int CopyListOut(const ZVAdapterRecords& list, _ZV_SRVC_DEVICE_LIST_RSP& result)
+{
+    const std::uint32_t needed = static_cast<std::uint32_t>(list.size()) * RecordSize;
+    const bool fits = result.Buffer != nullptr && needed <= result.Length;
+    result.Length = needed;
+    if (!fits)
+    {
+        result.Type = ZV_DEVICE_LIST_RSP_TAG;
+        return ZV_SRVC_ERR_BUFFER_TOO_SMALL;
+    }
+    auto* to = reinterpret_cast<std::byte*>(result.Buffer);
+    for (const ZVAdapterRecord& record : list)
+    {
+        const _ZV_SRVC_DEVICE_INFO copy = CopyRecord(*record);
+        std::memcpy(to, &copy, RecordSize);
+        to += RecordSize;
+    }
+    return ZV_SRVC_SUCCESS;
+}
+
 } // namespace
 
 unsigned int CUWPDeviceManager::GetZVDeviceList(const _ZV_SRVC_DEVICE_LIST_REQ* request,
@@ -33,15 +54,19 @@ unsigned int CUWPDeviceManager::GetZVDeviceList(const _ZV_SRVC_DEVICE_LIST_REQ* 
     ZV_TRACE(ListRequest, text, services);
 
     unsigned int status = ZV_SRVC_SUCCESS;
-    if (AnswerFromList(services, *result, status))
+    const CListState state = CurrentState();
+    if (!state.Records->empty() && state.Filter->ServiceFilter == services)
+    {
         ZV_TRACE(ListFromCache);
+        status = CopyListOut(*state.Records, *result);
+    }
     else
     {
         // A new pattern text takes the place of the held one: a host that asks anew means what it
         // says now, not that and everything it ever said.
-        const CAdapterFilter filter{std::move(services), SplitInstanceIdList(&asked.InstanceIdList[0])};
+        CAdapterFilter filter{std::move(services), SplitInstanceIdList(&asked.InstanceIdList[0])};
         TracePatterns(filter);
-        status = EnumerateAndAnswer(filter, *result);
+        status = EnumerateAndAnswer(std::move(filter), *result);
     }
     ZV_TRACE(ListResult, status, result->Length);
     return status;
@@ -53,68 +78,42 @@ std::string CUWPDeviceManager::ResolveServiceFilter(const std::string& text) con
     return services.empty() ? text : services;
 }
 
-/// Answers from the list if it holds adapters of this filter.
-bool CUWPDeviceManager::AnswerFromList(const std::string& serviceFilter, _ZV_SRVC_DEVICE_LIST_RSP& result,
-                                       unsigned int& status)
+CUWPDeviceManager::CListState CUWPDeviceManager::CurrentState()
 {
     const CScopedLock lock(FilterLock);
-    if (DeviceList.Size() == 0 || Filter.ServiceFilter != serviceFilter)
-        return false;
-    status = CopyListOut(result);
-    return true;
+    return {Filter, DeviceList.Get(), RebuildCount, SweepCount, MergeCount};
 }
 
-/// Enumerates beside the list, since others may read it meanwhile, and then puts filter and list in
-/// place and copies out in one step: what this host gets is what it asked for, even when another
-/// thread lists with another filter at the same time. Enumerates again when the service has looked
-/// through the list meanwhile: its news may be younger than this walk, and must not be lost.
-unsigned int CUWPDeviceManager::EnumerateAndAnswer(const CAdapterFilter& filter, _ZV_SRVC_DEVICE_LIST_RSP& result)
+/// Enumerates outside the list, since others may read it meanwhile, and then puts filter and list in place
+/// in one step: what this host gets is what it asked for, even when another thread lists with another
+/// filter at the same time. Enumerates a second time when a sweep or a merge has finished meanwhile, whose
+/// findings may be younger than this enumeration; when that happens again, the service repeats them.
+unsigned int CUWPDeviceManager::EnumerateAndAnswer(CAdapterFilter filter, _ZV_SRVC_DEVICE_LIST_RSP& result)
 {
     // An adapter that goes between this walk and the window's first message would never be missed.
     CWinPwrEvtHandle::AwaitWindow();
-    for (;;)
+    auto wanted = std::make_shared<const CAdapterFilter>(std::move(filter));
+    for (int round = 1;; ++round)
     {
-        const std::uint64_t before = Maintenances();
-        CAdapterList found;
-        const unsigned int status = EnumDeviceToList(filter, found);
-        CAdapterList::CList records = found.With([](CAdapterList::CList& list) { return std::exchange(list, {}); });
-
-        const CScopedLock lock(FilterLock);
-        if (MaintenanceCount != before)
-            continue;
-        ++RebuildCount;
-        Filter = filter;
-        if (status != ZV_SRVC_ERR_INVALID_PARAMETER)
-            DeviceList.Replace(std::move(records));
-        return status == ZV_SRVC_SUCCESS ? CopyListOut(result) : status;
+        const CListState before = CurrentState();
+        const auto found = std::make_shared<ZVAdapterRecords>();
+        const unsigned int status = EnumDeviceToList(*wanted, *found);
+        CAdapterList::CState exchanged = found;
+        std::uint32_t missed = 0;
+        {
+            const CScopedLock lock(FilterLock);
+            if (status != ZV_SRVC_ERR_INVALID_PARAMETER)
+            {
+                missed = (SweepCount != before.Sweeps ? ZV_AGAIN_SWEEP : 0) |
+                         (MergeCount != before.Merges ? ZV_AGAIN_MERGE : 0);
+                if (missed != 0 && round < ZV_MAX_ROUNDS)
+                    continue;
+                ++RebuildCount;
+                DeviceList.Swap(exchanged);
+            }
+            Filter.swap(wanted);
+        }
+        LookAgain(missed);
+        return status == ZV_SRVC_SUCCESS ? CopyListOut(*found, result) : status;
     }
-}
-
-std::uint64_t CUWPDeviceManager::Maintenances()
-{
-    const CScopedLock lock(FilterLock);
-    return MaintenanceCount;
-}
-
-/// Count and records are of one state of the list, whose lock is held across the copy.
-unsigned int CUWPDeviceManager::CopyListOut(_ZV_SRVC_DEVICE_LIST_RSP& result)
-{
-    return DeviceList.With([&result](const CAdapterList::CList& list) -> unsigned int {
-        const std::uint32_t needed = static_cast<std::uint32_t>(list.size()) * RecordSize;
-        const bool fits = result.Buffer != nullptr && needed <= result.Length;
-        result.Length = needed;
-        if (!fits)
-        {
-            result.Type = ZV_DEVICE_LIST_RSP_TAG;
-            return ZV_SRVC_ERR_BUFFER_TOO_SMALL;
-        }
-        auto* to = reinterpret_cast<std::byte*>(result.Buffer);
-        for (const ZVAdapterRecord& record : list)
-        {
-            const _ZV_SRVC_DEVICE_INFO copy = CopyRecord(*record);
-            std::memcpy(to, &copy, RecordSize);
-            to += RecordSize;
-        }
-        return ZV_SRVC_SUCCESS;
-    });
 }

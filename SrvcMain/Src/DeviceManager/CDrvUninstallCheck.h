@@ -42,8 +42,14 @@ public:
     CDrvUninstallCheck(const CDrvUninstallCheck&) = delete;
     CDrvUninstallCheck& operator=(const CDrvUninstallCheck&) = delete;
 
-    /// Before the start only. A record may be added twice and is then checked twice.
-    void Add(const ZVAdapterRecord& record) { Records.PushBack(record); }
+    /// Adds a record, before the start only. A record may be added twice and is then checked twice. One
+    /// without a DriverKeyIndex is not added: the path would be that of the class, which has no such
+    /// value, and the driver would wrongly count as uninstalled.
+    void Add(const ZVAdapterRecord& record)
+    {
+        if (record->DriverKeyIndex[0] != '\0')
+            Records.PushBack(record);
+    }
 
     /// Starts the thread.
     /// @param handler not owned; has to be valid until this object has been destroyed.

@@ -4,6 +4,7 @@
 
 #include "AdapterEnumeration.h"
 #include "AdapterFilter.h"
+#include "AdapterList.h"
 #include "AdapterRecord.h"
 #include "CDrvUninstallCheck.h"
 #include "CModuleBase.h"
@@ -16,12 +17,18 @@
 #include "CDeviceManagerIntf.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
+
+/// How often a listing, a sweep or a merge reads the system before it accepts a result that is out of
+/// date. The service's thread then repeats what the result may lack.
+inline constexpr int ZV_MAX_ROUNDS = 2;
+
+inline constexpr std::uint32_t ZV_AGAIN_SWEEP = 0x1;
+inline constexpr std::uint32_t ZV_AGAIN_MERGE = 0x2;
 
 /// Entered by host threads (the operations of CDeviceManagerIntf), by the service's notification
 /// thread (PwrEvtHdlr), by its own notification threads (NotifyCallback) and by the threads of its
@@ -51,6 +58,15 @@ public:
 
 private:
     struct CSweep;
+    /// What one listing, sweep or merge starts from.
+    struct CListState
+    {
+        std::shared_ptr<const CAdapterFilter> Filter;
+        CAdapterList::CState Records;
+        std::uint64_t Rebuilds = 0;
+        std::uint64_t Sweeps = 0;
+        std::uint64_t Merges = 0;
+    };
     /// The manager's copy of a client's record.
     struct CClient
     {
@@ -65,26 +81,29 @@ private:
     CClientList& ClientsOfType(std::uint32_t clientType);
     ZVBlob PostEvent(std::uint32_t event);
     void OnArrival();
-    ZVAdapterRecord FindRecord(std::string_view netCfgInstanceId);
+    void OnRemoval();
+    void LookAgain(std::uint32_t actions);
+    ZVAdapterRecord FindRecord(std::string_view netCfgInstanceId) const;
 
     std::string ResolveServiceFilter(const std::string& text) const;
-    bool AnswerFromList(const std::string& serviceFilter, _ZV_SRVC_DEVICE_LIST_RSP& result, unsigned int& status);
-    unsigned int EnumerateAndAnswer(const CAdapterFilter& filter, _ZV_SRVC_DEVICE_LIST_RSP& result);
-    std::uint64_t Maintenances();
-    unsigned int CopyListOut(_ZV_SRVC_DEVICE_LIST_RSP& result);
+    unsigned int EnumerateAndAnswer(CAdapterFilter filter, _ZV_SRVC_DEVICE_LIST_RSP& result);
+    CListState CurrentState();
 
-    // Maintenance of the list, on the service's thread alone. Both tell whether something changed that
-    // clients have to hear of; the merge gives nothing when the list was rebuilt since `rebuilds`.
-    bool CheckDeviceStatusInList(CAdapterList& list);
-    std::optional<bool> MergeNewDeviceToList(CAdapterList& list, const CAdapterList& fresh, std::uint64_t rebuilds);
+    // Maintenance of the list, on the service's thread alone. Both return true when something changed
+    // that clients are notified of.
+    bool CheckDeviceStatusInList();
+    bool MergeNewDeviceToList();
+    bool SweepOnce(bool& isCurrent);
+    void FirstPass(CSweep& sweep);
     void SecondPass(CSweep& sweep);
-    bool IsConfirmed(const _ZV_SRVC_DEVICE_INFO& record, const std::vector<std::string>& sighted);
+    bool IsConfirmed(CSweep& sweep, std::size_t number);
     bool MarkAbsent(_ZV_SRVC_DEVICE_INFO& record, bool wasSighted, std::uint64_t rebuilds);
     void WatchSuspects(const CSweep& sweep);
-    bool RefreshFromSimulatedDriver(CAdapterList& list);
+    bool IsCurrent(std::uint64_t rebuilds);
+    bool RefreshFromSimulatedDriver();
 
     // In the order of construction; destroyed from the last to the first.
-    CAdapterList DeviceList; ///< Brings its own lock, which guards the links alone.
+    CAdapterList DeviceList; ///< Brings its own lock; replaced under FilterLock.
     CZVNotification UserNotifier;
     const std::string UserNotifierName = "Dev_Manager_User_Notification";
     CZVNotification ZVNotifier;
@@ -92,14 +111,19 @@ private:
     CClientList UserClients; ///< Brings its own lock.
     CClientList ZVClients;   ///< Brings its own lock.
     std::atomic<std::uint32_t> NextClientId{0};
-    /// Makes the filter and a rebuild of DeviceList one step; taken before the list's lock, and
-    /// never held during an enumeration.
+    /// Makes the filter and a rebuild of DeviceList one step. Held for a few assignments, and by a sweep
+    /// or a merge for its flag changes; never while adapters are enumerated, compared or copied.
     CLock FilterLock;
-    CAdapterFilter Filter ZV_GUARDED_BY(FilterLock); ///< What DeviceList was last enumerated for.
-    /// How often hosts have rebuilt the list, and how often the service has looked through it: each
-    /// side sees by the other's count that what it has read of the system meanwhile is out of date.
+    /// What DeviceList was last enumerated for. Immutable, so that it is exchanged without an allocation.
+    std::shared_ptr<const CAdapterFilter> Filter ZV_GUARDED_BY(FilterLock) = std::make_shared<const CAdapterFilter>();
+    /// How often hosts have replaced the list, and how often the service has swept it and merged into it.
+    /// Each side sees by the other's count that what it has read of the system meanwhile is out of date.
     std::uint64_t RebuildCount ZV_GUARDED_BY(FilterLock) = 0;
-    std::uint64_t MaintenanceCount ZV_GUARDED_BY(FilterLock) = 0;
+    std::uint64_t SweepCount ZV_GUARDED_BY(FilterLock) = 0;
+    std::uint64_t MergeCount ZV_GUARDED_BY(FilterLock) = 0;
+    /// ZV_AGAIN bits: what the service's thread has to repeat, because a listing, a sweep or a merge was
+    /// overtaken in each of its rounds.
+    std::atomic<std::uint32_t> Again{0};
     CSafeMap FilterTable; ///< Brings its own lock; constant after construction.
     /// Watchers that run, and finished ones that nobody has disposed of yet; brings its own lock.
     CSafeList<std::shared_ptr<CDrvUninstallCheck>> UninstallChecks;

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 namespace
 {
@@ -47,6 +48,12 @@ constexpr CRoute Routes[] = {
 
 void CUWPDeviceManager::PwrEvtHdlr(std::uint32_t message, std::uint64_t wParam, std::int64_t /*lParam*/)
 {
+    // Not for the service's own message alone, which may have been lost for want of memory.
+    const std::uint32_t again = Again.exchange(0);
+    if ((again & ZV_AGAIN_MERGE) != 0)
+        OnArrival();
+    if ((again & ZV_AGAIN_SWEEP) != 0)
+        OnRemoval();
     const auto* const route =
         std::ranges::find_if(Routes, [&](const CRoute& row) { return row.Message == message && row.WParam == wParam; });
     if (route == std::end(Routes))
@@ -65,31 +72,38 @@ void CUWPDeviceManager::PwrEvtHdlr(std::uint32_t message, std::uint64_t wParam, 
         OnArrival();
         break;
     case CAction::Removal:
-        if (CheckDeviceStatusInList(DeviceList))
-            PostEvent(ZV_EVT_DEVICE_STATUS_CHANGED);
+        OnRemoval();
         break;
     }
 }
 
-/// Enumerates for the filter of the last listing. An enumeration that fails leaves nothing to merge.
 void CUWPDeviceManager::OnArrival()
 {
-    std::optional<bool> changed;
-    while (!changed)
-    {
-        CAdapterFilter filter;
-        std::uint64_t rebuilds = 0;
-        {
-            const CScopedLock lock(FilterLock);
-            filter = Filter;
-            rebuilds = RebuildCount;
-        }
-        CAdapterList fresh;
-        EnumDeviceToList(filter, fresh);
-        changed = MergeNewDeviceToList(DeviceList, fresh, rebuilds);
-    }
-    if (*changed)
+    if (MergeNewDeviceToList())
         UninstallNotifier.SendNorification(PostEvent(ZV_EVT_DEVICE_ARRIVED));
+}
+
+void CUWPDeviceManager::OnRemoval()
+{
+    if (CheckDeviceStatusInList())
+        PostEvent(ZV_EVT_DEVICE_STATUS_CHANGED);
+}
+
+/// Has the service's thread repeat actions behind the messages that already wait for it. Any thread.
+void CUWPDeviceManager::LookAgain(std::uint32_t actions)
+{
+    if (actions == 0)
+        return;
+    Again |= actions;
+    try
+    {
+        WakePwrEvtHandlers();
+    }
+    catch (const std::bad_alloc&)
+    {
+        // The next message of any kind carries the actions out. The list is in place, so the caller's
+        // operation has not failed.
+    }
 }
 
 /// One blob for all queues; each queue's thread delivers to its own clients.

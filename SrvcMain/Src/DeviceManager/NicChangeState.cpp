@@ -1,8 +1,8 @@
 /// Enabling and disabling an adapter through the system's device installer.
 
 #include "CUWPDeviceManager.h"
+#include "DriverKeyText.h"
 #include "NetClassWalk.h"
-#include "RegistryAccess.h"
 #include "TracePoint.h"
 
 #include <array>
@@ -11,8 +11,6 @@
 
 namespace
 {
-
-constexpr DWORD IdentityCapacity = 259;
 
 /// A device with its driver key, which stays open while the device is being changed.
 struct CFoundDevice
@@ -29,7 +27,7 @@ std::optional<CFoundDevice> FindDevice(CDeviceWalk& walk, std::string_view netCf
         CRegistryKey key = node->OpenDriverKey();
         if (!key)
             continue;
-        if (QueryText(key.Get(), "NetCfgInstanceId", IdentityCapacity) == netCfgInstanceId)
+        if (CDriverKeyText().QueryIdentity(key) == netCfgInstanceId)
             return CFoundDevice{*node, std::move(key)};
     }
     return std::nullopt;

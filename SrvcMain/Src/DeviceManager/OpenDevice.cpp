@@ -6,15 +6,14 @@
 
 #include <algorithm>
 
-/// A reference taken under the list's lock; it keeps the record while the driver is asked.
-ZVAdapterRecord CUWPDeviceManager::FindRecord(std::string_view netCfgInstanceId)
+/// The reference keeps the record while the driver is asked.
+ZVAdapterRecord CUWPDeviceManager::FindRecord(std::string_view netCfgInstanceId) const
 {
-    return DeviceList.With([netCfgInstanceId](const CAdapterList::CList& list) -> ZVAdapterRecord {
-        const auto found = std::ranges::find_if(list, [&](const ZVAdapterRecord& listed) {
-            return FieldText(listed->NetCfgInstanceId) == netCfgInstanceId;
-        });
-        return found == list.end() ? nullptr : *found;
+    const CAdapterList::CState listed = DeviceList.Get();
+    const auto found = std::ranges::find_if(*listed, [netCfgInstanceId](const ZVAdapterRecord& record) {
+        return FieldText(record->NetCfgInstanceId) == netCfgInstanceId;
     });
+    return found == listed->end() ? nullptr : *found;
 }
 
 unsigned int CUWPDeviceManager::OpenDevice(const _ZV_SRVC_DEVICE_INFO* record, _ZV_SRVC_INTERFACE_TYPE type,

@@ -35,3 +35,7 @@ protected:
     CZVPwrEvtHandler(const CZVPwrEvtHandler&) = default;
     CZVPwrEvtHandler& operator=(const CZVPwrEvtHandler&) = default;
 };
+
+/// Queues a message that no handler routes, so that the service calls every CZVPwrEvtHandler once more,
+/// behind the messages that already wait. Any thread. Defined by the service.
+void WakePwrEvtHandlers();

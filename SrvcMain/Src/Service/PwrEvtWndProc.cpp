@@ -16,3 +16,9 @@ LRESULT CALLBACK PwrEvtWndProc(HWND window, UINT message, WPARAM wParam, LPARAM 
     const ZVVirtualRegister simulated = Virtual_RegisterPnPHandler;
     return simulated != nullptr ? 1 : DefWindowProcW(window, message, wParam, lParam);
 }
+
+void WakePwrEvtHandlers()
+{
+    constexpr std::uint32_t Nothing = 0; // WM_NULL
+    WithService([](CZVNSrvcMgnt& service) { service.PostWindowMessage(Nothing, 0, 0); });
+}
