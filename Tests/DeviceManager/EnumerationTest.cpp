@@ -127,6 +127,18 @@ TEST(Enumeration, FillsEveryFieldByteForByte)
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(listing.Records.data()), 724), expected);
 }
 
+TEST(Enumeration, ADriverKeyIndexThatDoesNotFitIsLeftEmpty)
+{
+    const std::pair<const char16_t*, const char*> cases[] = {
+        {u"{class}\\0042", "0042"}, {u"{class}\\10042", ""}, {u"{a}\\{b}\\7", "7"}, {u"bare", "bare"}, {u"barer", ""}};
+    for (const auto& [driverKey, index] : cases)
+    {
+        const Listing listing = ListOne([key = driverKey](AdapterDescription& a) { a.DriverKey = key; });
+        ASSERT_EQ(listing.Status, ZV_SRVC_SUCCESS);
+        EXPECT_STREQ(listing.Records[0].DriverKeyIndex, index);
+    }
+}
+
 TEST(Enumeration, RegistryTextOfAnyShapeNeverLeavesAFieldWithoutItsEnd)
 {
     const auto raw = [](std::size_t size) {
@@ -151,6 +163,7 @@ TEST(Enumeration, AFailedSetUpEndsTheWalkAndAFailedReadSkipsTheDevice)
     {
         const char* Call;
         unsigned int Status;
+        std::uint32_t Error = 5;
     } cases[] = {
         {"SetupDiClassGuidsFromNameW", ZV_SRVC_ERR_FAILURE},
         {"SetupDiGetClassDevsW", ZV_SRVC_ERR_FAILURE},
@@ -161,14 +174,15 @@ TEST(Enumeration, AFailedSetUpEndsTheWalkAndAFailedReadSkipsTheDevice)
         {"RegOpenKeyW", ZV_SRVC_ERR_NO_DEVICE},
         {"RegOpenKeyA", ZV_SRVC_ERR_NO_DEVICE},
         {"RegQueryValueExA", ZV_SRVC_SUCCESS},
+        {"RegQueryValueExA", ZV_SRVC_ERR_NO_DEVICE, 1018}, // The driver is being uninstalled.
     };
-    for (const auto& [call, status] : cases)
+    for (const auto& [call, status, error] : cases)
     {
         Platform::ScopedMachine machine;
         machine->AddAdapter(GivenAdapter("{one}", "zvwlanu"));
         const auto manager = MakeManager();
         ASSERT_EQ(List(*manager, "ZV_USB").Status, ZV_SRVC_SUCCESS);
-        machine->FailCall(call, 1, 5);
+        machine->FailCall(call, 1, error);
         EXPECT_EQ(List(*manager, "ZV_ALL").Status, status) << call;
         machine->ClearFaults();
         const auto calls = machine->Calls("SetupDiGetClassDevsW");

@@ -1,11 +1,13 @@
 /// GetZVDeviceList: filters and the two-call protocol.
 
+#include "Faults.h"
 #include "Hosting.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <atomic>
+#include <new>
 #include <thread>
 
 namespace
@@ -154,6 +156,28 @@ TEST_F(ListingTest, AnEmptyFilterKeepsTheListAndThenAnswersFromIt)
     EXPECT_EQ(List(*Manager, "").Status, ZV_SRVC_ERR_INVALID_PARAMETER);
     EXPECT_EQ(List(*Manager, "").Identities(), (Identities{"zvlwlanu", "zvwlanu"}));
     EXPECT_EQ(Walks(), 1U);
+}
+
+TEST_F(ListingTest, AListingThatRunsOutOfMemoryLeavesFilterAndListOfOneCall)
+{
+    const FilterRecord usb("ZV_USB");
+    const FilterRecord pcie("ZV_PCIE", "a pattern longer than what a text keeps inside;zv;wlan");
+    _ZV_SRVC_DEVICE_LIST_RSP result{};
+    for (int nth = 1;; ++nth)
+    {
+        ASSERT_EQ(List(*Manager, "ZV_USB").Records.size(), 2U);
+        FailAllocation(nth);
+        try
+        {
+            Manager->GetZVDeviceList(&pcie.Request, &result);
+            break;
+        }
+        catch (const std::bad_alloc&)
+        {
+            EXPECT_EQ(List(*Manager, "ZV_PCIE").Identities(), (Identities{"zvlwlane", "zvwlane"})) << nth;
+        }
+    }
+    FailAllocation(0);
 }
 
 TEST_F(ListingTest, TwoManagersDoNotShareTheirLists)

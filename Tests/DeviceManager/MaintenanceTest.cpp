@@ -4,9 +4,6 @@
 
 #include "ZVTraceMessages.h"
 
-#include <future>
-#include <utility>
-
 namespace
 {
 
@@ -258,24 +255,37 @@ TEST_F(Maintenance, NothingListedMeansNothingToChange)
     EXPECT_EQ(List(*Manager, "").Records.size(), 0U);
 }
 
-TEST_F(Maintenance, AListingThatIsOlderThanASweepIsWalkedAgain)
+TEST_F(Maintenance, TheVersionIsReadBeforeTheIdentityAndAKeyBeingDeletedSightsNothing)
 {
-    // The listing has seen the adapter; it goes, and the sweep tells so, before the listing is done.
+    const struct
+    {
+        std::uint32_t Error;
+        std::uint32_t Flags;
+    } rows[] = {{ERROR_FILE_NOT_FOUND, Changed}, {ERROR_KEY_DELETED, Absent}};
+    for (const auto& [error, flags] : rows)
+    {
+        Relist();
+        Machine->FailCall("RegQueryValueExA", 1, error);
+        EXPECT_EQ(Send(RemoveComplete), StatusChanged) << error;
+        EXPECT_EQ(Listed().StateFlags, flags) << error;
+    }
+}
+
+TEST_F(Maintenance, AnIdentityIsComparedAsTheRecordHoldsIt)
+{
+    // 50 bytes and no NUL: the record holds 49 of them.
+    const std::string identity(49, 'i');
+    Machine->AttachDevice(ControlDeviceName + identity, Drivers.front());
+    Machine->ChangeAdapter(
+        Adapter, [](auto& adapter) { adapter.Values["NetCfgInstanceId"] = {1, std::vector<std::uint8_t>(50, 'i')}; });
     Relist();
-    std::promise<void> seen;
-    std::promise<void> go;
-    Machine->OnCall("RegOpenKeyW", [&, first = true]() mutable {
-        if (!std::exchange(first, false))
-            return;
-        seen.set_value();
-        go.get_future().wait();
-    });
-    std::thread host([&] { EXPECT_EQ(List(*Manager, "zvwlanu").Status, ZV_SRVC_ERR_NO_DEVICE); });
-    seen.get_future().wait();
-    SetSystem(false, 0);
-    EXPECT_EQ(Send(RemoveComplete), StatusChanged);
-    go.set_value();
-    host.join();
+    const _ZV_SRVC_DEVICE_INFO record = Listed();
+    EXPECT_EQ(record.NetCfgInstanceId, identity);
+    EXPECT_EQ(Send(RemoveComplete), None);
+    std::shared_ptr<CDeviceIntf> device;
+    ASSERT_EQ(Manager->OpenDevice(&record, ZV_SRVC_DEVICE_UWP, device), ZV_SRVC_SUCCESS);
+    EXPECT_EQ(Manager->NicChangeState(device, 0), ZV_SRVC_SUCCESS);
+    EXPECT_EQ(Machine->Adapter(Adapter).Problem, 22U);
 }
 
 TEST_F(Maintenance, AnUninstalledDriverIsToldOnceForEachTimeItIsWatched)

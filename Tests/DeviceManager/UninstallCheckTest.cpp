@@ -85,6 +85,7 @@ TEST_F(UninstallCheck, ReadsUntilTheEntryIsGoneAndFiftyTimesAtMost)
 TEST_F(UninstallCheck, StartsOnceAndOnlyWithRecords)
 {
     CDrvUninstallCheck check(0ms);
+    check.Add(std::make_shared<_ZV_SRVC_DEVICE_INFO>()); // It has no key that could go.
     EXPECT_FALSE(check.StartCheck(&Handler));
     check.Add(Record);
     FailThreadStart(1);

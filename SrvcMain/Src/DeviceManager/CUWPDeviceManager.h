@@ -80,6 +80,7 @@ private:
     void StartNotifier(CZVNotification& notifier, const std::string& name);
     CClientList& ClientsOfType(std::uint32_t clientType);
     ZVBlob PostEvent(std::uint32_t event);
+    void Route(std::uint32_t message, std::uint64_t wParam);
     void OnArrival();
     void OnRemoval();
     void LookAgain(std::uint32_t actions);

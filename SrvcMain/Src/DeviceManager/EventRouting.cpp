@@ -48,12 +48,18 @@ constexpr CRoute Routes[] = {
 
 void CUWPDeviceManager::PwrEvtHdlr(std::uint32_t message, std::uint64_t wParam, std::int64_t /*lParam*/)
 {
-    // Not for the service's own message alone, which may have been lost for want of memory.
+    // With any message, and not only with the one that LookAgain queues: that may have found no memory.
+    // What this message leads to has to wait for the next one, so that others are handled in between.
     const std::uint32_t again = Again.exchange(0);
+    Route(message, wParam);
     if ((again & ZV_AGAIN_MERGE) != 0)
         OnArrival();
     if ((again & ZV_AGAIN_SWEEP) != 0)
         OnRemoval();
+}
+
+void CUWPDeviceManager::Route(std::uint32_t message, std::uint64_t wParam)
+{
     const auto* const route =
         std::ranges::find_if(Routes, [&](const CRoute& row) { return row.Message == message && row.WParam == wParam; });
     if (route == std::end(Routes))
@@ -89,7 +95,7 @@ void CUWPDeviceManager::OnRemoval()
         PostEvent(ZV_EVT_DEVICE_STATUS_CHANGED);
 }
 
-/// Has the service's thread repeat actions behind the messages that already wait for it. Any thread.
+/// Has the service's thread repeat actions, after its current message. Any thread.
 void CUWPDeviceManager::LookAgain(std::uint32_t actions)
 {
     if (actions == 0)
