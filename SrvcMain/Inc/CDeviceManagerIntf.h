@@ -27,7 +27,9 @@ public:
     ///         ZV_SRVC_ERR_INVALID_PARAMETER for a wrong tag word or an empty filter text;
     ///         ZV_SRVC_ERR_NO_DEVICE when no adapter passes; ZV_SRVC_ERR_FAILURE when the system
     ///         cannot be walked. With the last three `result` is untouched.
-    /// @note Blocks for the walk over the system's network devices, when there is one.
+    /// @note Makes no platform call when it answers from the list. Otherwise blocks for one enumeration of
+    ///       the system's network devices, or for two when a message changes the list meanwhile, however
+    ///       many messages follow. The first call of a process also waits for the event window.
     virtual unsigned int GetZVDeviceList(const _ZV_SRVC_DEVICE_LIST_REQ* request, _ZV_SRVC_DEVICE_LIST_RSP* result) = 0;
 
     /// Makes a device for one adapter of the list and opens it.
@@ -36,18 +38,20 @@ public:
     /// @param device receives the device, also when opening it failed.
     /// @return ZV_SRVC_ERR_NO_DEVICE when the list has no such adapter; otherwise the status of the
     ///         factory or of CDeviceIntf::Open.
-    /// @note Blocks for CDeviceIntf::Open.
+    /// @note Blocks for CDeviceIntf::Open: at most 300 ms for the driver's answer, and then at most 100 ms
+    ///       for a driver that keeps the cancelled request.
     virtual unsigned int OpenDevice(const _ZV_SRVC_DEVICE_INFO* record, _ZV_SRVC_INTERFACE_TYPE type,
                                     std::shared_ptr<CDeviceIntf>& device) = 0;
 
     /// Registers a client for events; it hears what is delivered from now on.
     /// @param client copied; receives its ClientId, 1 for the manager's first.
-    /// @return ZV_SRVC_SUCCESS.
+    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_INVALID_PARAMETER for a null pointer.
     virtual unsigned int RegisterNotification(_ZV_WLAN_NOTIFY_HDLR* client) = 0;
 
     /// Removes a client. Does not wait for a callback that is running or about to run.
     /// @param client only ClientId and ClientType are read.
-    /// @return ZV_SRVC_SUCCESS, or ZV_SRVC_ERR_INVALID_PARAMETER when the list has no such client.
+    /// @return ZV_SRVC_SUCCESS, or ZV_SRVC_ERR_INVALID_PARAMETER for a null pointer and when no such client
+    ///         is registered.
     virtual unsigned int DeRegisterNotification(const _ZV_WLAN_NOTIFY_HDLR* client) = 0;
 
     /// Enables or disables a device's adapter.

@@ -27,7 +27,7 @@ inline constexpr std::uint32_t ZV_DEV_UNAVAILABLE_MASK = ZV_DEV_HAS_PROBLEM | ZV
 struct _ZV_SRVC_DEVICE_INFO
 {
     char DeviceName[200];       ///< Display name, UTF-8; "<Unknown Device>" when there is none.
-    char DriverKeyIndex[5];     ///< Four-digit instance number of the adapter's driver key.
+    char DriverKeyIndex[5];     ///< Instance number of the adapter's driver key; empty if longer than 4 digits.
     char DeviceInstanceID[300]; ///< Value "DeviceInstanceID" of the driver key.
     char DriverVersion[50];     ///< Value "DriverVersion" of the driver key.
     char NetCfgInstanceId[50];  ///< Value "NetCfgInstanceId": the adapter's identity everywhere.
