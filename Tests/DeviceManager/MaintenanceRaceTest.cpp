@@ -200,8 +200,8 @@ TEST_F(MaintenanceRace, AProbeWithoutThreadOrMemoryConfirmsWhatTheSystemListsAnd
         std::uint32_t Flags;
     } rows[] = {
         {true, [] { FailThreadStart(1); }, {}, 0},
-        {true, [] { FailAllocation(1); }, {}, 0},
         {false, [] { FailThreadStart(1); }, {ZV_EVT_DEVICE_STATUS_CHANGED}, ZV_DEV_ABSENT},
+        {true, [] { FailAllocation(1); }, {}, 0},
         {false, [] { FailAllocation(1); }, {ZV_EVT_DEVICE_STATUS_CHANGED}, ZV_DEV_ABSENT},
     };
     for (const auto& row : rows)

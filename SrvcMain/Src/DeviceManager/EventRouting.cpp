@@ -107,8 +107,7 @@ void CUWPDeviceManager::LookAgain(std::uint32_t actions)
     }
     catch (const std::bad_alloc&)
     {
-        // The next message of any kind carries the actions out. The list is in place, so the caller's
-        // operation has not failed.
+        return; // The list is in place; the next message of any kind has the actions carried out.
     }
 }
 
