@@ -36,8 +36,8 @@ int main()
         std::printf("%s  %s  %s  0x%x\n", adapter.NetCfgInstanceId, adapter.Service, adapter.DeviceName,
                     adapter.StateFlags);
 
-    // The library uses all this until the callback. Declared before the device, it outlives it, and
-    // the end of the device waits for its requests.
+    // The library uses all this until the callback, or until the device is destroyed if the callback
+    // never comes. All of it is declared before the device and so outlives the device.
     std::uint32_t input = 0x5A56;
     std::uint32_t output[100] = {};
     std::promise<std::uint32_t> completion;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 
@@ -223,6 +224,23 @@ TEST_F(HostileDriver, AResponseEndsWithItsDataWhenNoTerminateEventCanBeCreated)
     EXPECT_EQ(request.Await(), ZV_SRVC_SUCCESS);
     EXPECT_EQ(request.Out[0], 1);
     EXPECT_EQ(request.Out[249], 2);
+}
+
+TEST_F(HostileDriver, TheExitOfTheProcessEndsASweepAfterTheProbeInProgress)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto exitDuringSweep = [this] {
+        for (const char* identity : {"{h1}", "{h2}", "{h3}", "{h4}", "{h5}", "{h6}"})
+            Add(identity);
+        Relist();
+        for (const auto& driver : Drivers)
+            driver->On(DeviceInfo, driver->Hold());
+        Machine->Broadcast(WmDeviceChange, RemoveComplete);
+        Drivers.front()->Held(DeviceInfo);
+        std::exit(7);
+    };
+    // Eight adapters that do not answer have 64 probes of 300 ms.
+    Within(5s, "exit", [&] { EXPECT_EXIT(exitDuringSweep(), testing::ExitedWithCode(7), ""); });
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "IdentityIndex.h"
 #include "NetClassWalk.h"
 #include "ProbedDevices.h"
+#include "ProcessEnd.h"
 #include "TracePoint.h"
 
 #include <algorithm>
@@ -221,6 +222,8 @@ bool CUWPDeviceManager::IsConfirmed(CSweep& sweep, std::size_t number)
     try
     {
         return std::ranges::any_of(sweep.Sighted, [&](std::string_view entry) {
+            if (ExitHasBegun())
+                return true;
             std::shared_ptr<CDeviceIntf> probe;
             const bool isOpen =
                 CreateZVModule(probe, ZV_SRVC_DEVICE_UWP) == ZV_SRVC_SUCCESS && probe->Open(listed) == ZV_SRVC_SUCCESS;

@@ -105,6 +105,7 @@ CServiceOwner::~CServiceOwner()
     // be joined and its callers' frames are still in use: nothing is released before the process ends.
     if (ThreadsHaveBeenEnded() || OnLibraryThread() || isBuilder)
         return;
+    ZVExitHasBegun.store(true, std::memory_order_relaxed);
     AwaitBringUp();
     delete Get();
     Service.store(nullptr, std::memory_order_release);
