@@ -236,7 +236,7 @@ TEST_F(HostileDriver, TheExitOfTheProcessEndsASweepAfterTheProbeInProgress)
         for (const auto& driver : Drivers)
             driver->On(DeviceInfo, driver->Hold());
         Machine->Broadcast(WmDeviceChange, RemoveComplete);
-        Drivers.front()->Held(DeviceInfo);
+        const auto probe = Drivers.front()->Held(DeviceInfo);
         std::exit(7);
     };
     // Eight adapters that do not answer have 64 probes of 300 ms.

@@ -5,22 +5,30 @@
 
 #include <algorithm>
 #include <atomic>
+#include <new>
 #include <thread>
 #include <utility>
 
 namespace
 {
 
-/// Requests whose handle is closed and that their driver has not completed. Constant-initialised and
-/// never destroyed, so that a call can be parked while the process ends.
+/// Requests that their driver has not completed although their handle is closed.
 struct CParkedCalls
 {
     CLock Lock;
     CDriverCall* First ZV_GUARDED_BY(Lock) = nullptr;
-    std::atomic<bool> Any{false}; ///< Written under Lock; spares others the lock.
 };
 
-constinit CParkedCalls parked;
+/// In static memory and never destroyed: a call can be parked at any time, and while the process ends.
+CParkedCalls& Parked()
+{
+    alignas(CParkedCalls) static std::byte memory[sizeof(CParkedCalls)];
+    static CParkedCalls& calls = *new (memory) CParkedCalls;
+    return calls;
+}
+
+/// Whether there are parked calls; written under their lock, and read without it.
+constinit std::atomic<bool> anyParked{false};
 
 } // namespace
 
@@ -107,15 +115,17 @@ void CParkUnlessCompleted::operator()(CDriverCall* call) const noexcept
     }
     const auto size = static_cast<std::uint32_t>(call->In.size() + call->Out.size());
     ZV_TRACE(CallParked, size);
+    CParkedCalls& parked = Parked();
     const CScopedLock lock(parked.Lock);
     call->NextParked = std::exchange(parked.First, call);
-    parked.Any.store(true, std::memory_order_relaxed);
+    anyParked.store(true, std::memory_order_relaxed);
 }
 
 void ReleaseCompletedCalls() noexcept
 {
-    if (!parked.Any.load(std::memory_order_relaxed))
+    if (!anyParked.load(std::memory_order_relaxed))
         return;
+    CParkedCalls& parked = Parked();
     CDriverCall* completed = nullptr;
     {
         const CScopedLock lock(parked.Lock);
@@ -130,7 +140,7 @@ void ReleaseCompletedCalls() noexcept
             *link = call->NextParked;
             call->NextParked = std::exchange(completed, call);
         }
-        parked.Any.store(parked.First != nullptr, std::memory_order_relaxed);
+        anyParked.store(parked.First != nullptr, std::memory_order_relaxed);
     }
     while (completed != nullptr)
         delete std::exchange(completed, completed->NextParked);
