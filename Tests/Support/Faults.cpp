@@ -27,9 +27,9 @@ bool CountsDownToZero(Counter& counter)
 }
 } // namespace
 
-void FailThreadStart(int nth)
+int FailThreadStart(int nth)
 {
-    threadCountdown = nth;
+    return threadCountdown.exchange(nth);
 }
 
 void DelayThreadStart(int nth, int milliseconds)

@@ -3,7 +3,8 @@
 #pragma once
 
 /// Makes the `nth` thread start of this process from now on fail with EAGAIN; 0 for none.
-void FailThreadStart(int nth);
+/// @return what was left of the count before, so above 0 when no start has failed.
+int FailThreadStart(int nth);
 
 /// Makes the `nth` thread start of this process from now on take this long; 0 for none.
 void DelayThreadStart(int nth, int milliseconds);

@@ -5,6 +5,7 @@
 #include "CreateZVModule.h"
 
 #include <algorithm>
+#include <utility>
 
 /// The reference keeps the record while the driver is asked.
 ZVAdapterRecord CUWPDeviceManager::FindRecord(std::string_view netCfgInstanceId) const
@@ -24,6 +25,11 @@ unsigned int CUWPDeviceManager::OpenDevice(const _ZV_SRVC_DEVICE_INFO* record, _
     ZVAdapterRecord listed = FindRecord(FieldText(record->NetCfgInstanceId));
     if (listed == nullptr)
         return ZV_SRVC_ERR_NO_DEVICE;
-    const unsigned int status = CreateZVModule(device, type);
-    return status == ZV_SRVC_SUCCESS ? device->Open(listed) : status;
+    std::shared_ptr<CDeviceIntf> made;
+    if (const unsigned int status = CreateZVModule(made, type); status != ZV_SRVC_SUCCESS)
+        return status;
+    const unsigned int status = made->Open(listed);
+    // Handed out whatever the status, but not when one of the calls above throws.
+    device = std::move(made);
+    return status;
 }

@@ -1,0 +1,302 @@
+/// One host's use of the library, in which one allocation, thread start or platform call fails.
+///
+/// "failure_host count" prints how many points of each kind the use has, one kind a line. "failure_host
+/// KIND N" makes the Nth one fail; KIND is "allocation", "thread" or the name of a platform call. Every
+/// step must report the failure or succeed, and leave nothing half done; afterwards the same process
+/// uses the library once more without a failure. Exit code 7 when all of that held, 8 when in addition
+/// no point failed because there is no Nth one; any other code is a fault.
+
+#include "AsyncRequest.h"
+#include "Faults.h"
+#include "Hosting.h"
+#include "ScriptedDevice.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+#include <string_view>
+#include <system_error>
+#include <thread>
+
+namespace
+{
+
+constexpr std::uint32_t HostCode = 0x99000000;
+constexpr std::uint32_t WaitRsp = 0x122418;
+constexpr int AsPlanned = 7;
+constexpr int NoSuchPoint = 8;
+
+/// The platform calls of the use.
+constexpr const char* Calls[] = {"CM_Get_DevNode_Status",
+                                 "CancelIo",
+                                 "CancelIoEx",
+                                 "CloseHandle",
+                                 "CreateEventW",
+                                 "CreateFileA",
+                                 "CreateWindowExW",
+                                 "DeviceIoControl",
+                                 "GetMessageW",
+                                 "GetOverlappedResult",
+                                 "PostThreadMessageW",
+                                 "RegCloseKey",
+                                 "RegDeleteKeyValueA",
+                                 "RegFlushKey",
+                                 "RegOpenKeyA",
+                                 "RegOpenKeyW",
+                                 "RegQueryValueExA",
+                                 "RegSetValueExA",
+                                 "RegisterClassExW",
+                                 "RegisterDeviceNotificationW",
+                                 "RegisterTraceGuidsW",
+                                 "SendMessageW",
+                                 "SetupDiClassGuidsFromNameW",
+                                 "SetupDiDestroyDeviceInfoList",
+                                 "SetupDiEnumDeviceInfo",
+                                 "SetupDiGetClassDevsW",
+                                 "SetupDiGetDeviceRegistryPropertyW",
+                                 "SetupDiOpenClassRegKey",
+                                 "WaitForMultipleObjects",
+                                 "WaitForSingleObject"};
+
+void Require(bool good, const char* what)
+{
+    if (good)
+        return;
+    std::fprintf(stderr, "%s\n", what);
+    std::_Exit(1);
+}
+
+/// Makes one call, which may throw what a host is told to expect.
+/// @return false when it threw.
+template <class Call>
+bool Try(Call call)
+{
+    try
+    {
+        call();
+        return true;
+    }
+    catch (const std::bad_alloc&)
+    {
+    }
+    catch (const std::system_error&)
+    {
+    }
+    return false;
+}
+
+std::atomic<std::uint32_t> lastEvent{0};
+
+void OnEvent(void* /*context*/, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA* /*data*/)
+{
+    lastEvent = event;
+}
+
+/// Waits for an event, up to a limit that a healthy library stays far below.
+bool Arrives(std::uint32_t event)
+{
+    for (int i = 0; i < 2000 && lastEvent != event; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return lastEvent == event;
+}
+
+/// One use of the library from bring-up to release.
+class Use
+{
+public:
+    /// @param faulty a step may fail, and events may not come.
+    Use(Platform::Machine& machine, bool faulty) : Machine(machine), IsFaulty(faulty) {}
+
+    void Run()
+    {
+        const bool created = Try([this] { CreateZVModule(Manager, ZV_SRVC_DEVICE_MANAGER_UWP); });
+        Require(created == (Manager != nullptr), "a manager was handed out by a call that threw");
+        Require(created || IsFaulty, "no manager");
+        if (Manager == nullptr)
+            return;
+        ListAdapters();
+        OpenAdapter();
+        if (Device != nullptr)
+            UseDevice();
+        UseEvents();
+        if (Device != nullptr)
+            Require(Device->Close() == ZV_SRVC_SUCCESS, "close");
+    }
+
+private:
+    /// The status of a step that may fail for the injected failure alone.
+    void Expect(unsigned int status, const char* step) { Require(status == ZV_SRVC_SUCCESS || IsFaulty, step); }
+
+    void ListAdapters()
+    {
+        const FilterRecord filter("ZV_USB");
+        _ZV_SRVC_DEVICE_INFO records[4] = {};
+        _ZV_SRVC_DEVICE_LIST_RSP result{0, sizeof records, records};
+        unsigned int status = ZV_SRVC_ERR_FAILURE;
+        if (!Try([&] { status = Manager->GetZVDeviceList(&filter.Request, &result); }) || status != ZV_SRVC_SUCCESS)
+        {
+            Require(IsFaulty, "list");
+            Require(result.Length == sizeof records && records[0].NetCfgInstanceId[0] == 0, "a failed list wrote");
+            return;
+        }
+        const std::size_t count = result.Length / sizeof records[0];
+        Require(count == 2 || (IsFaulty && count == 1), "wrong number of adapters");
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const std::string_view identity = records[i].NetCfgInstanceId;
+            // A value that could not be read leaves its field empty.
+            Require(identity == "{one}" || identity == "{two}" || (IsFaulty && identity.empty()), "wrong record");
+        }
+        Require(count < 2 || std::string_view(records[0].NetCfgInstanceId) != records[1].NetCfgInstanceId, "twice");
+    }
+
+    void OpenAdapter()
+    {
+        _ZV_SRVC_DEVICE_INFO record{};
+        std::strcpy(record.NetCfgInstanceId, "{one}");
+        unsigned int status = ZV_SRVC_ERR_FAILURE;
+        if (!Try([&] { status = Manager->OpenDevice(&record, ZV_SRVC_DEVICE_UWP, Device); }))
+            Require(Device == nullptr, "a device was handed out by a call that threw");
+        Expect(status, "open");
+        if (Device == nullptr)
+            return;
+        const unsigned int info = Device->GetDeviceInfo(&record);
+        Require((info == ZV_SRVC_SUCCESS) == (status == ZV_SRVC_SUCCESS || status == ZV_SRVC_ERR_CONTROL_DEVICE),
+                "half open");
+    }
+
+    void UseDevice()
+    {
+        std::uint8_t item[4] = {1, 2, 3, 4};
+        unsigned int status = ZV_SRVC_ERR_FAILURE;
+        Try([&] { status = Device->SetQueryInfo(0, 1, item, 4); });
+        Expect(status, "item");
+        Require(item[0] == 1 && item[3] == 4, "an item that the driver did not write");
+
+        std::uint8_t out[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+        _ZV_SRVC_IOCTL_REQ request{};
+        request.IoctlCode = HostCode;
+        request.OutBuffer = out;
+        request.OutLength = sizeof out;
+        request.Timeout = 1000;
+        status = ZV_SRVC_ERR_FAILURE;
+        Try([&] { status = Device->SendIOCTLReq(&request); });
+        Expect(status, "request");
+        Require(out[0] == 9 || (out[0] == 0xEE && status != ZV_SRVC_SUCCESS), "wrong output");
+        SendAsync();
+
+        std::uint32_t type = 1;
+        std::uint32_t size = 2;
+        std::uint8_t text[2] = {'x', 0};
+        for (const std::uint32_t operation : {ZV_REG_OP_WRITE, ZV_REG_OP_READ, ZV_REG_OP_DELETE_VALUE})
+        {
+            status = ZV_SRVC_ERR_FAILURE;
+            Try([&] { status = Device->AccessRegistry(operation, "", "Value", &type, text, &size); });
+            Expect(status, "registry");
+        }
+        Require(text[0] == 'x', "wrong value");
+    }
+
+    void SendAsync()
+    {
+        AsyncRequest request(1, HostCode, 4);
+        unsigned int status = ZV_SRVC_ERR_FAILURE;
+        Try([&] { status = Device->SendIOCTLReq(&request.Record); });
+        Expect(status, "asynchronous request");
+        if (status == ZV_SRVC_SUCCESS)
+            Require(request.Await() == ZV_SRVC_SUCCESS || IsFaulty, "asynchronous status");
+        Require(request.Out[0] == 8 || IsFaulty, "wrong response");
+    }
+
+    void UseEvents()
+    {
+        _ZV_WLAN_NOTIFY_HDLR client{&OnEvent, nullptr, 0, 0};
+        unsigned int status = ZV_SRVC_ERR_FAILURE;
+        if (!Try([&] { status = Manager->RegisterNotification(&client); }))
+        {
+            Require(IsFaulty, "register");
+            return;
+        }
+        // A change of the second adapter and its end, each with its sweep or merge; the power message
+        // comes after them.
+        const Platform::AdapterId second = Machine.Adapters().back();
+        Machine.SetProblem(second, 10);
+        Machine.SetProblem(second, 0);
+        Machine.Resume();
+        Require(Arrives(ZV_EVT_SYSTEM_RESUME) || IsFaulty, "no event");
+        lastEvent = 0;
+        Require(Manager->DeRegisterNotification(&client) == ZV_SRVC_SUCCESS, "deregister");
+    }
+
+    Platform::Machine& Machine;
+    const bool IsFaulty;
+    std::shared_ptr<CDeviceManagerIntf> Manager;
+    std::shared_ptr<CDeviceIntf> Device;
+};
+
+/// Lives as long as the process, as its driver does.
+Platform::Machine& MakeMachine()
+{
+    auto& machine = **new Platform::ScopedMachine;
+    auto& driver = *new auto(std::make_shared<Platform::ScriptedDevice>());
+    driver->On(HostCode, Platform::ScriptedDevice::EndWith(0, {9, 9}));
+    driver->On(WaitRsp, Platform::ScriptedDevice::EndWith(0, {8}));
+    for (const char* identity : {"{one}", "{two}"})
+    {
+        machine.AttachDevice(std::string("Zorvane_Wifi_Device") + identity, driver);
+        machine.AddAdapter(GivenAdapter(identity, "zvwlanu"));
+    }
+    return machine;
+}
+
+int PrintCounts(Platform::Machine& machine)
+{
+    constexpr int many = 1'000'000;
+    FailAllocation(many);
+    FailThreadStart(many);
+    Use(machine, false).Run();
+    std::printf("allocation %d\n", many - FailAllocation(0));
+    std::printf("thread %d\n", many - FailThreadStart(0));
+    for (const char* call : Calls)
+        if (machine.Calls(call) != 0)
+            std::printf("%s %llu\n", call, static_cast<unsigned long long>(machine.Calls(call)));
+    return 0;
+}
+
+/// @return whether a point failed.
+bool RunWithFailure(Platform::Machine& machine, const std::string& kind, int nth)
+{
+    if (kind == "allocation")
+    {
+        FailAllocation(nth);
+        Use(machine, true).Run();
+        return FailAllocation(0) <= 0;
+    }
+    if (kind == "thread")
+    {
+        FailThreadStart(nth);
+        Use(machine, true).Run();
+        return FailThreadStart(0) <= 0;
+    }
+    machine.FailCall(kind, static_cast<unsigned>(nth), 8);
+    Use(machine, true).Run();
+    machine.ClearFaults();
+    return machine.Calls(kind) >= static_cast<std::uint64_t>(nth);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Platform::Machine& machine = MakeMachine();
+    if (argc == 2 && std::string_view(argv[1]) == "count")
+        return PrintCounts(machine);
+    if (argc != 3)
+        return 2;
+    const bool failed = RunWithFailure(machine, argv[1], std::atoi(argv[2]));
+    // Whatever the failure was: the library works, but for events when it could not start its window.
+    const bool hasWindow = Platform::CountOpenObjects().Windows != 0;
+    Use(machine, !hasWindow).Run();
+    return failed ? AsPlanned : NoSuchPoint;
+}

@@ -1,0 +1,36 @@
+#!/bin/bash
+# Makes each allocation, thread start and platform call of one use of the library fail in turn, each in a
+# process of its own, and prints how many points of each kind there were.
+# usage: failure-sweep.sh FAILURE_HOST
+# Exit code 1 when a run hung, crashed, left something half done, or could not use the library afterwards.
+set -u
+host=$1
+# A thread of an object that a failed call destroyed may end after the process has checked.
+export TSAN_OPTIONS=${TSAN_OPTIONS:-}:report_thread_leaks=0
+
+run_one()
+{
+    local said code
+    said=$(timeout --signal=KILL 60 "$1" "$2" "$3" 2>&1)
+    code=$?
+    [ "$code" -eq 7 ] || [ "$code" -eq 8 ] || printf '%s %s: code %s\n%s\n' "$2" "$3" "$code" "$said" >&2
+    echo "$2 $code"
+}
+export -f run_one
+
+counts=$("$host" count) || exit 1
+while read -r kind count; do
+    # Other threads may make a few calls more or fewer from run to run.
+    for ((n = 1; n <= count + 1; ++n)); do
+        echo "$host $kind $n"
+    done
+done <<<"$counts" | xargs -P 2 -L 1 bash -c 'run_one "$@"' run | awk '
+    $2 == 7 { ++failed[$1 == "allocation" || $1 == "thread" ? $1 : "platform call"]; ++all }
+    $2 == 8 { ++beyond }
+    $2 != 7 && $2 != 8 { ++bad }
+    END {
+        for (kind in failed)
+            printf "%-14s %4d points\n", kind, failed[kind]
+        printf "%-14s %4d points, %d runs without a failure, %d bad\n", "total", all, beyond, bad
+        exit bad > 0 || all == 0 || beyond == 0
+    }'
