@@ -13,7 +13,7 @@
 
 /// A device that is destroyed right after its thread has started pauses for a millisecond or two, so that
 /// the thread reaches its wait. A sweep makes many devices in a row: each is destroyed when enough others
-/// have been made behind it, and the last ones after a single pause.
+/// have been made behind it, and the last ones when each is old enough.
 class CProbedDevices
 {
 public:
@@ -22,24 +22,22 @@ public:
     CProbedDevices& operator=(const CProbedDevices&) = delete;
     ~CProbedDevices()
     {
-        if (!Devices.empty())
-            std::this_thread::sleep_until(Last + Rest);
-        while (!Devices.empty())
-            Devices.pop_front();
+        for (; !Devices.empty(); Devices.pop_front())
+            std::this_thread::sleep_until(Devices.front().second + Rest);
     }
 
     void Keep(std::shared_ptr<CDeviceIntf> device)
     {
-        Devices.push_back(std::move(device));
-        Last = std::chrono::steady_clock::now();
+        Devices.emplace_back(std::move(device), Clock::now());
         if (Devices.size() > Capacity)
             Devices.pop_front();
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     static constexpr std::size_t Capacity = 64;
     static constexpr std::chrono::milliseconds Rest{3};
 
-    std::deque<std::shared_ptr<CDeviceIntf>> Devices;
-    std::chrono::steady_clock::time_point Last;
+    std::deque<std::pair<std::shared_ptr<CDeviceIntf>, Clock::time_point>> Devices; ///< With the time of its probe.
 };
