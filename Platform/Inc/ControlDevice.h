@@ -62,6 +62,9 @@ public:
     /// @return false for a mistake, which is then told at `error`, a buffer of `errorRoom` bytes. The
     ///         default knows no setting.
     virtual bool Configure(const char* settings, char* error, std::size_t errorRoom);
+    /// The caller closes its handle; the cancellation of the requests that it has in flight was asked
+    /// for before this call. The last chance to end them: Close comes only after the last one has ended.
+    virtual void Cleanup(std::uint64_t openId);
 };
 
 inline std::uint32_t ControlDevice::Open(std::uint64_t /*openId*/)
@@ -81,6 +84,8 @@ inline bool ControlDevice::Configure(const char* /*settings*/, char* error, std:
     std::snprintf(error, errorRoom, "this driver cannot be steered");
     return false;
 }
+
+inline void ControlDevice::Cleanup(std::uint64_t /*openId*/) {}
 
 /// What a loadable driver exports under the name "CreateControlDevice". A machine file names the
 /// module; the machine owns the result and calls it through its virtual operations alone.

@@ -49,10 +49,10 @@ public:
     /// are cancelled.
     void SetAside(std::uint32_t code, std::uint64_t openId);
 
-    /// From now on cancelled requests are kept for Cancelled and CompleteCancelled, or no longer are.
+    /// From now on cancelled requests are kept for Cancelled, or no longer are.
     void HoldCancelled(bool holds = true);
-    /// Completes the kept cancelled requests with 995.
-    void CompleteCancelled();
+    /// From now on a cancelled request is kept until its caller closes the handle, and then ends with 995.
+    void HoldCancelledUntilClose();
     /// Takes the oldest cancelled request; waits for one.
     RequestPtr Cancelled();
 
@@ -61,6 +61,7 @@ public:
 
     void Start(const RequestPtr& request) override;
     void Cancel(const RequestPtr& request) override;
+    void Cleanup(std::uint64_t openId) override;
 
 private:
     using RequestList = std::list<RequestPtr>;
@@ -75,6 +76,7 @@ private:
     RequestList Aside; ///< Referred to, since a request without a reference would end.
     RequestList CancelledRequests;
     bool HoldsCancelled = false;
+    bool ReleasesOnClose = false;
 };
 
 } // namespace Platform

@@ -262,5 +262,6 @@ BOOL CloseHandle(HANDLE handle)
     }
     file->File->Closed = true;
     RequestTable::Instance().Cancel([&](const Request& request) { return request.FileId == file->File->OpenId; });
+    file->File->Gate->Visit([&](ControlDevice& device) { device.Cleanup(file->File->OpenId); });
     return TRUE;
 }

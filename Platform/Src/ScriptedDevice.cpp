@@ -61,15 +61,11 @@ void ScriptedDevice::HoldCancelled(bool holds)
     HoldsCancelled = holds;
 }
 
-void ScriptedDevice::CompleteCancelled()
+void ScriptedDevice::HoldCancelledUntilClose()
 {
-    RequestList requests;
-    {
-        const std::lock_guard lock(Mutex);
-        requests.swap(CancelledRequests);
-    }
-    for (const RequestPtr& request : requests)
-        request->Complete(995);
+    const std::lock_guard lock(Mutex);
+    HoldsCancelled = true;
+    ReleasesOnClose = true;
 }
 
 ScriptedDevice::RequestPtr ScriptedDevice::Cancelled()
@@ -112,6 +108,22 @@ void ScriptedDevice::Cancel(const RequestPtr& request)
         }
     }
     request->Complete(995);
+}
+
+void ScriptedDevice::Cleanup(std::uint64_t openId)
+{
+    RequestList ending;
+    {
+        const std::lock_guard lock(Mutex);
+        for (auto next = CancelledRequests.begin(); ReleasesOnClose && next != CancelledRequests.end();)
+        {
+            const auto request = next++;
+            if ((*request)->OpenId() == openId)
+                ending.splice(ending.end(), CancelledRequests, request);
+        }
+    }
+    for (const RequestPtr& request : ending)
+        request->Complete(995);
 }
 
 } // namespace Platform

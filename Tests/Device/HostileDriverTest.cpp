@@ -151,14 +151,13 @@ TEST_P(AnyHostileDriver, LeavesEveryCallItsBoundAndOtherAdaptersTheirEvents)
     Script(hostile.Requests(Hostile(), threads));
     Hostile().HoldCancelled(hostile.KeepsCancelled);
     if (hostile.CompletesOnClose)
-        Machine->OnCall("CloseHandle", [this] { Hostile().CompleteCancelled(); });
+        Hostile().HoldCancelledUntilClose();
     if (hostile.CancelFails)
         for (const char* call : {"CancelIoEx", "CancelIo"})
             Machine->FailCall(call, 1, 31, 100'000);
     UseAll();
     ExpectEventsOfOthers();
     Within(100ms, "Close", [&] { Device->Close(); });
-    Machine->OnCall("CloseHandle", nullptr);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, AnyHostileDriver, testing::ValuesIn(Hostilities),
