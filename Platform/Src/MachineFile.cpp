@@ -13,6 +13,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <set>
 #include <sstream>
 #include <utility>
 #include <variant>
@@ -116,14 +118,30 @@ AdapterDescription ReadAdapter(const FileNode& node, Contents& contents)
     return adapter;
 }
 
+/// Adapters are told apart by this identity alone, exactly as it is written. Absent ones count: they may return.
+void RequireOwnIdentity(const FileNode& node, const AdapterDescription& adapter, const Contents& contents)
+{
+    const auto& identity = adapter.NetCfgInstanceId;
+    const bool taken = identity && std::ranges::any_of(contents.Adapters, [&](const AdapterDescription& other) {
+        return other.NetCfgInstanceId == identity;
+    });
+    if (taken)
+    {
+        node.Member("netCfgInstanceId").Fail("another adapter has this identity");
+    }
+}
+
 Contents ReadContents(const FileNode& root)
 {
     Contents contents;
     root.ForMembers([&](const std::string& name, const FileNode& section) {
         if (name == "adapters")
         {
-            section.ForElements(
-                [&](const FileNode& adapter) { contents.Adapters.push_back(ReadAdapter(adapter, contents)); });
+            section.ForElements([&](const FileNode& node) {
+                AdapterDescription adapter = ReadAdapter(node, contents);
+                RequireOwnIdentity(node, adapter, contents);
+                contents.Adapters.push_back(std::move(adapter));
+            });
         }
         else if (name == "registry")
         {
@@ -138,13 +156,50 @@ Contents ReadContents(const FileNode& root)
     return contents;
 }
 
+/// Watches over what the parser itself lets through: depth, which the stack bounds wherever a document is
+/// written out or destroyed, and keys that stand twice, of which it would drop the first without a word.
+class DocumentRules
+{
+public:
+    explicit DocumentRules(std::string_view origin) : Origin(origin) {}
+
+    bool operator()(int depth, json::parse_event_t event, const json& value)
+    {
+        using Event = json::parse_event_t;
+        if (depth > DeepestNesting)
+        {
+            throw MachineFileError(Origin + ": nested deeper than " + std::to_string(DeepestNesting) + " levels");
+        }
+        if (event == Event::object_start)
+        {
+            Keys.emplace_back();
+        }
+        else if (event == Event::object_end)
+        {
+            Keys.pop_back();
+        }
+        else if (event == Event::key && !Keys.back().insert(value.get<std::string>()).second)
+        {
+            throw MachineFileError(Origin + ": the key \"" + value.get<std::string>() + "\" is there twice in one object");
+        }
+        return true;
+    }
+
+private:
+    static constexpr int DeepestNesting = 64;
+
+    const std::string Origin;
+    std::vector<std::set<std::string>> Keys; // of the objects that are open, outermost first
+};
+
 json Parse(std::string_view text, std::string_view origin)
 {
     try
     {
-        return json::parse(text);
+        DocumentRules rules{origin};
+        return json::parse(text, std::ref(rules));
     }
-    catch (const json::parse_error& error)
+    catch (const json::exception& error)
     {
         // Without the parser's own number in brackets; line and column follow it.
         const std::string_view message = error.what();

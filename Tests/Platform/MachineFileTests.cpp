@@ -48,6 +48,10 @@ const Mistake InFiles[] = {
     {"{\n  \"adapters\": [}\n", "parse error at line 2, column 16"},
     {"{\"adapters\": [{\"service\": \"\xFF\"}]}", "parse error at line 1, column"},
     {"", "parse error at line 1, column 1"},
+    {R"({"adapters": [{"problem": 1e999}]})", "number overflow"},
+    {R"({"adapters": [], "adapters": []})", "the key \"adapters\" is there twice"},
+    {R"({"adapters": [{"netCfgInstanceId": "{A}", "present": false}, {"netCfgInstanceId": "{A}"}]})",
+     "adapters[1].netCfgInstanceId: another adapter has this identity"},
 };
 
 const Mistake InAdapters[] = {
@@ -85,6 +89,9 @@ TEST_F(MachineFileTest, MistakesNameTheirPlace)
     };
     for (const auto& [text, message] : InFiles)
         expectMistake(text, message);
+    const std::string deep = std::string(200'000, '[') + std::string(200'000, ']');
+    expectMistake(R"({"adapters": [{"controlDevice": {"name": "A", "module": "x", "settings": )" + deep + "}}]}",
+                  "nested deeper than 64 levels");
     for (const auto& [text, message] : InAdapters)
         expectMistake(std::string(R"({"adapters": [{)") + text + "}]}", std::string("adapters[0].") + message);
     EXPECT_TRUE(Box->Adapters().empty()) << "a mistake changes nothing";
