@@ -114,6 +114,7 @@ catch (const std::out_of_range&) // gone meanwhile
 
 HKEY SetupDiOpenDevRegKey(HDEVINFO set, SP_DEVINFO_DATA* device, DWORD scope, DWORD profile, DWORD keyType,
                           REGSAM access)
+try
 {
     HKEY result = static_cast<HKEY>(INVALID_HANDLE_VALUE);
     if (CallFails("SetupDiOpenDevRegKey"))
@@ -136,9 +137,14 @@ HKEY SetupDiOpenDevRegKey(HDEVINFO set, SP_DEVINFO_DATA* device, DWORD scope, DW
     }
     return result;
 }
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(static_cast<HKEY>(INVALID_HANDLE_VALUE));
+}
 
 BOOL SetupDiSetClassInstallParamsW(HDEVINFO set, SP_DEVINFO_DATA* device, SP_CLASSINSTALL_HEADER* parameters,
                                    DWORD size)
+try
 {
     if (CallFails("SetupDiSetClassInstallParamsW"))
     {
@@ -164,8 +170,13 @@ BOOL SetupDiSetClassInstallParamsW(HDEVINFO set, SP_DEVINFO_DATA* device, SP_CLA
     open->InstallParameters.insert_or_assign(device->DevInst, change);
     return TRUE;
 }
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(FALSE);
+}
 
 BOOL SetupDiCallClassInstaller(DI_FUNCTION function, HDEVINFO set, SP_DEVINFO_DATA* device)
+try
 {
     if (CallFails("SetupDiCallClassInstaller"))
     {
@@ -187,4 +198,8 @@ BOOL SetupDiCallClassInstaller(DI_FUNCTION function, HDEVINFO set, SP_DEVINFO_DA
     }
     const DWORD error = CarryOut(*change, *open->Owner, device->DevInst);
     return error == ERROR_SUCCESS ? TRUE : FailWith(error);
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(FALSE);
 }

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <new>
 
 namespace Platform
 {
@@ -20,14 +21,26 @@ public:
     explicit DeviceGate(ControlDevice& device) : Device(&device) {}
 
     /// Makes a call with the device, holding no lock, unless the gate is shut.
+    /// @return false when the device ran out of memory. Cleanup and Close cannot fail, so nobody is told there.
     template <class Call>
-    void Visit(Call call)
+    bool Visit(Call call)
     {
-        if (ControlDevice* device = Enter())
+        ControlDevice* const device = Enter();
+        if (device == nullptr)
+        {
+            return true;
+        }
+        bool done = true;
+        try
         {
             call(*device);
-            Leave();
         }
+        catch (const std::bad_alloc&)
+        {
+            done = false;
+        }
+        Leave();
+        return done;
     }
 
     /// Waits until all visits have ended; there are none afterwards.

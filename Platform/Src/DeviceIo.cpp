@@ -71,9 +71,20 @@ struct Call
         }
         else
         {
-            File->Target->Device->Start(request);
+            Start(request);
         }
         return request->LeaveStart();
+    }
+
+    /// The driver may have kept the request before its memory ran out: it is to end all the same.
+    void Start(const std::shared_ptr<Request>& request) const
+    try
+    {
+        File->Target->Device->Start(request);
+    }
+    catch (const std::bad_alloc&)
+    {
+        request->Complete(ERROR_NOT_ENOUGH_MEMORY, {});
     }
 
     BOOL Finish(const RequestEnd& end) const
@@ -127,6 +138,7 @@ std::span<std::uint8_t> Bytes(void* data, DWORD size)
 
 HANDLE CreateFileA(const char* path, DWORD access, DWORD /*share*/, SECURITY_ATTRIBUTES* /*security*/,
                    DWORD disposition, DWORD flags, HANDLE /*templateFile*/)
+try
 {
     if (CallFails("CreateFileA"))
     {
@@ -148,16 +160,22 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD /*share*/, SECURITY_ATT
     {
         return OpenFails(ERROR_FILE_NOT_FOUND);
     }
-    const std::uint64_t openId = NextNumber();
-    if (const DWORD error = device->Device->Open(openId))
+    const auto handle = std::make_shared<FileHandle>(device, NextNumber(), access, flags);
+    if (const DWORD error = device->Device->Open(handle->File->OpenId))
     {
         return OpenFails(error);
     }
-    return HandleTable::Instance().Add(std::make_shared<FileHandle>(device, openId, access, flags));
+    handle->File->Opened = true;
+    return HandleTable::Instance().Add(handle);
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(INVALID_HANDLE_VALUE);
 }
 
 BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, void* output, DWORD outputSize,
                      DWORD* returned, OVERLAPPED* overlapped)
+try
 {
     if (CallFails("DeviceIoControl"))
     {
@@ -182,6 +200,10 @@ BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, vo
     }
     const Call call{file, code, Bytes(input, inputSize), Bytes(output, outputSize), returned};
     return overlapped != nullptr ? call.SendOverlapped(overlapped) : call.SendAndWait();
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(FALSE);
 }
 
 BOOL CancelIo(HANDLE file)

@@ -39,6 +39,7 @@ std::shared_ptr<const DEV_BROADCAST_DEVICEINTERFACE_W> Platform::MakeInterfaceRe
 }
 
 HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD flags)
+try
 {
     if (WindowingCallFails("RegisterDeviceNotificationW"))
     {
@@ -63,10 +64,14 @@ HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD fla
     }
     return made;
 }
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory<HDEVNOTIFY>(nullptr);
+}
 
 BOOL UnregisterDeviceNotification(HDEVNOTIFY notification)
 {
-    if (WindowingCallFails("UnregisterDeviceNotification"))
+    if (CallFails("UnregisterDeviceNotification"))
     {
         return FALSE;
     }

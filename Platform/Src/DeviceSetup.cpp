@@ -96,6 +96,7 @@ ULONG StatusBits(const AdapterDescription& adapter)
 } // namespace
 
 BOOL SetupDiClassGuidsFromNameW(const WCHAR* className, GUID* guids, DWORD guidCount, DWORD* requiredSize)
+try
 {
     if (CallFails("SetupDiClassGuidsFromNameW"))
     {
@@ -113,8 +114,13 @@ BOOL SetupDiClassGuidsFromNameW(const WCHAR* className, GUID* guids, DWORD guidC
     std::ranges::fill_n(guids, *requiredSize, NetworkClass);
     return TRUE;
 }
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(FALSE);
+}
 
 HDEVINFO SetupDiGetClassDevsW(const GUID* classGuid, const WCHAR* enumerator, HWND, DWORD flags)
+try
 {
     if (CallFails("SetupDiGetClassDevsW"))
     {
@@ -129,6 +135,10 @@ HDEVINFO SetupDiGetClassDevsW(const GUID* classGuid, const WCHAR* enumerator, HW
     auto devices = Snapshot(*machine, classGuid, flags);
     return HandleTable::Instance().Add(std::make_shared<DeviceSet>(std::move(machine), std::move(devices)));
 }
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(INVALID_HANDLE_VALUE);
+}
 
 BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set)
 {
@@ -140,6 +150,7 @@ BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set)
 }
 
 HKEY SetupDiOpenClassRegKey(const GUID* classGuid, REGSAM access)
+try
 {
     const HKEY failed = static_cast<HKEY>(INVALID_HANDLE_VALUE);
     if (CallFails("SetupDiOpenClassRegKey"))
@@ -161,6 +172,10 @@ HKEY SetupDiOpenClassRegKey(const GUID* classGuid, REGSAM access)
         return failed;
     }
     return AddKeyHandle(machine, std::move(key), (access & KEY_SET_VALUE) != 0);
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(static_cast<HKEY>(INVALID_HANDLE_VALUE));
 }
 
 BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* device)
@@ -192,6 +207,7 @@ BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* device)
 
 BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO set, SP_DEVINFO_DATA* device, DWORD property, DWORD* type, BYTE* buffer,
                                        DWORD bufferSize, DWORD* requiredSize)
+try
 {
     if (CallFails("SetupDiGetDeviceRegistryPropertyW"))
     {
@@ -227,8 +243,13 @@ BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO set, SP_DEVINFO_DATA* device, DW
     std::ranges::copy(bytes, std::as_writable_bytes(std::span(buffer, bufferSize)).begin());
     return TRUE;
 }
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(FALSE);
+}
 
 CONFIGRET CM_Get_DevNode_Status(ULONG* status, ULONG* problem, DEVINST device, ULONG flags)
+try
 {
     if (const CONFIGRET fault = CallFault("CM_Get_DevNode_Status", CR_FAILURE))
     {
@@ -252,4 +273,8 @@ CONFIGRET CM_Get_DevNode_Status(ULONG* status, ULONG* problem, DEVINST device, U
     *status = StatusBits(node->Description);
     *problem = node->Description.Problem;
     return CR_SUCCESS;
+}
+catch (const std::bad_alloc&)
+{
+    return CR_FAILURE;
 }

@@ -103,6 +103,7 @@ using namespace Platform;
 
 ULONG RegisterTraceGuidsW(WMIDPREQUEST callback, void* context, const GUID* control, ULONG guidCount,
                           TRACE_GUID_REGISTRATION* guids, const WCHAR*, const WCHAR*, TRACEHANDLE* registration)
+try
 {
     if (const ULONG fault = CallFault("RegisterTraceGuidsW"))
     {
@@ -118,6 +119,10 @@ ULONG RegisterTraceGuidsW(WMIDPREQUEST callback, void* context, const GUID* cont
     provider->Context = context;
     TraceHub::Instance().Register(provider, registration);
     return ERROR_SUCCESS;
+}
+catch (const std::bad_alloc&)
+{
+    return ERROR_NOT_ENOUGH_MEMORY;
 }
 
 ULONG UnregisterTraceGuids(TRACEHANDLE registration)
@@ -156,6 +161,7 @@ ULONG GetTraceEnableFlags(TRACEHANDLE logger)
 }
 
 ULONG TraceMessage(TRACEHANDLE logger, ULONG messageFlags, const GUID* messageClass, UINT messageNumber, ...)
+try
 {
     if (const ULONG fault = CallFault("TraceMessage"))
     {
@@ -169,4 +175,8 @@ ULONG TraceMessage(TRACEHANDLE logger, ULONG messageFlags, const GUID* messageCl
     record.Arguments = CopyArguments(list);
     va_end(list);
     return Write(logger, messageClass, record);
+}
+catch (const std::bad_alloc&)
+{
+    return ERROR_NOT_ENOUGH_MEMORY;
 }

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -28,13 +29,29 @@ FaultBoard::Function& FaultBoard::Entry(std::string_view function)
     return found != Functions.end() ? found->second : Functions[std::string(function)];
 }
 
+// Without memory for an entry there was none, so neither a fault nor a hook: only this count is lost.
+FaultBoard::Function* FaultBoard::EntryIfPossible(std::string_view function)
+try
+{
+    return &Entry(function);
+}
+catch (const std::bad_alloc&)
+{
+    return nullptr;
+}
+
 std::optional<std::uint32_t> FaultBoard::Enter(std::string_view function)
 {
     std::optional<std::uint32_t> error;
     std::shared_ptr<const std::function<void()>> hook;
     {
         const std::lock_guard lock(Lock);
-        Function& entry = Entry(function);
+        Function* const known = EntryIfPossible(function);
+        if (known == nullptr)
+        {
+            return std::nullopt;
+        }
+        Function& entry = *known;
         ++entry.Calls;
         hook = entry.Hook;
         std::erase_if(entry.Faults, [&](const Fault& fault) { return fault.LastCall < entry.Calls; });

@@ -40,6 +40,7 @@ private:
     };
 
     Function& Entry(std::string_view function);
+    Function* EntryIfPossible(std::string_view function);
 
     mutable std::mutex Lock;
     std::map<std::string, Function, std::less<>> Functions; // guarded by Lock

@@ -11,7 +11,10 @@ OpenFile::OpenFile(std::shared_ptr<DeviceGate> gate, std::uint64_t openId) : Gat
 
 OpenFile::~OpenFile()
 {
-    Gate->Visit([this](ControlDevice& device) { device.Close(OpenId); });
+    if (Opened)
+    {
+        Gate->Visit([this](ControlDevice& device) { device.Close(OpenId); });
+    }
 }
 
 FileHandle::FileHandle(std::shared_ptr<AttachedDevice> target, std::uint64_t openId, DWORD access, DWORD flags)

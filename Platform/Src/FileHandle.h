@@ -27,6 +27,7 @@ public:
     /// Signalled when a request without an event has ended.
     const std::shared_ptr<Waitable> Done = std::make_shared<Waitable>(true, false);
     std::atomic<bool> Closed = false;
+    std::atomic<bool> Opened = false; ///< The device has agreed; what it refused it does not see closed.
 };
 
 class FileHandle final : public HandleObject

@@ -117,6 +117,7 @@ LRESULT DefWindowProcW(HWND window, UINT message, WPARAM /*wParam*/, LPARAM /*lP
 }
 
 LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+try
 {
     if (WindowingCallFails("SendMessageW"))
     {
@@ -130,8 +131,13 @@ LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     }
     return answer.value_or(0);
 }
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory<LRESULT>(0);
+}
 
 BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+try
 {
     if (WindowingCallFails("PostMessageW"))
     {
@@ -147,8 +153,13 @@ BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     const WindowPtr found = WindowTable::Instance().Find(window);
     return found ? PostToWindow(*found, posted) : FailWith(ERROR_INVALID_WINDOW_HANDLE);
 }
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(FALSE);
+}
 
 BOOL PostThreadMessageW(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam)
+try
 {
     if (WindowingCallFails("PostThreadMessageW"))
     {
@@ -157,6 +168,10 @@ BOOL PostThreadMessageW(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam
     const std::lock_guard lock(WindowLock());
     const MessageQueuePtr queue = MessageQueue::OfThread(thread);
     return queue ? PostTo(*queue, MakeMessage(nullptr, message, wParam, lParam)) : FailWith(ERROR_INVALID_THREAD_ID);
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(FALSE);
 }
 
 void PostQuitMessage(int exitCode)

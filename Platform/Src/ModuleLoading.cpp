@@ -9,7 +9,25 @@
 
 using namespace Platform;
 
+namespace
+{
+
+/// Takes over a reference of the loader's; gives it back when it cannot.
+HMODULE AddLoaded(void* loaded, bool pinned)
+try
+{
+    return ModuleTable::Instance().Add(loaded, pinned);
+}
+catch (const std::bad_alloc&)
+{
+    dlclose(loaded);
+    throw;
+}
+
+} // namespace
+
 HMODULE LoadLibraryA(const char* name)
+try
 {
     if (CallFails("LoadLibraryA"))
     {
@@ -21,10 +39,15 @@ HMODULE LoadLibraryA(const char* name)
         SetLastError(ERROR_MOD_NOT_FOUND);
         return nullptr;
     }
-    return ModuleTable::Instance().Add(loaded, false);
+    return AddLoaded(loaded, false);
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory<HMODULE>(nullptr);
 }
 
 FARPROC GetProcAddress(HMODULE module, const char* name)
+try
 {
     if (CallFails("GetProcAddress"))
     {
@@ -42,6 +65,10 @@ FARPROC GetProcAddress(HMODULE module, const char* name)
         SetLastError(ERROR_PROC_NOT_FOUND);
     }
     return reinterpret_cast<FARPROC>(symbol);
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory<FARPROC>(nullptr);
 }
 
 BOOL FreeLibrary(HMODULE module)
@@ -72,6 +99,7 @@ HMODULE GetModuleHandleW(const WCHAR* name)
 }
 
 BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module)
+try
 {
     if (CallFails("GetModuleHandleExW"))
     {
@@ -95,8 +123,12 @@ BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module
     {
         return FailWith(ERROR_MOD_NOT_FOUND);
     }
-    *module = ModuleTable::Instance().Add(loaded, pin);
+    *module = AddLoaded(loaded, pin);
     return TRUE;
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(FALSE);
 }
 
 BOOLEAN RtlDllShutdownInProgress()

@@ -6,9 +6,25 @@
 namespace Platform
 {
 
+namespace
+{
+
+// Without memory for the default machine there is no machine yet, so none on which the call was to fail.
+std::optional<std::uint32_t> Enter(const char* function)
+try
+{
+    return CurrentMachine()->Internal().Faults.Enter(function);
+}
+catch (const std::bad_alloc&)
+{
+    return std::nullopt;
+}
+
+} // namespace
+
 bool CallFails(const char* function)
 {
-    const auto fault = CurrentMachine()->Internal().Faults.Enter(function);
+    const auto fault = Enter(function);
     if (fault && *fault != 0)
     {
         SetLastError(*fault);
@@ -18,7 +34,7 @@ bool CallFails(const char* function)
 
 DWORD CallFault(const char* function, DWORD plainFailure)
 {
-    const auto fault = CurrentMachine()->Internal().Faults.Enter(function);
+    const auto fault = Enter(function);
     return fault ? (*fault != 0 ? *fault : plainFailure) : 0;
 }
 

@@ -1,7 +1,10 @@
 // What every published function does first: let the machine count the call, hold it or fail it.
 #pragma once
 
+#include "Errors.h"
 #include "WinTypes.h"
+
+#include <new>
 
 namespace Platform
 {
@@ -14,5 +17,14 @@ DWORD CallFault(const char* function, DWORD plainFailure = ERROR_GEN_FAILURE);
 
 /// Sets the last error and gives FALSE.
 BOOL FailWith(DWORD error);
+
+/// Returns the failure result after exhausted memory. No exception leaves a published function: its
+/// caller may be a destructor, and on Windows it is a C function.
+template <class Result>
+Result OutOfMemory(Result failure)
+{
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return failure;
+}
 
 } // namespace Platform

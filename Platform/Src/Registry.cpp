@@ -50,6 +50,7 @@ std::shared_ptr<KeyHandle> Resolve(HKEY key)
 // Runs the work on an open key, under its machine's lock.
 template <class Work>
 LSTATUS WithKey(HKEY key, Work work)
+try
 {
     const auto open = Resolve(key);
     if (!open)
@@ -58,6 +59,10 @@ LSTATUS WithKey(HKEY key, Work work)
     }
     const std::lock_guard lock(open->Owner->Internal().Lock);
     return open->Key->IsDeleted() ? ERROR_KEY_DELETED : work(*open);
+}
+catch (const std::bad_alloc&)
+{
+    return ERROR_NOT_ENOUGH_MEMORY;
 }
 
 // The same on an existing key below it.
@@ -98,7 +103,9 @@ LSTATUS Create(const KeyHandle& open, std::string_view path, HKEY* result)
     {
         return ERROR_INVALID_PARAMETER;
     }
-    *result = AddKeyHandle(open.Owner, open.Key->FindOrCreate(path), true);
+    NewKey created(*open.Key, path);
+    *result = AddKeyHandle(open.Owner, created.Key(), true);
+    created.Attach(); // last: what cannot be opened is not left behind
     return ERROR_SUCCESS;
 }
 
@@ -146,9 +153,14 @@ LSTATUS RegOpenKeyA(HKEY key, const char* subKey, HKEY* result)
 }
 
 LSTATUS RegOpenKeyW(HKEY key, const WCHAR* subKey, HKEY* result)
+try
 {
     const LSTATUS fault = Fault("RegOpenKeyW");
     return fault != 0 ? fault : Open(key, ToUtf8(subKey != nullptr ? subKey : u""), result);
+}
+catch (const std::bad_alloc&)
+{
+    return ERROR_NOT_ENOUGH_MEMORY;
 }
 
 LSTATUS RegCreateKeyA(HKEY key, const char* subKey, HKEY* result)

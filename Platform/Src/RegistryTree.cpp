@@ -41,19 +41,28 @@ RegistryKeyPtr RegistryKey::Find(std::string_view path)
 
 RegistryKeyPtr RegistryKey::FindOrCreate(std::string_view path)
 {
-    RegistryKeyPtr key = shared_from_this();
+    NewKey created(*this, path);
+    created.Attach();
+    return created.Key();
+}
+
+NewKey::NewKey(RegistryKey& from, std::string_view path) : Parent(from.shared_from_this()), Leaf(Parent)
+{
     for (auto part = NextPart(path); !part.empty(); part = NextPart(path))
     {
-        RegistryKeyPtr& below = key->Subkeys[std::string(part)];
-        if (!below)
+        const auto found = Leaf->Subkeys.find(part);
+        if (found != Leaf->Subkeys.end())
         {
-            below = std::make_shared<RegistryKey>();
-            below->Name = part;
-            below->Parent = key;
+            Leaf = found->second;
+            Parent = Leaf;
+            continue;
         }
-        key = RegistryKeyPtr(below);
+        const auto below = std::make_shared<RegistryKey>();
+        below->Name = part;
+        below->Parent = Leaf;
+        (Leaf == Parent ? Branch : Leaf->Subkeys).emplace(part, below);
+        Leaf = below;
     }
-    return key;
 }
 
 void RegistryKey::Delete()

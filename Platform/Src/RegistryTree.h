@@ -37,12 +37,30 @@ public:
     ValueMap Values;
 
 private:
+    friend class NewKey;
     void MarkDeleted();
 
     std::string Name;
     std::weak_ptr<RegistryKey> Parent;
     std::map<std::string, RegistryKeyPtr, NameLess> Subkeys;
     bool Deleted = false;
+};
+
+/// The key of a path, made with those above it that are missing. They join the tree together and only when
+/// all work that can fail is done.
+class NewKey
+{
+public:
+    NewKey(RegistryKey& from, std::string_view path);
+
+    const RegistryKeyPtr& Key() const { return Leaf; }
+    /// Cannot fail.
+    void Attach() { Parent->Subkeys.merge(Branch); }
+
+private:
+    RegistryKeyPtr Parent; // deepest key of the path that the tree has
+    std::map<std::string, RegistryKeyPtr, NameLess> Branch;
+    RegistryKeyPtr Leaf;
 };
 
 } // namespace Platform

@@ -96,9 +96,9 @@ void Request::AskCancel()
 // The file is held, so that the device does not hear of its close before or during the cancellation.
 void Request::PassCancel(const std::shared_ptr<OpenFile>& file)
 {
-    if (file)
+    if (file && !Gate->Visit([this](ControlDevice& device) { device.Cancel(shared_from_this()); }))
     {
-        Gate->Visit([this](ControlDevice& device) { device.Cancel(shared_from_this()); });
+        Complete(ERROR_OPERATION_ABORTED, {}); // it would be forgotten: cancellation comes once
     }
 }
 
@@ -112,13 +112,14 @@ RequestTable& RequestTable::Instance()
 void RequestTable::Add(Request& request)
 {
     const std::lock_guard lock(Lock);
-    request.Place = Requests.insert(Requests.end(), &request);
+    request.Number = ++Last;
+    Requests.splice(Requests.end(), request.Place);
 }
 
 void RequestTable::Remove(Request& request)
 {
     const std::lock_guard lock(Lock);
-    Requests.erase(request.Place);
+    request.Place.splice(request.Place.end(), Requests, request.InTable);
 }
 
 std::size_t RequestTable::Count() const
@@ -127,26 +128,10 @@ std::size_t RequestTable::Count() const
     return Requests.size();
 }
 
-std::size_t RequestTable::Cancel(const std::function<bool(const Request&)>& matches)
+std::uint64_t RequestTable::LastNumber() const
 {
-    // Released behind the lock: one may be the last holder.
-    std::vector<std::shared_ptr<Request>> found;
-    {
-        const std::lock_guard lock(Lock);
-        for (Request* request : Requests)
-        {
-            // One that its driver has just dropped cannot be held any more, and ends without help.
-            if (std::shared_ptr<Request> held = matches(*request) ? request->weak_from_this().lock() : nullptr)
-            {
-                found.push_back(std::move(held));
-            }
-        }
-    }
-    for (const auto& request : found)
-    {
-        request->AskCancel();
-    }
-    return found.size();
+    const std::lock_guard lock(Lock);
+    return Last;
 }
 
 } // namespace Platform

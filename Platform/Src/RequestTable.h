@@ -5,7 +5,7 @@
 #include "DeviceIo.h"
 #include "FileHandle.h"
 
-#include <functional>
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -83,7 +83,9 @@ private:
     bool EndedInStart = false;
     RequestEnd End{};
 
-    std::list<Request*>::iterator Place; // guarded by the table's lock
+    std::uint64_t Number = 0;        // grows with each request of the process; constant once it is in the table
+    std::list<Request*> Place{this}; // its own while it is not in the table, so that adding cannot fail
+    const std::list<Request*>::iterator InTable = Place.begin(); // stays good as the node moves
 };
 
 /// All requests of the process between their start and their end. Thread-safe.
@@ -98,11 +100,48 @@ public:
 
     /// Asks for the cancellation of those that match, oldest first; the filter sees what is constant.
     /// @return how many there were.
-    std::size_t Cancel(const std::function<bool(const Request&)>& matches);
+    template <class Matches>
+    std::size_t Cancel(Matches matches)
+    {
+        // One at a time, since a list of them would need memory, which a closing call must not fail for.
+        std::size_t count = 0;
+        const std::uint64_t last = LastNumber();
+        std::uint64_t from = 0;
+        while (const std::shared_ptr<Request> next = Next(from, last, matches))
+        {
+            from = next->Number;
+            next->AskCancel();
+            ++count;
+        }
+        return count;
+    }
 
 private:
+    std::uint64_t LastNumber() const;
+
+    /// The first one that matches and whose number is above `from` and at most `last`; null for none.
+    template <class Matches>
+    std::shared_ptr<Request> Next(std::uint64_t from, std::uint64_t last, Matches& matches) const
+    {
+        const std::lock_guard lock(Lock);
+        for (Request* request : Requests)
+        {
+            if (request->Number > from && request->Number <= last && matches(*request))
+            {
+                // One that its driver has just dropped cannot be held any more, and ends without help.
+                if (std::shared_ptr<Request> held = request->weak_from_this().lock())
+                {
+                    return held;
+                }
+            }
+        }
+        return nullptr;
+    }
+
     mutable std::mutex Lock;      // may be taken under a request's lock, never around one
-    std::list<Request*> Requests; // guarded by Lock; a request leaves before it is destroyed
+    // Both guarded by Lock; a request leaves before it is destroyed.
+    std::list<Request*> Requests;
+    std::uint64_t Last = 0;
 };
 
 } // namespace Platform

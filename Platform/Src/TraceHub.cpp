@@ -28,9 +28,9 @@ void TraceHub::Register(const std::shared_ptr<TraceProvider>& provider, TRACEHAN
 {
     {
         const std::lock_guard lock(Lock);
+        Providers.push_back(provider); // first: it can fail
         provider->Handle = ++LastProvider;
         *handle = provider->Handle;
-        Providers.push_back(provider);
     }
     Tell(*provider);
 }

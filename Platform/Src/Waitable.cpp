@@ -2,6 +2,7 @@
 
 #include "Waiting.h"
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 
@@ -12,6 +13,7 @@ struct Waiter
 {
     std::condition_variable Wake;
     std::optional<std::size_t> Result; // guarded by Waitable's lock
+    std::array<Waitable::Link, MAXIMUM_WAIT_OBJECTS> Links{};
 };
 
 Waitable::Waitable(bool manualReset, bool signalled) : ManualReset(manualReset), Signalled(signalled) {}
@@ -27,12 +29,12 @@ void Waitable::Signal()
 {
     const std::lock_guard lock(Lock());
     Signalled = true;
-    for (const Link& link : Waiters)
+    for (const Link* link = Waiters; link != nullptr; link = link->Next)
     {
-        if (!link.Who->Result)
+        if (!link->Who->Result)
         {
-            link.Who->Result = link.Index;
-            link.Who->Wake.notify_one(); // under the lock: the waiter ends with its wait
+            link->Who->Result = link->Index;
+            link->Who->Wake.notify_one(); // under the lock: the waiter ends with its wait
             Signalled = ManualReset;
             if (!ManualReset)
             {
@@ -46,6 +48,31 @@ void Waitable::Reset()
 {
     const std::lock_guard lock(Lock());
     Signalled = false;
+}
+
+void Waitable::Append(Link& link)
+{
+    Link** end = &Waiters;
+    while (*end != nullptr)
+    {
+        end = &(*end)->Next;
+    }
+    *end = &link;
+}
+
+void Waitable::Remove(const Waiter& who)
+{
+    for (Link** next = &Waiters; *next != nullptr;)
+    {
+        if ((*next)->Who == &who)
+        {
+            *next = (*next)->Next;
+        }
+        else
+        {
+            next = &(*next)->Next;
+        }
+    }
 }
 
 std::optional<std::size_t> Waitable::TakeAny(std::span<const std::shared_ptr<Waitable>> objects)
@@ -73,7 +100,8 @@ std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Wai
     Waiter self;
     for (std::size_t i = 0; i < objects.size(); ++i)
     {
-        objects[i]->Waiters.push_back({&self, i});
+        self.Links[i] = {&self, i, nullptr};
+        objects[i]->Append(self.Links[i]);
     }
     const auto decided = [&self] { return self.Result.has_value(); };
     if (milliseconds == INFINITE)
@@ -86,7 +114,7 @@ std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Wai
     }
     for (const auto& object : objects)
     {
-        std::erase_if(object->Waiters, [&self](const Link& link) { return link.Who == &self; });
+        object->Remove(self);
     }
     return self.Result;
 }

@@ -8,7 +8,6 @@
 #include <mutex>
 #include <optional>
 #include <span>
-#include <vector>
 
 namespace Platform
 {
@@ -27,15 +26,21 @@ public:
     void Reset();
 
     /// Waits until one is signalled and consumes it if it is automatic; the lowest index goes first.
-    /// The result is empty when the time ran out.
+    /// The result is empty when the time ran out. At most MAXIMUM_WAIT_OBJECTS objects.
     static std::optional<std::size_t> WaitAny(std::span<const std::shared_ptr<Waitable>> objects, DWORD milliseconds);
 
 private:
+    friend struct Waiter;
+    /// Part of the waiter, since a wait must not fail for want of memory.
     struct Link
     {
         Waiter* Who;
         std::size_t Index; // of this object in the waiter's list
+        Link* Next;
     };
+
+    void Append(Link& link);
+    void Remove(const Waiter& who);
 
     static std::mutex& Lock();
     static std::optional<std::size_t> TakeAny(std::span<const std::shared_ptr<Waitable>> objects);
@@ -43,7 +48,7 @@ private:
     const bool ManualReset;
     // Both guarded by Lock().
     bool Signalled;
-    std::vector<Link> Waiters; // longest first
+    Link* Waiters = nullptr; // longest first
 };
 
 } // namespace Platform

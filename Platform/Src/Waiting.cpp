@@ -80,6 +80,7 @@ std::shared_ptr<Waitable> Platform::FindWaitable(HANDLE handle)
 }
 
 HANDLE CreateEventW(SECURITY_ATTRIBUTES* /*security*/, BOOL manualReset, BOOL initialState, const WCHAR* name)
+try
 {
     if (CallFails("CreateEventW"))
     {
@@ -93,6 +94,10 @@ HANDLE CreateEventW(SECURITY_ATTRIBUTES* /*security*/, BOOL manualReset, BOOL in
     }
     SetLastError(ERROR_SUCCESS);
     return HandleTable::Instance().Add(std::make_shared<EventHandle>(manual, signalled));
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory<HANDLE>(nullptr);
 }
 
 BOOL SetEvent(HANDLE event)

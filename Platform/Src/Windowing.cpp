@@ -113,6 +113,7 @@ HCURSOR LoadCursorW(HINSTANCE module, const WCHAR* name)
 }
 
 ATOM RegisterClassExW(const WNDCLASSEXW* windowClass)
+try
 {
     if (WindowingCallFails("RegisterClassExW"))
     {
@@ -131,9 +132,14 @@ ATOM RegisterClassExW(const WNDCLASSEXW* windowClass)
     }
     return number;
 }
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory<ATOM>(0);
+}
 
 HWND CreateWindowExW(DWORD extendedStyle, const WCHAR* className, const WCHAR* title, DWORD style, int x, int y,
                      int width, int height, HWND parent, HMENU menu, HINSTANCE instance, void* parameter)
+try
 {
     if (WindowingCallFails("CreateWindowExW"))
     {
@@ -156,7 +162,19 @@ HWND CreateWindowExW(DWORD extendedStyle, const WCHAR* className, const WCHAR* t
     const CREATESTRUCTW create{
         parameter, module,    menu,         parent, height, width, y, x, static_cast<LONG>(style),
         title,     className, extendedStyle};
-    return Introduce(*window, create) ? window->Handle : nullptr;
+    try
+    {
+        return Introduce(*window, create) ? window->Handle : nullptr;
+    }
+    catch (const std::bad_alloc&)
+    {
+        table.Remove(*window);
+        throw;
+    }
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory<HWND>(nullptr);
 }
 
 BOOL ShowWindow(HWND window, int /*command*/)

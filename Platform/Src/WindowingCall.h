@@ -7,11 +7,16 @@
 namespace Platform
 {
 
-/// Gives the calling thread its queue; then as CallFails.
+/// Gives the calling thread its queue; then as CallFails. Without memory for a queue the call fails.
 inline bool WindowingCallFails(const char* function)
+try
 {
     MessageQueue::Mine();
     return CallFails(function);
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(true);
 }
 
 } // namespace Platform
