@@ -171,6 +171,11 @@ try
         SetLastError(ERROR_FILE_NOT_FOUND);
         return failed;
     }
+    if ((access & ~KEY_READ) != 0 && !machine->Internal().Administrator)
+    {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return failed;
+    }
     return AddKeyHandle(machine, std::move(key), (access & KEY_SET_VALUE) != 0);
 }
 catch (const std::bad_alloc&)

@@ -36,6 +36,13 @@ const char* OrEmpty(const char* text)
     return text != nullptr ? text : "";
 }
 
+// A caller without the rights opens keys all the same, since these calls ask for whatever is allowed: it
+// may only read. The rights are those of the time when the key is opened.
+bool MayWrite(const Machine& machine)
+{
+    return machine.Internal().Administrator;
+}
+
 std::shared_ptr<KeyHandle> Resolve(HKEY key)
 {
     if (key != HKEY_LOCAL_MACHINE)
@@ -44,7 +51,8 @@ std::shared_ptr<KeyHandle> Resolve(HKEY key)
     }
     auto machine = CurrentMachine();
     auto root = machine->Internal().Registry;
-    return std::make_shared<KeyHandle>(std::move(machine), std::move(root), true);
+    const bool writable = MayWrite(*machine);
+    return std::make_shared<KeyHandle>(std::move(machine), std::move(root), writable);
 }
 
 // Runs the work on an open key, under its machine's lock.
@@ -87,7 +95,7 @@ LSTATUS Open(HKEY key, std::string_view path, HKEY* result)
     }
     *result = nullptr;
     return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
-        *result = path.empty() ? key : AddKeyHandle(open.Owner, below, true);
+        *result = path.empty() ? key : AddKeyHandle(open.Owner, below, MayWrite(*open.Owner));
         return ERROR_SUCCESS;
     });
 }
@@ -103,8 +111,13 @@ LSTATUS Create(const KeyHandle& open, std::string_view path, HKEY* result)
     {
         return ERROR_INVALID_PARAMETER;
     }
+    const bool writable = MayWrite(*open.Owner);
+    if (!writable && !open.Key->Find(path))
+    {
+        return ERROR_ACCESS_DENIED;
+    }
     NewKey created(*open.Key, path);
-    *result = AddKeyHandle(open.Owner, created.Key(), true);
+    *result = AddKeyHandle(open.Owner, created.Key(), writable);
     created.Attach(); // last: what cannot be opened is not left behind
     return ERROR_SUCCESS;
 }
@@ -242,7 +255,7 @@ LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName)
     }
     const std::string_view path = OrEmpty(subKey);
     return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
-        if (subKey == nullptr && !open.Writable)
+        if (subKey == nullptr ? !open.Writable : !MayWrite(*open.Owner))
         {
             return ERROR_ACCESS_DENIED;
         }
@@ -260,8 +273,8 @@ LSTATUS RegDeleteKeyA(HKEY key, const char* subKey)
     {
         return ERROR_INVALID_PARAMETER;
     }
-    return WithKeyBelow(key, subKey, [](const KeyHandle&, const RegistryKeyPtr& below) -> LSTATUS {
-        if (below->HasSubkeys() || below->IsRoot())
+    return WithKeyBelow(key, subKey, [](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
+        if (below->HasSubkeys() || below->IsRoot() || !MayWrite(*open.Owner))
         {
             return ERROR_ACCESS_DENIED;
         }

@@ -50,6 +50,29 @@ TEST_F(LimitTest, Registry)
     EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
 }
 
+TEST_F(LimitTest, CallerWithoutRightsOnlyReadsTheRegistry)
+{
+    Box->SetValue("SOFTWARE\\A", "Old", Platform::RegistryValue::Number(1));
+    Box->SetCallerRights(false);
+    HKEY opened = nullptr;
+    EXPECT_EQ(ERROR_ACCESS_DENIED, RegCreateKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\New", &opened));
+    for (const auto open : {&RegOpenKeyA, &RegCreateKeyA})
+    {
+        ASSERT_EQ(ERROR_SUCCESS, open(HKEY_LOCAL_MACHINE, "SOFTWARE\\A", &opened)) << "for reading";
+        const Opened key = opened;
+        EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "Old", nullptr, nullptr, nullptr, nullptr));
+        EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(key, "New", 0, REG_SZ, nullptr, 0));
+        EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyValueA(key, nullptr, "Old"));
+        Box->SetCallerRights(true);
+        EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(key, "New", 0, REG_SZ, nullptr, 0)) << "rights of the opening";
+        Box->SetCallerRights(false);
+    }
+    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A", "Old"));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A"));
+    EXPECT_FAILS_WITH(ERROR_ACCESS_DENIED, SetupDiOpenClassRegKey(nullptr, KEY_ALL_ACCESS) != INVALID_HANDLE_VALUE);
+    EXPECT_TRUE(Box->Value("SOFTWARE\\A", "Old").has_value());
+}
+
 TEST_F(LimitTest, Modules)
 {
     HMODULE found = nullptr;
