@@ -84,28 +84,40 @@ void CarryOut(const VirtualScript::Step& step)
     }
 }
 
-/// Made with the first step. Static, so that its thread has ended before the driver is unloaded, and
-/// no message comes from then on.
+/// Created with the first step. Its destructor waits for its thread, so that no message follows the
+/// driver's unloading. Windows ends the threads of a process before it runs destructors: the wait would
+/// never return there, so the script stays.
 VirtualScript& Script()
 {
+#ifdef _WIN32
+    static VirtualScript& script = *new VirtualScript(Adapters().size(), &CarryOut);
+#else
     static VirtualScript script(Adapters().size(), &CarryOut);
+#endif
     return script;
 }
 
 /// Null for a name that no adapter has.
 VirtualAdapter* Find(const char* name)
 {
+    if (name == nullptr)
+        return nullptr;
     const auto found = std::ranges::find_if(Adapters(), [name](const VirtualAdapter& adapter) {
         return std::string_view(adapter.Record().NetCfgInstanceId) == name;
     });
     return found == Adapters().end() ? nullptr : &*found;
 }
 
-/// Copies what fits and zeroes the rest.
+const char* OrEmpty(const char* text)
+{
+    return text != nullptr ? text : "";
+}
+
+/// Copies what fits and zeroes the rest. A missing buffer has no bytes.
 void Answer(void* outBuffer, std::uint32_t outLength, const void* answer, std::size_t answerLength)
 {
-    const std::size_t copied = std::min<std::size_t>(outLength, answerLength);
-    if (outLength == 0)
+    const std::size_t copied = answer != nullptr ? std::min<std::size_t>(outLength, answerLength) : 0;
+    if (outBuffer == nullptr || outLength == 0)
         return;
     std::memset(outBuffer, 0, outLength);
     if (copied > 0)
@@ -123,6 +135,8 @@ void Virtual_RegisterPnPHandler(PnPHandler handler)
 
 int VirtualDriver_Script(const char* steps)
 {
+    if (steps == nullptr)
+        return 0;
     try
     {
         Script().Append(steps);
@@ -137,6 +151,8 @@ int VirtualDriver_Script(const char* steps)
 
 void Virtual_EnumZVDevice(void* buffer, EnumDescriptor* descriptor)
 {
+    if (buffer == nullptr || descriptor == nullptr)
+        return;
     auto* const out = static_cast<char*>(buffer);
     const std::uint32_t room = descriptor->Length;
     descriptor->Length = 0;
@@ -170,12 +186,16 @@ void Virtual_AccessRegistry(const char* name, std::uint32_t operation, const cha
     VirtualAdapter* const adapter = Find(name);
     if (adapter == nullptr)
         return;
+    const std::string subKeyText = OrEmpty(subKey);
+    const std::string valueText = OrEmpty(valueName);
+    if (operation == ZV_REG_OP_DELETE_VALUE)
+        adapter->DeleteValue(subKeyText, valueText);
+    if (type == nullptr || size == nullptr)
+        return;
     if (operation == ZV_REG_OP_READ)
-        adapter->ReadValue(subKey, valueName, *type, data, *size);
-    else if (operation == ZV_REG_OP_WRITE)
-        adapter->WriteValue(subKey, valueName, *type, {data, *size});
-    else if (operation == ZV_REG_OP_DELETE_VALUE)
-        adapter->DeleteValue(subKey, valueName);
+        adapter->ReadValue(subKeyText, valueText, *type, data, *size);
+    else if (operation == ZV_REG_OP_WRITE && (data != nullptr || *size == 0))
+        adapter->WriteValue(subKeyText, valueText, *type, {data, *size});
 }
 
 void Virtual_SendIOCTLReq(const char* name, std::uint32_t code, std::uint32_t /*requestId*/, const void* inBuffer,

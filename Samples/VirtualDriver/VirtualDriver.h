@@ -5,7 +5,8 @@
 ///
 /// `name` always is the NetCfgInstanceId of the adapter that is meant, a text of at most 50 bytes.
 /// The library ignores whatever an entry returns. It calls the entries on the host's threads and on
-/// threads of its own, several at a time. No exception may leave an entry.
+/// threads of its own, several at a time. No exception may leave an entry. Any pointer
+/// may be null, since the library passes on what its host gave it.
 #pragma once
 
 #include <cstdint>

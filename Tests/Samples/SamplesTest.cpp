@@ -145,6 +145,33 @@ TEST_F(VirtualDriver, AnswersControlRequests)
     EXPECT_EQ(echo[0], 5);
 }
 
+TEST_F(VirtualDriver, IgnoresCallsWithNullPointers)
+{
+    EnumDescriptor descriptor = {7240, 0, nullptr};
+    std::array<_ZV_SRVC_DEVICE_INFO, 10> records{};
+    Enum(nullptr, &descriptor);
+    Enum(records.data(), nullptr);
+    std::uint8_t byte = 9;
+    std::uint32_t type = 3;
+    std::uint32_t size = 1;
+    for (const char* name : {static_cast<const char*>(nullptr), First})
+    {
+        SetQuery(name, 1, 7, nullptr, 1);
+        Ioctl(name, 0x1234, 1, nullptr, 1, nullptr, 1, 300);
+        for (const std::uint32_t operation : {ZV_REG_OP_READ, ZV_REG_OP_WRITE, ZV_REG_OP_DELETE_VALUE})
+        {
+            Registry(name, operation, nullptr, nullptr, nullptr, nullptr, nullptr);
+            Registry(name, operation, "sub", "value", nullptr, &byte, &size);
+            Registry(name, operation, "sub", "value", &type, &byte, nullptr);
+        }
+        Registry(name, ZV_REG_OP_WRITE, "sub", "value", &type, nullptr, &size);
+    }
+    Ioctl(First, 0x1234, 1, nullptr, 1, &byte, 1, 300);
+    EXPECT_EQ(byte, 0) << "no input to echo";
+    Registry(First, ZV_REG_OP_READ, "sub", "value", &type, &byte, &size);
+    EXPECT_EQ(size, 0U) << "nothing was written";
+}
+
 /// What the simulated driver delivered, each message with the flags of the second adapter then.
 class VirtualScriptTest : public VirtualDriver
 {
@@ -198,6 +225,7 @@ TEST_F(VirtualScriptTest, DeliversEachStepWhenItsAdapterHasChanged)
 TEST_F(VirtualScriptTest, CarriesOutNothingOfATextWithAMistake)
 {
     Register(&Hear);
+    EXPECT_EQ(Script(nullptr), 0);
     for (const char* text : {"", "0", "0:", ":suspend", "0:remove", "0:remove ", "0:remove 3", "0:remove -1",
                              "0:remove 1x", "0:suspend 1", "0:suspended", "0:sleep", "-1:suspend", "3600001:suspend",
                              "x:suspend", "0:suspend;", ";0:suspend", "0:suspend; 0:resume"})

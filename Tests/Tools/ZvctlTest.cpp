@@ -230,6 +230,20 @@ TEST(Zvctl, WithoutACommandATourTriesEverything)
           folder.Write("problem.json", OneAdapterMachine("zvwlans", ", \"problem\": 22")));
 }
 
+TEST(Zvctl, WarnsOfInputWhoseLengthTheDriverCannotSee)
+{
+    const Process::TempFolder folder;
+    for (const auto& [command, size, warns] : {std::tuple("ioctl 0 0x12245c --in @", 65535U, false),
+                                               {"ioctl 0 0x12245c --in @", 65536U, true},
+                                               {"set 0 0x10 @", 65495U, false},
+                                               {"set 0 0x10 @", 65496U, true}})
+    {
+        const std::string file = folder.Write("data", std::string(size, 'x'));
+        const std::string err = Zvctl(command + file).Err;
+        EXPECT_EQ(warns, err.starts_with("zvctl: warning: " + std::to_string(size) + " input bytes; ")) << err;
+    }
+}
+
 TEST(Zvctl, AFullDiskIsAFailure)
 {
     const Process::ToolResult result = Zvctl("list >/dev/full #");

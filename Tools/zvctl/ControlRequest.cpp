@@ -70,6 +70,18 @@ private:
     std::optional<std::uint32_t> Status;
 };
 
+/// The driver's record of a request has 16 bits for the length of the input.
+/// @param head bytes of the library's own in front of the input.
+void WarnOfLostLength(std::size_t size, std::size_t head)
+{
+    const std::size_t most = 0xFFFF - head;
+    if (size > most)
+        fmt::print(stderr, "zvctl: warning: {} input bytes; the driver sees only 16 bits of the length, enough for {}\n",
+                   size, most);
+}
+
+constexpr std::size_t ItemHead = 40; // of the record around an item
+
 /// What the library was lent and has not given back. Dropping the device would wait for the request.
 struct Abandoned
 {
@@ -87,6 +99,7 @@ void Abandon(Abandoned abandoned)
 
 Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request)
 {
+    WarnOfLostLength(request.Input.size(), 0);
     LentRequest lent(request);
     lent.Send(device);
     return lent.TakeOutput();
@@ -95,6 +108,7 @@ Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request)
 Bytes SendAndAwaitCallback(const std::shared_ptr<CDeviceIntf>& device, const ControlRequest& request,
                            std::chrono::milliseconds patience)
 {
+    WarnOfLostLength(request.Input.size(), 0);
     auto lent = std::make_unique<LentRequest>(request);
     lent->SendWithCallback(*device);
     const std::chrono::milliseconds bound = std::chrono::milliseconds(request.TimeoutMs) + patience;
@@ -121,6 +135,7 @@ Bytes QueryItem(CDeviceIntf& device, std::uint32_t id, std::uint32_t size)
 
 void SetItem(CDeviceIntf& device, std::uint32_t id, Bytes data)
 {
+    WarnOfLostLength(data.size(), ItemHead);
     const auto size = static_cast<std::uint32_t>(data.size());
     data.resize(std::max(size, 1U));
     Require("SetQueryInfo", device.SetQueryInfo(1, id, data.data(), size));
