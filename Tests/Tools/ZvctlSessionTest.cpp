@@ -7,7 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <pty.h>
 #include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -195,6 +197,41 @@ TEST(ZvctlWatch, EndsWellWithASignal)
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
         close(ends[0]);
     }
+}
+
+TEST(ZvctlShell, CtrlCDropsTheLineAndTheSessionGoesOn)
+{
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0)
+    {
+        execl(ZVCTL_PATH, "zvctl", "shell", nullptr);
+        _exit(126);
+    }
+    const auto type = [terminal](std::string_view text) {
+        ASSERT_EQ(write(terminal, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    };
+    std::string shown;
+    const auto awaitText = [&](const char* text) {
+        char byte = 0;
+        while (shown.find(text) == std::string::npos && read(terminal, &byte, 1) == 1)
+            shown += byte;
+        EXPECT_THAT(shown, HasSubstr(text));
+        shown.clear();
+    };
+    awaitText("zvctl> ");
+    type("nonsense");
+    awaitText("nonsense");
+    type("\x03");
+    awaitText("zvctl> ");
+    type("quit 1 2\rquit\r");
+    awaitText("not expected");
+    for (char rest = 0; read(terminal, &rest, 1) == 1;)
+        continue;
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    close(terminal);
 }
 
 } // namespace

@@ -1,10 +1,17 @@
 #include "LineEditor.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <editline/readline.h>
+#include <fcntl.h>
 #include <memory>
+#include <poll.h>
+#include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace
@@ -25,6 +32,68 @@ char* NextMatch(const char* /*word*/, int state)
     return index < Matches.size() ? strdup(Matches[index].c_str()) : nullptr;
 }
 
+// Ctrl-C reaches any thread of the process, so the handler wakes the reading one through a pipe.
+int InterruptPipe[2] = {-1, -1};
+bool Interrupted = false;
+
+extern "C" void NoteInterrupt(int /*number*/)
+{
+    const int error = errno;
+    [[maybe_unused]] const auto written = write(InterruptPipe[1], "", 1); // a full pipe wakes as well
+    errno = error;
+}
+
+/// The handler for a scope.
+class InterruptHandler
+{
+public:
+    InterruptHandler()
+    {
+        struct sigaction action = {};
+        action.sa_handler = NoteInterrupt;
+        sigaction(SIGINT, &action, &Previous);
+    }
+    ~InterruptHandler() { sigaction(SIGINT, &Previous, nullptr); }
+    InterruptHandler(const InterruptHandler&) = delete;
+    InterruptHandler& operator=(const InterruptHandler&) = delete;
+
+private:
+    struct sigaction Previous = {};
+};
+
+/// One byte of the terminal; a line end for Ctrl-C, which makes the editor give the line back.
+int ReadByte()
+{
+    pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {InterruptPipe[0], POLLIN, 0}};
+    while (poll(sources, 2, -1) < 0)
+        if (errno != EINTR)
+            return EOF;
+    unsigned char byte = 0;
+    if (sources[1].revents != 0)
+    {
+        Interrupted = read(InterruptPipe[0], &byte, 1) == 1;
+        return '\n';
+    }
+    return read(STDIN_FILENO, &byte, 1) == 1 ? byte : EOF;
+}
+
+/// A whole character, as the editor expects it from a function of its user.
+int ReadCharacter(FILE* /*stream*/)
+{
+    std::mbstate_t state = {};
+    for (;;)
+    {
+        const int next = ReadByte();
+        if (next == EOF || Interrupted)
+            return next;
+        const char byte = static_cast<char>(next);
+        wchar_t wide = 0;
+        const std::size_t used = std::mbrtowc(&wide, &byte, 1, &state);
+        if (used != static_cast<std::size_t>(-2))
+            return used == static_cast<std::size_t>(-1) ? next : static_cast<int>(wide);
+    }
+}
+
 char** CompleteWord(const char* word, int start, int /*end*/)
 {
     rl_attempted_completion_over = 1; // without this the editor goes on to file names
@@ -37,7 +106,10 @@ char** CompleteWord(const char* word, int start, int /*end*/)
 LineEditor::LineEditor(Completer completer)
 {
     CurrentCompleter = std::move(completer);
+    if (pipe2(InterruptPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        throw std::system_error(errno, std::generic_category(), "pipe2");
     rl_readline_name = "zvctl";
+    rl_getc_function = ReadCharacter; // before the editor starts, which reads it once
     rl_initialize();
     using_history();
     rl_attempted_completion_function = CompleteWord;
@@ -47,12 +119,17 @@ LineEditor::LineEditor(Completer completer)
 LineEditor::~LineEditor()
 {
     rl_attempted_completion_function = nullptr;
+    for (const int end : InterruptPipe)
+        close(end);
     CurrentCompleter = nullptr;
 }
 
 std::optional<std::string> LineEditor::Read(const std::string& prompt)
 {
+    const InterruptHandler handler;
     const std::unique_ptr<char, Free> line(readline(prompt.c_str()));
+    if (std::exchange(Interrupted, false))
+        return "";
     if (line == nullptr)
         return std::nullopt;
     if (*line != '\0')

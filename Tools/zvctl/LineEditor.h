@@ -20,6 +20,6 @@ public:
     LineEditor(const LineEditor&) = delete;
     LineEditor& operator=(const LineEditor&) = delete;
 
-    /// @return nothing at the end of the input.
+    /// Ctrl-C drops the line. @return that line, empty when it was dropped; nothing at the end of the input.
     std::optional<std::string> Read(const std::string& prompt);
 };
