@@ -123,8 +123,8 @@ void RequireOwnIdentity(const FileNode& node, const AdapterDescription& adapter,
 {
     const auto& identity = adapter.NetCfgInstanceId;
     const bool taken = identity && std::ranges::any_of(contents.Adapters, [&](const AdapterDescription& other) {
-        return other.NetCfgInstanceId == identity;
-    });
+                           return other.NetCfgInstanceId == identity;
+                       });
     if (taken)
     {
         node.Member("netCfgInstanceId").Fail("another adapter has this identity");
@@ -180,7 +180,8 @@ public:
         }
         else if (event == Event::key && !Keys.back().insert(value.get<std::string>()).second)
         {
-            throw MachineFileError(Origin + ": the key \"" + value.get<std::string>() + "\" is there twice in one object");
+            throw MachineFileError(Origin + ": the key \"" + value.get<std::string>() +
+                                   "\" is there twice in one object");
         }
         return true;
     }

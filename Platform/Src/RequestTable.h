@@ -138,7 +138,7 @@ private:
         return nullptr;
     }
 
-    mutable std::mutex Lock;      // may be taken under a request's lock, never around one
+    mutable std::mutex Lock; // may be taken under a request's lock, never around one
     // Both guarded by Lock; a request leaves before it is destroyed.
     std::list<Request*> Requests;
     std::uint64_t Last = 0;

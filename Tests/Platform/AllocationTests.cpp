@@ -111,7 +111,8 @@ TEST_F(AllocationTest, OpeningCallsFailWholeAndClosingCallsSucceed)
          [&] { return CloseHandle(handle) != FALSE; }},
         {"RegOpenKeyA", [&] { return Number(RegOpenKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE", &key)); },
          [&] { return RegCloseKey(key) == 0; }},
-        {"RegCreateKeyA", [&] { return Number(RegCreateKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\New\\Long name of a key", &key)); },
+        {"RegCreateKeyA",
+         [&] { return Number(RegCreateKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\New\\Long name of a key", &key)); },
          [&] {
              FailAllocation(0);
              RegDeleteKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\New\\Long name of a key");

@@ -76,8 +76,9 @@ void WarnOfLostLength(std::size_t size, std::size_t head)
 {
     const std::size_t most = 0xFFFF - head;
     if (size > most)
-        fmt::print(stderr, "zvctl: warning: {} input bytes; the driver sees only 16 bits of the length, enough for {}\n",
-                   size, most);
+        fmt::print(stderr,
+                   "zvctl: warning: {} input bytes; the driver sees only 16 bits of the length, enough for {}\n", size,
+                   most);
 }
 
 constexpr std::size_t ItemHead = 40; // of the record around an item
