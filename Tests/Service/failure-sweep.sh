@@ -11,7 +11,7 @@ export TSAN_OPTIONS=${TSAN_OPTIONS:-}:report_thread_leaks=0
 run_one()
 {
     local said code
-    said=$(timeout --signal=KILL 60 "$1" "$2" "$3" 2>&1)
+    said=$(timeout --signal=KILL 30 "$1" "$2" "$3" 2>&1)
     code=$?
     [ "$code" -eq 7 ] || [ "$code" -eq 8 ] || printf '%s %s: code %s\n%s\n' "$2" "$3" "$code" "$said" >&2
     echo "$2 $code"
@@ -24,7 +24,7 @@ while read -r kind count; do
     for ((n = 1; n <= count + 1; ++n)); do
         echo "$host $kind $n"
     done
-done <<<"$counts" | xargs -P 2 -L 1 bash -c 'run_one "$@"' run | awk '
+done <<<"$counts" | xargs -P 8 -L 1 bash -c 'run_one "$@"' run | awk '
     $2 == 7 { ++failed[$1 == "allocation" || $1 == "thread" ? $1 : "platform call"]; ++all }
     $2 == 8 { ++beyond }
     $2 != 7 && $2 != 8 { ++bad }
