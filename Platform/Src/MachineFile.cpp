@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -157,7 +158,7 @@ Contents ReadContents(const FileNode& root)
 }
 
 /// Watches over what the parser itself lets through: depth, which the stack bounds wherever a document is
-/// written out or destroyed, and keys that stand twice, of which it would drop the first without a word.
+/// written out or destroyed, and keys that occur twice, the first of which it would drop silently.
 class DocumentRules
 {
 public:
@@ -181,7 +182,7 @@ public:
         else if (event == Event::key && !Keys.back().insert(value.get<std::string>()).second)
         {
             throw MachineFileError(Origin + ": the key \"" + value.get<std::string>() +
-                                   "\" is there twice in one object");
+                                   "\" occurs twice in one object");
         }
         return true;
     }
@@ -208,6 +209,23 @@ json Parse(std::string_view text, std::string_view origin)
     }
 }
 
+/// Warns of adapters that no host can list or open, for want of a field. This is no mistake: a machine may
+/// have such an adapter on purpose.
+void WarnOfUnlisted(const Contents& contents, const std::string& origin)
+{
+    for (std::size_t i = 0; i < contents.Adapters.size(); ++i)
+    {
+        const auto warn = [&](bool isMissing, const char* field, const char* effect) {
+            if (isMissing)
+            {
+                std::fprintf(stderr, "%s: adapters[%zu] %s: it has no \"%s\"\n", origin.c_str(), i, effect, field);
+            }
+        };
+        warn(!contents.Adapters[i].HardwareId, "hardwareId", "cannot be listed");
+        warn(!contents.Adapters[i].NetCfgInstanceId, "netCfgInstanceId", "cannot be opened");
+    }
+}
+
 } // namespace
 
 void Machine::Load(std::string_view text, std::string_view origin)
@@ -224,6 +242,10 @@ void Machine::Impl::Load(std::string_view text, std::string_view origin, const s
     for (const auto& [name, source] : contents.Devices)
     {
         made.emplace(name, source.Make(folder));
+    }
+    if (!folder.empty())
+    {
+        WarnOfUnlisted(contents, std::string(origin));
     }
     const std::lock_guard lock(Lock);
     for (const auto& [name, source] : contents.Devices)

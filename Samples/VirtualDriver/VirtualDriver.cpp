@@ -89,12 +89,16 @@ void CarryOut(const VirtualScript::Step& step)
 /// never return there, so the script stays.
 VirtualScript& Script()
 {
-#ifdef _WIN32
-    static VirtualScript& script = *new VirtualScript(Adapters().size(), &CarryOut);
-#else
-    static VirtualScript script(Adapters().size(), &CarryOut);
-#endif
-    return script;
+    if constexpr (ZV_THREADS_END_FIRST != 0)
+    {
+        static VirtualScript& kept = *new VirtualScript(Adapters().size(), &CarryOut);
+        return kept;
+    }
+    else
+    {
+        static VirtualScript script(Adapters().size(), &CarryOut);
+        return script;
+    }
 }
 
 /// Null for a name that no adapter has.

@@ -112,7 +112,7 @@ struct ZVTraceMessage
       "message 0x%x, wParam 0x%x concerns the adapters or the power")                                                  \
     X(SweepDone, DeviceManager, 24, 3, TRACE_FLAG_DEVICE_MANAGER,                                                      \
       "sweep sighted %u records, %u suspects, changed: %u")                                                            \
-    X(ProbeFailed, DeviceManager, 25, 3, TRACE_FLAG_DEVICE_MANAGER, "%s could not be probed for want of a thread")     \
+    X(ProbeFailed, DeviceManager, 25, 3, TRACE_FLAG_DEVICE_MANAGER, "%s could not be probed, no thread or no memory")  \
     X(MergedRecord, DeviceManager, 26, 4, TRACE_FLAG_DEVICE_MANAGER, "merged %s, flags now 0x%x")                      \
     X(DriverUninstalled, DeviceManager, 27, 3, TRACE_FLAG_DEVICE_MANAGER, "the driver of %s is uninstalled")           \
     X(StateChangeDone, DeviceManager, 28, 3, TRACE_FLAG_DEVICE_MANAGER, "enable %u of %s ends with status %u")         \

@@ -135,30 +135,6 @@ TEST_F(AsyncEnd, AfterCloseRequestsAreAcceptedAndNeverRun)
     EXPECT_EQ(request.Ends, 0);
 }
 
-TEST_F(AsyncEnd, ARequestRefusedForWantOfMemoryIsNotInTheList)
-{
-    Driver->On(TestDriver::WaitRsp, TestDriver::EndWith(0, Filled(1, 1)));
-    bool refused = true;
-    for (int nth = 1; refused; ++nth)
-    {
-        AsyncRequest request(1, Code, 10);
-        FailAllocation(nth);
-        try
-        {
-            EXPECT_EQ(Device->SendIOCTLReq(&request.Record), ZV_SRVC_SUCCESS);
-            refused = false;
-        }
-        catch (const std::bad_alloc&)
-        {
-            FailAllocation(0);
-            EXPECT_EQ(Device->SendIOCTLReq(&request.Record), ZV_SRVC_SUCCESS) << nth;
-        }
-        FailAllocation(0);
-        EXPECT_EQ(request.Await(), 0U) << nth;
-        EXPECT_EQ(request.Ends, 1) << nth;
-    }
-}
-
 TEST_F(AsyncEnd, ACallbackMayUseTheDeviceWhileAnotherThreadClosesIt)
 {
     AsyncRequest request(1, Code, 10);

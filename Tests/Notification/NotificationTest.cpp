@@ -151,33 +151,6 @@ TEST(Notification, StopsAtEveryMoment)
     }
 }
 
-TEST(Notification, ASecondStartIsRefusedAndChangesNothing)
-{
-    std::latch first(1);
-    Handler handler([&](const ZVBlob&) { first.count_down(); });
-    Handler other([](const ZVBlob&) { ADD_FAILURE() << "the second handler was taken"; });
-    CZVNotification notifier;
-    ASSERT_TRUE(notifier.RunNotifyThread(&handler, "worker"));
-    EXPECT_FALSE(notifier.RunNotifyThread(&other, "other"));
-    notifier.SendNorification(MakeBlob(4));
-    first.wait();
-}
-
-TEST(Notification, WithoutAHandlerBlobsPileUpUntilTheEnd)
-{
-    const ZVBlob blob = MakeBlob(4);
-    {
-        CZVNotification notifier;
-        EXPECT_FALSE(notifier.SendNorification(blob));
-        notifier.RunNotifyThread(nullptr, "worker");
-        EXPECT_TRUE(notifier.SendNorification(blob));
-        EXPECT_TRUE(notifier.SendNorification(blob));
-        EXPECT_TRUE(notifier.StopNotifyThread());
-        EXPECT_EQ(blob.use_count(), 3);
-    }
-    EXPECT_EQ(blob.use_count(), 1);
-}
-
 TEST(Notification, StoppingOnTheOwnThreadIsRefusedAndTheObjectStaysUsable)
 {
     CZVNotification notifier;

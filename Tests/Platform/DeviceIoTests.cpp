@@ -162,51 +162,6 @@ TEST_F(DeviceIoTest, CancelDuringStartComesBehindIt)
     EXPECT_TRUE(CancelIo(file));
 }
 
-TEST_F(DeviceIoTest, DriverMayKeepACancelledRequestUntilItsHandleCloses)
-{
-    const auto scripted = std::make_shared<Platform::ScriptedDevice>();
-    scripted->On(0x122414, scripted->Hold());
-    scripted->HoldCancelledUntilClose();
-    Box->AttachDevice("Keeper", scripted);
-    const HANDLE file = Open(R"(\\.\Keeper)");
-    const HANDLE other = Open(R"(\\.\Keeper)");
-    Call call, otherCall;
-    EXPECT_EQ(Pending, call.Send(file));
-    EXPECT_EQ(Pending, otherCall.Send(other));
-    EXPECT_TRUE(CancelIo(file) && CancelIo(other));
-    EXPECT_EQ(2U, InFlight());
-    CloseHandle(file);
-    EXPECT_EQ(1U, InFlight()) << "the other handle is still open";
-    EXPECT_EQ(Aborted, call.Result(file));
-    CloseHandle(other);
-    EXPECT_EQ(0U, InFlight());
-}
-
-TEST_F(DeviceIoTest, RecordShowsWhichRequestsHaveEndedWhereErrorNumbersDoNot)
-{
-    const Opened file = Open();
-    for (const DWORD error : {Incomplete, Pending})
-    {
-        Call refused;
-        Driver->OnStart = [error](const RequestPtr& request) { request->Complete(error); };
-        EXPECT_EQ(error, refused.Send(file));
-        EXPECT_EQ(ULONG_PTR{STATUS_PENDING}, refused.Record.Internal) << "Windows does not write it either";
-        Driver->OnStart = nullptr;
-        Call ended;
-        EXPECT_EQ(Pending, ended.Send(file));
-        Driver->Kept.back()->Complete(error);
-        EXPECT_NE(ULONG_PTR{STATUS_PENDING}, ended.Record.Internal);
-        EXPECT_EQ(error, ended.Result(file));
-        EXPECT_EQ(0U, InFlight());
-    }
-    Call warned;
-    Driver->OnStart = [](const RequestPtr& request) { request->Complete(ERROR_MORE_DATA, BytesOf("abc")); };
-    EXPECT_EQ(DWORD{ERROR_MORE_DATA}, warned.Send(file));
-    EXPECT_EQ("abc#####", warned.Output);
-    EXPECT_EQ(ULONG_PTR{0x80000005}, warned.Record.Internal) << "a warning is a completion";
-    EXPECT_EQ(3U, warned.Record.InternalHigh);
-}
-
 TEST_F(DeviceIoTest, RefusesBeforeTheDriverSeesIt)
 {
     OVERLAPPED record{};

@@ -37,19 +37,6 @@ TEST_F(LimitTest, WindowsAndWaits)
     EXPECT_EQ(0U, Platform::CountOpenObjects().Windows);
 }
 
-TEST_F(LimitTest, Registry)
-{
-    HKEY key = nullptr;
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, RegCreateKeyA(HKEY_LOCAL_MACHINE, "NoHive\\Key", &key));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyA(HKEY_LOCAL_MACHINE, ""));
-    auto inner = std::make_unique<Platform::ScopedMachine>();
-    EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A", &key));
-    inner.reset();
-    EXPECT_FALSE(Box->KeyExists("SOFTWARE\\A"));
-    EXPECT_EQ(ERROR_SUCCESS, RegFlushKey(key)) << "the handle keeps its machine";
-    EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(key));
-}
-
 TEST_F(LimitTest, CallerWithoutRightsOnlyReadsTheRegistry)
 {
     Box->SetValue("SOFTWARE\\A", "Old", Platform::RegistryValue::Number(1));
@@ -71,20 +58,6 @@ TEST_F(LimitTest, CallerWithoutRightsOnlyReadsTheRegistry)
     EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A"));
     EXPECT_FAILS_WITH(ERROR_ACCESS_DENIED, SetupDiOpenClassRegKey(nullptr, KEY_ALL_ACCESS) != INVALID_HANDLE_VALUE);
     EXPECT_TRUE(Box->Value("SOFTWARE\\A", "Old").has_value());
-}
-
-TEST_F(LimitTest, Modules)
-{
-    HMODULE found = nullptr;
-    const auto* here = reinterpret_cast<const WCHAR*>(&TestClass);
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, GetModuleHandleExW(0, here, &found));
-    EXPECT_FAILS_WITH(ERROR_MOD_NOT_FOUND, GetModuleHandleW(u"kernel32"));
-    const HMODULE onThePath = LoadLibraryA("libm.so.6");
-    EXPECT_EQ(onThePath, LoadLibraryA("libm.so.6"));
-    EXPECT_NE(nullptr, GetProcAddress(onThePath, "cos"));
-    EXPECT_EQ(2U, Platform::CountOpenObjects().Modules);
-    EXPECT_TRUE(FreeLibrary(onThePath));
-    EXPECT_TRUE(FreeLibrary(onThePath));
 }
 
 } // namespace

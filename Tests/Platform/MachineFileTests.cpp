@@ -49,7 +49,7 @@ const Mistake InFiles[] = {
     {"{\"adapters\": [{\"service\": \"\xFF\"}]}", "parse error at line 1, column"},
     {"", "parse error at line 1, column 1"},
     {R"({"adapters": [{"problem": 1e999}]})", "number overflow"},
-    {R"({"adapters": [], "adapters": []})", "the key \"adapters\" is there twice"},
+    {R"({"adapters": [], "adapters": []})", "the key \"adapters\" occurs twice"},
     {R"({"adapters": [{"netCfgInstanceId": "{A}", "present": false}, {"netCfgInstanceId": "{A}"}]})",
      "adapters[1].netCfgInstanceId: another adapter has this identity"},
 };
@@ -105,7 +105,11 @@ TEST_F(MachineFileTest, DriverIsFoundBesideTheFile)
     std::ofstream(path) << R"({"adapters": [
         {"controlDevice": {"name": "Zv{1}", "module": "PlatformTestDriver.dll", "settings": {"speed": 2}}},
         {"controlDevice": {"name": "Zv{2}", "module": "PlatformTestDriver.dll"}, "present": false}]})";
+    testing::internal::CaptureStderr();
     Box->LoadFile(path);
+    const std::string warnings = testing::internal::GetCapturedStderr();
+    EXPECT_NE(std::string::npos, warnings.find(path + ": adapters[0] cannot be listed: it has no \"hardwareId\"\n"));
+    EXPECT_NE(std::string::npos, warnings.find("adapters[1] cannot be opened: it has no \"netCfgInstanceId\"\n"));
     EXPECT_THROW(Box->LoadFile(path), Platform::MachineFileError) << "the names are taken";
     EXPECT_EQ(2U, Box->Adapters().size());
     const Opened file = CreateFileA(R"(\\.\zv{1})", 0, 0, nullptr, OPEN_EXISTING, 0, nullptr);

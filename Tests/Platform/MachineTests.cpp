@@ -72,46 +72,6 @@ TEST_F(MachineTest, ChangeMeetingAnotherIsMadeOnFreshData)
     EXPECT_TRUE(Box->Adapter(id).Hidden);
 }
 
-TEST_F(MachineTest, FailsTheCallsAskedFor)
-{
-    Box->FailCall("RegOpenKeyA", 2, ERROR_ACCESS_DENIED, 2);
-    for (const LSTATUS expected : {ERROR_SUCCESS, ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED, ERROR_SUCCESS})
-        EXPECT_EQ(expected, OpenSoftware());
-    EXPECT_EQ(4U, Box->Calls("RegOpenKeyA"));
-    Box->FailCall("RegOpenKeyA", 1, 0);
-    EXPECT_EQ(ERROR_GEN_FAILURE, OpenSoftware());
-    Box->FailCall("RegOpenKeyA", 1, 5);
-    Box->ClearFaults();
-    EXPECT_EQ(ERROR_SUCCESS, OpenSoftware());
-    Box->FailCall("SetupDiEnumDeviceInfo", 1, 0);
-    Box->FailCall("SetupDiEnumDeviceInfo", 2, ERROR_NOT_ENOUGH_MEMORY);
-    EXPECT_FAILS_WITH(0xABCD, SetupDiEnumDeviceInfo(nullptr, 0, nullptr)); // no number: the last error stays
-    EXPECT_FAILS_WITH(ERROR_NOT_ENOUGH_MEMORY, SetupDiEnumDeviceInfo(nullptr, 0, nullptr));
-    EXPECT_THROW(Box->FailCall("RegOpenKey", 1, 5), std::invalid_argument);
-    EXPECT_THROW(Box->FailCall("RegOpenKeyA", 0, 5), std::invalid_argument);
-}
-
-TEST_F(MachineTest, HookHoldsACallAndNothingElse)
-{
-    std::promise<void> held;
-    std::promise<void> go;
-    Box->OnCall("RegOpenKeyA", [&] {
-        held.set_value();
-        go.get_future().wait();
-    });
-    SetLastError(1);
-    const std::jthread caller([] {
-        EXPECT_EQ(0U, GetLastError()) << "each thread has its own";
-        EXPECT_EQ(ERROR_SUCCESS, OpenSoftware());
-    });
-    held.get_future().wait();
-    Box->OnCall("RegOpenKeyA", nullptr);
-    EXPECT_EQ(ERROR_SUCCESS, OpenSoftware());
-    EXPECT_EQ(2U, Box->Calls("RegOpenKeyA"));
-    EXPECT_EQ(1U, Box->Calls("RegCloseKey"));
-    go.set_value();
-}
-
 TEST(DefaultMachineTest, BrokenFileEndsTheProcess)
 {
     setenv("ZV_MACHINE", "/nowhere/machine.json", 1);

@@ -131,18 +131,4 @@ TEST_F(TraceTest, SinkGetsOneMessageAtATimeAndNoneBehindTheEnd)
     EXPECT_EQ(1000, count) << "the end waits for the sink";
 }
 
-TEST_F(TraceTest, RefusesForeignBuffersAndIncompleteRegistrations)
-{
-    WNODE_HEADER header{};
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, ~GetTraceLoggerHandle(&header) != 0);
-    TRACEHANDLE handle = 5;
-    const auto attempt = [&](WMIDPREQUEST callback) {
-        return RegisterTraceGuidsW(callback, nullptr, &Control, 0, nullptr, nullptr, nullptr, &handle);
-    };
-    EXPECT_EQ(ULONG{ERROR_INVALID_PARAMETER}, attempt(nullptr));
-    Box->FailCall("RegisterTraceGuidsW", 1, ERROR_NOT_ENOUGH_MEMORY);
-    EXPECT_EQ(ULONG{ERROR_NOT_ENOUGH_MEMORY}, attempt(Provider::Callback));
-    EXPECT_EQ(5U, handle);
-}
-
 } // namespace

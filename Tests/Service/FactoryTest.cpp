@@ -80,13 +80,4 @@ TEST(Factory, AManagerOutlivesItsHostsPointerAndADeviceDoesNot)
     EXPECT_TRUE(watched.expired());
 }
 
-TEST(Factory, StatusesHaveNames)
-{
-    EXPECT_STREQ(ZVStatusName(0), "ZV_SRVC_SUCCESS");
-    EXPECT_STREQ(ZVStatusName(13), "ZV_SRVC_ERR_NO_DEVICE");
-    EXPECT_STREQ(ZVStatusName(16), "ZV_SRVC_ERR_ASYNC_PENDING");
-    for (const unsigned int gap : {7U, 8U, 9U, 10U, 17U})
-        EXPECT_STREQ(ZVStatusName(gap), "unknown status");
-}
-
 } // namespace

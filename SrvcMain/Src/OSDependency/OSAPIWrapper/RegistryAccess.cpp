@@ -3,8 +3,6 @@
 #include "ScopedHandle.h"
 #include "TracePoint.h"
 
-#include <algorithm>
-
 namespace
 {
 
@@ -58,20 +56,4 @@ std::uint32_t DeleteKeyValue(HKEY hive, const std::string& path, const std::stri
 std::uint32_t DeleteKey(HKEY hive, const std::string& path)
 {
     return Traced(RegDeleteKeyA(hive, path.c_str()), path, "");
-}
-
-std::optional<std::string> QueryText(HKEY key, const char* name, DWORD capacity)
-{
-    std::string text(capacity, '\0');
-    DWORD type = 0;
-    DWORD size = capacity;
-    if (RegQueryValueExA(key, name, nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS)
-        return std::nullopt;
-    text.resize(std::min<std::size_t>(size, capacity));
-    return text.substr(0, text.find('\0'));
-}
-
-std::string ReadText(HKEY key, const char* name, DWORD capacity)
-{
-    return QueryText(key, name, capacity).value_or(std::string());
 }

@@ -5,7 +5,6 @@
 #include "OSPlatform.h"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 /// Below HKEY_LOCAL_MACHINE: the driver keys of the network class. A DriverKeyIndex follows.
@@ -24,10 +23,3 @@ std::uint32_t SetKeyValue(HKEY hive, const std::string& path, const std::string&
 std::uint32_t DeleteKeyValue(HKEY hive, const std::string& path, const std::string& valueName);
 std::uint32_t DeleteKey(HKEY hive, const std::string& path);
 /// @}
-
-/// Reads a value of an open key as 8-bit text up to its NUL.
-/// @param capacity bytes at most.
-/// @return nothing for a value that is missing or longer.
-std::optional<std::string> QueryText(HKEY key, const char* name, DWORD capacity);
-/// The same with an empty text in that case.
-std::string ReadText(HKEY key, const char* name, DWORD capacity);
