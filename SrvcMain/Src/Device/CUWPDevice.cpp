@@ -97,14 +97,13 @@ unsigned int CUWPDevice::Open(std::shared_ptr<_ZV_SRVC_DEVICE_INFO>& record)
 {
     if (Bound().Record != nullptr)
         return ZV_SRVC_ERR_ALREADY_OPEN;
-    const ZVAdapterRecord adapter = record;
-    if (adapter == nullptr || !IsAvailable(*adapter))
+    if (record == nullptr || !IsAvailable(*record))
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     const auto path =
-        std::make_shared<const std::string>(ZV_CONTROL_PATH + std::string(FieldText(adapter->NetCfgInstanceId)));
+        std::make_shared<const std::string>(ZV_CONTROL_PATH + std::string(FieldText(record->NetCfgInstanceId)));
     _ZV_DRV_INFO_BLOCK block{};
-    const bool answered = QueryDeviceInfo(*adapter, *path, block);
-    if (!Bind(adapter, path, answered ? &block.Words : nullptr))
+    const bool answered = QueryDeviceInfo(*record, *path, block);
+    if (!Bind(record, path, answered ? &block.Words : nullptr))
         return ZV_SRVC_ERR_ALREADY_OPEN;
     if (!answered)
     {

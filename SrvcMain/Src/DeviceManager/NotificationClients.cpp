@@ -21,8 +21,13 @@ unsigned int CUWPDeviceManager::RegisterNotification(_ZV_WLAN_NOTIFY_HDLR* clien
 {
     if (client == nullptr)
         return ZV_SRVC_ERR_INVALID_PARAMETER;
-    client->ClientId = NextClientId.fetch_add(1, std::memory_order_relaxed) + 1;
-    ClientsOfType(client->ClientType).PushBack(std::make_shared<CClient>(*client));
+    _ZV_WLAN_NOTIFY_HDLR record = *client;
+    record.ClientId = NextClientId.fetch_add(1, std::memory_order_relaxed) + 1;
+    CClientList::CList entry;
+    entry.push_back(std::make_shared<CClient>(record));
+    // Nothing fails from here on. The number comes first, since the client's callback may use it.
+    client->ClientId = record.ClientId;
+    ClientsOfType(record.ClientType).Append(entry);
     return ZV_SRVC_SUCCESS;
 }
 
