@@ -194,8 +194,8 @@ TEST_F(HostileDriver, OutputOfAFailedRequestReachesTheHostUnlessTheRequestIsPark
         request.Timeout = 1;
         Hostile().On(HostCode, error != 0 ? TestDriver::EndWith(error, Bytes(8, 9)) : Hostile().Hold());
         Hostile().HoldCancelled(true);
-        std::jthread driver([&, isParked = isParked, error = error] {
-            if (error == 0 && !isParked)
+        std::jthread driver([this, completes = error == 0 && !isParked] {
+            if (completes)
                 Hostile().Cancelled()->Complete(0, Bytes(8, 9));
         });
         EXPECT_EQ(Device->SendIOCTLReq(&request), ZV_SRVC_ERR_FAILURE) << name;
