@@ -13,8 +13,10 @@
 /// type, brings the library's service up: a thread, tracing, and the simulated driver when its file
 /// "VirtualDriver_UWP.dll" lies in the current directory. The service lives until the process ends.
 ///
-/// Any thread may call this at any time. Host and library exchange `std::shared_ptr` and
-/// `std::string`, so both have to be built against the same C++ runtime.
+/// Any thread may call this at any time. Calls that overlap the first one wait until it has finished, so
+/// a simulated driver must not wait for such a call in Virtual_RegisterPnPHandler; it may make one
+/// itself. Host and library exchange `std::shared_ptr` and `std::string`, so both must be built against
+/// the same C++ runtime.
 ///
 /// @param module receives the object and loses what it held; untouched unless the call succeeds.
 /// @param type `CDeviceManagerIntf`: ZV_SRVC_DEVICE_MANAGER_UWP. `CDeviceIntf`: ZV_SRVC_DEVICE_UWP.

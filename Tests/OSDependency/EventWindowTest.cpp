@@ -69,7 +69,7 @@ TEST(EventWindow, StopsWhateverHasFailed)
                              "SendMessageW", "PostThreadMessageW", "LoadIconW", "GetModuleHandleW"})
     {
         SCOPED_TRACE(call);
-        machine->FailCall(call, 1, 5);
+        machine->FailCall(call, 1, 1816);
         CWinPwrEvtHandle window;
         ASSERT_TRUE(window.InitPwrEvtHandler(&Remember));
         window.DeInitPwrEvtHandler();

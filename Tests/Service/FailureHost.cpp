@@ -4,7 +4,11 @@
 /// KIND N" makes the Nth one fail; KIND is "allocation", "thread" or the name of a platform call. Every
 /// step must report the failure or succeed, and leave nothing half done; afterwards the same process
 /// uses the library once more without a failure. Exit code 7 when all of that held, 8 when in addition
-/// no point failed because there is no Nth one; any other code is a fault.
+/// no point failed because there is no Nth one; any other code is a fault. "failure_host exit KIND N"
+/// uses the library without a failure and makes the Nth point of the exit fail; the code is 7.
+
+#include "CWinPwrEvtHandle.h"
+#include "CZVNSrvcMgnt.h"
 
 #include "AsyncRequest.h"
 #include "Faults.h"
@@ -18,6 +22,7 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -119,8 +124,12 @@ bool Arrives(std::uint32_t event)
 class Use
 {
 public:
-    /// @param faulty a step may fail, and events may not come.
-    Use(Platform::Machine& machine, bool faulty) : Machine(machine), IsFaulty(faulty) {}
+    /// @param faulty a step may fail.
+    /// @param events events must come, unless a step may fail.
+    Use(Platform::Machine& machine, bool faulty, bool events = true)
+        : Machine(machine), IsFaulty(faulty), HasEvents(events)
+    {
+    }
 
     void Run()
     {
@@ -253,13 +262,14 @@ private:
             Machine.Broadcast(0x219, 0x8000);
             Machine.Resume();
         }
-        Require(Arrives(ZV_EVT_SYSTEM_RESUME) || IsFaulty, "no event");
+        Require(!HasEvents || Arrives(ZV_EVT_SYSTEM_RESUME) || IsFaulty, "no event");
         lastEvent = 0;
         Require(Manager->DeRegisterNotification(&client) == ZV_SRVC_SUCCESS, "deregister");
     }
 
     Platform::Machine& Machine;
     const bool IsFaulty;
+    const bool HasEvents;
     std::shared_ptr<CDeviceManagerIntf> Manager;
     std::shared_ptr<CDeviceIntf> Device;
 };
@@ -315,18 +325,35 @@ bool RunWithFailure(Platform::Machine& machine, const std::string& kind, int nth
     return machine.Calls(kind) >= static_cast<std::uint64_t>(nth);
 }
 
+/// Lets a failure happen in the routines that run after main.
+int ExitWithFailure(Platform::Machine& machine, const std::string& kind, int nth)
+{
+    Use(machine, false).Run();
+    if (kind == "allocation")
+        FailAllocation(nth);
+    else
+        machine.FailCall(kind, static_cast<unsigned>(nth), 1816);
+    return AsPlanned;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     Platform::Machine& machine = MakeMachine();
-    if (argc == 2 && std::string_view(argv[1]) == "count")
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.size() == 1 && arguments[0] == "count")
         return PrintCounts(machine);
-    if (argc != 3)
+    if (arguments.size() == 3 && arguments[0] == "exit")
+        return ExitWithFailure(machine, arguments[1], std::atoi(argv[3]));
+    if (arguments.size() != 2)
         return 2;
-    const bool failed = RunWithFailure(machine, argv[1], std::atoi(argv[2]));
-    // Whatever the failure was: the library works, but for events when it could not start its window.
+    const bool failed = RunWithFailure(machine, arguments[0], std::atoi(argv[2]));
+    // The library works whatever the failure was. Only a service that is up without its window has no
+    // events; one that is absent is brought up by the next call.
+    const bool isUp = g_pSrvcMgnt.Get() != nullptr;
+    CWinPwrEvtHandle::AwaitWindow();
     const bool hasWindow = Platform::CountOpenObjects().Windows != 0;
-    Use(machine, !hasWindow).Run();
+    Use(machine, false, hasWindow || !isUp).Run();
     return failed ? AsPlanned : NoSuchPoint;
 }

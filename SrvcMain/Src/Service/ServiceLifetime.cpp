@@ -66,6 +66,22 @@ void AwaitBringUp()
         AwaitChange(bringUp, CBringUp::Building);
 }
 
+/// Waits for a bring-up in progress and lets no other begin: it would start a window that nobody stops.
+/// Threads that want one wait until the process is gone; this one is told that it would wait for itself.
+void EndBringUp()
+{
+    for (CBringUp seen = CBringUp::Building; seen != CBringUp::Up;)
+    {
+        AwaitBringUp();
+        seen = CBringUp::Absent;
+        if (bringUp.compare_exchange_strong(seen, CBringUp::Building, std::memory_order_acq_rel))
+        {
+            isBuilder = true;
+            return;
+        }
+    }
+}
+
 } // namespace
 
 void EnsureService()
@@ -106,11 +122,9 @@ CServiceOwner::~CServiceOwner()
     if (ThreadsHaveBeenEnded() || OnLibraryThread() || isBuilder)
         return;
     ZVExitHasBegun.store(true, std::memory_order_relaxed);
-    AwaitBringUp();
+    EndBringUp();
     delete Get();
     Service.store(nullptr, std::memory_order_release);
-    // A bring-up that begins only now must not connect a source of messages.
-    ServiceGate.Close();
 }
 
 bool CServiceGate::Enter() noexcept
