@@ -72,12 +72,6 @@ TEST_F(MachineTest, ChangeMeetingAnotherIsMadeOnFreshData)
     EXPECT_TRUE(Box->Adapter(id).Hidden);
 }
 
-TEST(DefaultMachineTest, BrokenFileEndsTheProcess)
-{
-    setenv("ZV_MACHINE", "/nowhere/machine.json", 1);
-    EXPECT_EXIT(OpenSoftware(), testing::ExitedWithCode(2), "/nowhere/machine.json: cannot be read: No such file");
-}
-
 TEST(DefaultMachineTest, AnswersWhileTheProcessEnds)
 {
     const auto endWithThreadAlive = [] {
