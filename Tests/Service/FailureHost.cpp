@@ -32,7 +32,6 @@ constexpr std::uint32_t WaitRsp = 0x122418;
 constexpr int AsPlanned = 7;
 constexpr int NoSuchPoint = 8;
 
-/// The platform calls of the use.
 constexpr const char* Calls[] = {"CM_Get_DevNode_Status",
                                  "CancelIo",
                                  "CancelIoEx",
@@ -304,7 +303,6 @@ int PrintCounts(Platform::Machine& machine)
     return 0;
 }
 
-/// @return whether a point failed.
 bool RunWithFailure(Platform::Machine& machine, const std::string& kind, int nth)
 {
     if (kind == "allocation")
