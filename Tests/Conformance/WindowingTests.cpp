@@ -87,9 +87,11 @@ TEST_F(WindowingTest, PostedMessagesComeInOrderAndTheQuitLast)
     MSG message{};
     EXPECT_FALSE(PeekMessageW(&message, nullptr, WM_USER, WM_USER, PM_NOREMOVE)) << "makes the thread's queue";
     std::jthread([self] {
-        DWORD ended = 0; // A running thread without a queue is accepted by Wine.
-        std::jthread([&ended] { ended = GetCurrentThreadId(); }).join();
-        EXPECT_FAILS_WITH(ERROR_INVALID_THREAD_ID, PostThreadMessageW(ended, WM_USER, 0, 0));
+        std::promise<DWORD> thread;
+        std::promise<void> checked; // The thread runs, but has no queue.
+        const std::jthread other([&] { thread.set_value(GetCurrentThreadId()), checked.get_future().wait(); });
+        EXPECT_FAILS_WITH(ERROR_INVALID_THREAD_ID, PostThreadMessageW(thread.get_future().get(), WM_USER, 0, 0));
+        checked.set_value();
         EXPECT_TRUE(PostThreadMessageW(self, WM_USER, 0, 0));
     }).join();
     PostQuitMessage(3);

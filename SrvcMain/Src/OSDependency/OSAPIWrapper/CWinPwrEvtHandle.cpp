@@ -14,6 +14,12 @@ constexpr CWideText WindowName{"ZVUWPSrvcLib"};
 constexpr UINT StopMessage = WM_QUIT;
 static_assert(StopMessage == 18);
 
+/// A thread that has exited already is reported in either of two ways.
+bool IsThreadGone(DWORD error)
+{
+    return error == ERROR_INVALID_THREAD_ID || error == ERROR_INVALID_PARAMETER;
+}
+
 } // namespace
 
 CWinPwrEvtHandle::~CWinPwrEvtHandle()
@@ -44,7 +50,7 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
         // What is sent reaches the procedure but does not bring the thread out of its wait; what is
         // posted does. To the thread and not to the window, which may have failed to come up.
         // The queue of the thread may be full for a moment; without the message the join would hang.
-        while (!PostThreadMessageW(ServedBy, StopMessage, 0, 0) && GetLastError() != ERROR_INVALID_THREAD_ID)
+        while (!PostThreadMessageW(ServedBy, StopMessage, 0, 0) && !IsThreadGone(GetLastError()))
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         WindowThread.Join();
     }
