@@ -20,9 +20,7 @@ std::string RegistryPath(const std::u16string& driverKey)
 void PutText(ValueMap& values, const char* name, const std::optional<std::string>& text)
 {
     if (text)
-    {
         values.insert_or_assign(name, RegistryValue::Text(*text));
-    }
 }
 
 ValueMap DriverKeyValues(const AdapterDescription& adapter)
@@ -33,9 +31,7 @@ ValueMap DriverKeyValues(const AdapterDescription& adapter)
     PutText(values, "NetCfgInstanceId", adapter.NetCfgInstanceId);
     PutText(values, "DeviceInstanceID", adapter.DeviceInstanceId);
     for (const auto& [name, value] : adapter.Values)
-    {
         values.insert_or_assign(name, value);
-    }
     return values;
 }
 
@@ -43,19 +39,13 @@ KeyImage ImageOf(const AdapterDescription& adapter)
 {
     KeyImage image;
     if (!adapter.HasDriverKey || !adapter.DriverKey)
-    {
         return image;
-    }
     const std::string path = RegistryPath(*adapter.DriverKey);
     image[path] = DriverKeyValues(adapter);
     if (adapter.HasLinkage)
-    {
         image[path + "\\Linkage"] = {};
-    }
     if (adapter.HasNdi)
-    {
         PutText(image[path + "\\NDI"], "Service", adapter.Service);
-    }
     return image;
 }
 
@@ -65,17 +55,13 @@ void FollowValues(RegistryKey& root, const std::string& path, const ValueMap& be
     {
         const RegistryKeyPtr key = after.contains(name) ? nullptr : root.Find(path);
         if (key)
-        {
             key->Values.erase(name);
-        }
     }
     for (const auto& [name, value] : after)
     {
         const auto old = before.find(name);
         if (old == before.end() || old->second != value)
-        {
             root.FindOrCreate(path)->Values.insert_or_assign(name, value);
-        }
     }
 }
 
@@ -86,17 +72,13 @@ void Follow(RegistryKey& root, const KeyImage& before, const KeyImage& after)
     {
         const RegistryKeyPtr key = after.contains(path) ? nullptr : root.Find(path);
         if (key)
-        {
             key->Delete();
-        }
     }
     for (const auto& [path, values] : after)
     {
         const auto old = before.find(path);
         if (old == before.end())
-        {
             root.FindOrCreate(path);
-        }
         FollowValues(root, path, old == before.end() ? ValueMap{} : old->second, values);
     }
 }
@@ -122,18 +104,14 @@ std::u16string AdapterTree::FreeDriverKey() const
         const std::string padding(digits.size() < 4 ? 4 - digits.size() : 0, '0');
         std::u16string key = ToUtf16(std::string(NetworkClassText) + '\\' + padding + digits);
         if (!taken(key))
-        {
             return key;
-        }
     }
 }
 
 AdapterId AdapterTree::Add(AdapterDescription adapter)
 {
     if (!adapter.DriverKey && adapter.AssignDriverKey)
-    {
         adapter.DriverKey = FreeDriverKey();
-    }
     Follow(*Root, {}, ImageOf(adapter));
     Nodes.emplace(++LastId, AdapterNode{std::move(adapter), 0});
     return LastId;
@@ -146,9 +124,7 @@ void AdapterTree::Change(AdapterId id, AdapterDescription description)
     {
         node.Uninstalled = false;
         if (!description.DriverKey)
-        {
             description.DriverKey = FreeDriverKey();
-        }
     }
     Follow(*Root, ImageOf(node.Description), ImageOf(description));
     node.Description = std::move(description);

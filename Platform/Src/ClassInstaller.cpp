@@ -19,9 +19,7 @@ namespace
 DWORD DeviceError(const std::shared_ptr<DeviceSet>& set, const SP_DEVINFO_DATA* device)
 {
     if (!set)
-    {
         return ERROR_INVALID_HANDLE;
-    }
     return set->Holds(device) ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
 
@@ -31,20 +29,14 @@ DWORD OpenDriverKey(const DeviceSet& set, AdapterId device, REGSAM access, HKEY&
     const std::lock_guard lock(machine.Lock);
     const AdapterNode* node = machine.AdapterNodes.Find(device);
     if (node == nullptr || node->Uninstalled)
-    {
         return ERROR_NO_SUCH_DEVINST;
-    }
     const auto& name = node->Description.DriverKey;
     RegistryKeyPtr key =
         name ? machine.Registry->Find(std::string(ClassRootPath) + '\\' + ToUtf8(*name)) : RegistryKeyPtr();
     if (!key)
-    {
         return ERROR_KEY_DOES_NOT_EXIST;
-    }
     if ((access & ~KEY_READ) != 0 && !machine.Administrator)
-    {
         return ERROR_ACCESS_DENIED;
-    }
     result = AddKeyHandle(set.Owner, std::move(key), (access & KEY_SET_VALUE) != 0);
     return ERROR_SUCCESS;
 }
@@ -60,13 +52,9 @@ bool IsKnownChange(const SP_PROPCHANGE_PARAMS& change)
 DWORD ReadParameters(const SP_CLASSINSTALL_HEADER* parameters, DWORD size, SP_PROPCHANGE_PARAMS& change)
 {
     if (parameters == nullptr || size != sizeof(change))
-    {
         return ERROR_INVALID_PARAMETER;
-    }
     if (parameters->cbSize != sizeof(SP_CLASSINSTALL_HEADER))
-    {
         return ERROR_INVALID_USER_BUFFER;
-    }
     std::memcpy(&change, parameters, sizeof(change));
     return IsKnownChange(change) ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
@@ -84,9 +72,7 @@ std::optional<SP_PROPCHANGE_PARAMS> ParametersFor(DI_FUNCTION function, const De
 DWORD Objection(Machine::Impl& machine, AdapterId device)
 {
     if (!machine.Administrator)
-    {
         return ERROR_ACCESS_DENIED;
-    }
     const std::lock_guard lock(machine.Lock);
     const AdapterNode* node = machine.AdapterNodes.Find(device);
     return node != nullptr && node->Description.Present ? node->Description.StateChangeError : ERROR_NO_SUCH_DEVINST;
@@ -96,13 +82,9 @@ DWORD CarryOut(const SP_PROPCHANGE_PARAMS& change, Machine& machine, AdapterId d
 try
 {
     if (change.Scope == DICS_FLAG_GLOBAL)
-    {
         return ERROR_SUCCESS;
-    }
     if (change.StateChange == DICS_ENABLE)
-    {
         return machine.Enable(device) ? ERROR_SUCCESS : ERROR_NO_SUCH_DEVINST;
-    }
     return machine.Disable(device) ? ERROR_SUCCESS : ERROR_NOT_DISABLEABLE;
 }
 catch (const std::out_of_range&) // gone meanwhile
@@ -118,23 +100,15 @@ try
 {
     HKEY result = static_cast<HKEY>(INVALID_HANDLE_VALUE);
     if (CallFails("SetupDiOpenDevRegKey"))
-    {
         return result;
-    }
     const auto open = HandleTable::Instance().Find<DeviceSet>(set);
     DWORD error = DeviceError(open, device);
     if (error == ERROR_SUCCESS && (scope != DICS_FLAG_GLOBAL || profile != 0 || keyType != DIREG_DRV))
-    {
         error = ERROR_INVALID_PARAMETER;
-    }
     if (error == ERROR_SUCCESS)
-    {
         error = OpenDriverKey(*open, device->DevInst, access, result);
-    }
     if (error != ERROR_SUCCESS)
-    {
         SetLastError(error);
-    }
     return result;
 }
 catch (const std::bad_alloc&)
@@ -147,14 +121,10 @@ BOOL SetupDiSetClassInstallParamsW(HDEVINFO set, SP_DEVINFO_DATA* device, SP_CLA
 try
 {
     if (CallFails("SetupDiSetClassInstallParamsW"))
-    {
         return FALSE;
-    }
     const auto open = HandleTable::Instance().Find<DeviceSet>(set);
     if (const DWORD error = DeviceError(open, device))
-    {
         return FailWith(error);
-    }
     if (parameters == nullptr && size == 0)
     {
         const std::lock_guard lock(open->Owner->Internal().Lock);
@@ -163,9 +133,7 @@ try
     }
     SP_PROPCHANGE_PARAMS change{};
     if (const DWORD error = ReadParameters(parameters, size, change))
-    {
         return FailWith(error);
-    }
     const std::lock_guard lock(open->Owner->Internal().Lock);
     open->InstallParameters.insert_or_assign(device->DevInst, change);
     return TRUE;
@@ -179,23 +147,15 @@ BOOL SetupDiCallClassInstaller(DI_FUNCTION function, HDEVINFO set, SP_DEVINFO_DA
 try
 {
     if (CallFails("SetupDiCallClassInstaller"))
-    {
         return FALSE;
-    }
     const auto open = HandleTable::Instance().Find<DeviceSet>(set);
     if (const DWORD error = DeviceError(open, device))
-    {
         return FailWith(error);
-    }
     const auto change = ParametersFor(function, *open, device->DevInst);
     if (!change)
-    {
         return FailWith(ERROR_NO_CLASSINSTALL_PARAMS);
-    }
     if (const DWORD error = Objection(open->Owner->Internal(), device->DevInst))
-    {
         return FailWith(error);
-    }
     const DWORD error = CarryOut(*change, *open->Owner, device->DevInst);
     return error == ERROR_SUCCESS ? TRUE : FailWith(error);
 }

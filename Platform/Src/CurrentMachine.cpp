@@ -65,9 +65,7 @@ std::shared_ptr<Machine> CurrentMachine()
     {
         const std::lock_guard lock(installed.Lock);
         if (installed.Innermost)
-        {
             return installed.Innermost;
-        }
     }
     return DefaultMachine();
 }

@@ -27,9 +27,7 @@ public:
     {
         ControlDevice* const device = Enter();
         if (device == nullptr)
-        {
             return true;
-        }
         bool done = true;
         try
         {

@@ -66,13 +66,9 @@ struct Call
         // Looked at when the request is in the table: a close or detach before that is seen here, and a
         // later one sees the request.
         if (const DWORD refusal = File->Refusal())
-        {
             request->Complete(refusal, {});
-        }
         else
-        {
             Start(request);
-        }
         return request->LeaveStart();
     }
 
@@ -90,9 +86,7 @@ struct Call
     BOOL Finish(const RequestEnd& end) const
     {
         if (!IsFailure(end.Error) && Returned != nullptr)
-        {
             *Returned = static_cast<DWORD>(end.Bytes);
-        }
         return end.Error == ERROR_SUCCESS ? TRUE : FailWith(end.Error);
     }
 
@@ -101,9 +95,7 @@ struct Call
         OVERLAPPED record{};
         const auto done = std::make_shared<Waitable>(true, false);
         if (const auto end = Send(&record, done))
-        {
             return Finish(*end);
-        }
         Waitable::WaitAny({&done, 1}, INFINITE);
         return Finish({ErrorOf(record.Internal), record.InternalHigh});
     }
@@ -112,19 +104,13 @@ struct Call
     {
         const auto event = HandleTable::Instance().Find<EventHandle>(record->hEvent);
         if (record->hEvent != nullptr && !event)
-        {
             return FailWith(ERROR_INVALID_HANDLE);
-        }
         const auto stale = static_cast<DWORD>(record->InternalHigh);
         File->File->Done->Reset();
         if (const auto end = Send(record, event ? event->Event : File->File->Done))
-        {
             return Finish(*end);
-        }
         if (Returned != nullptr)
-        {
             *Returned = stale; // as on Windows, which copies what the record holds at this time
-        }
         return FailWith(ERROR_IO_PENDING);
     }
 };
@@ -141,30 +127,20 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD /*share*/, SECURITY_ATT
 try
 {
     if (CallFails("CreateFileA"))
-    {
         return INVALID_HANDLE_VALUE;
-    }
     if (path == nullptr || *path == '\0')
-    {
         return OpenFails(ERROR_PATH_NOT_FOUND);
-    }
     if (disposition != OPEN_EXISTING)
-    {
         return OpenFails(ERROR_INVALID_PARAMETER);
-    }
     constexpr std::string_view devices = R"(\\.\)";
     const std::string_view name(path);
     const auto device =
         name.starts_with(devices) ? CurrentMachine()->Internal().FindDevice(name.substr(devices.size())) : nullptr;
     if (!device)
-    {
         return OpenFails(ERROR_FILE_NOT_FOUND);
-    }
     const auto handle = std::make_shared<FileHandle>(device, NextNumber(), access, flags);
     if (const DWORD error = device->Device->Open(handle->File->OpenId))
-    {
         return OpenFails(error);
-    }
     handle->File->Opened = true;
     return HandleTable::Instance().Add(handle);
 }
@@ -178,26 +154,16 @@ BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, vo
 try
 {
     if (CallFails("DeviceIoControl"))
-    {
         return FALSE;
-    }
     const auto file = HandleTable::Instance().Find<FileHandle>(device);
     if (!file)
-    {
         return FailWith(ERROR_INVALID_HANDLE);
-    }
     if (file->IsOverlapped != (overlapped != nullptr) || (overlapped == nullptr && returned == nullptr))
-    {
         return FailWith(ERROR_INVALID_PARAMETER);
-    }
     if (!file->Allows(code))
-    {
         return FailWith(ERROR_ACCESS_DENIED);
-    }
     if ((input == nullptr && inputSize != 0) || (output == nullptr && outputSize != 0))
-    {
         return FailWith(ERROR_NOACCESS);
-    }
     const Call call{file, code, Bytes(input, inputSize), Bytes(output, outputSize), returned};
     return overlapped != nullptr ? call.SendOverlapped(overlapped) : call.SendAndWait();
 }
@@ -209,14 +175,10 @@ catch (const std::bad_alloc&)
 BOOL CancelIo(HANDLE file)
 {
     if (CallFails("CancelIo"))
-    {
         return FALSE;
-    }
     const auto found = HandleTable::Instance().Find<FileHandle>(file);
     if (!found)
-    {
         return FailWith(ERROR_INVALID_HANDLE);
-    }
     RequestTable::Instance().Cancel([id = found->File->OpenId, thread = ThisThread()](const Request& request) {
         return request.FileId == id && request.Thread == thread;
     });
@@ -226,14 +188,10 @@ BOOL CancelIo(HANDLE file)
 BOOL CancelIoEx(HANDLE file, OVERLAPPED* overlapped)
 {
     if (CallFails("CancelIoEx"))
-    {
         return FALSE;
-    }
     const auto found = HandleTable::Instance().Find<FileHandle>(file);
     if (!found)
-    {
         return FailWith(ERROR_INVALID_HANDLE);
-    }
     const std::size_t count = RequestTable::Instance().Cancel([&](const Request& request) {
         return request.FileId == found->File->OpenId && (overlapped == nullptr || request.Caller.Record == overlapped);
     });
@@ -243,21 +201,15 @@ BOOL CancelIoEx(HANDLE file, OVERLAPPED* overlapped)
 BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred, BOOL wait)
 {
     if (CallFails("GetOverlappedResult"))
-    {
         return FALSE;
-    }
     const std::atomic_ref<ULONG_PTR> status(overlapped->Internal);
     if (status.load(std::memory_order_acquire) == STATUS_PENDING)
     {
         if (wait == FALSE)
-        {
             return FailWith(ERROR_IO_INCOMPLETE);
-        }
         const auto done = FindWaitable(overlapped->hEvent != nullptr ? overlapped->hEvent : file);
         if (!done)
-        {
             return FailWith(ERROR_INVALID_HANDLE);
-        }
         Waitable::WaitAny({&done, 1}, INFINITE);
     }
     // After a signal by another hand it is still pending, which counts as a success on Windows too.
@@ -269,19 +221,13 @@ BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred
 BOOL CloseHandle(HANDLE handle)
 {
     if (CallFails("CloseHandle"))
-    {
         return FALSE;
-    }
     HandleTable& handles = HandleTable::Instance();
     if (handles.Close<EventHandle>(handle))
-    {
         return TRUE;
-    }
     const auto file = handles.Find<FileHandle>(handle);
     if (!file || !handles.Close<FileHandle>(handle))
-    {
         return FailWith(ERROR_INVALID_HANDLE);
-    }
     file->File->Closed = true;
     RequestTable::Instance().Cancel([&](const Request& request) { return request.FileId == file->File->OpenId; });
     file->File->Gate->Visit([&](ControlDevice& device) { device.Cleanup(file->File->OpenId); });

@@ -15,9 +15,7 @@ DeviceNames::Entry DeviceNames::Remove(std::string_view name)
 {
     const auto found = Entries.find(name);
     if (found == Entries.end())
-    {
         return {};
-    }
     Entry entry = std::move(found->second);
     Entries.erase(found);
     return entry;
@@ -27,9 +25,7 @@ AttachedDevicePtr DeviceNames::SetPresent(std::string_view name, bool present)
 {
     const auto found = Entries.find(name);
     if (found == Entries.end() || present == (found->second.Current != nullptr))
-    {
         return nullptr;
-    }
     Entry& entry = found->second;
     return std::exchange(entry.Current, present ? std::make_shared<AttachedDevice>(entry.Device) : nullptr);
 }

@@ -42,9 +42,7 @@ HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD fla
 try
 {
     if (WindowingCallFails("RegisterDeviceNotificationW"))
-    {
         return nullptr;
-    }
     const auto* wanted = static_cast<const DEV_BROADCAST_DEVICEINTERFACE_W*>(filter);
     if (wanted == nullptr || flags != DEVICE_NOTIFY_WINDOW_HANDLE)
     {
@@ -59,9 +57,7 @@ try
     const WindowPtr window = WindowTable::Instance().Find(static_cast<HWND>(recipient));
     const HDEVNOTIFY made = window ? WindowTable::Instance().Register(window, wanted->dbcc_classguid) : nullptr;
     if (made == nullptr)
-    {
         SetLastError(ERROR_INVALID_PARAMETER);
-    }
     return made;
 }
 catch (const std::bad_alloc&)
@@ -72,8 +68,6 @@ catch (const std::bad_alloc&)
 BOOL UnregisterDeviceNotification(HDEVNOTIFY notification)
 {
     if (CallFails("UnregisterDeviceNotification"))
-    {
         return FALSE;
-    }
     return WindowTable::Instance().Unregister(notification) ? TRUE : FailWith(ERROR_INVALID_HANDLE);
 }

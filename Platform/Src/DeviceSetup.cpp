@@ -35,17 +35,11 @@ std::vector<AdapterId> Snapshot(Machine& machine, const GUID* classGuid, DWORD f
 {
     std::vector<AdapterId> devices;
     if ((flags & DIGCF_ALLCLASSES) == 0 && *classGuid != NetworkClass)
-    {
         return devices;
-    }
     const std::lock_guard lock(machine.Internal().Lock);
     for (const auto& [id, node] : machine.Internal().AdapterNodes.All())
-    {
         if (node.Description.Present || ((flags & DIGCF_PRESENT) == 0 && !node.Uninstalled))
-        {
             devices.push_back(id);
-        }
-    }
     return devices;
 }
 
@@ -74,15 +68,11 @@ std::optional<std::u16string> Property(const AdapterDescription& adapter, DWORD 
 DWORD ReadProperty(Machine& machine, DEVINST device, DWORD property, std::optional<std::u16string>& text)
 {
     if (property >= SPDRP_MAXIMUM_PROPERTY)
-    {
         return ERROR_INVALID_REG_PROPERTY;
-    }
     const std::lock_guard lock(machine.Internal().Lock);
     const AdapterNode* node = machine.Internal().AdapterNodes.Find(device);
     if (node == nullptr || node->Uninstalled)
-    {
         return ERROR_NO_SUCH_DEVINST;
-    }
     text = Property(node->Description, property);
     return text ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
@@ -99,18 +89,12 @@ BOOL SetupDiClassGuidsFromNameW(const WCHAR* className, GUID* guids, DWORD guidC
 try
 {
     if (CallFails("SetupDiClassGuidsFromNameW"))
-    {
         return FALSE;
-    }
     if (className == nullptr || requiredSize == nullptr || (guids == nullptr && guidCount != 0))
-    {
         return FailWith(ERROR_INVALID_PARAMETER);
-    }
     *requiredSize = IsNetworkClass(className) ? 1 : 0;
     if (guidCount < *requiredSize)
-    {
         return FailWith(ERROR_INSUFFICIENT_BUFFER);
-    }
     std::ranges::fill_n(guids, *requiredSize, NetworkClass);
     return TRUE;
 }
@@ -123,9 +107,7 @@ HDEVINFO SetupDiGetClassDevsW(const GUID* classGuid, const WCHAR* enumerator, HW
 try
 {
     if (CallFails("SetupDiGetClassDevsW"))
-    {
         return INVALID_HANDLE_VALUE;
-    }
     if (enumerator != nullptr || (classGuid == nullptr && (flags & DIGCF_ALLCLASSES) == 0))
     {
         SetLastError(ERROR_INVALID_PARAMETER);
@@ -143,9 +125,7 @@ catch (const std::bad_alloc&)
 BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set)
 {
     if (CallFails("SetupDiDestroyDeviceInfoList"))
-    {
         return FALSE;
-    }
     return HandleTable::Instance().Close<DeviceSet>(set) ? TRUE : FailWith(ERROR_INVALID_HANDLE);
 }
 
@@ -154,9 +134,7 @@ try
 {
     const HKEY failed = static_cast<HKEY>(INVALID_HANDLE_VALUE);
     if (CallFails("SetupDiOpenClassRegKey"))
-    {
         return failed;
-    }
     if (classGuid != nullptr && *classGuid != NetworkClass)
     {
         SetLastError(ERROR_INVALID_CLASS);
@@ -186,26 +164,16 @@ catch (const std::bad_alloc&)
 BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* device)
 {
     if (CallFails("SetupDiEnumDeviceInfo"))
-    {
         return FALSE;
-    }
     if (device == nullptr)
-    {
         return FailWith(ERROR_INVALID_PARAMETER);
-    }
     const auto open = HandleTable::Instance().Find<DeviceSet>(set);
     if (!open)
-    {
         return FailWith(ERROR_INVALID_HANDLE);
-    }
     if (device->cbSize != sizeof(SP_DEVINFO_DATA))
-    {
         return FailWith(ERROR_INVALID_USER_BUFFER);
-    }
     if (index >= open->Devices.size())
-    {
         return FailWith(ERROR_NO_MORE_ITEMS);
-    }
     *device = {sizeof(SP_DEVINFO_DATA), NetworkClass, open->Devices[index], ULONG_PTR{index} + 1};
     return TRUE;
 }
@@ -215,36 +183,22 @@ BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO set, SP_DEVINFO_DATA* device, DW
 try
 {
     if (CallFails("SetupDiGetDeviceRegistryPropertyW"))
-    {
         return FALSE;
-    }
     const auto open = HandleTable::Instance().Find<DeviceSet>(set);
     if (!open)
-    {
         return FailWith(ERROR_INVALID_HANDLE);
-    }
     if (!open->Holds(device))
-    {
         return FailWith(ERROR_INVALID_PARAMETER);
-    }
     std::optional<std::u16string> text;
     if (const DWORD error = ReadProperty(*open->Owner, device->DevInst, property, text))
-    {
         return FailWith(error);
-    }
     const auto bytes = std::as_bytes(std::span(text->c_str(), text->size() + 1));
     if (type != nullptr)
-    {
         *type = property == SPDRP_HARDWAREID ? REG_MULTI_SZ : REG_SZ;
-    }
     if (requiredSize != nullptr)
-    {
         *requiredSize = static_cast<DWORD>(bytes.size());
-    }
     if (buffer == nullptr || bufferSize < bytes.size())
-    {
         return FailWith(ERROR_INSUFFICIENT_BUFFER);
-    }
     std::ranges::copy(bytes, std::as_writable_bytes(std::span(buffer, bufferSize)).begin());
     return TRUE;
 }
@@ -257,24 +211,16 @@ CONFIGRET CM_Get_DevNode_Status(ULONG* status, ULONG* problem, DEVINST device, U
 try
 {
     if (const CONFIGRET fault = CallFault("CM_Get_DevNode_Status", CR_FAILURE))
-    {
         return fault;
-    }
     if (status == nullptr || problem == nullptr)
-    {
         return CR_INVALID_POINTER;
-    }
     if (flags != 0)
-    {
         return CR_INVALID_FLAG;
-    }
     const auto machine = CurrentMachine();
     const std::lock_guard lock(machine->Internal().Lock);
     const AdapterNode* node = machine->Internal().AdapterNodes.Find(device);
     if (node == nullptr || !node->Description.Present || !node->Description.Readable)
-    {
         return CR_NO_SUCH_DEVINST;
-    }
     *status = StatusBits(node->Description);
     *problem = node->Description.Problem;
     return CR_SUCCESS;

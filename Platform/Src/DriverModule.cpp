@@ -27,14 +27,10 @@ CreateControlDeviceFunction LoadMaker(const std::string& folder, const std::stri
 {
     void* loaded = dlopen(FileOf(folder, module).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (loaded == nullptr)
-    {
         throw DriverModuleError("cannot be loaded: " + std::string(dlerror()));
-    }
     void* maker = OwnExport(loaded, ExportName);
     if (maker == nullptr)
-    {
         throw DriverModuleError('"' + module + "\" exports no " + ExportName);
-    }
     return reinterpret_cast<CreateControlDeviceFunction>(maker);
 }
 

@@ -59,13 +59,9 @@ std::vector<std::vector<std::uint8_t>> CopyArguments(std::va_list list)
 void Stamp(TraceRecord& record, const GUID* messageClass, std::uint64_t sequence)
 {
     if ((record.MessageFlags & TRACE_MESSAGE_GUID) != 0 && messageClass != nullptr)
-    {
         std::memcpy(record.MessageClass, messageClass, sizeof(GUID));
-    }
     if ((record.MessageFlags & TRACE_MESSAGE_SEQUENCE) != 0)
-    {
         record.Sequence = sequence;
-    }
     if ((record.MessageFlags & TRACE_MESSAGE_TIMESTAMP) != 0)
     {
         const auto now = std::chrono::steady_clock::now().time_since_epoch();
@@ -73,18 +69,14 @@ void Stamp(TraceRecord& record, const GUID* messageClass, std::uint64_t sequence
             static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
     }
     if ((record.MessageFlags & TRACE_MESSAGE_SYSTEMINFO) != 0)
-    {
         record.ThreadId = static_cast<std::uint32_t>(gettid());
-    }
 }
 
 ULONG Write(TRACEHANDLE logger, const GUID* messageClass, TraceRecord& record)
 {
     const TraceHub::Session session = TraceHub::Instance().Find(logger);
     if (!session)
-    {
         return ERROR_INVALID_HANDLE;
-    }
     const Turn::Holder turn(session->SinkTurn);
     // A sink that traces would never come to an end: its own messages are dropped.
     if (turn && !session->Closed)
@@ -106,13 +98,9 @@ ULONG RegisterTraceGuidsW(WMIDPREQUEST callback, void* context, const GUID* cont
 try
 {
     if (const ULONG fault = CallFault("RegisterTraceGuidsW"))
-    {
         return fault;
-    }
     if (callback == nullptr || control == nullptr || registration == nullptr || (guidCount != 0 && guids == nullptr))
-    {
         return ERROR_INVALID_PARAMETER;
-    }
     const auto provider = std::make_shared<TraceProvider>();
     provider->Control = *control;
     provider->Callback = callback;
@@ -128,9 +116,7 @@ catch (const std::bad_alloc&)
 ULONG UnregisterTraceGuids(TRACEHANDLE registration)
 {
     if (const ULONG fault = CallFault("UnregisterTraceGuids"))
-    {
         return fault;
-    }
     return TraceHub::Instance().Unregister(registration) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
 
@@ -138,9 +124,7 @@ TRACEHANDLE GetTraceLoggerHandle(void* buffer)
 {
     const auto invalid = reinterpret_cast<TRACEHANDLE>(INVALID_HANDLE_VALUE);
     if (CallFails("GetTraceLoggerHandle"))
-    {
         return invalid;
-    }
     const auto* header = static_cast<const WNODE_HEADER*>(buffer);
     if (header == nullptr || header->BufferSize < sizeof(*header) || (header->Flags & WNODE_FLAG_TRACED_GUID) == 0)
     {
@@ -164,9 +148,7 @@ ULONG TraceMessage(TRACEHANDLE logger, ULONG messageFlags, const GUID* messageCl
 try
 {
     if (const ULONG fault = CallFault("TraceMessage"))
-    {
         return fault;
-    }
     TraceRecord record;
     record.Number = static_cast<USHORT>(messageNumber);
     record.MessageFlags = messageFlags;

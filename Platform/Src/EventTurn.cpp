@@ -11,9 +11,7 @@ EventTurn::Holder::Holder(EventTurn& turn) : Door(turn)
     const MessageQueuePtr mine = MessageQueue::Mine();
     std::unique_lock lock(WindowLock());
     if (Door.Owner == self)
-    {
         return;
-    }
     Door.Waiting.push_back(mine);
     mine->CarryOutUntil(lock, std::nullopt, [this] { return Door.Owner == std::thread::id(); });
     Door.Waiting.erase(std::ranges::find(Door.Waiting, mine));
@@ -28,9 +26,7 @@ EventTurn::Holder::~Holder()
         const std::lock_guard lock(WindowLock());
         Door.Owner = {};
         for (const MessageQueuePtr& queue : Door.Waiting)
-        {
             queue->Wake();
-        }
     }
 }
 

@@ -16,9 +16,7 @@ namespace
 void RequirePublished(const std::string& function)
 {
     if (dlsym(RTLD_DEFAULT, function.c_str()) == nullptr)
-    {
         throw std::invalid_argument("the stand-in publishes no function " + function);
-    }
 }
 
 } // namespace
@@ -48,25 +46,17 @@ std::optional<std::uint32_t> FaultBoard::Enter(std::string_view function)
         const std::lock_guard lock(Lock);
         Function* const known = EntryIfPossible(function);
         if (known == nullptr)
-        {
             return std::nullopt;
-        }
         Function& entry = *known;
         ++entry.Calls;
         hook = entry.Hook;
         std::erase_if(entry.Faults, [&](const Fault& fault) { return fault.LastCall < entry.Calls; });
         for (const Fault& fault : entry.Faults)
-        {
             if (fault.FirstCall <= entry.Calls)
-            {
                 error = fault.Error;
-            }
-        }
     }
     if (hook)
-    {
         (*hook)();
-    }
     return error;
 }
 
@@ -74,9 +64,7 @@ void FaultBoard::Fail(std::string_view function, unsigned nth, std::uint32_t err
 {
     RequirePublished(std::string(function));
     if (nth == 0 || count == 0)
-    {
         throw std::invalid_argument("calls are counted from 1");
-    }
     const std::lock_guard lock(Lock);
     Function& entry = Entry(function);
     entry.Faults.push_back({entry.Calls + nth, entry.Calls + nth + count - 1, error});
@@ -86,9 +74,7 @@ void FaultBoard::Clear()
 {
     const std::lock_guard lock(Lock);
     for (auto& [name, entry] : Functions)
-    {
         entry.Faults.clear();
-    }
 }
 
 std::uint64_t FaultBoard::Calls(std::string_view function) const

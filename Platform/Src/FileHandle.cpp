@@ -12,9 +12,7 @@ OpenFile::OpenFile(std::shared_ptr<DeviceGate> gate, std::uint64_t openId) : Gat
 OpenFile::~OpenFile()
 {
     if (Opened)
-    {
         Gate->Visit([this](ControlDevice& device) { device.Close(OpenId); });
-    }
 }
 
 FileHandle::FileHandle(std::shared_ptr<AttachedDevice> target, std::uint64_t openId, DWORD access, DWORD flags)

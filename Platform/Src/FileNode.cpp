@@ -66,13 +66,9 @@ RegistryValue FileNode::TypedValue() const
         return text;
     }
     if (type == "multi_sz")
-    {
         return {7, value.TextList()};
-    }
     if (type == "binary")
-    {
         return RegistryValue::Binary(value.Bytes());
-    }
     typeNode.Fail(R"(expected "dword", "sz", "expand_sz", "multi_sz" or "binary")");
 }
 

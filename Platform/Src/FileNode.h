@@ -38,9 +38,7 @@ public:
     {
         Require(Value.is_object(), "expected an object");
         for (const auto& [name, member] : Value.items())
-        {
             visit(name, FileNode(member, Origin, Place.empty() ? name : Place + '.' + name));
-        }
     }
 
     template <class Visit>
@@ -48,9 +46,7 @@ public:
     {
         Require(Value.is_array(), "expected an array");
         for (std::size_t i = 0; i < Value.size(); ++i)
-        {
             visit(FileNode(Value[i], Origin, Place + '[' + std::to_string(i) + ']'));
-        }
     }
 
     FileNode Member(const char* name) const;
@@ -73,9 +69,7 @@ private:
     void Require(bool good, const std::string& mistake) const
     {
         if (!good)
-        {
             Fail(mistake);
-        }
     }
 
     std::vector<std::uint8_t> Bytes() const;

@@ -40,9 +40,7 @@ bool HandleTable::CloseAny(const void* handle, HandleKind kind)
     const std::lock_guard lock(Lock);
     const auto found = Objects.find(reinterpret_cast<std::uintptr_t>(handle));
     if (found == Objects.end() || found->second->KindOf() != kind)
-    {
         return false;
-    }
     closed = std::move(found->second);
     Objects.erase(found);
     return true;

@@ -35,13 +35,9 @@ constexpr ULONG_PTR StatusOf(DWORD error)
 constexpr DWORD ErrorOf(ULONG_PTR status)
 {
     if (status < 0x80000000)
-    {
         return ERROR_SUCCESS;
-    }
     if (status == StatusCancelled || status == StatusBufferOverflow)
-    {
         return status == StatusCancelled ? ERROR_OPERATION_ABORTED : ERROR_MORE_DATA;
-    }
     return static_cast<DWORD>((status & 0xFFFF0000) == StatusOfErrors ? status & 0xFFFF : status);
 }
 

@@ -29,9 +29,7 @@ RegistryValue RegistryValue::Number(std::uint32_t number)
 {
     RegistryValue value{NumberType, {}};
     for (unsigned shift = 0; shift < 32; shift += 8)
-    {
         value.Data.push_back(static_cast<std::uint8_t>(number >> shift));
-    }
     return value;
 }
 
@@ -91,9 +89,7 @@ std::vector<AdapterId> Machine::Adapters() const
     const std::lock_guard lock(Self->Lock);
     std::vector<AdapterId> ids;
     for (const auto& [id, node] : Self->AdapterNodes.All())
-    {
         ids.push_back(id);
-    }
     return ids;
 }
 
@@ -123,9 +119,7 @@ void Machine::AttachDevice(const std::string& name, std::shared_ptr<ControlDevic
 {
     const std::lock_guard lock(Self->Lock);
     if (name.empty() || !device || Self->Devices.Contains(name))
-    {
         throw std::invalid_argument("no device, or none that can be called \"" + name + '"');
-    }
     Self->Attach(name, std::move(device));
 }
 
@@ -155,9 +149,7 @@ std::optional<RegistryValue> Machine::Value(std::string_view path, std::string_v
     const std::lock_guard lock(Self->Lock);
     const RegistryKeyPtr key = Self->Registry->Find(path);
     if (!key)
-    {
         return std::nullopt;
-    }
     const auto found = key->Values.find(name);
     return found == key->Values.end() ? std::nullopt : std::optional(found->second);
 }
@@ -173,13 +165,9 @@ void Machine::DeleteTree(std::string_view path)
     const std::lock_guard lock(Self->Lock);
     const RegistryKeyPtr key = Self->Registry->Find(path);
     if (key == Self->Registry)
-    {
         throw std::invalid_argument("the root of the registry stays");
-    }
     if (key)
-    {
         key->Delete();
-    }
 }
 
 void Machine::FailCall(std::string_view function, unsigned nth, std::uint32_t error, unsigned count)

@@ -28,9 +28,7 @@ bool IsUp(const AdapterDescription& adapter)
 void TellAll(UINT message, WPARAM wParam)
 {
     for (const WindowPtr& window : WindowTable::Instance().All())
-    {
         MessageQueue::Send(window, {message, wParam, 0}, Patience);
-    }
 }
 
 std::optional<LRESULT> TellOfInterface(const WindowPtr& window, WPARAM event, const InterfaceRecord& record)
@@ -66,14 +64,10 @@ public:
             const InterfaceRecord record = MakeInterfaceRecord(after);
             const WPARAM event = IsUp(after) ? DBT_DEVICEARRIVAL : DBT_DEVICEREMOVECOMPLETE;
             for (const WindowPtr& window : WindowTable::Instance().Registered(LanInterfaceClass))
-            {
                 TellOfInterface(window, event, record);
-            }
         }
         if (before.Present || after.Present)
-        {
             TellAll(WM_DEVICECHANGE, DBT_DEVNODES_CHANGED);
-        }
     }
 
     void DeleteDriver() const
@@ -91,9 +85,7 @@ private:
             if (TellOfInterface(windows[i], DBT_DEVICEQUERYREMOVE, record) == BROADCAST_QUERY_DENY)
             {
                 for (const WindowPtr& asked : std::span(windows).first(i))
-                {
                     TellOfInterface(asked, DBT_DEVICEQUERYREMOVEFAILED, record);
-                }
                 return false;
             }
         }
@@ -129,31 +121,23 @@ void Machine::Plug(AdapterId id)
 {
     const AdapterEvent event(*Self, id);
     if (!event.Now().Present)
-    {
         event.Change([](AdapterDescription& adapter) { adapter.Present = true; });
-    }
 }
 
 void Machine::Unplug(AdapterId id)
 {
     const AdapterEvent event(*Self, id);
     if (event.Now().Present)
-    {
         event.Change([](AdapterDescription& adapter) { adapter.Present = false; });
-    }
 }
 
 bool Machine::Disable(AdapterId id)
 {
     const AdapterEvent event(*Self, id);
     if (!event.Now().Present || !event.AskForRemoval())
-    {
         return false;
-    }
     if (event.Now().Problem != DisabledProblem)
-    {
         event.Change([](AdapterDescription& adapter) { adapter.Problem = DisabledProblem; });
-    }
     return true;
 }
 
@@ -162,9 +146,7 @@ bool Machine::Enable(AdapterId id)
     const AdapterEvent event(*Self, id);
     const AdapterDescription before = event.Now();
     if (before.Present && before.Problem == DisabledProblem)
-    {
         event.Change([](AdapterDescription& adapter) { adapter.Problem = 0; });
-    }
     return before.Present;
 }
 
@@ -172,23 +154,17 @@ void Machine::SetProblem(AdapterId id, std::uint32_t problem)
 {
     const AdapterEvent event(*Self, id);
     if (event.Now().Problem != problem)
-    {
         event.Change([problem](AdapterDescription& adapter) { adapter.Problem = problem; });
-    }
 }
 
 bool Machine::UpdateDriver(AdapterId id, std::string_view version)
 {
     const AdapterEvent event(*Self, id);
     if (!event.Now().Present || !event.AskForRemoval())
-    {
         return false;
-    }
     const std::uint32_t problem = event.Now().Problem;
     if (problem == 0)
-    {
         event.Change([](AdapterDescription& adapter) { adapter.Problem = ReinstallProblem; });
-    }
     event.Change([version, problem](AdapterDescription& adapter) {
         SetVersion(adapter, version);
         adapter.Problem = problem;
@@ -200,13 +176,9 @@ bool Machine::Uninstall(AdapterId id)
 {
     const AdapterEvent event(*Self, id);
     if (!event.AskForRemoval())
-    {
         return false;
-    }
     if (event.Now().Present)
-    {
         event.Change([](AdapterDescription& adapter) { adapter.Present = false; });
-    }
     event.DeleteDriver();
     return true;
 }

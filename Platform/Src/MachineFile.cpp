@@ -92,9 +92,7 @@ std::string ReadControlDevice(const FileNode& node, Contents& contents)
     const FileNode nameNode = node.Member("name");
     const std::string name = nameNode.Text();
     if (name.empty() || contents.Devices.contains(name))
-    {
         nameNode.Fail("expected a name that no other device has");
-    }
     const std::string settings = node.HasMember("settings") ? node.Member("settings").Json() : "{}";
     contents.Devices.emplace(name, DeviceSource{node, name, node.Member("module").Text(), settings});
     return name;
@@ -111,9 +109,7 @@ AdapterDescription ReadAdapter(const FileNode& node, Contents& contents)
         }
         const auto field = std::ranges::find(AdapterFields, name, [](const auto& entry) { return entry.first; });
         if (field == AdapterFields.end())
-        {
             value.Fail("unknown key");
-        }
         std::visit([&](auto member) { value.Read(adapter.*member); }, field->second);
     });
     return adapter;
@@ -127,9 +123,7 @@ void RequireOwnIdentity(const FileNode& node, const AdapterDescription& adapter,
                            return other.NetCfgInstanceId == identity;
                        });
     if (taken)
-    {
         node.Member("netCfgInstanceId").Fail("another adapter has this identity");
-    }
 }
 
 Contents ReadContents(const FileNode& root)
@@ -168,9 +162,7 @@ public:
     {
         using Event = json::parse_event_t;
         if (depth > DeepestNesting)
-        {
             throw MachineFileError(Origin + ": nested deeper than " + std::to_string(DeepestNesting) + " levels");
-        }
         if (event == Event::object_start)
         {
             Keys.emplace_back();
@@ -217,9 +209,7 @@ void WarnOfUnlisted(const Contents& contents, const std::string& origin)
     {
         const auto warn = [&](bool isMissing, const char* field, const char* effect) {
             if (isMissing)
-            {
                 std::fprintf(stderr, "%s: adapters[%zu] %s: it has no \"%s\"\n", origin.c_str(), i, effect, field);
-            }
         };
         warn(!contents.Adapters[i].HardwareId, "hardwareId", "cannot be listed");
         warn(!contents.Adapters[i].NetCfgInstanceId, "netCfgInstanceId", "cannot be opened");
@@ -240,37 +230,23 @@ void Machine::Impl::Load(std::string_view text, std::string_view origin, const s
     const Contents contents = ReadContents(FileNode(document, std::string(origin), ""));
     std::map<std::string, std::shared_ptr<ControlDevice>> made;
     for (const auto& [name, source] : contents.Devices)
-    {
         made.emplace(name, source.Make(folder));
-    }
     if (!folder.empty())
-    {
         WarnOfUnlisted(contents, std::string(origin));
-    }
     const std::lock_guard lock(Lock);
     for (const auto& [name, source] : contents.Devices)
-    {
         if (Devices.Contains(name))
-        {
             source.Place.Fail("a device of this name is attached already");
-        }
-    }
     for (const auto& [path, values] : contents.Keys)
     {
         const RegistryKeyPtr key = Registry->FindOrCreate(path);
         for (const auto& [name, value] : values)
-        {
             key->Values.insert_or_assign(name, value);
-        }
     }
     for (const AdapterDescription& adapter : contents.Adapters)
-    {
         AdapterNodes.Add(adapter);
-    }
     for (auto& [name, device] : made)
-    {
         Attach(name, std::move(device));
-    }
 }
 
 void Machine::LoadFile(const std::string& path)
@@ -279,9 +255,7 @@ void Machine::LoadFile(const std::string& path)
     std::ostringstream text;
     // A folder opens well and fails only when it is read.
     if (!file || (file.peek(), file.bad()))
-    {
         throw MachineFileError(path + ": cannot be read: " + std::strerror(errno));
-    }
     text << file.rdbuf();
     Self->Load(text.str(), path, std::filesystem::absolute(path).parent_path().string());
 }

@@ -23,9 +23,7 @@ public:
     ~LeavingDevice()
     {
         if (Device)
-        {
             Device->Detach();
-        }
     }
     LeavingDevice(const LeavingDevice&) = delete;
     LeavingDevice& operator=(const LeavingDevice&) = delete;

@@ -63,9 +63,7 @@ MessageQueue::ThreadEnd& MessageQueue::OfThisThread()
 MessageQueuePtr MessageQueue::Mine()
 {
     if (!threadEnded)
-    {
         return OfThisThread().Queue;
-    }
     auto queue = std::make_shared<MessageQueue>();
     queue->Ended = true;
     return queue;
@@ -83,9 +81,7 @@ std::optional<LRESULT> MessageQueue::Send(const WindowPtr& window, const WindowM
     const MessageQueuePtr mine = Mine();
     std::unique_lock lock(WindowLock());
     if (window->Gone)
-    {
         return std::nullopt;
-    }
     if (window->Queue == mine)
     {
         lock.unlock();
@@ -131,9 +127,7 @@ void MessageQueue::CarryOutNext(std::unique_lock<std::mutex>& lock)
 bool MessageQueue::Post(const MSG& message)
 {
     if (Posted.size() >= MostPosted)
-    {
         return false;
-    }
     Posted.push_back(message);
     Wake();
     return true;
@@ -149,19 +143,13 @@ bool MessageQueue::Take(std::unique_lock<std::mutex>& lock, MSG& message, bool w
     const auto posted = [this] { return !Posted.empty() || ExitCode; };
     CarryOutUntil(lock, std::nullopt, [&] { return Incoming.empty() && (!wait || posted()); });
     if (!posted())
-    {
         return false;
-    }
     const bool quit = Posted.empty();
     message = quit ? MSG{nullptr, WM_QUIT, static_cast<WPARAM>(*ExitCode), 0, 0, {0, 0}} : Posted.front();
     if (remove && quit)
-    {
         ExitCode.reset();
-    }
     else if (remove)
-    {
         Posted.pop_front();
-    }
     return true;
 }
 
@@ -171,9 +159,7 @@ void MessageQueue::Forget(const Window& window)
     std::erase_if(Incoming, [&](const std::shared_ptr<Sent>& sent) {
         const bool lost = sent->Target.get() == &window;
         if (lost)
-        {
             Finish(*sent, std::nullopt);
-        }
         return lost;
     });
 }

@@ -104,20 +104,12 @@ bool MessageQueue::CarryOutUntil(std::unique_lock<std::mutex>& lock,
                                  std::optional<std::chrono::steady_clock::time_point> end, Predicate finished)
 {
     while (!finished())
-    {
         if (!Incoming.empty())
-        {
             CarryOutNext(lock);
-        }
         else if (!end)
-        {
             Changed.wait(lock);
-        }
         else if (Changed.wait_until(lock, *end) == std::cv_status::timeout && Incoming.empty())
-        {
             return finished();
-        }
-    }
     return true;
 }
 

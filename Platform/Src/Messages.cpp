@@ -14,13 +14,9 @@ namespace
 DWORD LookError(const MSG* message, HWND window, UINT first, UINT last)
 {
     if (message == nullptr)
-    {
         return ERROR_NOACCESS;
-    }
     if (window != nullptr && !WindowTable::Instance().Find(window))
-    {
         return ERROR_INVALID_WINDOW_HANDLE;
-    }
     return window != nullptr || first != 0 || last != 0 ? ERROR_INVALID_PARAMETER : ERROR_SUCCESS;
 }
 
@@ -55,9 +51,7 @@ BOOL PostToWindow(const Window& window, const MSG& message)
 BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last)
 {
     if (WindowingCallFails("GetMessageW"))
-    {
         return -1;
-    }
     if (const DWORD error = LookError(message, window, first, last))
     {
         SetLastError(error);
@@ -70,13 +64,9 @@ BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last)
 BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove)
 {
     if (WindowingCallFails("PeekMessageW"))
-    {
         return FALSE;
-    }
     if (const DWORD error = LookError(message, window, first, last))
-    {
         return FailWith(error);
-    }
     return TakeMessage(*message, false, (remove & PM_REMOVE) != 0) ? TRUE : FALSE;
 }
 
@@ -89,9 +79,7 @@ BOOL TranslateMessage(const MSG* /*message*/)
 LRESULT DispatchMessageW(const MSG* message)
 {
     if (WindowingCallFails("DispatchMessageW") || message == nullptr || message->hwnd == nullptr)
-    {
         return 0;
-    }
     const WindowPtr window = WindowTable::Instance().Find(message->hwnd);
     if (!window || window->Queue != MessageQueue::Mine())
     {
@@ -104,9 +92,7 @@ LRESULT DispatchMessageW(const MSG* message)
 LRESULT DefWindowProcW(HWND window, UINT message, WPARAM /*wParam*/, LPARAM /*lParam*/)
 {
     if (WindowingCallFails("DefWindowProcW"))
-    {
         return 0;
-    }
     if (!WindowTable::Instance().Find(window))
     {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
@@ -120,15 +106,11 @@ LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 try
 {
     if (WindowingCallFails("SendMessageW"))
-    {
         return 0;
-    }
     const WindowPtr found = WindowTable::Instance().Find(window);
     const auto answer = found ? MessageQueue::Send(found, {message, wParam, lParam}) : std::nullopt;
     if (!answer)
-    {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    }
     return answer.value_or(0);
 }
 catch (const std::bad_alloc&)
@@ -140,9 +122,7 @@ BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 try
 {
     if (WindowingCallFails("PostMessageW"))
-    {
         return FALSE;
-    }
     const MSG posted = MakeMessage(window, message, wParam, lParam);
     if (window == nullptr)
     {
@@ -162,9 +142,7 @@ BOOL PostThreadMessageW(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam
 try
 {
     if (WindowingCallFails("PostThreadMessageW"))
-    {
         return FALSE;
-    }
     const std::lock_guard lock(WindowLock());
     const MessageQueuePtr queue = MessageQueue::OfThread(thread);
     return queue ? PostTo(*queue, MakeMessage(nullptr, message, wParam, lParam)) : FailWith(ERROR_INVALID_THREAD_ID);

@@ -26,9 +26,7 @@ std::string ModuleFile(std::string_view name)
     {
         const auto file = folder / name; // an absolute name stays as it is
         if (std::filesystem::exists(file, ignored))
-        {
             return file.string();
-        }
     }
     return std::string(name);
 }

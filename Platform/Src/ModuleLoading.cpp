@@ -30,9 +30,7 @@ HMODULE LoadLibraryA(const char* name)
 try
 {
     if (CallFails("LoadLibraryA"))
-    {
         return nullptr;
-    }
     void* loaded = name != nullptr && *name != '\0' ? dlopen(ModuleFile(name).c_str(), RTLD_NOW | RTLD_LOCAL) : nullptr;
     if (loaded == nullptr)
     {
@@ -50,9 +48,7 @@ FARPROC GetProcAddress(HMODULE module, const char* name)
 try
 {
     if (CallFails("GetProcAddress"))
-    {
         return nullptr;
-    }
     const HMODULE program = ProgramModule();
     if (module != nullptr && module != program && !ModuleTable::Instance().Contains(module))
     {
@@ -61,9 +57,7 @@ try
     }
     void* symbol = OwnExport(module != nullptr ? module : program, name);
     if (symbol == nullptr)
-    {
         SetLastError(ERROR_PROC_NOT_FOUND);
-    }
     return reinterpret_cast<FARPROC>(symbol);
 }
 catch (const std::bad_alloc&)
@@ -74,22 +68,16 @@ catch (const std::bad_alloc&)
 BOOL FreeLibrary(HMODULE module)
 {
     if (CallFails("FreeLibrary"))
-    {
         return FALSE;
-    }
     if (module == nullptr)
-    {
         return FailWith(ERROR_INVALID_HANDLE);
-    }
     return ModuleTable::Instance().Release(module) ? TRUE : FailWith(ERROR_MOD_NOT_FOUND);
 }
 
 HMODULE GetModuleHandleW(const WCHAR* name)
 {
     if (CallFails("GetModuleHandleW"))
-    {
         return nullptr;
-    }
     if (name != nullptr)
     {
         SetLastError(ERROR_MOD_NOT_FOUND);
@@ -102,27 +90,19 @@ BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module
 try
 {
     if (CallFails("GetModuleHandleExW"))
-    {
         return FALSE;
-    }
     const bool pin = (flags & GET_MODULE_HANDLE_EX_FLAG_PIN) != 0;
     if (module == nullptr || (flags & ~GET_MODULE_HANDLE_EX_FLAG_PIN) != GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS)
-    {
         return FailWith(ERROR_INVALID_PARAMETER);
-    }
     *module = nullptr;
     const link_map* map = nameOrAddress != nullptr ? MapOfAddress(nameOrAddress) : nullptr;
     if (nameOrAddress != nullptr && map == nullptr)
-    {
         return FailWith(ERROR_MOD_NOT_FOUND);
-    }
     // The program itself has no name.
     const char* name = map != nullptr && *map->l_name != '\0' ? map->l_name : nullptr;
     void* loaded = dlopen(name, RTLD_NOW | RTLD_NOLOAD | (pin ? RTLD_NODELETE : 0));
     if (loaded == nullptr)
-    {
         return FailWith(ERROR_MOD_NOT_FOUND);
-    }
     *module = AddLoaded(loaded, pin);
     return TRUE;
 }

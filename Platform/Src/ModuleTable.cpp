@@ -28,19 +28,13 @@ bool ModuleTable::Release(HMODULE module)
         const std::lock_guard lock(Lock);
         const auto found = Modules.find(module);
         if (found == Modules.end())
-        {
             return false;
-        }
         Entry& entry = found->second;
         if (entry.References == 0)
-        {
             return true; // pinned: it stays, and that is no failure
-        }
         --entry.References;
         if (entry.References == 0 && !entry.Pinned)
-        {
             Modules.erase(found);
-        }
     }
     dlclose(module);
     return true;
@@ -57,9 +51,7 @@ std::size_t ModuleTable::Count() const
     const std::lock_guard lock(Lock);
     std::size_t count = 0;
     for (const auto& [module, entry] : Modules)
-    {
         count += entry.References;
-    }
     return count;
 }
 

@@ -26,9 +26,7 @@ bool CallFails(const char* function)
 {
     const auto fault = Enter(function);
     if (fault && *fault != 0)
-    {
         SetLastError(*fault);
-    }
     return fault.has_value();
 }
 

@@ -46,9 +46,7 @@ bool MayWrite(const Machine& machine)
 std::shared_ptr<KeyHandle> Resolve(HKEY key)
 {
     if (key != HKEY_LOCAL_MACHINE)
-    {
         return HandleTable::Instance().Find<KeyHandle>(key);
-    }
     auto machine = CurrentMachine();
     auto root = machine->Internal().Registry;
     const bool writable = MayWrite(*machine);
@@ -62,9 +60,7 @@ try
 {
     const auto open = Resolve(key);
     if (!open)
-    {
         return ERROR_INVALID_HANDLE;
-    }
     const std::lock_guard lock(open->Owner->Internal().Lock);
     return open->Key->IsDeleted() ? ERROR_KEY_DELETED : work(*open);
 }
@@ -79,9 +75,7 @@ LSTATUS WithKeyBelow(HKEY key, std::string_view path, Work work)
 {
     return WithKey(key, [&](const KeyHandle& open) -> LSTATUS {
         if (path.starts_with('\\'))
-        {
             return ERROR_BAD_PATHNAME;
-        }
         const RegistryKeyPtr below = open.Key->Find(path);
         return below ? work(open, below) : ERROR_FILE_NOT_FOUND;
     });
@@ -90,9 +84,7 @@ LSTATUS WithKeyBelow(HKEY key, std::string_view path, Work work)
 LSTATUS Open(HKEY key, std::string_view path, HKEY* result)
 {
     if (result == nullptr)
-    {
         return ERROR_INVALID_PARAMETER;
-    }
     *result = nullptr;
     return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
         *result = path.empty() ? key : AddKeyHandle(open.Owner, below, MayWrite(*open.Owner));
@@ -103,19 +95,13 @@ LSTATUS Open(HKEY key, std::string_view path, HKEY* result)
 LSTATUS Create(const KeyHandle& open, std::string_view path, HKEY* result)
 {
     if (path.starts_with('\\'))
-    {
         return ERROR_BAD_PATHNAME;
-    }
     // The root holds loaded hives only.
     if (open.Key->IsRoot() && !open.Key->Find(path.substr(0, path.find('\\'))))
-    {
         return ERROR_INVALID_PARAMETER;
-    }
     const bool writable = MayWrite(*open.Owner);
     if (!writable && !open.Key->Find(path))
-    {
         return ERROR_ACCESS_DENIED;
-    }
     NewKey created(*open.Key, path);
     *result = AddKeyHandle(open.Owner, created.Key(), writable);
     created.Attach(); // last: what cannot be opened is not left behind
@@ -133,23 +119,15 @@ LSTATUS Read(const RegistryValue& value, BYTE* data, DWORD* size)
     const bool addNul = IsText(value.Type) && !stored.empty() && stored.back() != 0;
     const auto length = static_cast<DWORD>(stored.size());
     if (size == nullptr)
-    {
         return ERROR_SUCCESS;
-    }
     const DWORD room = std::exchange(*size, length);
     if (data == nullptr)
-    {
         return ERROR_SUCCESS;
-    }
     if (room < length)
-    {
         return ERROR_MORE_DATA;
-    }
     std::ranges::copy(stored, data);
     if (addNul && room > length)
-    {
         data[length] = 0;
-    }
     return ERROR_SUCCESS;
 }
 
@@ -179,13 +157,9 @@ catch (const std::bad_alloc&)
 LSTATUS RegCreateKeyA(HKEY key, const char* subKey, HKEY* result)
 {
     if (const LSTATUS fault = Fault("RegCreateKeyA"))
-    {
         return fault;
-    }
     if (result == nullptr)
-    {
         return ERROR_INVALID_PARAMETER;
-    }
     *result = nullptr;
     return WithKey(key, [&](const KeyHandle& open) { return Create(open, OrEmpty(subKey), result); });
 }
@@ -193,20 +167,14 @@ LSTATUS RegCreateKeyA(HKEY key, const char* subKey, HKEY* result)
 LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size)
 {
     if (const LSTATUS fault = Fault("RegQueryValueExA"))
-    {
         return fault;
-    }
     if (reserved != nullptr || (data != nullptr && size == nullptr))
-    {
         return ERROR_INVALID_PARAMETER;
-    }
     return WithKey(key, [&](const KeyHandle& open) -> LSTATUS {
         const auto found = open.Key->Values.find(OrEmpty(valueName));
         const bool exists = found != open.Key->Values.end();
         if (type != nullptr)
-        {
             *type = exists ? found->second.Type : REG_NONE;
-        }
         return exists ? Read(found->second, data, size) : ERROR_FILE_NOT_FOUND;
     });
 }
@@ -214,18 +182,12 @@ LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD
 LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD, DWORD type, const BYTE* data, DWORD size)
 {
     if (const LSTATUS fault = Fault("RegSetValueExA"))
-    {
         return fault;
-    }
     if (data == nullptr && size != 0)
-    {
         return ERROR_NOACCESS;
-    }
     return WithKey(key, [&](const KeyHandle& open) -> LSTATUS {
         if (!open.Writable)
-        {
             return ERROR_ACCESS_DENIED;
-        }
         open.Key->Values.insert_or_assign(OrEmpty(valueName), RegistryValue{type, {data, data + size}});
         return ERROR_SUCCESS;
     });
@@ -240,9 +202,7 @@ LSTATUS RegFlushKey(HKEY key)
 LSTATUS RegCloseKey(HKEY key)
 {
     if (const LSTATUS fault = Fault("RegCloseKey"))
-    {
         return fault;
-    }
     const bool closed = key == HKEY_LOCAL_MACHINE || HandleTable::Instance().Close<KeyHandle>(key);
     return closed ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }
@@ -250,15 +210,11 @@ LSTATUS RegCloseKey(HKEY key)
 LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName)
 {
     if (const LSTATUS fault = Fault("RegDeleteKeyValueA"))
-    {
         return fault;
-    }
     const std::string_view path = OrEmpty(subKey);
     return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
         if (subKey == nullptr ? !open.Writable : !MayWrite(*open.Owner))
-        {
             return ERROR_ACCESS_DENIED;
-        }
         return below->Values.erase(OrEmpty(valueName)) != 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
     });
 }
@@ -266,18 +222,12 @@ LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName)
 LSTATUS RegDeleteKeyA(HKEY key, const char* subKey)
 {
     if (const LSTATUS fault = Fault("RegDeleteKeyA"))
-    {
         return fault;
-    }
     if (subKey == nullptr)
-    {
         return ERROR_INVALID_PARAMETER;
-    }
     return WithKeyBelow(key, subKey, [](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
         if (below->HasSubkeys() || below->IsRoot() || !MayWrite(*open.Owner))
-        {
             return ERROR_ACCESS_DENIED;
-        }
         below->Delete();
         return ERROR_SUCCESS;
     });

@@ -31,9 +31,7 @@ RegistryKeyPtr RegistryKey::Find(std::string_view path)
     {
         const auto found = key->Subkeys.find(part);
         if (found == key->Subkeys.end())
-        {
             return nullptr;
-        }
         key = found->second;
     }
     return key;
@@ -69,9 +67,7 @@ void RegistryKey::Delete()
 {
     const RegistryKeyPtr keep = shared_from_this();
     if (const RegistryKeyPtr parent = Parent.lock())
-    {
         parent->Subkeys.erase(Name);
-    }
     MarkDeleted();
 }
 
@@ -79,9 +75,7 @@ void RegistryKey::MarkDeleted()
 {
     Deleted = true;
     for (const auto& [name, key] : Subkeys)
-    {
         key->MarkDeleted();
-    }
     Subkeys.clear();
     Values.clear();
 }

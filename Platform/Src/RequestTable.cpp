@@ -35,9 +35,7 @@ bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output
     std::shared_ptr<OpenFile> released; // may be the last: the device hears of the close behind the lock
     const std::lock_guard lock(Lock);
     if (Now == Phase::Ended)
-    {
         return false;
-    }
     // Another thread can end it only because the driver has kept it: to the caller it was in flight.
     EndedInStart = Now == Phase::Starting && std::this_thread::get_id() == Starter;
     const bool refused = EndedInStart && IsFailure(error);
@@ -47,9 +45,7 @@ bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output
     // First of all: once the caller knows of the end, nothing may still look in flight.
     RequestTable::Instance().Remove(*this);
     if (!refused)
-    {
         Deliver(output);
-    }
     return true;
 }
 
@@ -58,9 +54,7 @@ bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output
 void Request::Deliver(std::span<const std::uint8_t> output)
 {
     if (End.Bytes != 0)
-    {
         std::memcpy(Caller.Output, output.data(), End.Bytes);
-    }
     std::atomic_ref(Caller.Record->InternalHigh).store(End.Bytes, std::memory_order_relaxed);
     std::atomic_ref(Caller.Record->Internal).store(StatusOf(End.Error), std::memory_order_release);
     Caller.Done->Signal();
@@ -72,9 +66,7 @@ std::optional<RequestEnd> Request::LeaveStart()
     {
         const std::lock_guard lock(Lock);
         if (Now == Phase::Ended)
-        {
             return EndedInStart ? std::optional(End) : std::nullopt;
-        }
         Now = Phase::InFlight;
         file = CancelAsked ? File : nullptr;
     }
@@ -97,9 +89,7 @@ void Request::AskCancel()
 void Request::PassCancel(const std::shared_ptr<OpenFile>& file)
 {
     if (file && !Gate->Visit([this](ControlDevice& device) { device.Cancel(shared_from_this()); }))
-    {
         Complete(ERROR_OPERATION_ABORTED, {}); // it would be forgotten: cancellation comes once
-    }
 }
 
 RequestTable& RequestTable::Instance()

@@ -130,9 +130,7 @@ private:
             {
                 // One that its driver has just dropped cannot be held any more, and ends without help.
                 if (std::shared_ptr<Request> held = request->weak_from_this().lock())
-                {
                     return held;
-                }
             }
         }
         return nullptr;

@@ -70,9 +70,7 @@ std::string ToUtf8(std::u16string_view text)
     {
         char32_t c = text[i];
         if (IsPair(text, i))
-        {
             c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char32_t>(text[++i]) - 0xDC00);
-        }
         AppendUtf8(out, c);
     }
     return out;

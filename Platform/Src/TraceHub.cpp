@@ -42,9 +42,7 @@ bool TraceHub::Unregister(TRACEHANDLE handle)
         const std::lock_guard lock(Lock);
         const auto found = std::ranges::find(Providers, handle, &TraceProvider::Handle);
         if (found == Providers.end())
-        {
             return false;
-        }
         provider = *found;
         provider->Registered = false;
         Providers.erase(found);
@@ -109,9 +107,7 @@ void TraceHub::TellProviders(const GUID& control)
                              [&](const auto& provider) { return provider->Control == control; });
     }
     for (const auto& provider : concerned)
-    {
         Tell(*provider);
-    }
 }
 
 // Calls until the provider knows the present setting, so that it makes no difference which thread
@@ -123,9 +119,7 @@ void TraceHub::Tell(TraceProvider& provider)
     {
         const auto request = Instance().NextRequest(provider);
         if (!request)
-        {
             return;
-        }
         WNODE_HEADER header{};
         header.BufferSize = sizeof(header);
         header.HistoricalContext = request->Logger;
@@ -145,15 +139,11 @@ std::optional<TraceHub::Request> TraceHub::NextRequest(TraceProvider& provider)
     {
         const bool enables = provider.Registered && session->Version != 0 && session->Control == provider.Control;
         if (enables && (newest == nullptr || session->Version > newest->Version))
-        {
             newest = session.get();
-        }
     }
     const std::uint64_t version = newest != nullptr ? newest->Version : 0;
     if (std::exchange(provider.ToldVersion, version) == version)
-    {
         return std::nullopt;
-    }
     const TRACEHANDLE previous = std::exchange(provider.ToldLogger, newest != nullptr ? newest->Logger : 0);
     return newest != nullptr ? Request{WMI_ENABLE_EVENTS, newest->Logger} : Request{WMI_DISABLE_EVENTS, previous};
 }

@@ -8,9 +8,7 @@ Turn::Holder::Holder(Turn& turn) : Door(turn)
     const auto self = std::this_thread::get_id();
     std::unique_lock lock(Door.Lock);
     if (Door.Owner == self)
-    {
         return;
-    }
     Door.Free.wait(lock, [this] { return Door.Owner == std::thread::id(); });
     Door.Owner = self;
     Taken = true;

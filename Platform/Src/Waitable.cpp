@@ -37,9 +37,7 @@ void Waitable::Signal()
             link->Who->Wake.notify_one(); // under the lock: the waiter ends with its wait
             Signalled = ManualReset;
             if (!ManualReset)
-            {
                 return;
-            }
         }
     }
 }
@@ -54,25 +52,17 @@ void Waitable::Append(Link& link)
 {
     Link** end = &Waiters;
     while (*end != nullptr)
-    {
         end = &(*end)->Next;
-    }
     *end = &link;
 }
 
 void Waitable::Remove(const Waiter& who)
 {
     for (Link** next = &Waiters; *next != nullptr;)
-    {
         if ((*next)->Who == &who)
-        {
             *next = (*next)->Next;
-        }
         else
-        {
             next = &(*next)->Next;
-        }
-    }
 }
 
 std::optional<std::size_t> Waitable::TakeAny(std::span<const std::shared_ptr<Waitable>> objects)
@@ -94,9 +84,7 @@ std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Wai
     std::unique_lock lock(Lock());
     const std::optional<std::size_t> taken = TakeAny(objects);
     if (taken || milliseconds == 0)
-    {
         return taken;
-    }
     Waiter self;
     for (std::size_t i = 0; i < objects.size(); ++i)
     {
@@ -105,17 +93,11 @@ std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Wai
     }
     const auto decided = [&self] { return self.Result.has_value(); };
     if (milliseconds == INFINITE)
-    {
         self.Wake.wait(lock, decided);
-    }
     else
-    {
         self.Wake.wait_until(lock, std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds), decided);
-    }
     for (const auto& object : objects)
-    {
         object->Remove(self);
-    }
     return self.Result;
 }
 

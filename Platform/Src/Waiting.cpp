@@ -58,9 +58,7 @@ DWORD WaitOn(std::span<std::shared_ptr<Waitable>> objects, const HANDLE* handles
     {
         objects[i] = FindWaitable(handles[i]);
         if (!objects[i])
-        {
             return WaitFailed(ERROR_INVALID_HANDLE);
-        }
     }
     const auto index = Waitable::WaitAny(objects, milliseconds);
     return index ? WAIT_OBJECT_0 + static_cast<DWORD>(*index) : WAIT_TIMEOUT;
@@ -72,9 +70,7 @@ std::shared_ptr<Waitable> Platform::FindWaitable(HANDLE handle)
 {
     const HandleTable& handles = HandleTable::Instance();
     if (const auto event = handles.Find<EventHandle>(handle))
-    {
         return event->Event;
-    }
     const auto file = handles.Find<FileHandle>(handle);
     return file ? file->File->Done : nullptr;
 }
@@ -83,15 +79,11 @@ HANDLE CreateEventW(SECURITY_ATTRIBUTES* /*security*/, BOOL manualReset, BOOL in
 try
 {
     if (CallFails("CreateEventW"))
-    {
         return nullptr;
-    }
     const bool manual = manualReset != FALSE;
     const bool signalled = initialState != FALSE;
     if (name != nullptr && *name != u'\0')
-    {
         return EventNames::Instance().Open(name, manual, signalled);
-    }
     SetLastError(ERROR_SUCCESS);
     return HandleTable::Instance().Add(std::make_shared<EventHandle>(manual, signalled));
 }
@@ -103,14 +95,10 @@ catch (const std::bad_alloc&)
 BOOL SetEvent(HANDLE event)
 {
     if (CallFails("SetEvent"))
-    {
         return FALSE;
-    }
     const auto found = HandleTable::Instance().Find<EventHandle>(event);
     if (!found)
-    {
         return FailWith(ERROR_INVALID_HANDLE);
-    }
     found->Event->Signal();
     return TRUE;
 }
@@ -118,14 +106,10 @@ BOOL SetEvent(HANDLE event)
 BOOL ResetEvent(HANDLE event)
 {
     if (CallFails("ResetEvent"))
-    {
         return FALSE;
-    }
     const auto found = HandleTable::Instance().Find<EventHandle>(event);
     if (!found)
-    {
         return FailWith(ERROR_INVALID_HANDLE);
-    }
     found->Event->Reset();
     return TRUE;
 }
@@ -139,13 +123,9 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds)
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds)
 {
     if (CallFails("WaitForMultipleObjects"))
-    {
         return WAIT_FAILED;
-    }
     if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || waitAll != FALSE)
-    {
         return WaitFailed(ERROR_INVALID_PARAMETER);
-    }
     std::shared_ptr<Waitable> objects[MAXIMUM_WAIT_OBJECTS];
     return WaitOn({objects, count}, handles, milliseconds);
 }

@@ -17,9 +17,7 @@ ATOM WindowTable::AddClass(HINSTANCE module, const std::string& name, WNDPROC pr
     const std::lock_guard lock(WindowLock());
     const auto number = static_cast<ATOM>(LastClass + 1);
     if (!Classes[module].try_emplace(name, Class{number, procedure}).second)
-    {
         return 0;
-    }
     return LastClass = number;
 }
 
@@ -31,16 +29,10 @@ WNDPROC WindowTable::FindClass(HINSTANCE module, const WCHAR* name) const
     const std::lock_guard lock(WindowLock());
     const auto classes = Classes.find(module);
     if (classes == Classes.end())
-    {
         return nullptr;
-    }
     for (const auto& [known, entry] : classes->second)
-    {
         if (isText ? EqualNames(known, text) : entry.Number == number)
-        {
             return entry.Procedure;
-        }
-    }
     return nullptr;
 }
 
@@ -48,9 +40,7 @@ WindowPtr WindowTable::Add(WNDPROC procedure, const MessageQueuePtr& queue)
 {
     const std::lock_guard lock(WindowLock());
     if (queue->IsEnded())
-    {
         return nullptr;
-    }
     const std::uintptr_t number = NextNumber();
     auto window = std::make_shared<Window>(Window{reinterpret_cast<HWND>(number), procedure, queue});
     Windows.emplace(number, window);
@@ -83,9 +73,7 @@ void WindowTable::RemoveOf(const MessageQueue& queue)
     std::erase_if(Windows, [&](const auto& entry) {
         const bool ends = entry.second->Queue.get() == &queue;
         if (ends)
-        {
             Drop(*entry.second);
-        }
         return ends;
     });
 }
@@ -107,9 +95,7 @@ HDEVNOTIFY WindowTable::Register(const WindowPtr& window, const GUID& interfaceC
 {
     const std::lock_guard lock(WindowLock());
     if (window->Gone)
-    {
         return nullptr;
-    }
     const std::uintptr_t number = NextNumber();
     Registrations.emplace(number, Registration{window, interfaceClass});
     return reinterpret_cast<HDEVNOTIFY>(number);
@@ -126,12 +112,8 @@ std::vector<WindowPtr> WindowTable::Registered(const GUID& interfaceClass) const
     const std::lock_guard lock(WindowLock());
     std::vector<WindowPtr> windows;
     for (const auto& [number, registration] : Registrations)
-    {
         if (registration.InterfaceClass == interfaceClass)
-        {
             windows.push_back(registration.Recipient);
-        }
-    }
     return windows;
 }
 

@@ -69,9 +69,7 @@ LRESULT Call(const Window& window, UINT message, const void* record = nullptr)
 bool Destroy(Window& window)
 {
     if (std::exchange(window.Leaving, true))
-    {
         return false;
-    }
     Call(window, WM_DESTROY);
     Call(window, WM_NCDESTROY);
     WindowTable::Instance().Remove(window);
@@ -116,9 +114,7 @@ ATOM RegisterClassExW(const WNDCLASSEXW* windowClass)
 try
 {
     if (WindowingCallFails("RegisterClassExW"))
-    {
         return 0;
-    }
     if (!IsComplete(windowClass))
     {
         SetLastError(ERROR_INVALID_PARAMETER);
@@ -127,9 +123,7 @@ try
     const ATOM number = WindowTable::Instance().AddClass(OrProgram(windowClass->hInstance),
                                                          ToUtf8(windowClass->lpszClassName), windowClass->lpfnWndProc);
     if (number == 0)
-    {
         SetLastError(ERROR_CLASS_ALREADY_EXISTS);
-    }
     return number;
 }
 catch (const std::bad_alloc&)
@@ -142,9 +136,7 @@ HWND CreateWindowExW(DWORD extendedStyle, const WCHAR* className, const WCHAR* t
 try
 {
     if (WindowingCallFails("CreateWindowExW"))
-    {
         return nullptr;
-    }
     WindowTable& table = WindowTable::Instance();
     const HINSTANCE module = OrProgram(instance);
     const WNDPROC procedure = table.FindClass(module, className);
@@ -180,36 +172,26 @@ catch (const std::bad_alloc&)
 BOOL ShowWindow(HWND window, int /*command*/)
 {
     if (!WindowingCallFails("ShowWindow") && !WindowTable::Instance().Find(window))
-    {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    }
     return FALSE;
 }
 
 BOOL UpdateWindow(HWND window)
 {
     if (WindowingCallFails("UpdateWindow"))
-    {
         return FALSE;
-    }
     return WindowTable::Instance().Find(window) ? TRUE : FailWith(ERROR_INVALID_WINDOW_HANDLE);
 }
 
 BOOL DestroyWindow(HWND window)
 {
     if (WindowingCallFails("DestroyWindow"))
-    {
         return FALSE;
-    }
     const WindowPtr found = WindowTable::Instance().Find(window);
     if (!found)
-    {
         return FailWith(ERROR_INVALID_WINDOW_HANDLE);
-    }
     if (found->Queue != MessageQueue::Mine())
-    {
         return FailWith(ERROR_ACCESS_DENIED);
-    }
     return Destroy(*found) ? TRUE : FailWith(ERROR_INVALID_WINDOW_HANDLE);
 }
 

@@ -39,10 +39,8 @@ protected:
         SP_DEVINFO_DATA data = EmptyRecord();
         DWORD i = 0;
         for (; SetupDiEnumDeviceInfo(set, i, &data); ++i)
-        {
             if (Property(set, data, SPDRP_HARDWAREID).starts_with(Wide("ZVC\\")))
                 devices.push_back(data);
-        }
         EXPECT_FAILS_WITH(ERROR_NO_MORE_ITEMS, SetupDiEnumDeviceInfo(set, i, &data));
         return devices;
     }

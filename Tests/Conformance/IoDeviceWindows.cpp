@@ -15,10 +15,8 @@ std::uint32_t StatusOf(DWORD error)
     constexpr std::array<std::pair<DWORD, std::uint32_t>, 5> statuses = {
         {{0, 0}, {31, 0xC0000001}, {234, 0x80000005}, {995, 0xC0000120}, {1617, 0xC00002B6}}};
     for (const auto& [known, status] : statuses)
-    {
         if (known == error)
             return status;
-    }
     ADD_FAILURE() << "no status for error " << error;
     return 0xC0000001;
 }
