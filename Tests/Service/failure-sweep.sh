@@ -8,31 +8,30 @@ host=$1
 # A thread of an object that a failed call destroyed may end after the process has checked.
 export TSAN_OPTIONS=${TSAN_OPTIONS:-}:report_thread_leaks=0
 
-run_one()
-{
-    local said code
-    said=$(timeout --signal=KILL 30 "$@" 2>&1)
-    code=$?
-    [ "$code" -eq 7 ] || [ "$code" -eq 8 ] || printf '%s: code %s\n%s\n' "${*:2}" "$code" "$said" >&2
-    echo "$2 $code"
+run_one() {
+  local said code
+  said=$(timeout --signal=KILL 30 "$@" 2>&1)
+  code=$?
+  [ "$code" -eq 7 ] || [ "$code" -eq 8 ] || printf '%s: code %s\n%s\n' "${*:2}" "$code" "$said" >&2
+  echo "$2 $code"
 }
 export -f run_one
 
 counts=$("$host" count) || exit 1
 {
-    while read -r kind count; do
-        # Other threads may make a few calls more or fewer from run to run.
-        for ((n = 1; n <= count + 1; ++n)); do
-            echo "$host $kind $n"
-        done
-    done <<<"$counts"
-    # What the exit needs cannot be counted from inside the process; this is more than it does.
-    for ((n = 1; n <= 30; ++n)); do
-        echo "$host exit allocation $n"
+  while read -r kind count; do
+    # Other threads may make a few calls more or fewer from run to run.
+    for ((n = 1; n <= count + 1; ++n)); do
+      echo "$host $kind $n"
     done
-    for call in SendMessageW PostThreadMessageW UnregisterTraceGuids CloseHandle; do
-        echo "$host exit $call 1"
-    done
+  done <<<"$counts"
+  # What the exit needs cannot be counted from inside the process; this is more than it does.
+  for ((n = 1; n <= 30; ++n)); do
+    echo "$host exit allocation $n"
+  done
+  for call in SendMessageW PostThreadMessageW UnregisterTraceGuids CloseHandle; do
+    echo "$host exit $call 1"
+  done
 } | xargs -P 8 -L 1 bash -c 'run_one "$@"' run | awk '
     $2 == 7 { ++failed[$1 == "allocation" || $1 == "thread" || $1 == "exit" ? $1 : "platform call"]; ++all }
     $2 == 8 { ++beyond }

@@ -4,14 +4,14 @@
 # COUNT starts over all kinds in turn (1000), with a host that links the library and one that loads
 # it in turn; 0 for one start of each kind. Exit code 1 when one hung, crashed or ended otherwise.
 set -u
-suffix= launcher= jobs=2
+suffix='' launcher='' jobs=2
 # On a real system the hosts' adapters are the same ones.
 [ -e "$1/bin/process_host" ] || suffix=.exe launcher=$(dirname -- "$0")/../../cmake/run-windows-program.sh jobs=1
 hosts=("$1/bin/process_host$suffix" "$1/bin/loading_host$suffix")
 export launcher
 drivers=$1/Tests/Support/drivers/all
 count=${2:-1000}
-mapfile -t kinds < <($launcher "${hosts[0]}" kinds | tr -d '\r')
+mapfile -t kinds < <(${launcher:+"$launcher"} "${hosts[0]}" kinds | tr -d '\r')
 [ ${#kinds[@]} -gt 0 ] || exit 1
 [ "$count" -gt 0 ] || count=${#kinds[@]}
 
@@ -19,33 +19,35 @@ mapfile -t kinds < <($launcher "${hosts[0]}" kinds | tr -d '\r')
 export TSAN_OPTIONS=${TSAN_OPTIONS:-}:report_thread_leaks=0
 
 # Prints the kind and how the start ended.
-start_one()
-{
-    local said code how=other
-    said=$([ -z "$launcher" ] || ulimit -S -t 10; timeout --signal=KILL 30 $launcher "$1" "$2" "$3" "$4" 2>&1)
-    code=$?
-    # Wine ends the other threads also in the midst of its own heap and its own wait queues, and the
-    # last thread then spins on a lock that has no owner, in about one of 1000 ends. A hang of the
-    # library's sleeps and uses up no time; what spins twice is looked at.
-    if [ -n "$launcher" ] && [ "$code" -eq 152 ] && [ -z "${5:-}" ]; then
-        printf '%s %s: spun in Wine, started again\n' "$2" "$3" >&2
-        start_one "$1" "$2" "$3" "$4" again
-        return
-    fi
-    case $code in
-        7) how=ok ;;
-        137) how=hang ;;
-        13[0-9] | 1[4-9]?) how=crash ;;
-    esac
-    [ "$how" = ok ] || printf '%s %s %s: code %s\n%s\n' "$(basename "$1")" "$2" "$3" "$code" "$said" >&2
-    echo "$2 $3 $how"
+start_one() {
+  local said code how=other
+  said=$(
+    [ -z "$launcher" ] || ulimit -S -t 10
+    timeout --signal=KILL 30 ${launcher:+"$launcher"} "$1" "$2" "$3" "$4" 2>&1
+  )
+  code=$?
+  # Wine ends the other threads also in the midst of its own heap and its own wait queues, and the
+  # last thread then spins on a lock that has no owner, in about one of 1000 ends. A hang of the
+  # library's sleeps and uses up no time; what spins twice is looked at.
+  if [ -n "$launcher" ] && [ "$code" -eq 152 ] && [ -z "${5:-}" ]; then
+    printf '%s %s: spun in Wine, started again\n' "$2" "$3" >&2
+    start_one "$1" "$2" "$3" "$4" again
+    return
+  fi
+  case $code in
+  7) how=ok ;;
+  137) how=hang ;;
+  13[0-9] | 1[4-9]?) how=crash ;;
+  esac
+  [ "$how" = ok ] || printf '%s %s %s: code %s\n%s\n' "$(basename "$1")" "$2" "$3" "$code" "$said" >&2
+  echo "$2 $3 $how"
 }
 export -f start_one
 
 for ((i = 0; i < count; ++i)); do
-    kind=$((i % ${#kinds[@]}))
-    # The host changes from kind to kind, and for a kind from turn to turn.
-    echo "${hosts[(i / ${#kinds[@]} + kind) % 2]} ${kinds[kind]} $drivers"
+  kind=$((i % ${#kinds[@]}))
+  # The host changes from kind to kind, and for a kind from turn to turn.
+  echo "${hosts[(i / ${#kinds[@]} + kind) % 2]} ${kinds[kind]} $drivers"
 done | xargs -P "$jobs" -L 1 bash -c 'start_one "$@"' start | awk '
     { kind = $1 " " $2; if (!starts[kind]++) kinds[++last] = kind; ++ends[kind, $3]; ++all[$3] }
     function line(name, starts, ok, hang, crash, other) {

@@ -15,27 +15,25 @@ unset DISPLAY
 wine_quietly() { timeout 120 wine "$@" </dev/null >/dev/null 2>&1; }
 
 # Most of a new prefix are copies of Wine's own files, some 600 MB of them.
-share_files()
-{
-    local own=/usr/lib/x86_64-linux-gnu/wine/x86_64-windows file
-    for file in "$prefix"/drive_c/windows/system32/*; do
-        if [ -f "$file" ] && [ ! -L "$file" ] && cmp -s "$file" "$own/${file##*/}"; then
-            ln -sf "$own/${file##*/}" "$file"
-        fi
-    done
+share_files() {
+  local own=/usr/lib/x86_64-linux-gnu/wine/x86_64-windows file
+  for file in "$prefix"/drive_c/windows/system32/*; do
+    if [ -f "$file" ] && [ ! -L "$file" ] && cmp -s "$file" "$own/${file##*/}"; then
+      ln -sf "$own/${file##*/}" "$file"
+    fi
+  done
 }
 
-make_prefix()
-{
-    rm -rf "$prefix"
-    mkdir -p "$prefix"
-    wine_quietly wineboot -i
-    # Windows without a screen.
-    wine_quietly reg add 'HKCU\Software\Wine\Drivers' /v Graphics /t REG_SZ /d null /f
-    timeout 60 wineserver -k || true
-    timeout 60 wineserver -w || true
-    share_files
-    touch "$prefix/.complete"
+make_prefix() {
+  rm -rf "$prefix"
+  mkdir -p "$prefix"
+  wine_quietly wineboot -i
+  # Windows without a screen.
+  wine_quietly reg add 'HKCU\Software\Wine\Drivers' /v Graphics /t REG_SZ /d null /f
+  timeout 60 wineserver -k || true
+  timeout 60 wineserver -w || true
+  share_files
+  touch "$prefix/.complete"
 }
 
 end_all() { timeout 60 wineserver -k || true; }
@@ -46,5 +44,6 @@ trap end_all EXIT
 # that process's outputs open, so they are nobody's.
 wineserver -p >/dev/null 2>&1
 wine_quietly wineboot
+# shellcheck disable=SC1003 # one backslash for tr, not a quote
 timeout 60 wine "$tool" load "Z:$(realpath -- "$driver" | tr / '\\')"
 "$@"

@@ -10,39 +10,39 @@ count=0
 work=$(mktemp -d)
 trap 'rm -rf -- "$work"' EXIT
 for side in linux windows; do
-    mkdir "$work/$side"
-    cp -- "${!side}/samples/VirtualDriver/VirtualDriver_UWP.dll" "$work/$side"
-    printf '\001\002\n\r\n' >"$work/$side/data.bin"
+  mkdir "$work/$side"
+  cp -- "${!side}/samples/VirtualDriver/VirtualDriver_UWP.dll" "$work/$side"
+  printf '\001\002\n\r\n' >"$work/$side/data.bin"
 done
 # The machines differ, and with a simulated driver neither is looked at.
 unset ZV_MACHINE ZV_VIRTUAL_SCRIPT
 
 failed() {
-    echo "zvctl-outputs: $1" >&2
-    exit 1
+  echo "zvctl-outputs: $1" >&2
+  exit 1
 }
 
 # run SIDE INPUT PROGRAM... keeps stdout, stderr and the exit code beside the side's folder.
 run() {
-    local side=$1 input=$2 code=0
-    shift 2
-    (cd -- "$work/$side" && printf '%b' "$input" | timeout 60 "$@" >"$work/$side.out" 2>"$work/$side.err") || code=$?
-    echo "$code" >"$work/$side.code"
+  local side=$1 input=$2 code=0
+  shift 2
+  (cd -- "$work/$side" && printf '%b' "$input" | timeout 60 "$@" >"$work/$side.out" 2>"$work/$side.err") || code=$?
+  echo "$code" >"$work/$side.code"
 }
 
 # compare EXIT_CODE INPUT ARGUMENT...
 compare() {
-    local expected=$1 input=$2 part
-    shift 2
-    run linux "$input" "$linux/bin/zvctl" "$@"
-    run windows "$input" wine "$windows/bin/zvctl.exe" "$@"
-    # Wine says so when a process ends while its other threads are at something.
-    sed -i '/^wine client error:/d' "$work/windows.err"
-    for part in code err out; do
-        diff --text --unified "$work/linux.$part" "$work/windows.$part" || failed "zvctl $*: $part differs"
-    done
-    [[ $(<"$work/windows.code") == "$expected" ]] || failed "zvctl $*: exit code $(<"$work/windows.code")"
-    count=$((count + 1))
+  local expected=$1 input=$2 part
+  shift 2
+  run linux "$input" "$linux/bin/zvctl" "$@"
+  run windows "$input" wine "$windows/bin/zvctl.exe" "$@"
+  # Wine says so when a process ends while its other threads are at something.
+  sed -i '/^wine client error:/d' "$work/windows.err"
+  for part in code err out; do
+    diff --text --unified "$work/linux.$part" "$work/windows.$part" || failed "zvctl $*: $part differs"
+  done
+  [[ $(<"$work/windows.code") == "$expected" ]] || failed "zvctl $*: exit code $(<"$work/windows.code")"
+  count=$((count + 1))
 }
 
 compare 0 '' --version
