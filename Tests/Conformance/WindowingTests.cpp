@@ -29,8 +29,8 @@ TEST_F(WindowingTest, ProcedureTakesPartInCreationAndEnd)
         std::vector<UINT> seen;
         handler = [&, other = special, result = answer](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
             seen.push_back(message);
-            if (message == WM_CREATE)
-                EXPECT_EQ(&seen, reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams);
+            EXPECT_TRUE(message != WM_CREATE ||
+                        reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams == &seen);
             EXPECT_EQ(message != WM_DESTROY && message != WM_NCDESTROY, lParam != 0);
             return message == other ? result : DefWindowProcW(window, message, wParam, lParam);
         };
