@@ -71,9 +71,9 @@ protected:
         return reinterpret_cast<Entry*>(entry);
     }
 
-    ~VirtualDriver() override { dlclose(Module); }
+    ~VirtualDriver() override { dlclose(Module); } // only counts: the driver keeps its adapters until the process ends
 
-    void* const Module = dlopen(DriverFile, RTLD_NOW | RTLD_LOCAL);
+    void* const Module = dlopen(DriverFile, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     decltype(Virtual_EnumZVDevice)* const Enum = Find<decltype(Virtual_EnumZVDevice)>("Virtual_EnumZVDevice");
     decltype(Virtual_Dev_SetQueryInfo)* const SetQuery =
         Find<decltype(Virtual_Dev_SetQueryInfo)>("Virtual_Dev_SetQueryInfo");

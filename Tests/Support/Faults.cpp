@@ -53,6 +53,10 @@ int FailAllocation(int nth)
     return std::exchange(allocationCountdown, nth);
 }
 
+using CreateThread = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+// The function of a sanitizer's runtime that is linked into the program, as clang does it.
+extern "C" __attribute__((weak)) CreateThread __interceptor_pthread_create;
+
 extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
                                                                      const pthread_attr_t* attributes,
                                                                      void* (*body)(void*), void* argument) noexcept
@@ -61,8 +65,9 @@ extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* 
         return EAGAIN;
     if (CountsDownToZero(delayCountdown))
         usleep(static_cast<useconds_t>(delayMs) * 1000);
-    using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-    static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+    static CreateThread* const next = __interceptor_pthread_create != nullptr
+                                          ? &__interceptor_pthread_create
+                                          : reinterpret_cast<CreateThread*>(dlsym(RTLD_NEXT, "pthread_create"));
     return next(thread, attributes, body, argument);
 }
 
