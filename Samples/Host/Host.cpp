@@ -1,4 +1,4 @@
-// A whole host: lists the adapters and sends the first one two requests. README.md shows it from here to the end.
+// A complete host: lists the adapters and sends the first one two requests.
 #include <ZVSrvcLib.h>
 
 #include <chrono>

@@ -54,12 +54,12 @@ TEST(SampleHost, TellsThatThereIsNoAdapter)
 
 TEST(SampleHost, IsWhatTheReadmeShows)
 {
-    const std::string source = Process::FileText(SOURCE_FOLDER "/Samples/Host/Host.cpp");
+    const std::string source = Process::FileText(SOURCE_FOLDER "/Samples/List/List.cpp");
     const std::string shown = source.substr(source.find('\n') + 1);
     EXPECT_THAT(Process::FileText(SOURCE_FOLDER "/README.md"), HasSubstr("```cpp\n" + shown + "```\n"));
 }
 
-/// The simulated driver's entries, as the library gets at them.
+/// Calls the entry points of the simulated driver directly.
 class VirtualDriver : public testing::Test
 {
 protected:

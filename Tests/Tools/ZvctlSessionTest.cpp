@@ -81,9 +81,9 @@ TEST(ZvctlScript, EndsAtTheFirstLineThatFails)
     EXPECT_EQ(Session("script /tmp", "").Code, 2);
 }
 
-TEST(ZvctlScript, RunsTheReadmesStory)
+TEST(ZvctlScript, RunsTheDocumentedScript)
 {
-    const std::string readme = Process::FileText(SOURCE_FOLDER "/README.md");
+    const std::string readme = Process::FileText(SOURCE_FOLDER "/docs/ZVCTL.md");
     const std::size_t begin = readme.find("```zvctl\n") + 9;
     const Process::TempFolder folder;
     const std::string file = folder.Write("story.zv", readme.substr(begin, readme.find("```", begin) - begin));
