@@ -59,7 +59,7 @@ public:
     /// @note Blocks for one registry read.
     virtual unsigned int GetAbility(std::uint32_t* result) = 0;
 
-    /// Copies the adapter's record, flags included; works for an adapter that is gone.
+    /// Copies the adapter's record including its flags. Works even if the adapter has been removed.
     /// @param record receives 724 bytes.
     /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_DEVICE_NOT_OPEN when the object is not bound;
     ///         ZV_SRVC_ERR_INVALID_PARAMETER for a null pointer.
@@ -98,9 +98,9 @@ public:
     /// @param valueName name of the value.
     /// @param type registry value type; written by a read, read by a write.
     /// @param data the value's bytes; a read with null reports type and size alone.
-    /// @param size bytes at `data`; a read writes the value's size, also when the room is too small.
-    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_FAILURE when the registry call fails, when a read has too
-    ///         little room or data without a size, and for an adapter without a DriverKeyIndex;
+    /// @param size bytes at `data`; a read stores the value's size here, even if the buffer is too small.
+    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_FAILURE when the registry call fails, when a read has too small
+    ///         a buffer or data without a size, and for an adapter without a DriverKeyIndex;
     ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN; ZV_SRVC_ERR_INVALID_PARAMETER for a write without its
     ///         type, size or data.
     /// @note Blocks for the registry calls; a write includes a flush of the key.

@@ -10,11 +10,11 @@
 #include <cstdint>
 #include <memory>
 
-/// Lists adapters, opens them, tells of their events and switches them on and off. Made by
+/// Lists adapters, opens them, notifies clients of their events, and enables and disables them. Created by
 /// `CreateZVModule<CDeviceManagerIntf>`.
 ///
-/// A manager lives until the process ends, also after the host has dropped its pointer. Any thread
-/// may call any operation at any time, client callbacks included.
+/// A manager exists until the process ends, even after the host has dropped its pointer. Any thread may
+/// call any operation at any time, including from client callbacks.
 class CDeviceManagerIntf
 {
 public:
@@ -25,25 +25,25 @@ public:
     /// @return ZV_SRVC_SUCCESS, with whole records in the order of the system's walk;
     ///         ZV_SRVC_ERR_BUFFER_TOO_SMALL, with the size needed and the buffer untouched;
     ///         ZV_SRVC_ERR_INVALID_PARAMETER for a wrong tag word or an empty filter text;
-    ///         ZV_SRVC_ERR_NO_DEVICE when no adapter passes; ZV_SRVC_ERR_FAILURE when the system
-    ///         cannot be walked. With the last three `result` is untouched.
+    ///         ZV_SRVC_ERR_NO_DEVICE when no adapter passes the filter; ZV_SRVC_ERR_FAILURE when the
+    ///         enumeration fails. With the last three `result` is unchanged.
     /// @note Makes no platform call when it answers from the list. Otherwise blocks for one enumeration of
-    ///       the system's network devices, or for two when a message changes the list meanwhile, however
-    ///       many messages follow. The first call of a process also waits for the event window.
+    ///       the network devices, or for two if a message changes the list meanwhile, however many
+    ///       messages follow. The first call of a process waits for the event window too.
     virtual unsigned int GetZVDeviceList(const _ZV_SRVC_DEVICE_LIST_REQ* request, _ZV_SRVC_DEVICE_LIST_RSP* result) = 0;
 
-    /// Makes a device for one adapter of the list and opens it.
-    /// @param record only NetCfgInstanceId is read; a copy from GetZVDeviceList serves.
+    /// Creates a device for one adapter of the list and opens it.
+    /// @param record only NetCfgInstanceId is read; a copy from GetZVDeviceList is sufficient.
     /// @param type ZV_SRVC_DEVICE_UWP.
-    /// @param device receives the device, also when opening it failed.
+    /// @param device receives the device, even if opening it failed.
     /// @return ZV_SRVC_ERR_NO_DEVICE when the list has no such adapter; otherwise the status of the
     ///         factory or of CDeviceIntf::Open.
-    /// @note Blocks for CDeviceIntf::Open: at most 300 ms for the driver's answer, and then at most 100 ms
+    /// @note Blocks for CDeviceIntf::Open: at most 300 ms for the driver's answer, then at most 100 ms
     ///       for a driver that keeps the cancelled request.
     virtual unsigned int OpenDevice(const _ZV_SRVC_DEVICE_INFO* record, _ZV_SRVC_INTERFACE_TYPE type,
                                     std::shared_ptr<CDeviceIntf>& device) = 0;
 
-    /// Registers a client for events; it hears what is delivered from now on.
+    /// Registers a client for events. It receives the events delivered from now on.
     /// @param client copied; receives its ClientId, 1 for the manager's first.
     /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_INVALID_PARAMETER for a null pointer.
     virtual unsigned int RegisterNotification(_ZV_WLAN_NOTIFY_HDLR* client) = 0;

@@ -9,9 +9,9 @@
 
 #include <memory>
 
-/// Makes an object behind one of the two interfaces. The first call of a process, whatever its
-/// type, brings the library's service up: a thread, tracing, and the simulated driver when its file
-/// "VirtualDriver_UWP.dll" lies in the current directory. The service lives until the process ends.
+/// Creates an object behind one of the two interfaces. The first call in a process, for either type,
+/// starts the service: a thread, tracing, and the simulated driver if the current directory contains
+/// "VirtualDriver_UWP.dll". The service runs until the process ends.
 ///
 /// Any thread may call this at any time. Calls that overlap the first one wait until it has finished, so
 /// a simulated driver must not wait for such a call in Virtual_RegisterPnPHandler; it may make one

@@ -12,7 +12,7 @@
 
 /// The device node reports a problem number; a disabled adapter does. Makes the adapter unusable.
 inline constexpr std::uint32_t ZV_DEV_HAS_PROBLEM = 0x1;
-/// The last look at the system did not confirm the adapter. Makes the adapter unusable.
+/// The last check of the operating system did not confirm the adapter. Makes the adapter unusable.
 inline constexpr std::uint32_t ZV_DEV_ABSENT = 0x4;
 /// The installed driver version differs from the one in `DriverVersion`.
 inline constexpr std::uint32_t ZV_DEV_DRIVER_CHANGED = 0x8;
@@ -22,8 +22,8 @@ inline constexpr std::uint32_t ZV_DEV_DRIVER_UNINSTALLED = 0x10;
 inline constexpr std::uint32_t ZV_DEV_UNAVAILABLE_MASK = ZV_DEV_HAS_PROBLEM | ZV_DEV_ABSENT;
 /// @}
 
-/// One adapter, 724 bytes. Every text is 8-bit, NUL-terminated, and zero behind the NUL up to the
-/// field's width; a value that the system does not have leaves its field all zero.
+/// One adapter, 724 bytes. Each text is 8-bit and NUL-terminated; the bytes after the NUL are zero. A value
+/// that the operating system does not have leaves its field all zero.
 struct _ZV_SRVC_DEVICE_INFO
 {
     char DeviceName[200];       ///< Display name, UTF-8; "<Unknown Device>" when there is none.
@@ -32,7 +32,7 @@ struct _ZV_SRVC_DEVICE_INFO
     char DriverVersion[50];     ///< Value "DriverVersion" of the driver key.
     char NetCfgInstanceId[50];  ///< Value "NetCfgInstanceId": the adapter's identity everywhere.
     char InfSection[50];        ///< Value "InfSection" of the driver key.
-    char Service[64];           ///< Name of the driver's service in lower case; tells the bus.
+    char Service[64];           ///< Name of the driver's service in lower case; identifies the bus.
     char Reserved;              ///< Zero.
     std::uint32_t StateFlags;   ///< `ZV_DEV_` bits.
 };

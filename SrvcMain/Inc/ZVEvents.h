@@ -18,7 +18,7 @@ inline constexpr std::uint32_t ZV_EVT_DEVICE_ARRIVED = 0x10002;
 inline constexpr std::uint32_t ZV_EVT_SYSTEM_SUSPEND = 0x10003;
 /// The system has resumed. One resume can be announced twice.
 inline constexpr std::uint32_t ZV_EVT_SYSTEM_RESUME = 0x10004;
-/// The driver of a listed adapter is gone.
+/// The driver of a listed adapter was uninstalled.
 inline constexpr std::uint32_t ZV_EVT_DRIVER_UNINSTALLED = 0x10005;
 /// @}
 
@@ -34,8 +34,8 @@ static_assert(sizeof(_ZV_WLAN_NOTIFY_DATA) == 16);
 static_assert(offsetof(_ZV_WLAN_NOTIFY_DATA, PayloadLength) == 4);
 static_assert(offsetof(_ZV_WLAN_NOTIFY_DATA, Payload) == 8);
 
-/// Client callback: the registered context, the event code, the data block. It runs on a thread of
-/// the library's and delays only the clients behind it in its own list.
+/// Client callback: the registered context, the event code, the data block. It runs on a library thread and
+/// delays only the clients after it in the same list.
 using ZV_NOTIFY_CALLBACK = void (*)(void* context, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA* data);
 
 /// A notification client, 24 bytes. RegisterNotification copies it.

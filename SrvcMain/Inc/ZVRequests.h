@@ -12,8 +12,8 @@ inline constexpr std::uint32_t ZV_REG_OP_WRITE = 0x80000002;        ///< Write a
 inline constexpr std::uint32_t ZV_REG_OP_DELETE_VALUE = 0x80000003; ///< Delete a value.
 /// @}
 
-/// The response of an asynchronous request comes from the driver in chunks of this many bytes; one
-/// of fewer, also of none, is the last.
+/// The driver returns the response of an asynchronous request in chunks of this many bytes. A shorter
+/// chunk, even an empty one, is the last.
 inline constexpr std::uint32_t ZV_RSP_CHUNK_SIZE = 200;
 
 /// Type word of `_ZV_ASYNC_RESULT`.
@@ -26,7 +26,7 @@ struct _ZV_ASYNC_RESULT
 {
     std::uint32_t Type;          ///< ZV_ASYNC_IOCTL_DONE.
     std::uint32_t Length;        ///< 8, the size of `Request`.
-    _ZV_SRVC_IOCTL_REQ* Request; ///< The host's record; from here on the library holds nothing of it.
+    _ZV_SRVC_IOCTL_REQ* Request; ///< The host's record; the library no longer uses it.
 };
 
 static_assert(sizeof(_ZV_ASYNC_RESULT) == 16);
@@ -53,7 +53,7 @@ struct _ZV_SRVC_IOCTL_REQ
     std::uint16_t RequestId;    ///< Identifies the request to the driver, and asynchronous duplicates.
     std::uint16_t Padding1;     ///< Not read.
     const void* InBuffer;       ///< Input bytes; may be null when `InLength` is 0.
-    std::uint32_t InLength;     ///< Bytes at `InBuffer`; the driver is told only the low 16 bits.
+    std::uint32_t InLength;     ///< Bytes at `InBuffer`; the driver receives only the low 16 bits of this number.
     std::uint32_t Padding2;     ///< Not read.
     void* OutBuffer;            ///< Output memory; may be null when `OutLength` is 0.
     std::uint32_t OutLength;    ///< Bytes at `OutBuffer`.

@@ -23,7 +23,7 @@ inline constexpr unsigned int ZV_SRVC_ERR_INTERFACE_TYPE = 3;
 inline constexpr unsigned int ZV_SRVC_ERR_MODULE_CREATE = 4;
 /// GetAbility: the value could not be read, or it is neither text nor a 32-bit number.
 inline constexpr unsigned int ZV_SRVC_ERR_ABILITY_QUERY = 5;
-/// GetZVDeviceList: no buffer or too small a buffer; the size needed stands in the result record.
+/// GetZVDeviceList: no buffer or too small a buffer; the result record contains the required size.
 inline constexpr unsigned int ZV_SRVC_ERR_BUFFER_TOO_SMALL = 6;
 /// Open: the device object is already bound to an adapter record.
 inline constexpr unsigned int ZV_SRVC_ERR_ALREADY_OPEN = 11;
@@ -54,7 +54,7 @@ enum _ZV_SRVC_INTERFACE_TYPE : std::uint32_t
 inline constexpr std::uint32_t ZV_DEVICE_LIST_REQ_TAG = 0x20002;
 /// Type word that GetZVDeviceList writes into its result record together with status 6.
 inline constexpr std::uint32_t ZV_DEVICE_LIST_RSP_TAG = 0x20001;
-/// `ClientType` that puts a notification client into the second client list; also the signature
+/// `ClientType` that puts a notification client into the second client list, and the signature
 /// word of the driver's information records.
 inline constexpr std::uint32_t ZV_INFO_REQ_MAGIC = 0x81A7C000;
 

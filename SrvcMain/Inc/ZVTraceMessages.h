@@ -1,6 +1,6 @@
 /// @file
-/// The table of the library's trace points: what a decoder needs to print them. The provider is
-/// silent until a trace controller enables it with a level and a set of flags.
+/// The table of the library's trace points, which a decoder needs to print messages. The provider emits
+/// nothing until a trace controller enables it with a level and a set of flags.
 #pragma once
 
 #include <cstddef>
@@ -70,13 +70,13 @@ struct ZVTraceMessage
     std::uint16_t Number; ///< Counts from 10 within the unit.
     std::uint8_t Level;
     std::uint32_t Flag;
-    /// Message text. `%s` stands for a text argument, `%u` and `%x` for a 32-bit number in decimal
-    /// and hexadecimal, in the order of the arguments.
+    /// Message text. `%s` is a text argument, `%u` and `%x` are 32-bit numbers in decimal and
+    /// hexadecimal, in the order of the arguments.
     const char* Text;
 };
 
 /// Every trace point of the library: its name in the code, unit, number, level, flag and text.
-/// A new point goes to the end of its unit, so that numbers keep their meaning.
+/// Append new points to the end of their unit, so that existing numbers keep their meaning.
 #define ZV_TRACE_POINTS(X)                                                                                             \
     X(NotifyThreadStarted, Notification, 10, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" started")                      \
     X(NotifyThreadEntered, Notification, 11, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" entered its loop")             \
@@ -164,7 +164,7 @@ inline constexpr ZVTraceMessage ZV_TRACE_MESSAGES[] = {
 #undef ZV_TRACE_ROW
 };
 
-/// A decoder tells points apart by unit and number, so no two may share them.
+/// A decoder identifies points by unit and number, so no two may share both.
 consteval bool ZVTraceNumbersAreUnique()
 {
     for (const ZVTraceMessage& row : ZV_TRACE_MESSAGES)

@@ -48,7 +48,7 @@ std::string DriverVersionOf(const _ZV_SRVC_DEVICE_INFO& record)
 
 bool TakeDriverVersion(_ZV_SRVC_DEVICE_INFO& record, const _ZV_SRVC_DEVICE_INFO& from)
 {
-    // The other record is nobody else's yet.
+    // No other thread can access the other record yet.
     const CScopedLock lock(versionLock);
     if (std::memcmp(record.DriverVersion, from.DriverVersion, sizeof record.DriverVersion) == 0)
         return false;

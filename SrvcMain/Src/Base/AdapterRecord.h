@@ -18,8 +18,8 @@ using ZVAdapterRecord = std::shared_ptr<_ZV_SRVC_DEVICE_INFO>;
 
 std::uint32_t LoadStateFlags(const _ZV_SRVC_DEVICE_INFO& record);
 void StoreStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t flags);
-/// Sets or clears bits in one step, since several threads change bits of their own.
-/// @return true when that changed the word.
+/// Sets or clears bits in one atomic step, because several threads change different bits.
+/// @return true when the word changed.
 bool SetStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits);
 bool ClearStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits);
 

@@ -52,8 +52,8 @@ void CWaitEvent::Wait()
 
 void CWaitEvent::Wake()
 {
-    // The exchange reads the newest value, and whoever takes the wake with an exchange of its own
-    // sees all that was done before; nothing posted ahead of a wake can be missed.
+    // The exchange reads the newest value. The waiter takes the wake with an exchange too and so sees
+    // everything done before it: nothing posted ahead of a wake can be missed.
     if (Word.exchange(CWord::Pending, std::memory_order_acq_rel) != CWord::Asleep)
         return;
     WakeLock.Lock();

@@ -10,8 +10,8 @@
 #include <cstdint>
 #include <mutex>
 
-/// A wake given while nobody waits is remembered, so the next wait returns at once. One thread waits
-/// at a time; any thread may wake.
+/// A wake without a waiter is remembered, so the next wait returns at once. One thread waits at a time;
+/// any thread may wake.
 class CWaitEvent
 {
 public:
@@ -24,7 +24,7 @@ public:
 private:
     enum class CWord : std::uint32_t
     {
-        Idle,    ///< No wake to take, and nobody sleeps.
+        Idle,    ///< No wake to take, and no thread sleeps.
         Pending, ///< A wake came that no wait has taken yet.
         Asleep   ///< A waiter sleeps, or is about to with the wake lock held.
     };

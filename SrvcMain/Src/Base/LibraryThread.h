@@ -1,5 +1,5 @@
 /// @file
-/// What all threads of the library have in common, whoever owns them.
+/// Starting the library's threads, and detecting them.
 #pragma once
 
 #include <system_error>

@@ -19,16 +19,16 @@ bool IsSurrogateHalf(std::string_view bytes, unsigned char mark)
 
 } // namespace
 
-std::string_view CutAtCodePoint(std::string_view text, std::size_t room)
+std::string_view CutAtCodePoint(std::string_view text, std::size_t capacity)
 {
-    if (text.size() <= room)
+    if (text.size() <= capacity)
         return text;
-    std::size_t cut = room;
-    while (cut > 0 && room - cut < 3 && IsContinuation(text[cut]))
+    std::size_t cut = capacity;
+    while (cut > 0 && capacity - cut < 3 && IsContinuation(text[cut]))
         --cut;
     // More continuation bytes than a sequence has: the text is no UTF-8, so any cut is as good.
     if (IsContinuation(text[cut]))
-        cut = room;
+        cut = capacity;
     if (cut >= 3 && IsSurrogateHalf(text.substr(cut), 0xB0) && IsSurrogateHalf(text.substr(cut - 3), 0xA0))
         cut -= 3;
     return text.substr(0, cut);

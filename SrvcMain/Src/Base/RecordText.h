@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
-/// The start of a text that fits into `room` bytes, cut between two whole code points. A surrogate
-/// pair that was encoded half by half counts as one.
-std::string_view CutAtCodePoint(std::string_view text, std::size_t room);
+/// Returns the longest start of a text that fits into `capacity` bytes without splitting a code point. A
+/// surrogate pair encoded as two halves counts as one code point.
+std::string_view CutAtCodePoint(std::string_view text, std::size_t capacity);
 
-/// Fills a field with a text: cut to leave room for the NUL, and zero from there to the end.
+/// Fills a field with a text, truncated to leave space for the NUL, and zeroes the rest.
 void FillField(std::span<char> field, std::string_view text);
 
 /// UTF-8 of a 16-bit text, each unit encoded by itself.

@@ -1,10 +1,10 @@
 /// @file
-/// Waiting for the change of a word that lives as long as the process.
+/// Waiting for a change of an atomic word that exists until the process ends.
 ///
-/// The runtime's own waiting on atomics is not used. Where it has no system call for that it keeps
-/// condition variables in a table that is destroyed with the module: on Windows when the process has
-/// ended its other threads, and destroying what one of them was at hangs then. It has also been seen
-/// to miss a change there. What is waited with here is never destroyed.
+/// std::atomic::wait is not used. Where the runtime has no system call for it, it keeps condition variables
+/// in a table that is destroyed with the module. On Windows that happens after the other threads were
+/// terminated, and destroying a variable that one of them waited on hangs. Missed changes were observed
+/// there too. The objects below are never destroyed.
 #pragma once
 
 #include <atomic>
@@ -19,8 +19,8 @@ struct CWordWaiters
     std::condition_variable Changed;
 };
 
-/// One for all words: each changes a few times in a process. In static memory, so that a wait needs
-/// no allocation, which could fail at a time when nobody can be told.
+/// Shared by all words, because each changes a few times per process. In static memory, so that a wait
+/// needs no allocation, whose failure could not be reported.
 inline CWordWaiters& WordWaiters()
 {
     alignas(CWordWaiters) static std::byte memory[sizeof(CWordWaiters)];
@@ -36,7 +36,7 @@ void AwaitChange(const std::atomic<Word>& word, Word seen)
     WordWaiters().Changed.wait(lock, [&] { return word.load(std::memory_order_acquire) != seen; });
 }
 
-/// Has to follow each change that is waited for.
+/// Must be called after each change that a thread may wait for.
 inline void TellChange()
 {
     {

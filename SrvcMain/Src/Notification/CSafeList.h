@@ -21,7 +21,7 @@ class CSafeList
 public:
     using CList = std::list<T>;
 
-    /// Nodes kept for reuse at most; a burst beyond it goes back to the allocator.
+    /// Maximum number of nodes kept for reuse; further nodes return to the allocator.
     static constexpr std::size_t MaxSpare = 1024;
 
     std::uint32_t Size() const
@@ -33,7 +33,7 @@ public:
     /// Removes all elements.
     void Clear() { Replace({}); }
 
-    /// Puts other elements in the place of the present ones.
+    /// Replaces all elements.
     void Replace(CList elements)
     {
         const CScopedLock lock(Mutex);
@@ -71,8 +71,8 @@ public:
         taken.splice(taken.end(), Elements);
     }
 
-    /// Calls `work` with the elements while the mutex is held; for work of a few instructions that
-    /// has to be one step.
+    /// Calls `work` with the elements while holding the mutex; for work of a few instructions that must
+    /// be one step.
     template <class Work>
     decltype(auto) With(Work&& work)
     {

@@ -21,24 +21,24 @@ inline constexpr std::uint32_t ZV_NOTIFY_RUNNING = 0x1;  ///< Started and not ye
 inline constexpr std::uint32_t ZV_NOTIFY_STOPPING = 0x2; ///< A stop was asked for; never cleared.
 inline constexpr std::uint32_t ZV_NOTIFY_ENTERED = 0x4;  ///< The worker has begun.
 
-/// All work that must leave the thread on which it arises goes through one of these. A producer
-/// posts and goes on at once; the worker hands each blob to the one handler, in order, with no lock
-/// held. Used as one start, any number of posts, one stop; a stopped object is not started again.
+/// Runs work on a thread other than the one that requests it. A producer posts a blob and returns; the
+/// worker passes each blob to the one handler, in order, without holding a lock. Lifecycle: one start, any
+/// number of posts, one stop; a stopped object is never restarted.
 class CZVNotification
 {
 public:
     CZVNotification() = default;
-    /// Drops what is queued, the entries behind a running handler included, and stops. On the own
-    /// worker, where a stop is impossible, it lets the thread go instead.
+    /// Drops all queued entries, including those after a running handler, and stops. On its own worker,
+    /// where it cannot join, it detaches the thread instead.
     ~CZVNotification();
     CZVNotification(const CZVNotification&) = delete;
     CZVNotification& operator=(const CZVNotification&) = delete;
 
-    /// Starts the worker and does not wait for it to run.
-    /// @param handler not owned; has to be valid until the thread has stopped. With null nothing is
-    ///        ever delivered.
-    /// @return false when it runs already, and nothing changes.
-    /// @throws std::system_error "resource unavailable try again" when no thread can be had.
+    /// Starts the worker without waiting for it to run.
+    /// @param handler not owned; must be valid until the thread has stopped. With null nothing is
+    ///        delivered.
+    /// @return false when it is already running; nothing changes then.
+    /// @throws std::system_error "resource unavailable try again" when no thread can be created.
     bool RunNotifyThread(CZVNotifyHandler* handler, std::string name);
 
     /// Queues one blob, from any thread, without waiting for the handler.
@@ -70,8 +70,8 @@ private:
     void DropQueued();
     void AwaitRest();
 
-    // Three groups of their own cache lines: what nobody changes while the worker lives, what the
-    // producers write, and what the worker writes; so neither side slows the other without need.
+    // Three groups on separate cache lines: constants while the worker runs, data that producers write,
+    // and data that the worker writes. So the two sides do not slow each other down.
     std::thread Thread;                  ///< Used by the starting and the stopping thread only.
     std::string Name;                    ///< Constant while the worker lives.
     CZVNotifyHandler* Handler = nullptr; ///< Constant while the worker lives.
@@ -87,5 +87,5 @@ private:
     alignas(CacheLine) CLock TakenLock;
     CSafeList<ZVBlob>::CList Taken ZV_GUARDED_BY(TakenLock);
     std::atomic<std::int64_t> LastActive{0}; ///< Monotonic nanoseconds: the worker came to rest.
-    bool* GoneFlag = nullptr;                ///< The worker's own; told when it outlives the object.
+    bool* GoneFlag = nullptr;                ///< Set through by a destructor on the worker: the object no longer exists.
 };

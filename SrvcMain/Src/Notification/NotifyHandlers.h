@@ -1,5 +1,5 @@
 /// @file
-/// The one-slot interfaces through which the rooms of the library call each other.
+/// One-function interfaces through which the modules call each other.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@ class CZVNotifyHandler
 {
 public:
     /// Called on the thread's worker, one blob at a time, with no lock held.
-    /// @param name a fresh copy of the thread's name; tells the threads of one handler apart.
-    /// @param blob may stand in other queues at the same time; only read.
+    /// @param name a copy of the thread's name; distinguishes the threads of one handler.
+    /// @param blob may be in other queues at the same time; read-only.
     virtual void NotifyCallback(std::string name, const std::shared_ptr<unsigned char>& blob) = 0;
 
 protected:
@@ -36,6 +36,6 @@ protected:
     CZVPwrEvtHandler& operator=(const CZVPwrEvtHandler&) = default;
 };
 
-/// Queues a message that no handler routes, so that the service calls every CZVPwrEvtHandler once more,
-/// behind the messages that already wait. Any thread. Defined by the service.
+/// Queues a message that no handler routes, so that the service calls every CZVPwrEvtHandler again after
+/// the messages already queued. Any thread. Defined by the service.
 void WakePwrEvtHandlers();

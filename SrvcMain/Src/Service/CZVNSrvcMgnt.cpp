@@ -59,7 +59,7 @@ CZVNSrvcMgnt::CZVNSrvcMgnt() : Self(std::make_shared<Pimpl>())
 
 CZVNSrvcMgnt::~CZVNSrvcMgnt()
 {
-    // The window first: its last message still goes through the gate.
+    // The window first: its last message still passes through the gate.
     Self->PwrEvtHandle.DeInitPwrEvtHandler();
     ServiceGate.Close();
     ZV_TRACE(ServiceGoes);

@@ -45,7 +45,7 @@ public:
     /// set, since messages can arrive from here on.
     void Init();
 
-    /// Appends a handler, which is held until the service goes. Any thread.
+    /// Appends a handler and keeps it until the service is destroyed. Any thread.
     void RegisterPwrEvtHandler(std::shared_ptr<CZVPwrEvtHandler> handler);
 
     /// Queues a window message for the handlers. Any thread.
@@ -76,7 +76,7 @@ private:
 /// Null until the first factory call.
 extern CServiceOwner g_pSrvcMgnt;
 
-/// Has to be entered for the use of what g_pSrvcMgnt points at.
+/// Must be entered before g_pSrvcMgnt is dereferenced.
 extern CServiceGate ServiceGate;
 
 /// One visit of a thread to the service. Leaves the gate on every way out of its scope: a visit that

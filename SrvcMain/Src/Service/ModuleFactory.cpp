@@ -1,4 +1,4 @@
-/// The entry points and the maker behind them.
+// The entry points and the factory that they call.
 
 #include "CModuleBase.h"
 #include "CUWPDevice.h"

@@ -12,7 +12,7 @@ LRESULT CALLBACK PwrEvtWndProc(HWND window, UINT message, WPARAM wParam, LPARAM 
     const auto parameter = static_cast<std::uint32_t>(wParam);
     ZV_TRACE(WindowMessage, number, parameter);
     WithService([&](CZVNSrvcMgnt& service) { service.PostWindowMessage(number, wParam, lParam); });
-    // A window has its default handling behind this; a simulated driver has no window.
+    // A window message needs its default handling; a simulated driver has no window.
     const ZVVirtualRegister simulated = Virtual_RegisterPnPHandler;
     return simulated != nullptr ? 1 : DefWindowProcW(window, message, wParam, lParam);
 }

@@ -4,8 +4,7 @@
 
 #include "OSPlatform.h"
 
-/// Copies a message into a blob and queues it for the device managers; never waits for them. Runs
-/// on any thread of the simulated driver.
-/// @return 1: with a simulated driver no window stands behind the message, so nothing else handles
-///         it.
+/// Copies a message into a blob and queues it for the device managers without waiting for them. With a
+/// simulated driver it runs on any of that driver's threads.
+/// @return 1 with a simulated driver, because no window handles the message; otherwise the default result.
 LRESULT CALLBACK PwrEvtWndProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);

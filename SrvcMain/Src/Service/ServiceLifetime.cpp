@@ -66,8 +66,8 @@ void AwaitBringUp()
         AwaitChange(bringUp, CBringUp::Building);
 }
 
-/// Waits for a bring-up in progress and lets no other begin: it would start a window that nobody stops.
-/// Threads that want one wait until the process is gone; this one is told that it would wait for itself.
+/// Waits for a bring-up in progress and prevents further ones, which would start a window that is never
+/// stopped. Threads that request one block until the process ends; on this thread the request throws.
 void EndBringUp()
 {
     for (CBringUp seen = CBringUp::Building; seen != CBringUp::Up;)
@@ -117,8 +117,8 @@ void CServiceOwner::Assign(std::unique_ptr<CZVNSrvcMgnt> service)
 
 CServiceOwner::~CServiceOwner()
 {
-    // When the process exits on one of the library's threads, or inside bring-up, that thread cannot
-    // be joined and its callers' frames are still in use: nothing is released before the process ends.
+    // If the process exits on a library thread or inside bring-up, that thread cannot be joined and its
+    // callers' frames are still in use, so nothing is released before the process ends.
     if (ThreadsHaveBeenEnded() || OnLibraryThread() || isBuilder)
         return;
     ZVExitHasBegun.store(true, std::memory_order_relaxed);

@@ -7,8 +7,7 @@
 namespace
 {
 
-/// Called by the platform, on a thread of its own, when a controller enables or disables the
-/// provider.
+/// Called by the platform on one of its threads when a controller enables or disables the provider.
 ULONG WINAPI OnEnable(WMIDPREQUESTCODE request, void* /*context*/, ULONG* bufferSize, void* buffer)
 {
     *bufferSize = 0;

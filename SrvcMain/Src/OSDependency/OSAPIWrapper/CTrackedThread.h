@@ -16,7 +16,7 @@ public:
     using CBody = void (*)(void* argument);
 
     CTrackedThread() = default;
-    /// Joins; that it has to is a mistake of the owner's and traced as one.
+    /// Joins if the owner forgot to, and traces the omission.
     ~CTrackedThread();
     CTrackedThread(const CTrackedThread&) = delete;
     CTrackedThread& operator=(const CTrackedThread&) = delete;
@@ -29,7 +29,7 @@ public:
     void Join();
 
 private:
-    /// The end of a text, since that is what tells files and functions apart.
+    /// The end of a path or function name, which identifies it best.
     using CTail = std::array<char, 30>;
 
     static void KeepTail(std::string_view text, CTail& tail);

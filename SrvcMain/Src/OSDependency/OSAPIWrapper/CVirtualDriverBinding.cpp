@@ -15,8 +15,8 @@ namespace
 /// The name is the same on every platform, so that a host's folder needs no second file.
 constexpr char FileName[] = "VirtualDriver_UWP.dll";
 
-/// A bound entry keeps its module for the life of the process: when that ends, a host's thread may
-/// still be inside, and it must not find its code gone.
+/// A bound entry keeps its module loaded until the process ends: a host's thread may still be executing
+/// inside it then.
 template <class Entry>
 void Bind(std::atomic<Entry>& entry, HMODULE module, const char* name)
 {
@@ -30,8 +30,8 @@ void Bind(std::atomic<Entry>& entry, HMODULE module, const char* name)
 
 bool CVirtualDriverBinding::Load()
 {
-    // The file has to lie in the current directory; the search order of the load alone would also
-    // find one elsewhere, and a host must never meet a simulated driver by accident.
+    // The file must be in the current directory. The loader's search order alone would find one elsewhere,
+    // and a host must never load a simulated driver by accident.
     struct stat status{};
     if (stat(FileName, &status) != 0)
         return false;

@@ -1,5 +1,5 @@
 /// @file
-/// The optional library that stands for the driver and the platform's device services.
+/// The optional module that replaces the driver and the platform's device enumeration.
 #pragma once
 
 #include "OSPlatform.h"
@@ -15,7 +15,7 @@ using ZVWindowProcedure = LRESULT(CALLBACK*)(HWND window, UINT message, WPARAM w
 /// Second argument of Virtual_EnumZVDevice.
 struct CVirtualEnumDescriptor
 {
-    std::uint32_t Length; ///< In: room in bytes. Out: bytes written.
+    std::uint32_t Length; ///< In: capacity in bytes. Out: bytes written.
     std::uint32_t Padding;
     void* Buffer;
 };
@@ -54,8 +54,8 @@ public:
     CVirtualDriverBinding(const CVirtualDriverBinding&) = delete;
     CVirtualDriverBinding& operator=(const CVirtualDriverBinding&) = delete;
 
-    /// Looks for the file in the current directory and loads it. A name that it does not export
-    /// leaves that entry unbound, and a file that cannot be loaded leaves all of them unbound.
+    /// Loads the file from the current directory if it exists. An entry point that it does not export
+    /// stays unbound; if it cannot be loaded, all of them stay unbound.
     /// @return false when there is no such file, the normal case.
     bool Load();
     void Unload();

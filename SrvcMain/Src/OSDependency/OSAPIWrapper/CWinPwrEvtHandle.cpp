@@ -88,7 +88,7 @@ void CWinPwrEvtHandle::OpenWindow()
     RegisterClassExW(&windowClass);
     Window = CreateWindowExW(0, WindowName.Text, WindowName.Text, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, 0, CW_USEDEFAULT,
                              0, nullptr, nullptr, program, nullptr);
-    // A thread has a queue from its first look for messages on, also when its window failed.
+    // Gives the thread a message queue, which it needs even if its window could not be created.
     MSG none{};
     PeekMessageW(&none, nullptr, WM_USER, WM_USER, PM_NOREMOVE);
     ShowWindow(Window, SW_HIDE);

@@ -13,7 +13,7 @@
 inline constexpr std::uint32_t ZV_PWREVT_ACTIVE = 0x1;   ///< The thread is started and not yet joined.
 inline constexpr std::uint32_t ZV_PWREVT_STOPPING = 0x2; ///< The stop has been asked for.
 
-/// Creates the window and serves it on a thread of its own. Started and stopped by one owner.
+/// Creates the hidden window and serves it on a separate thread. Started and stopped by one owner.
 class CWinPwrEvtHandle
 {
 public:
@@ -32,8 +32,8 @@ public:
     /// nothing was started. The window's class and notifications stay as long as the process.
     void DeInitPwrEvtHandler();
 
-    /// Returns when messages can reach the window of the process, or it has failed to come up; at once
-    /// when none was started. What has happened to the adapters before is not told by a message.
+    /// Returns when messages can reach the window, or when it could not be created; at once when none was
+    /// started. Changes before this point produce no message.
     static void AwaitWindow();
 
 private:
@@ -46,7 +46,7 @@ private:
     std::atomic<HWND> Window{nullptr};
     WNDPROC WndProc = nullptr; ///< Constant while the thread lives.
     CTrackedThread WindowThread;
-    /// The interface classes whose arrivals and removals the window is told of.
+    /// The interface classes for whose arrivals and removals the window registers.
     std::array<GUID, 1> DeviceInterfaceClasses{
         // GUID_NDIS_LAN_CLASS of the platform's ndisguid.h
         {{0xAD498944, 0x762F, 0x11D0, {0x8D, 0xCB, 0x00, 0xC0, 0x4F, 0xC3, 0x35, 0x8C}}}};

@@ -15,7 +15,7 @@
 class CDriverKeyText
 {
 public:
-    /// Returns the value's text, cut to what a field of `fieldSize` bytes holds beside its NUL.
+    /// Returns the value's text, cut to what a field of `fieldSize` bytes holds including its NUL.
     /// @return nothing for a value that is missing or longer than the field.
     std::optional<std::string> Query(const CRegistryKey& key, const char* name, std::size_t fieldSize);
     /// Returns an empty text instead of nothing.

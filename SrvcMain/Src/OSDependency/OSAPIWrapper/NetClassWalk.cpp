@@ -16,7 +16,7 @@ constexpr DWORD MaxClassGuids = 10;
 
 std::optional<std::u16string> CDeviceNode::Property(DWORD code, DWORD capacity) const
 {
-    // One unit more than the platform is told of, so that the text always has an end.
+    // One unit more than the size passed to the platform, so that the text is always terminated.
     std::vector<WCHAR> buffer(capacity / sizeof(WCHAR) + 1);
     SP_DEVINFO_DATA device = Data;
     DWORD required = 0;

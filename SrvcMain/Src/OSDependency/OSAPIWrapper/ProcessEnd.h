@@ -6,9 +6,9 @@
 
 #include <atomic>
 
-/// True once the system has ended all threads but this one, which is how Windows ends a process before
-/// its modules are told. A lock that such a thread held stays held, and what it waited in cannot be
-/// destroyed: the library then touches nothing of its own any more, and the process takes it along.
+/// Returns true once Windows has terminated all threads but this one, which it does before it notifies the
+/// modules of a process exit. Locks that those threads held stay locked, and objects that they waited on
+/// cannot be destroyed, so the library then touches nothing.
 inline bool ThreadsHaveBeenEnded() noexcept
 {
     return RtlDllShutdownInProgress() != FALSE;
@@ -17,8 +17,8 @@ inline bool ThreadsHaveBeenEnded() noexcept
 /// Set when the exit routine begins.
 inline std::atomic<bool> ZVExitHasBegun{false};
 
-/// True once the process waits for the library's threads. Work that can take long, such as the probes of a
-/// sweep, then stops early: nobody is left to be notified of its result.
+/// Returns true once the exit routine waits for the library's threads. Long work, such as the probes of a
+/// sweep, then stops early, because its result is no longer needed.
 inline bool ExitHasBegun() noexcept
 {
     return ZVExitHasBegun.load(std::memory_order_relaxed);

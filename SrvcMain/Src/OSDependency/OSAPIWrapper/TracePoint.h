@@ -1,6 +1,6 @@
 /// @file
-/// The guard of a trace point and the control record behind it. Low in the house, so that every
-/// room can trace without reaching up to the service.
+/// The guard of a trace point and its control record. In a low layer, so that every module can trace
+/// without including the service.
 #pragma once
 
 #include "OSPlatform.h"
@@ -62,8 +62,8 @@ inline CArgument AsArgument(const std::string& text) noexcept
     return {text.c_str(), text.size() + 1};
 }
 
-/// Sends the point's class, number and arguments. Numbers have to be lvalues of exactly 32 bits, as
-/// the service reads them by address.
+/// Sends the point's class, number and arguments. Numbers must be lvalues of exactly 32 bits, because the
+/// provider reads them by address.
 template <class... Arguments>
 void Write(ZVTracePoint point, const Arguments&... arguments)
 {
