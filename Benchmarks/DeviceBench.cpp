@@ -1,4 +1,4 @@
-/// Requests to a driver through the library, compared with the bare platform calls behind them.
+/// Requests to a driver through the library, compared with bare platform calls.
 ///
 /// SyncRequest: synchronous requests of 64 bytes input and 64 B, 64 KiB and 16 MiB output, which the
 /// driver completes at once. Library and bare calls alternate; `factor` is the ratio of the medians.
@@ -66,7 +66,7 @@ protected:
     std::size_t ResponseLeft = 0; ///< Used where the reads are answered, and between two requests.
 };
 
-/// Ends response reads on a thread of its own.
+/// Completes response reads on a separate thread.
 class ThreadedDriver final : public PromptDriver
 {
 public:

@@ -1,9 +1,9 @@
-/// The road of an event.
+/// The path of an event.
 ///
 /// Event: from the window procedure to a client's callback, two thread hops. Hops: the same two hops
-/// with threads and queues written the usual way. The next one starts when the former has arrived;
-/// the time is the mean and the counters tell the rest, in microseconds.
-/// EventBurst, HopsBurst: a thousand at once, as events a second.
+/// written with plain threads and queues. Each event is sent after the previous one has arrived; the time
+/// is the mean, and the counters give the distribution in microseconds.
+/// EventBurst, HopsBurst: a thousand events at once, in events per second.
 
 #include "Workers.h"
 
@@ -30,7 +30,7 @@ constexpr int BurstSize = 1000;
 constexpr UINT PowerMessage = 0x218;
 constexpr WPARAM Suspend = 4;
 
-/// Tells when the last of the expected arrivals came, on whatever thread.
+/// Waits for the last of the expected arrivals, on whichever thread it happens.
 class Finish
 {
 public:
@@ -54,7 +54,7 @@ private:
     std::binary_semaphore Done{0};
 };
 
-/// The one manager of the process, since the service goes on telling every manager that there was.
+/// The only manager of the process, because the service keeps notifying every manager ever created.
 class Library
 {
 public:

@@ -45,7 +45,7 @@ double Seconds(Clock::duration time)
     return std::chrono::duration<double>(time).count();
 }
 
-/// The one manager of the process, since the service goes on notifying every manager that there was.
+/// The only manager of the process, because the service keeps notifying every manager ever created.
 class Library
 {
 public:
@@ -73,7 +73,7 @@ public:
             throw std::runtime_error("no adapter is listed");
     }
 
-    /// Sends a message and returns when the service has dealt with it: the suspend waits behind it.
+    /// Sends a message and returns when the service has handled it: the suspend that follows is queued after it.
     Clock::time_point Maintain(WPARAM change)
     {
         PwrEvtWndProc(nullptr, DeviceMessage, change, 0);

@@ -1,7 +1,7 @@
-/// The notification thread beside a plain worker, Boost.Asio's post and a raw futex pair.
+/// The notification thread compared with a plain worker, Boost.Asio's post and a raw futex pair.
 ///
 /// Throughput: posts a second from 1, 2 and 4 producers until the last one is delivered.
-/// PingPong: two workers on one CPU hand one blob to and fro; the time is that of one hop.
+/// PingPong: two workers on one CPU pass one blob back and forth; the time is that of one hop.
 
 #include "Workers.h"
 

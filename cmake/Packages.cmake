@@ -12,8 +12,8 @@ if(NOT WIN32)
   return()
 endif()
 
-# Debian's header-only packages serve a build for Windows as well, but /usr/include as a whole must
-# not: links to the packages' own folders keep it out.
+# A build for Windows can use Debian's header-only packages, but must not search /usr/include as a
+# whole. Links to the folders of those packages keep the rest out.
 set(headers ${CMAKE_BINARY_DIR}/debian-headers)
 file(MAKE_DIRECTORY ${headers})
 foreach(folder CLI fmt nlohmann)

@@ -6,11 +6,11 @@ set(zv_triplet x86_64-w64-mingw32)
 set(CMAKE_C_COMPILER ${zv_triplet}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${zv_triplet}-g++-posix)
 set(CMAKE_RC_COMPILER ${zv_triplet}-windres)
-# The compiler's runtime goes into each file, so that nothing has to be shipped beside it.
+# Links the compiler's runtime into each file, so that no further file must be shipped.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
 set(CMAKE_MODULE_LINKER_FLAGS_INIT -static)
-# Nothing of the machine that builds gets in by being found.
+# Never uses packages of the build machine.
 set(CMAKE_FIND_ROOT_PATH /usr/${zv_triplet})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Runs a Windows program under Wine and ends when the program does. What Wine starts beside it stays,
-# and must not hold the caller's outputs open, so these go through a file.
+# Runs a Windows program under Wine and returns when the program exits. Wine's background processes stay
+# and must not keep the caller's outputs open, so the outputs are redirected to a file.
 said=$(mktemp)
 timeout --signal=KILL 50 wine "$@" </dev/null >"$said" 2>&1
 code=$?

@@ -15,10 +15,10 @@ bool IsAvailable(const _ZV_SRVC_DEVICE_INFO& record)
     return (LoadStateFlags(record) & ZV_DEV_UNAVAILABLE_MASK) == 0;
 }
 
-/// Asks the driver for its information block.
+/// Requests the driver's information block.
 ///
-/// With a simulated driver the block is what that driver wrote, and the open succeeds: a host can
-/// tell a device that works from one whose driver does not answer.
+/// With a simulated driver the block contains what that driver wrote, and the open succeeds. A host can
+/// so distinguish a working device from one whose driver does not answer.
 bool QueryDeviceInfo(const _ZV_SRVC_DEVICE_INFO& record, const std::string& path, _ZV_DRV_INFO_BLOCK& block)
 {
     const CDriverRequest query{.Code = IOCTL_ZV_DEVICE_INFO,

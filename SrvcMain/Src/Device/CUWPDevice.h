@@ -48,8 +48,8 @@ private:
         std::uint16_t RequestId;     ///< Kept here: the host may free a record that will never run.
     };
 
-    /// What Open binds the object to. Each operation works on references of its own, since Close may
-    /// unbind the object meanwhile.
+    /// What Open binds the object to. Each operation copies the references, because Close may unbind the
+    /// object meanwhile.
     struct CBinding
     {
         ZVAdapterRecord Record; ///< Empty when the object is not bound.
@@ -75,7 +75,7 @@ private:
     mutable CLock BindLock;
     ZVAdapterRecord DeviceInfo ZV_GUARDED_BY(BindLock);
     CPath ControlPath ZV_GUARDED_BY(BindLock) = std::make_shared<const std::string>();
-    /// The start of the driver's information block.
+    /// The first words of the information block that the driver returned.
     std::array<std::uint32_t, 4> DriverInfo ZV_GUARDED_BY(BindLock){};
     CZVNotification Notifier;
     CLock PendingLock;

@@ -101,7 +101,7 @@ bool CDriverCall::Result(HANDLE handle, std::size_t& bytes)
 {
     DWORD count = 0;
     const bool isGood = GetOverlappedResult(handle, &Overlapped, &count, FALSE) != FALSE;
-    // A driver can report more than it had room for.
+    // A driver can report more bytes than the buffer holds.
     bytes = std::min<std::size_t>(count, Out.size());
     return isGood;
 }

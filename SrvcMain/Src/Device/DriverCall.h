@@ -12,8 +12,8 @@
 #include <memory>
 #include <span>
 
-/// How long a cancelled request is waited for. A sound driver completes one within microseconds; the
-/// wait only has to be long enough for a busy machine.
+/// How long a cancelled request is awaited. A correct driver completes one within microseconds; the
+/// wait only needs to be long enough for a busy machine.
 inline constexpr std::chrono::milliseconds ZV_CANCEL_WAIT{100};
 
 /// The end of a wait that starts now.

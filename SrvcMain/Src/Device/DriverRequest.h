@@ -38,7 +38,7 @@ bool IOCTL_Send(HANDLE handle, const CDriverRequest& request, CDriverCallPtr& ca
 /// alone: OutBuffer belongs to the caller again.
 void CopyLateOutput(const CDriverCall* call, const CDriverRequest& request);
 
-/// Sends one request on a handle of its own.
+/// Opens a handle, sends one request on it and closes it.
 /// @return as IOCTL_Send.
 /// @note Blocks for at most the time-out and ZV_CANCEL_WAIT. OutBuffer is not touched afterwards.
 bool SendToDriver(const std::string& path, const CDriverRequest& request);

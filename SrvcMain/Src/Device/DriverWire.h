@@ -26,7 +26,7 @@ static_assert(IOCTL_ZV_INFO_REQ == 0x122414);
 static_assert(IOCTL_ZV_WAIT_RSP == 0x122418);
 static_assert(IOCTL_ZV_DEVICE_INFO == 0x122428);
 
-/// Stands in front of the payload of every request but a response read.
+/// Precedes the payload of every request except response reads.
 #pragma pack(push, 2)
 struct _ZV_DRV_REQ_HDR
 {

@@ -62,8 +62,8 @@ void EvtIrpHandler::CollectWaitHandles()
     add(TerminateEvent.Get());
 }
 
-/// Sends a read, at first and again. One that cannot be sent stays silent; so does one without an
-/// event, whose completion nobody would be notified of.
+/// Sends a read. A read that cannot be sent never completes; neither does one without an event, because
+/// its completion could not be detected.
 void EvtIrpHandler::Send(CRead& read)
 {
     if (read.Call->Event() == nullptr)

@@ -23,13 +23,13 @@ struct OutputBuffer
     std::uint16_t RequestId = 0;
     bool Done = false;              ///< The response has ended, for whatever reason.
     std::vector<std::uint8_t> Data; ///< The response so far, at most `Limit` bytes.
-    std::uint32_t Limit = 0;        ///< Bytes that the host has room for; the rest is only counted.
+    std::uint32_t Limit = 0;        ///< Capacity of the host's buffer in bytes; further bytes are only counted.
     std::uint64_t Received = 0;     ///< Bytes that arrived.
 
     void Append(std::span<const std::byte> chunk);
 };
 
-/// The response reads of one request. Used by the device's notification thread alone; the thread
+/// The response reads of one request. Used by the device's notification thread only; the thread
 /// that constructs it must also destroy it. Reads that the driver keeps are parked on destruction.
 class EvtIrpHandler
 {

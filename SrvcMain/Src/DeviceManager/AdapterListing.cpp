@@ -19,7 +19,7 @@ void TracePatterns(const CAdapterFilter& filter)
         ZV_TRACE(ListPattern, pattern);
 }
 
-/// Count and records are of one state of the list, which nobody changes any more.
+/// Copies count and records of one immutable state of the list.
 unsigned int CopyListOut(const ZVAdapterRecords& list, _ZV_SRVC_DEVICE_LIST_RSP& result)
 {
     const std::uint32_t needed = static_cast<std::uint32_t>(list.size()) * RecordSize;
@@ -62,8 +62,8 @@ unsigned int CUWPDeviceManager::GetZVDeviceList(const _ZV_SRVC_DEVICE_LIST_REQ* 
     }
     else
     {
-        // A new pattern text takes the place of the held one: a host that asks anew means what it
-        // says now, not that and everything it ever said.
+        // A new pattern text replaces the previous one: a host that lists again means its latest
+        // pattern, not the sum of all its patterns.
         CAdapterFilter filter{std::move(services), SplitInstanceIdList(&asked.InstanceIdList[0])};
         TracePatterns(filter);
         status = EnumerateAndAnswer(std::move(filter), *result);
@@ -90,7 +90,8 @@ CUWPDeviceManager::CListState CUWPDeviceManager::CurrentState()
 /// findings may be younger than this enumeration; when that happens again, the service repeats them.
 unsigned int CUWPDeviceManager::EnumerateAndAnswer(CAdapterFilter filter, _ZV_SRVC_DEVICE_LIST_RSP& result)
 {
-    // An adapter that goes between this walk and the window's first message would never be missed.
+    // If an adapter disappeared after this enumeration but before the window receives messages, no event
+    // would report it.
     CWinPwrEvtHandle::AwaitWindow();
     auto wanted = std::make_shared<const CAdapterFilter>(std::move(filter));
     for (int round = 1;; ++round)

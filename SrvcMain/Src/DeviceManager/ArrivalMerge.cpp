@@ -97,7 +97,7 @@ private:
         Index.Add(IdentityOf(record));
     }
 
-    ZVAdapterRecords Known;             ///< The listed records, and the new ones behind them.
+    ZVAdapterRecords Known;             ///< The listed records, followed by the new ones.
     std::vector<CRecordChange> Changes; ///< By record.
     CIdentityIndex Index;               ///< Over the identities of `Known`.
     std::vector<std::size_t> Touched;

@@ -10,8 +10,8 @@
 namespace
 {
 
-/// True when the entry of the adapter is gone. Whatever else a read ends with, access denied for
-/// one, means that it may yet go.
+/// Returns true when the adapter's registry entry has been deleted. After any other failure, such as
+/// access denied, the entry may still be deleted later.
 bool IsDriverGone(const std::string& path)
 {
     std::array<std::uint8_t, 100> value{};
@@ -50,7 +50,7 @@ bool CDrvUninstallCheck::StartCheck(CDrvUninstallNotifyHdlr* handler)
     }
     catch (const std::system_error&)
     {
-        // The adapters are marked already; all that is lost is the news of an uninstallation.
+        // The adapters are already marked; only the notification of an uninstallation is lost.
         CheckState &= ~ZV_CHECK_RUNNING;
         const std::uint32_t count = Records.Size();
         ZV_TRACE(CheckNotStarted, count);

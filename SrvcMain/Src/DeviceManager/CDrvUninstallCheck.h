@@ -10,11 +10,11 @@
 #include <cstdint>
 #include <thread>
 
-/// Is told of an uninstalled driver.
+/// Receives the adapters whose driver was uninstalled.
 class CDrvUninstallNotifyHdlr
 {
 public:
-    /// Called on the watcher's thread, once for each of its entries whose driver is gone.
+    /// Called on the watcher's thread, once for each watched entry that was deleted.
     virtual void DrvUninstallHdlr(const ZVAdapterRecord& record) = 0;
 
 protected:
@@ -31,8 +31,8 @@ inline constexpr std::uint32_t ZV_CHECK_RUNNING = 0x1;
 inline constexpr int ZV_CHECK_READS = 50;
 inline constexpr std::chrono::milliseconds ZV_CHECK_PAUSE{50};
 
-/// Serves one sweep, once: filled, started, disposed of. An uninstallation deletes the adapter's
-/// driver key some time after the adapter has gone, hence the thread and its patience.
+/// Serves one sweep: it is filled, started and destroyed once. An uninstallation deletes the adapter's
+/// driver key some time after the adapter has disappeared, so a thread polls for it.
 class CDrvUninstallCheck
 {
 public:
@@ -52,9 +52,9 @@ public:
     }
 
     /// Starts the thread.
-    /// @param handler not owned; has to be valid until this object has been destroyed.
-    /// @return false with no records, when started already, and, traced, when no thread can be had;
-    ///         the check is then not made.
+    /// @param handler not owned; must be valid until this object has been destroyed.
+    /// @return false without records, when started already, and when no thread can be created. The last
+    ///         case is traced, and no check is made.
     bool StartCheck(CDrvUninstallNotifyHdlr* handler);
 
     bool IsRunning() const { return (CheckState & ZV_CHECK_RUNNING) != 0; }

@@ -8,8 +8,8 @@
 namespace
 {
 
-/// Filter names and the driver services that they stand for. The names tell the bus by their end: u
-/// for USB, s for SDIO, e for PCIE.
+/// Filter names and the driver services that they select. The last letter of a name is the bus: u for
+/// USB, s for SDIO, e for PCIE.
 constexpr std::pair<std::string_view, std::string_view> FilterRows[] = {
     {"ZV_ALL", "zvlwlanu,zvwlanu,zvlwlans,zvwlans,zvlwlane,zvwlane"},
     {"ZV_USB", "zvlwlanu,zvwlanu"},

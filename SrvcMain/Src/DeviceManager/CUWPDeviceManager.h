@@ -1,5 +1,5 @@
 /// @file
-/// The adapter inventory behind CDeviceManagerIntf.
+/// The adapter list that implements CDeviceManagerIntf.
 #pragma once
 
 #include "AdapterEnumeration.h"
@@ -122,11 +122,11 @@ private:
     std::uint64_t RebuildCount ZV_GUARDED_BY(FilterLock) = 0;
     std::uint64_t SweepCount ZV_GUARDED_BY(FilterLock) = 0;
     std::uint64_t MergeCount ZV_GUARDED_BY(FilterLock) = 0;
-    /// ZV_AGAIN bits: what the service's thread has to repeat, because a listing, a sweep or a merge was
+    /// ZV_AGAIN bits: what the service's thread must repeat because a listing, a sweep or a merge was
     /// overtaken in each of its rounds.
     std::atomic<std::uint32_t> Again{0};
     CSafeMap FilterTable; ///< Brings its own lock; constant after construction.
-    /// Watchers that run, and finished ones that nobody has disposed of yet; brings its own lock.
+    /// Running watchers, and finished ones not yet destroyed. The list has its own lock.
     CSafeList<std::shared_ptr<CDrvUninstallCheck>> UninstallChecks;
     CZVNotification UninstallNotifier;
     const std::string UninstallNotifierName = "Uninstall_Chk_Notification";

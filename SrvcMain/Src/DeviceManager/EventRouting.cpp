@@ -26,9 +26,9 @@ struct CRoute
     CAction Action;
 };
 
-/// Whatever is not here is passed over, a failed query to remove (0x8002) and a change of the device
-/// tree without further news (7) among it. Each message acts on its own: a resume that the system
-/// announces twice is two events.
+/// Messages without a row are ignored, including a failed query to remove (0x8002) and an unspecific change
+/// of the device tree (7). Each message is handled separately: a resume that Windows announces twice
+/// produces two events.
 constexpr CRoute Routes[] = {
     {WM_POWERBROADCAST, PBT_APMQUERYSUSPEND, CAction::Suspend},
     {WM_POWERBROADCAST, PBT_APMQUERYSTANDBY, CAction::Suspend},
@@ -48,8 +48,8 @@ constexpr CRoute Routes[] = {
 
 void CUWPDeviceManager::PwrEvtHdlr(std::uint32_t message, std::uint64_t wParam, std::int64_t /*lParam*/)
 {
-    // With any message, and not only with the one that LookAgain queues: that may have found no memory.
-    // What this message leads to has to wait for the next one, so that others are handled in between.
+    // On any message, not only the one that LookAgain queues: queueing may have failed for lack of memory.
+    // Work that this message causes waits for the next message, so that others are handled in between.
     const std::uint32_t again = Again.exchange(0);
     Route(message, wParam);
     if ((again & ZV_AGAIN_MERGE) != 0)

@@ -14,7 +14,7 @@
 class CIdentityIndex
 {
 public:
-    /// @param identity has to stay valid as long as the index.
+    /// @param identity must stay valid as long as the index.
     void Add(std::string_view identity);
 
     /// Returns the numbers of the identities that occur in `text`, in ascending order. An empty identity

@@ -57,9 +57,9 @@ void CUWPDeviceManager::NotifyCallback(std::string name, const ZVBlob& blob)
     }
     const auto message = ReadBlob<_ZV_WLAN_EVENT_MSG>(blob);
     const _ZV_WLAN_NOTIFY_DATA data{0, message.Length, blob.get() + PayloadOffset};
-    // References of this moment: a client that registers meanwhile starts with the next event, and
-    // one that deregisters stays valid until its call has returned. One that an earlier client has
-    // deregistered in its callback is not called any more, as its host may have let go of it.
+    // Copies the current references: a client that registers meanwhile receives the next event first, and
+    // one that deregisters stays valid until its call has returned. A client that an earlier client
+    // deregistered in its callback is skipped, because its host may have released it.
     CClientList& clients = name.find(UserNotifierName) != std::string::npos ? UserClients : ZVClients;
     for (const auto& client : clients.Snapshot())
         if (client->Record.Callback != nullptr && client->IsRegistered)

@@ -11,9 +11,9 @@
 #include <thread>
 #include <utility>
 
-/// A device that is destroyed right after its thread has started pauses for a millisecond or two, so that
-/// the thread reaches its wait. A sweep makes many devices in a row: each is destroyed when enough others
-/// have been made behind it, and the last ones when each is old enough.
+/// A device that is destroyed right after its thread has started pauses for a millisecond or two, until
+/// the thread reaches its wait. A sweep creates many devices in a row. Each is therefore destroyed only
+/// after enough later ones were created, and the last ones when each is old enough.
 class CProbedDevices
 {
 public:

@@ -174,7 +174,7 @@ bool CUWPDeviceManager::SweepOnce(bool& isCurrent)
         return true;
     const std::optional<std::vector<CSighting>> system = ReadSystem();
     if (!system)
-        return true; // Nobody knows; the clients are told to look.
+        return true; // The result is unknown; the clients are notified so that they list again.
     CSweep sweep(CurrentState());
     sweep.Plan(*system);
     FirstPass(sweep);
@@ -260,8 +260,8 @@ bool CUWPDeviceManager::IsCurrent(std::uint64_t rebuilds)
     return RebuildCount == rebuilds;
 }
 
-/// Every sweep leaves its watcher in the list, also one without records. Those that are through
-/// with theirs go first, or a long series of removals without an arrival would let the list grow.
+/// Adds a watcher for this sweep, even an empty one, after pruning finished ones so that the list stays
+/// bounded during a long series of removals without an arrival.
 void CUWPDeviceManager::WatchSuspects(const CSweep& sweep)
 {
     std::list<std::shared_ptr<CDrvUninstallCheck>> finished; // Joins, so it ends with no lock held.

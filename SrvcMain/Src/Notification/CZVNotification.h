@@ -81,11 +81,11 @@ private:
     alignas(CacheLine) CSafeList<ZVBlob> Queue; ///< Brings its own lock, the queue lock.
     CWaitEvent WakeEvent;                       ///< Brings its own lock, the wake lock.
 
-    /// The entries that the worker has taken off the queue in one hold and not yet delivered. Its
-    /// lock is the worker's own but for the destructor, and so costs next to nothing. Taken before
-    /// the queue lock, never with the wake lock.
+    /// Guards the entries that the worker took off the queue in one critical section and has not yet
+    /// delivered. Only the destructor contends for it. Taken before the queue lock, never with the wake lock.
     alignas(CacheLine) CLock TakenLock;
     CSafeList<ZVBlob>::CList Taken ZV_GUARDED_BY(TakenLock);
     std::atomic<std::int64_t> LastActive{0}; ///< Monotonic nanoseconds: the worker came to rest.
-    bool* GoneFlag = nullptr;                ///< Set through by a destructor on the worker: the object no longer exists.
+    /// Set by a destructor that runs on the worker, to report that the object no longer exists.
+    bool* GoneFlag = nullptr;
 };
