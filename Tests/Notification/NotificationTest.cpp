@@ -200,9 +200,11 @@ TEST(Notification, DroppingTheOwnerInsideItsHandlerLeavesTheThreadToEndByItself)
 TEST(Notification, AnObjectAtTheAddressOfADestroyedOneHasItsOwnThread)
 {
     std::optional<CZVNotification> notifier(std::in_place);
+    std::latch sent(1);
     std::latch done(1);
     Handler idle([](const ZVBlob&) {});
     Handler handler([&](const ZVBlob&) {
+        sent.wait(); // A producer keeps the object alive until its call has returned.
         notifier.reset(); // On its own worker, which is detached.
         notifier.emplace().RunNotifyThread(&idle, "another");
         notifier.reset();
@@ -210,6 +212,7 @@ TEST(Notification, AnObjectAtTheAddressOfADestroyedOneHasItsOwnThread)
     });
     notifier->RunNotifyThread(&handler, "worker");
     notifier->SendNorification(MakeBlob(4));
+    sent.count_down();
     done.wait();
     EXPECT_FALSE(notifier.has_value());
 }
