@@ -24,19 +24,18 @@ public:
 
     virtual std::uint32_t Code() const = 0;
     virtual std::span<const std::uint8_t> Input() const = 0;
-    virtual std::size_t OutputRoom() const = 0; ///< Bytes that the caller has room for.
+    virtual std::size_t OutputRoom() const = 0; ///< Capacity of the caller's buffer in bytes.
     /// Identifies the open handle that the request came through.
     virtual std::uint64_t OpenId() const = 0;
     virtual bool IsCancelRequested() const = 0;
 
-    /// Ends the request; the first call counts and later ones do nothing. May call the device's Close
-    /// inside itself, so a driver holds no lock of its own around it. Ended inside
-    /// ControlDevice::Start, on its thread, an error is a refusal at once: the caller's event is not
-    /// set and its byte count is untouched.
+    /// Completes the request; only the first call counts. May call the device's Close, so a driver must
+    /// hold no lock around it. An error from inside ControlDevice::Start, on its thread, is an immediate
+    /// refusal: the caller's event is not set and its byte count is unchanged.
     /// @param error platform error number, 0 for success, 995 for a cancelled request.
-    /// @param output what reaches the caller, cut to its room; nothing does with an error other than
+    /// @param output copied to the caller's buffer, cut to its size; ignored with an error other than
     ///        234 (ERROR_MORE_DATA).
-    /// @return false when the request had ended already.
+    /// @return false when the request had completed already.
     virtual bool Complete(std::uint32_t error, std::span<const std::uint8_t> output = {}) = 0;
 };
 
@@ -48,19 +47,19 @@ public:
 
     /// A caller opens the device. @return 0, or the error with which CreateFileA fails.
     virtual std::uint32_t Open(std::uint64_t openId);
-    /// The last reference to an open handle has gone and its requests have been cancelled.
+    /// Called when the last reference to an open handle is dropped and its requests have been cancelled.
     virtual void Close(std::uint64_t openId);
     /// A request begins, on the caller's thread. It may be ended here, or kept and ended later from
     /// any thread. A request that is dropped without an end ends with 995.
     virtual void Start(const std::shared_ptr<IoRequest>& request) = 0;
-    /// The caller, its thread's end or the close of its handle asks for the cancellation of a
-    /// request. It may be ended here, later or never; it goes on using the caller's memory until it
-    /// has ended. Comes once for a request, and after its Start has returned. The default ends it with 995 at once.
+    /// Called when the caller cancels a request, its thread ends or its handle is closed: once per request,
+    /// after its Start has returned. The driver may complete the request now, later or never; until then it
+    /// may use the caller's memory. The default completes it with 995.
     virtual void Cancel(const std::shared_ptr<IoRequest>& request);
-    /// Changes how a driver that can be steered behaves from now on; keys that are left out stay.
-    /// @param settings JSON text in the form that the driver knows.
-    /// @return false for a mistake, which is then told at `error`, a buffer of `errorRoom` bytes. The
-    ///         default knows no setting.
+    /// Changes the driver's behaviour at run time; settings that are left out stay unchanged.
+    /// @param settings JSON text in the driver's own format.
+    /// @return false for an invalid setting; `error`, a buffer of `errorRoom` bytes, then describes it. The
+    ///         default accepts no settings.
     virtual bool Configure(const char* settings, char* error, std::size_t errorRoom);
     /// The caller closes its handle; the cancellation of the requests that it has in flight was asked
     /// for before this call. The last chance to end them: Close comes only after the last one has ended.

@@ -1,9 +1,9 @@
 /// @file
-/// Control requests to devices. Functions with a BOOL result leave the reason of a failure in the last
+/// Control requests to devices. Functions with a BOOL result report the reason of a failure in the last
 /// error. All may be called from any thread.
 ///
-/// The memory that a request was given (output, OVERLAPPED) and its event are in use until the request
-/// has ended, also after its cancellation was asked for, its handle was closed or its thread ended.
+/// A request uses its memory (output, OVERLAPPED) and its event until it has completed, even after it was
+/// cancelled, its handle was closed or its thread ended.
 #pragma once
 
 #include "PlatformExport.h"
@@ -41,17 +41,17 @@ extern "C"
                                     DWORD disposition, DWORD flags, HANDLE templateFile);
 
     /// Sends a control request.
-    /// - TRUE: it ended well at once; `*returned` has its bytes and its event is signalled.
-    /// - FALSE with ERROR_IO_PENDING: it is in flight; `*returned` has no meaning.
-    /// - FALSE with ERROR_MORE_DATA: as TRUE, but there was more than room.
-    /// - FALSE with any other error: it was refused; neither event nor `*returned` tells of it.
+    /// - TRUE: it completed successfully; `*returned` is its byte count and its event is signalled.
+    /// - FALSE with ERROR_IO_PENDING: it is in flight; `*returned` is undefined.
+    /// - FALSE with ERROR_MORE_DATA: like TRUE, but the output was larger than the buffer.
+    /// - FALSE with any other error: it was refused; neither event nor `*returned` is set.
     ///
-    /// A handle without FILE_FLAG_OVERLAPPED takes no OVERLAPPED, and its requests are waited for; any
-    /// other needs one: ERROR_INVALID_PARAMETER.
+    /// A handle without FILE_FLAG_OVERLAPPED takes no OVERLAPPED, and the call waits for completion; any
+    /// other handle requires one: ERROR_INVALID_PARAMETER.
     PLATFORM_API BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, void* output,
                                       DWORD outputSize, DWORD* returned, OVERLAPPED* overlapped);
 
-    /// Asks for the cancellation of what this thread has in flight on a file; TRUE also for nothing.
+    /// Cancels this thread's requests in flight on a file; TRUE even if there are none.
     PLATFORM_API BOOL CancelIo(HANDLE file);
     /// Asks for the cancellation of one request on a file, or of all with null, whichever threads began
     /// them. ERROR_NOT_FOUND when there is nothing to cancel.

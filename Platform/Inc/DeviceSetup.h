@@ -78,13 +78,13 @@ inline constexpr ULONG DN_NO_SHOW_IN_DM = 0x40000000;
 
 extern "C"
 {
-    /// Lists the classes of that name; none is a success with a required size of 0. Too little room:
-    /// ERROR_INSUFFICIENT_BUFFER with the required size.
+    /// Lists the classes of that name; without any, succeeds with a required size of 0. A buffer that is
+    /// too small: ERROR_INSUFFICIENT_BUFFER with the required size.
     PLATFORM_API BOOL SetupDiClassGuidsFromNameW(const WCHAR* className, GUID* guids, DWORD guidCount,
                                                  DWORD* requiredSize);
 
-    /// Takes a snapshot of the devices; INVALID_HANDLE_VALUE on failure. Without DIGCF_PRESENT it also
-    /// holds absent ones, without DIGCF_ALLCLASSES those of one class. `enumerator` must be null.
+    /// Takes a snapshot of the devices; INVALID_HANDLE_VALUE on failure. Without DIGCF_PRESENT it includes
+    /// absent devices, without DIGCF_ALLCLASSES only those of one class. `enumerator` must be null.
     PLATFORM_API HDEVINFO SetupDiGetClassDevsW(const GUID* classGuid, const WCHAR* enumerator, HWND parent,
                                                DWORD flags);
     PLATFORM_API BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set);
@@ -93,12 +93,12 @@ extern "C"
     /// INVALID_HANDLE_VALUE as an HKEY, not null.
     PLATFORM_API HKEY SetupDiOpenClassRegKey(const GUID* classGuid, REGSAM access);
 
-    /// ERROR_NO_MORE_ITEMS behind the last device, ERROR_INVALID_USER_BUFFER for a wrong cbSize.
+    /// ERROR_NO_MORE_ITEMS after the last device, ERROR_INVALID_USER_BUFFER for a wrong cbSize.
     PLATFORM_API BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* device);
 
     /// Reads a property as 16-bit text with its NUL (two for a REG_MULTI_SZ); sizes count bytes.
     /// ERROR_INVALID_DATA when the device has no such property, ERROR_INSUFFICIENT_BUFFER with type and
-    /// required size when there is too little room; the buffer is then left alone.
+    /// required size when the buffer is too small; the buffer is then unchanged.
     PLATFORM_API BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO set, SP_DEVINFO_DATA* device, DWORD property,
                                                         DWORD* type, BYTE* buffer, DWORD bufferSize,
                                                         DWORD* requiredSize);

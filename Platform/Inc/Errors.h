@@ -7,8 +7,8 @@
 
 extern "C"
 {
-    /// The number that a call of this thread left last. Calls that succeed mostly leave it alone: look at
-    /// the call's own result first.
+    /// Returns the error that a call of this thread set last. Successful calls mostly leave it unchanged, so
+    /// check the call's result first.
     PLATFORM_API DWORD GetLastError();
     PLATFORM_API void SetLastError(DWORD error);
     PLATFORM_API DWORD GetCurrentProcessId();

@@ -52,8 +52,8 @@ extern "C"
                                            TRACE_GUID_REGISTRATION* guids, const WCHAR* imagePath,
                                            const WCHAR* resourceName, TRACEHANDLE* registration);
 
-    /// Ends a registration. An enabled provider's callback is told to disable before this returns; after
-    /// that it runs no more.
+    /// Ends a registration. The callback of an enabled provider is called to disable it before this returns,
+    /// and never afterwards.
     PLATFORM_API ULONG UnregisterTraceGuids(TRACEHANDLE registration);
 
     /// The logger in the buffer of an enable callback; INVALID_HANDLE_VALUE's number for any other buffer.

@@ -1,6 +1,6 @@
 /// @file
-/// The machine behind the stand-in: adapters, registry, faults and a trace controller, in the hands
-/// of a test or a host tool. No Windows name appears here.
+/// The simulated computer: adapters, registry, faults and a trace controller, controlled by a test or a
+/// host tool. No Windows name appears here.
 #pragma once
 
 #include "ControlDevice.h"
@@ -64,7 +64,7 @@ struct AdapterDescription
     /// What the class installer answers an enable or disable with; 0 carries it out.
     std::uint32_t StateChangeError = 0;
 
-    /// Name of the attached device that comes and goes with this adapter's `Present`; none when empty.
+    /// Name of the attached device that appears and disappears with this adapter's `Present`; empty for none.
     std::string ControlDeviceName = {};
 
     /// Further values of the driver key, by name; they win over the fields above.
@@ -130,10 +130,10 @@ public:
     void LoadFile(const std::string& path);
 
     AdapterId AddAdapter(const AdapterDescription& adapter);
-    /// Changes an adapter's node in place: the callback edits the description; the registry follows
-    /// the values that changed. The callback runs with no lock of the stand-in held, and once more on
-    /// fresh data when another thread changed the same adapter meanwhile.
-    /// @throws std::out_of_range for an adapter that is gone, as all operations that take an id.
+    /// Changes an adapter in place: the callback edits the description, and the registry is updated with
+    /// the values that changed. The callback runs without a lock of the stand-in. It runs again on fresh
+    /// data if another thread changed the same adapter meanwhile.
+    /// @throws std::out_of_range for a removed adapter, like all operations that take an id.
     void ChangeAdapter(AdapterId id, const std::function<void(AdapterDescription&)>& edit);
     AdapterDescription Adapter(AdapterId id) const;
     /// Removes the node and its registry keys. Its control device is out of reach until another adapter names it.
@@ -147,30 +147,31 @@ public:
     /// of an absent adapter sends nothing. They return when each window has dealt with its messages, or after 5 seconds
     /// for one that does not. Messages of two callers do not mix.
     ///
-    /// An adapter is of one interface class, GUID_NDIS_LAN_CLASS; its interface is up while it is
-    /// present and has no problem. When the interface comes, windows registered for the class get
-    /// 0x8000 (DBT_DEVICEARRIVAL), and when it goes 0x8004 (DBT_DEVICEREMOVECOMPLETE). After each
-    /// change of the tree every top-level window gets 7 (DBT_DEVNODES_CHANGED). Before an orderly
-    /// removal (all but Unplug) registered windows are asked with 0x8001 (DBT_DEVICEQUERYREMOVE); one
-    /// that answers BROADCAST_QUERY_DENY stops it: those asked before get 0x8002, and the result is
+    /// An adapter belongs to one interface class, GUID_NDIS_LAN_CLASS; its interface is up while it is
+    /// present and has no problem. Windows registered for the class receive 0x8000 (DBT_DEVICEARRIVAL)
+    /// when the interface appears and 0x8004 (DBT_DEVICEREMOVECOMPLETE) when it disappears. After each
+    /// change of the tree every top-level window receives 7 (DBT_DEVNODES_CHANGED). Before an orderly
+    /// removal (all but Unplug) registered windows receive the query 0x8001 (DBT_DEVICEQUERYREMOVE). A
+    /// window that answers BROADCAST_QUERY_DENY stops it: windows queried before receive 0x8002, and the
+    /// result is
     /// false.
     /// @{
 
-    /// Brings an adapter in. Installs its driver anew, with a fresh driver key, when that was uninstalled.
+    /// Inserts an adapter. If its driver was uninstalled, installs it under a new driver key.
     void Plug(AdapterId id);
-    /// Pulls an adapter out; nobody is asked.
+    /// Removes an adapter without a query.
     void Unplug(AdapterId id);
-    /// Problem 22, as after a disable in the system's device list. False also for an absent adapter.
+    /// Sets problem 22, like a disable in the Device Manager. False for an absent adapter.
     bool Disable(AdapterId id);
     /// Ends problem 22 and no other. False for an absent adapter.
     bool Enable(AdapterId id);
     /// Gives the node a problem number, 0 for none. A driver that fails is not asked.
     void SetProblem(AdapterId id, std::uint32_t problem);
-    /// Stops the adapter (problem 18 meanwhile, CM_PROB_REINSTALL), exchanges its "DriverVersion" and
-    /// starts it again; one with a problem keeps it and is not asked. False also for an absent adapter.
+    /// Stops the adapter (problem 18 meanwhile, CM_PROB_REINSTALL), replaces its "DriverVersion" and
+    /// starts it again. An adapter with a problem keeps it and is not queried. False for an absent adapter.
     bool UpdateDriver(AdapterId id, std::string_view version);
-    /// Removes the adapter, and its driver key behind the messages, as the system does. Sets of absent
-    /// devices do not hold it any more.
+    /// Removes the adapter, and after the messages its driver key, like Windows. Sets of absent devices no
+    /// longer contain it.
     bool Uninstall(AdapterId id);
     /// 0x218 with 4 (PBT_APMSUSPEND) to every top-level window.
     void Suspend();
@@ -227,10 +228,10 @@ private:
     std::unique_ptr<Impl> Self;
 };
 
-/// The machine that the published functions see: the innermost ScopedMachine, otherwise the
-/// process's default one. The default machine is empty, or what the file named in the environment
-/// variable ZV_MACHINE describes; a mistake in that file ends the process with a message and code 2,
-/// since a host could not tell a broken description from a machine without adapters.
+/// Returns the machine that the published functions use: the innermost ScopedMachine, otherwise the
+/// default one. The default machine is empty, or described by the file named in the environment variable
+/// ZV_MACHINE. An error in that file ends the process with a message and code 2, because a host could not
+/// distinguish a broken description from a machine without adapters.
 PLATFORM_API std::shared_ptr<Machine> CurrentMachine();
 
 /// Installs a machine for a scope. Scopes must nest; handles keep the machine they came from.

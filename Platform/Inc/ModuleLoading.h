@@ -18,7 +18,7 @@ extern "C"
     /// Each load of a library counts.
     PLATFORM_API HMODULE LoadLibraryA(const char* name);
 
-    /// Looks an export up in that module alone, not in those it depends on; null stands for the program.
+    /// Returns an export of that module, not of its dependencies; null stands for the program.
     PLATFORM_API FARPROC GetProcAddress(HMODULE module, const char* name);
     PLATFORM_API BOOL FreeLibrary(HMODULE module);
 

@@ -37,10 +37,10 @@ extern "C"
     PLATFORM_API LSTATUS RegCreateKeyA(HKEY key, const char* subKey, HKEY* result);
 
     /// Reads a value. All out-arguments may be null, but data without a size is ERROR_INVALID_PARAMETER.
-    /// - Data null: the size (and type) alone.
-    /// - Too little room: ERROR_MORE_DATA with the needed size; the data are left alone.
-    /// - No such value: ERROR_FILE_NOT_FOUND with type REG_NONE; size and data are left alone.
-    /// - Text that was stored without its NUL gets one when there is room; the size does not count it.
+    /// - Data null: only size and type.
+    /// - Buffer too small: ERROR_MORE_DATA with the required size; the data are unchanged.
+    /// - No such value: ERROR_FILE_NOT_FOUND with type REG_NONE; size and data are unchanged.
+    /// - Text stored without a NUL receives one if it fits; the size does not count it.
     PLATFORM_API LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD* type, BYTE* data,
                                           DWORD* size);
     PLATFORM_API LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD reserved, DWORD type, const BYTE* data,

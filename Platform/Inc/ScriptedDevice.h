@@ -19,8 +19,8 @@
 namespace Platform
 {
 
-/// Thread-safe. Answers run on the caller's thread with no lock held. The waits below have no limit:
-/// what they wait for comes, or the test's own time-out tells.
+/// Thread-safe. Answers run on the caller's thread without a lock. The waits below are unbounded; the
+/// test's own time-out ends a wait that fails.
 class PLATFORM_API ScriptedDevice : public ControlDevice
 {
 public:

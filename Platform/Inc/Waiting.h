@@ -16,10 +16,10 @@ inline constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
 
 extern "C"
 {
-    /// Makes an event; null on failure. Names are shared within the process and compare with their case;
-    /// null or an empty one stands for none. When there is an event of that name, the result is a new
-    /// handle on it, its kind and state stay, and the last error is ERROR_ALREADY_EXISTS; otherwise a
-    /// success leaves 0 there.
+    /// Creates an event; null on failure. Names are shared within the process and case-sensitive; null or
+    /// an empty name means none. If an event of that name exists, the result is a new handle to it, its
+    /// kind and state stay unchanged, and the last error is ERROR_ALREADY_EXISTS; otherwise a success sets
+    /// it to 0.
     PLATFORM_API HANDLE CreateEventW(SECURITY_ATTRIBUTES* security, BOOL manualReset, BOOL initialState,
                                      const WCHAR* name);
     /// Signals an event. An automatic one lets a single wait through, now or later.

@@ -78,7 +78,7 @@ struct DEV_BROADCAST_DEVICEINTERFACE_W
     DWORD dbcc_devicetype;
     DWORD dbcc_reserved;
     GUID dbcc_classguid;
-    WCHAR dbcc_name[1]; ///< In a message the whole path, which goes on behind the record.
+    WCHAR dbcc_name[1]; ///< In a message the whole path, which extends past the end of the record.
 };
 static_assert(sizeof(DEV_BROADCAST_DEVICEINTERFACE_W) == 32);
 
@@ -130,7 +130,7 @@ inline constexpr DWORD ERROR_RESOURCE_DATA_NOT_FOUND = 1812;
 inline constexpr DWORD ERROR_RESOURCE_NAME_NOT_FOUND = 1814;
 inline constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;
 
-/// A stock resource is named by a number in the place of a text.
+/// A stock resource is identified by a number instead of a text.
 inline const WCHAR* const IDI_APPLICATION = reinterpret_cast<const WCHAR*>(std::uintptr_t{32512});
 inline const WCHAR* const IDC_ARROW = reinterpret_cast<const WCHAR*>(std::uintptr_t{32512});
 
@@ -141,9 +141,9 @@ extern "C"
     PLATFORM_API HICON LoadIconW(HINSTANCE module, const WCHAR* name);
     PLATFORM_API HCURSOR LoadCursorW(HINSTANCE module, const WCHAR* name);
 
-    /// 0 for a wrong size, a missing procedure or name (ERROR_INVALID_PARAMETER), or a class that the
-    /// module has already (ERROR_CLASS_ALREADY_EXISTS). Names compare without regard to case; no module
-    /// stands for the program, here and in CreateWindowExW.
+    /// Returns 0 for a wrong size, a missing procedure or name (ERROR_INVALID_PARAMETER), or a class that the
+    /// module has registered already (ERROR_CLASS_ALREADY_EXISTS). Names are case-insensitive; a null module
+    /// means the program, here and in CreateWindowExW.
     PLATFORM_API ATOM RegisterClassExW(const WNDCLASSEXW* windowClass);
 
     /// Creates a window and calls its procedure with WM_GETMINMAXINFO, WM_NCCREATE, WM_NCCALCSIZE and
@@ -160,9 +160,9 @@ extern "C"
     /// There is nothing to draw, which is no failure; false for a window that there is not.
     PLATFORM_API BOOL UpdateWindow(HWND window);
 
-    /// Asks for the messages of a device-interface class at a window, until the window goes; null with
-    /// ERROR_INVALID_DATA for another filter, ERROR_INVALID_PARAMETER for no window. A window that
-    /// is registered twice gets each message twice.
+    /// Registers a window for the messages of a device-interface class until the window is destroyed. Null
+    /// with ERROR_INVALID_DATA for another filter, ERROR_INVALID_PARAMETER for no window. A window that
+    /// registers twice receives each message twice.
     PLATFORM_API HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD flags);
     PLATFORM_API BOOL UnregisterDeviceNotification(HDEVNOTIFY notification);
 
@@ -179,12 +179,12 @@ extern "C"
     PLATFORM_API LRESULT DispatchMessageW(const MSG* message);
     PLATFORM_API LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-    /// Calls the procedure of a window, on the thread of the window, and returns its answer: at once on
-    /// that thread, otherwise when that thread next looks for messages. While it waits it carries out
-    /// what is sent to the calling thread. 0 with ERROR_INVALID_WINDOW_HANDLE for no window, also when
-    /// the window goes meanwhile.
+    /// Calls the procedure of a window on the window's thread and returns its result: immediately on that
+    /// thread, otherwise when that thread next retrieves messages. While waiting, it dispatches messages
+    /// sent to the calling thread. 0 with ERROR_INVALID_WINDOW_HANDLE if there is no such window or it is
+    /// destroyed meanwhile.
     PLATFORM_API LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    /// No window stands for the calling thread. ERROR_NOT_ENOUGH_QUOTA when 10,000 messages wait already.
+    /// A null window means the calling thread. ERROR_NOT_ENOUGH_QUOTA when 10,000 messages are queued.
     PLATFORM_API BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     /// ERROR_INVALID_THREAD_ID for a thread that has not yet called another function of this header than
     /// GetCurrentThreadId.

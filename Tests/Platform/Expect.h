@@ -1,4 +1,5 @@
-// Short checks for the platform's tests.
+/// @file
+/// Short checks for the platform's tests.
 #pragma once
 
 #include "../Conformance/Checks.h"

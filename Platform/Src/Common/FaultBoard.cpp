@@ -89,7 +89,7 @@ void FaultBoard::SetHook(std::string_view function, std::function<void()> hook)
     RequirePublished(std::string(function));
     auto shared = hook ? std::make_shared<const std::function<void()>>(std::move(hook)) : nullptr;
     const std::lock_guard lock(Lock);
-    Entry(function).Hook.swap(shared); // the old one ends behind the lock
+    Entry(function).Hook.swap(shared); // the old hook is destroyed after the lock is released
 }
 
 } // namespace Platform

@@ -1,4 +1,5 @@
-// The faults, hooks and call counts of one machine.
+/// @file
+/// The faults, hooks and call counts of one machine.
 #pragma once
 
 #include <cstdint>

@@ -36,7 +36,7 @@ std::shared_ptr<HandleObject> HandleTable::FindAny(const void* handle, HandleKin
 
 bool HandleTable::CloseAny(const void* handle, HandleKind kind)
 {
-    std::shared_ptr<HandleObject> closed; // may be the last holder: it ends behind the lock
+    std::shared_ptr<HandleObject> closed; // may be the last reference: destroyed after the lock is released
     const std::lock_guard lock(Lock);
     const auto found = Objects.find(reinterpret_cast<std::uintptr_t>(handle));
     if (found == Objects.end() || found->second->KindOf() != kind)

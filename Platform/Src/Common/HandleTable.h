@@ -1,5 +1,6 @@
-// The handles of the process. They are numbers that are looked up, never pointers that are followed,
-// so that a closed or invented one is told from a good one.
+/// @file
+/// The handles of the process. They are numbers in a table, never pointers, so that a closed or invented
+/// handle is detected.
 #pragma once
 
 #include "WinTypes.h"
@@ -22,8 +23,8 @@ enum class HandleKind : std::size_t
     File
 };
 
-/// What a handle stands for. A class of handles derives from it and has its kind as `Kind`; one close
-/// call may serve several kinds.
+/// Base class of the objects that handles refer to. Each class has its kind as `Kind`; one close call may
+/// serve several kinds.
 class HandleObject
 {
 public:

@@ -1,4 +1,5 @@
-// What every published function does first: let the machine count the call, hold it or fail it.
+/// @file
+/// The first step of every published function: the machine counts, holds or fails the call.
 #pragma once
 
 #include "Errors.h"

@@ -1,4 +1,5 @@
-// Text helpers: comparing names without regard to case, and the two encodings.
+/// @file
+/// Text helpers: comparing names without regard to case, and the two encodings.
 #pragma once
 
 #include <string>
@@ -16,7 +17,7 @@ struct NameLess
     bool operator()(std::string_view left, std::string_view right) const;
 };
 
-/// Takes half of a surrogate pair as a character of its own, so that every text has a form.
+/// Encodes half of a surrogate pair as a separate character, so that every text can be converted.
 std::string ToUtf8(std::u16string_view text);
 /// The text must be well-formed.
 std::u16string ToUtf16(std::string_view text);

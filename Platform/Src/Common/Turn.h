@@ -1,4 +1,5 @@
-// Lets one thread at a time through a door that leads to foreign code.
+/// @file
+/// Lets one thread at a time call foreign code.
 #pragma once
 
 #include <condition_variable>
@@ -8,7 +9,7 @@
 namespace Platform
 {
 
-/// Unlike a mutex, it can tell that the thread is inside already: foreign code may come back.
+/// Unlike a mutex, it detects that the thread already owns it: foreign code may call back.
 class Turn
 {
 public:
@@ -32,7 +33,7 @@ public:
 private:
     std::mutex Lock;
     std::condition_variable Free;
-    std::thread::id Owner; // guarded by Lock; nobody's when the turn is free
+    std::thread::id Owner; // guarded by Lock; default value when the turn is free
 };
 
 } // namespace Platform

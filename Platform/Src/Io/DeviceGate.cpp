@@ -19,7 +19,7 @@ void DeviceGate::Leave()
     const std::lock_guard lock(Lock);
     --Visitors;
     if (Visitors == 0)
-        Empty.notify_all(); // under the lock: the device, and what it owns, may end right behind it
+        Empty.notify_all(); // while holding the lock: the device may be destroyed right after
 }
 
 void DeviceGate::Shut()

@@ -1,4 +1,5 @@
-// The way from requests to their device that does not keep the device.
+/// @file
+/// The path from requests to their device. It does not keep the device alive.
 #pragma once
 
 #include "ControlDevice.h"
@@ -20,8 +21,8 @@ class DeviceGate
 public:
     explicit DeviceGate(ControlDevice& device) : Device(&device) {}
 
-    /// Makes a call with the device, holding no lock, unless the gate is shut.
-    /// @return false when the device ran out of memory. Cleanup and Close cannot fail, so nobody is told there.
+    /// Calls the device without holding a lock, unless the gate is shut.
+    /// @return false when the device ran out of memory. Cleanup and Close cannot report that.
     template <class Call>
     bool Visit(Call call)
     {

@@ -23,9 +23,9 @@ std::uint64_t NextNumber()
     return ++last;
 }
 
-/// The requests of a thread do not outlive it. Windows keeps the thread until they have ended; here their
-/// cancellation is asked for and nobody waits, since a driver that never lets go would hang the test that
-/// looks at it. What is kinder in that is little: the memory stays in use all the same.
+/// Cancels the requests of a thread that ends. Windows keeps the thread until they have completed. Here
+/// nothing waits for them, because a driver that never completes a request would hang the test that examines
+/// it. Their memory stays in use, as on Windows.
 struct ThreadRequests
 {
     ~ThreadRequests()

@@ -1,4 +1,5 @@
-// The control devices of one machine by name.
+/// @file
+/// The control devices of one machine by name.
 #pragma once
 
 #include "DeviceGate.h"

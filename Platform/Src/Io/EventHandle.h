@@ -1,4 +1,5 @@
-// Handles on events, and the objects behind all handles that can be waited for.
+/// @file
+/// Handles on events, and the objects of all handles that can be waited for.
 #pragma once
 
 #include "HandleTable.h"

@@ -1,4 +1,5 @@
-// Open files: handles on control devices.
+/// @file
+/// Open files: handles on control devices.
 #pragma once
 
 #include "DeviceGate.h"
@@ -12,8 +13,8 @@
 namespace Platform
 {
 
-/// What the handle and its requests in flight share. The device hears of the close when the last of them
-/// has gone.
+/// What the handle and its requests in flight share. The device is notified of the close when the last of
+/// them is released.
 class OpenFile
 {
 public:

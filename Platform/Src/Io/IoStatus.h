@@ -1,4 +1,5 @@
-// Error numbers as the status of an OVERLAPPED, and back.
+/// @file
+/// Error numbers as the status of an OVERLAPPED, and back.
 #pragma once
 
 #include "DeviceIo.h"

@@ -32,7 +32,7 @@ bool Request::IsCancelRequested() const
 
 bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output)
 {
-    std::shared_ptr<OpenFile> released; // may be the last: the device hears of the close behind the lock
+    std::shared_ptr<OpenFile> released; // may be the last reference: closes the device after the lock is released
     const std::lock_guard lock(Lock);
     if (Now == Phase::Ended)
         return false;
@@ -85,7 +85,7 @@ void Request::AskCancel()
     PassCancel(file);
 }
 
-// The file is held, so that the device does not hear of its close before or during the cancellation.
+// Holds the file, so that the device is not closed before or during the cancellation.
 void Request::PassCancel(const std::shared_ptr<OpenFile>& file)
 {
     if (file && !Gate->Visit([this](ControlDevice& device) { device.Cancel(shared_from_this()); }))

@@ -1,4 +1,5 @@
-// Control requests in flight.
+/// @file
+/// Control requests in flight.
 #pragma once
 
 #include "ControlDevice.h"
@@ -51,7 +52,7 @@ public:
     /// until another thread ended it; a cancellation that was asked for meanwhile reaches the device now, never before
     /// its Start.
     std::optional<RequestEnd> LeaveStart();
-    /// Tells the device, once.
+    /// Notifies the device of the cancellation, once.
     void AskCancel();
 
     // Constant.

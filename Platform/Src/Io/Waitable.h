@@ -1,4 +1,5 @@
-// What threads wait for, and the wait itself.
+/// @file
+/// What threads wait for, and the wait itself.
 #pragma once
 
 #include "WinTypes.h"
@@ -25,8 +26,8 @@ public:
     void Signal();
     void Reset();
 
-    /// Waits until one is signalled and consumes it if it is automatic; the lowest index goes first.
-    /// The result is empty when the time ran out. At most MAXIMUM_WAIT_OBJECTS objects.
+    /// Waits until an object is signalled and consumes it if it is automatic; the lowest index wins. Empty
+    /// on time-out. At most MAXIMUM_WAIT_OBJECTS objects.
     static std::optional<std::size_t> WaitAny(std::span<const std::shared_ptr<Waitable>> objects, DWORD milliseconds);
 
 private:

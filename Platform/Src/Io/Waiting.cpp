@@ -24,7 +24,7 @@ public:
         return names;
     }
 
-    /// A handle on the event of that name; the last error tells whether it is new.
+    /// Returns a handle on the event of that name; the last error says whether it is new.
     HANDLE Open(const std::u16string& name, bool manualReset, bool signalled)
     {
         const std::lock_guard lock(Lock);
@@ -51,7 +51,7 @@ DWORD WaitFailed(DWORD error)
     return WAIT_FAILED;
 }
 
-/// @param objects room for those of the handles, one each.
+/// @param objects receives the object of each handle.
 DWORD WaitOn(std::span<std::shared_ptr<Waitable>> objects, const HANDLE* handles, DWORD milliseconds)
 {
     for (std::size_t i = 0; i < objects.size(); ++i)

@@ -1,4 +1,5 @@
-// Control devices that loadable drivers make.
+/// @file
+/// Control devices that loadable drivers make.
 #pragma once
 
 #include "ControlDevice.h"

@@ -1,4 +1,5 @@
-// The modules that this process loaded through the stand-in.
+/// @file
+/// The modules that this process loaded through the stand-in.
 #pragma once
 
 #include "WinTypes.h"

@@ -1,4 +1,5 @@
-// The adapters of one machine, and how they show in its registry.
+/// @file
+/// The adapters of one machine and their registry keys.
 #pragma once
 
 #include "Machine.h"
@@ -28,12 +29,12 @@ public:
     explicit AdapterTree(RegistryKeyPtr root);
 
     AdapterId Add(AdapterDescription adapter);
-    /// @throws std::out_of_range as Remove does, for an adapter that is gone.
+    /// @throws std::out_of_range for a removed adapter, like Remove.
     void Change(AdapterId id, AdapterDescription description);
     void Remove(AdapterId id);
     /// Takes the driver and its key from an adapter that is absent, and does nothing to one that is not.
     void Uninstall(AdapterId id);
-    /// Null for an adapter that is gone.
+    /// Null for a removed adapter.
     const AdapterNode* Find(AdapterId id) const;
     /// By id, which is the order of adding.
     const std::map<AdapterId, AdapterNode>& All() const { return Nodes; }

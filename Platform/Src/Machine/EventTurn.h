@@ -1,4 +1,5 @@
-// Lets one thread at a time tell the windows what happens to a machine.
+/// @file
+/// Serializes the events of a machine.
 #pragma once
 
 #include "MessageQueue.h"
@@ -30,7 +31,7 @@ public:
 
 private:
     // Both guarded by WindowLock().
-    std::thread::id Owner; // nobody's when the turn is free
+    std::thread::id Owner; // default value when the turn is free
     std::vector<MessageQueuePtr> Waiting;
 };
 

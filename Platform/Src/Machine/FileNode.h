@@ -1,4 +1,5 @@
-// One place of a machine file: what is there, or a mistake with its place.
+/// @file
+/// One position in a machine file: its content, or an error with its position.
 #pragma once
 
 #include "Machine.h"

@@ -125,7 +125,7 @@ void Machine::AttachDevice(const std::string& name, std::shared_ptr<ControlDevic
 
 void Machine::DetachDevice(std::string_view name)
 {
-    DeviceNames::Entry removed; // may be the last holder: the device ends behind the lock
+    DeviceNames::Entry removed; // may be the last reference: destroyed after the lock is released
     LeavingDevice leaving;
     const std::lock_guard lock(Self->Lock);
     removed = Self->Devices.Remove(name);

@@ -1,4 +1,4 @@
-// What happens to a computer: each event changes the tree and tells the windows.
+// Events of a computer: each changes the tree and sends messages to the windows.
 #include "DeviceNotifications.h"
 #include "MachineImpl.h"
 #include "WindowTable.h"

@@ -57,7 +57,7 @@ constexpr std::array AdapterFields = std::to_array<std::pair<std::string_view, F
     {"values", &AdapterDescription::Values},
 });
 
-/// The driver behind an adapter's control device.
+/// The driver that creates an adapter's control device.
 struct DeviceSource
 {
     FileNode Place;
@@ -115,7 +115,7 @@ AdapterDescription ReadAdapter(const FileNode& node, Contents& contents)
     return adapter;
 }
 
-/// Adapters are told apart by this identity alone, exactly as it is written. Absent ones count: they may return.
+/// Adapters are identified by this text, compared exactly. Absent adapters count, because they may return.
 void RequireOwnIdentity(const FileNode& node, const AdapterDescription& adapter, const Contents& contents)
 {
     const auto& identity = adapter.NetCfgInstanceId;

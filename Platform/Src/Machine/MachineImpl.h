@@ -1,4 +1,5 @@
-// What a machine consists of.
+/// @file
+/// What a machine consists of.
 #pragma once
 
 #include "AdapterTree.h"
@@ -14,8 +15,8 @@
 namespace Platform
 {
 
-/// A device that goes out of reach under the machine's lock is told when the lock is free: declare it
-/// before the lock.
+/// Notifies a device that became unreachable under the machine's lock after the lock is released: declare
+/// it before the lock.
 class LeavingDevice
 {
 public:
@@ -44,8 +45,8 @@ public:
     AdapterTree AdapterNodes{Registry};                // guarded by Lock
     DeviceNames Devices;                               // guarded by Lock
 
-    /// Replaces a description, and has the control device follow. Lock is held.
-    /// @return a device that is to be told that it is out of reach, or null.
+    /// Replaces a description and updates the control device. The caller holds the lock.
+    /// @return the device to notify that it became unreachable, or null.
     [[nodiscard]] AttachedDevicePtr Change(AdapterId id, AdapterDescription description);
     /// @param folder where modules are looked for first; empty for none. @throws MachineFileError
     void Load(std::string_view text, std::string_view origin, const std::string& folder);

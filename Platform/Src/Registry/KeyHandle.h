@@ -1,4 +1,5 @@
-// Handles on registry keys, for the registry calls and for those that open a key on the way.
+/// @file
+/// Handles on registry keys, for the registry calls and for those that open a key on the way.
 #pragma once
 
 #include "HandleTable.h"

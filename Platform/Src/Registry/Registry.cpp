@@ -104,7 +104,7 @@ LSTATUS Create(const KeyHandle& open, std::string_view path, HKEY* result)
         return ERROR_ACCESS_DENIED;
     NewKey created(*open.Key, path);
     *result = AddKeyHandle(open.Owner, created.Key(), writable);
-    created.Attach(); // last: what cannot be opened is not left behind
+    created.Attach(); // last, so that a key that cannot be opened is not created
     return ERROR_SUCCESS;
 }
 

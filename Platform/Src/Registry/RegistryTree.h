@@ -1,4 +1,5 @@
-// The keys of a machine's registry, without handles and error numbers.
+/// @file
+/// The keys of a machine's registry, without handles and error numbers.
 #pragma once
 
 #include "Machine.h"

@@ -87,7 +87,7 @@ try
         return machine.Enable(device) ? ERROR_SUCCESS : ERROR_NO_SUCH_DEVINST;
     return machine.Disable(device) ? ERROR_SUCCESS : ERROR_NOT_DISABLEABLE;
 }
-catch (const std::out_of_range&) // gone meanwhile
+catch (const std::out_of_range&) // removed meanwhile
 {
     return ERROR_NO_SUCH_DEVINST;
 }

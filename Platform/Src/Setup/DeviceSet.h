@@ -1,4 +1,5 @@
-// Handles on device sets, for the calls on devices and the class installer.
+/// @file
+/// Handles on device sets, for the calls on devices and the class installer.
 #pragma once
 
 #include "DeviceSetup.h"

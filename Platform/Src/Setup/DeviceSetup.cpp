@@ -50,7 +50,7 @@ std::optional<std::u16string> Property(const AdapterDescription& adapter, DWORD 
     case SPDRP_DEVICEDESC:
         return adapter.Description;
     case SPDRP_HARDWAREID:
-        // A list: one NUL behind the text and one behind the list.
+        // A list: one NUL after the text and one after the list.
         return adapter.HardwareId ? std::optional(*adapter.HardwareId + u'\0') : std::nullopt;
     case SPDRP_CLASS:
         return adapter.ClassName;

@@ -110,8 +110,8 @@ void TraceHub::TellProviders(const GUID& control)
         Tell(*provider);
 }
 
-// Calls until the provider knows the present setting, so that it makes no difference which thread
-// tells it of a change. A change out of the callback itself is told by the loop further out.
+// Calls until the provider has the current setting, so that any thread may report a change. A change made
+// inside the callback is reported by the outer loop.
 void TraceHub::Tell(TraceProvider& provider)
 {
     const Turn::Holder turn(provider.CallbackTurn);

@@ -1,4 +1,5 @@
-// Brings trace sessions and providers together, in whatever order they come and go.
+/// @file
+/// Connects trace sessions and providers, in whatever order they appear and disappear.
 #pragma once
 
 #include "EventTrace.h"
@@ -25,7 +26,7 @@ struct TraceProvider
 
     // Guarded by the hub's lock.
     bool Registered = true;
-    TRACEHANDLE ToldLogger = 0;    // what the callback was told last; 0 for disabled
+    TRACEHANDLE ToldLogger = 0;    // passed to the last callback; 0 for disabled
     std::uint64_t ToldVersion = 0; // and the version of the session's setting
 };
 

@@ -30,7 +30,7 @@ std::shared_ptr<const DEV_BROADCAST_DEVICEINTERFACE_W> Platform::MakeInterfaceRe
     constexpr std::size_t nameOffset = offsetof(DEV_BROADCAST_DEVICEINTERFACE_W, dbcc_name);
     const std::u16string path = InterfacePath(adapter);
     const std::size_t pathSize = (path.size() + 1) * sizeof(WCHAR);
-    // The path goes on behind the end of the record: both lie in memory of their own.
+    // The path extends past the end of the record, so both need separately allocated memory.
     const auto memory = std::make_shared<std::vector<std::byte>>(nameOffset + pathSize);
     auto* record = new (memory->data()) DEV_BROADCAST_DEVICEINTERFACE_W{
         static_cast<DWORD>(memory->size()), DBT_DEVTYP_DEVICEINTERFACE, 0, LanInterfaceClass, {}};

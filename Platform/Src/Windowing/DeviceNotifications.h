@@ -1,4 +1,5 @@
-// What windows are told of device interfaces.
+/// @file
+/// Messages about device interfaces.
 #pragma once
 
 #include "Machine.h"

@@ -1,4 +1,5 @@
-// The messages of one thread, and how threads send to each other.
+/// @file
+/// The messages of one thread, and how threads send to each other.
 #pragma once
 
 #include "Windowing.h"
@@ -52,9 +53,9 @@ public:
     /// Null for a thread without a queue.
     static MessageQueuePtr OfThread(DWORD thread);
 
-    /// Has the window's thread carry a message out, and meanwhile carries out what is sent to the calling
-    /// thread. Empty when the window has gone or the time is over; the message is then still carried
-    /// out when its thread gets to it. The lock is not held.
+    /// Sends a message to the window's thread and meanwhile dispatches messages sent to the calling thread.
+    /// Empty when the window was destroyed or the time is over; the message is then still delivered when
+    /// its thread retrieves it. The caller does not hold the lock.
     static std::optional<LRESULT> Send(const WindowPtr& window, const WindowMessage& message,
                                        std::optional<std::chrono::milliseconds> patience = std::nullopt);
 
@@ -69,7 +70,7 @@ public:
     template <class Predicate>
     bool CarryOutUntil(std::unique_lock<std::mutex>& lock, std::optional<std::chrono::steady_clock::time_point> end,
                        Predicate finished);
-    /// Has the owner look again at what it waits for.
+    /// Makes the owner check its wait condition again.
     void Wake() { Changed.notify_one(); }
 
     /// Drops what is under way to a window and releases those who sent it.

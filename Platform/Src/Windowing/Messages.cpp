@@ -10,7 +10,7 @@ using namespace Platform;
 namespace
 {
 
-/// What is wrong with the arguments of a call that looks for messages; 0 for nothing.
+/// Returns the error in the arguments of a call that retrieves messages; 0 for none.
 DWORD LookError(const MSG* message, HWND window, UINT first, UINT last)
 {
     if (message == nullptr)

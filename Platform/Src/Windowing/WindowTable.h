@@ -1,4 +1,5 @@
-// The windows of the process, their classes, and who wants to hear of which device interfaces.
+/// @file
+/// The windows of the process, their classes, and their registrations for device interfaces.
 #pragma once
 
 #include "MessageQueue.h"
@@ -21,7 +22,7 @@ public:
 
     /// 0 when the module has a class of that name.
     ATOM AddClass(HINSTANCE module, const std::string& name, WNDPROC procedure);
-    /// @param name may be the number of a class in the place of a text. Null for an unknown one.
+    /// @param name a text or the number of a class. Null for an unknown class.
     WNDPROC FindClass(HINSTANCE module, const WCHAR* name) const;
 
     /// Null when the queue's thread is past its end.

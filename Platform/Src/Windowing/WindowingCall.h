@@ -1,4 +1,5 @@
-// What every windowing function does first.
+/// @file
+/// The first step of every windowing function.
 #pragma once
 
 #include "MessageQueue.h"
