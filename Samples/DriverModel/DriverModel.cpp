@@ -26,7 +26,7 @@ void DriverModel::Close(std::uint64_t openId)
 {
     std::unique_lock guard(Lock);
     const auto closed = Streams.extract(openId);
-    guard.unlock(); // what is left of the stream goes with no lock held
+    guard.unlock(); // the rest of the stream is destroyed without a lock
 }
 
 void DriverModel::Start(const RequestPtr& request)

@@ -29,12 +29,12 @@ struct DriverCapture
 };
 
 /// The driver. It answers the information request and item requests, echoes a host's requests, and
-/// gives a response over the response reads that wait on the same handle when a host's request comes.
-/// A request that breaks the wire's rules is refused with 87 and written down.
+/// returns a response through the response reads that wait on the same handle when a host's request comes.
+/// A request that violates the wire format is refused with 87 and recorded.
 ///
-/// Thread-safe. No lock is held while a request is ended. It deals with requests on the caller's
-/// thread, unless a switch asks for later: that happens on one thread of its own, which the
-/// destructor waits for. The destructor ends what is left with 995; no request may own the model.
+/// Thread-safe. No lock is held while a request is completed. Requests are handled on the caller's thread,
+/// or, if a switch delays them, on one timer thread that the destructor joins. The destructor completes the
+/// remaining requests with 995; no request may own the model.
 class DriverModel final : public Platform::ControlDevice
 {
 public:
@@ -64,7 +64,7 @@ public:
     void ClearCaptures();
 
     DriverSwitches Switches() const;
-    /// For requests that are dealt with from now on; chunks are counted anew.
+    /// Applies to requests handled from now on; the chunk count restarts.
     void SetSwitches(const DriverSwitches& switches);
     /// Whether cancelled requests are held from now on, until ReleaseCancelled.
     void HoldCancelled(bool hold);

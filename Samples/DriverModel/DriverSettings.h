@@ -18,16 +18,16 @@ struct DriverSwitches
     std::uint32_t Refuse = 0;            ///< Ends every request with this error.
     std::uint32_t RefuseOpen = 0;        ///< Fails every open with this error.
     std::uint32_t SlowMs = 0;            ///< Deals with a request only after that long.
-    std::uint32_t LateCancelMs = 0;      ///< Lets go of a cancelled request only after that long.
-    std::uint32_t VanishAfterChunks = 0; ///< Is unplugged behind that many chunks; 0 never.
+    std::uint32_t LateCancelMs = 0;      ///< Completes a cancelled request only after this time.
+    std::uint32_t VanishAfterChunks = 0; ///< Is unplugged after this many chunks; 0 for never.
     bool Pend = false;                   ///< Deals with requests on the model's own thread.
     bool Hang = false;                   ///< Ends requests other than response reads only when cancelled.
     bool Silent = false;                 ///< Gives no response.
     bool Garbage = false;                ///< Answers right lengths of arbitrary, but always the same, bytes.
-    bool HoldCancelled = false;          ///< Lets go of cancelled requests only when told.
+    bool HoldCancelled = false;          ///< Completes cancelled requests only on demand.
 };
 
-/// When a host request with response reads before it ends, beside its chunks.
+/// When a host request with response reads completes, relative to its chunks.
 enum class ResponseOrder
 {
     Before, ///< All chunks that the waiting reads can take, then the request, then what is left.

@@ -1,4 +1,4 @@
-// The module that a machine file names; every device gets a driver model of its own.
+// The module that a machine file names; every device has a separate driver model.
 #include "DriverModel.h"
 
 #include "PlatformExport.h"
@@ -10,7 +10,7 @@
 namespace
 {
 
-/// Cut to the room, NUL included.
+/// Copies the text, truncated to the buffer, NUL included.
 void WriteText(const char* text, char* buffer, std::size_t room)
 {
     if (room == 0)

@@ -14,7 +14,7 @@
 
 using RequestPtr = std::shared_ptr<Platform::IoRequest>;
 
-/// How a request is to end; whoever has one carries it out with no lock held.
+/// How to complete a request; done after every lock is released.
 struct RequestEnd
 {
     RequestPtr Request;
@@ -22,12 +22,12 @@ struct RequestEnd
     std::vector<std::uint8_t> Output = {};
 };
 
-/// How the end of a response is told. A chunk below 200 bytes is the last one.
+/// How the end of a response is marked. A chunk below 200 bytes is the last one.
 enum class LastChunk
 {
-    Short,   ///< As it should be: an empty chunk behind a multiple of 200 bytes.
-    Missing, ///< No such empty chunk; the reader has to time out.
-    Empty,   ///< An empty chunk always, behind a short one too.
+    Short,   ///< Correct: an empty chunk after a multiple of 200 bytes.
+    Missing, ///< No such empty chunk; the reader must time out.
+    Empty,   ///< Always an empty chunk, even after a short one.
 };
 
 std::vector<std::vector<std::uint8_t>> CutIntoChunks(std::span<const std::uint8_t> response, LastChunk last);
@@ -36,9 +36,9 @@ std::vector<std::vector<std::uint8_t>> CutIntoChunks(std::span<const std::uint8_
 class ResponseStream
 {
 public:
-    /// @param eager hands out each chunk as soon as there is a read. Otherwise, when all reads in
-    ///        flight have got one, the next follows when all have come back: a reader that looks at
-    ///        its reads in a fixed order then gets the chunks in theirs.
+    /// @param eager returns each chunk as soon as a read waits. Otherwise, when all reads in flight have
+    ///        received a chunk, the next follows after all were sent again: a reader that checks its reads
+    ///        in a fixed order then receives the chunks in order.
     explicit ResponseStream(bool eager) : Eager(eager) {}
 
     void AddRead(const RequestPtr& read);
@@ -56,5 +56,5 @@ private:
     std::deque<RequestPtr> Reads;
     std::deque<std::vector<std::uint8_t>> Chunks;
     std::size_t MostReads = 0; ///< That ever waited at once.
-    std::size_t TurnLeft = 0;  ///< Reads that may be served before all have to come back.
+    std::size_t TurnLeft = 0;  ///< Reads that may be completed before all must be sent again.
 };

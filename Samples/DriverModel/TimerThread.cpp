@@ -38,7 +38,7 @@ void TimerThread::Run()
             auto task = Tasks.extract(Tasks.begin());
             guard.unlock();
             task.mapped()();
-            task = {}; // what it holds goes while nothing is locked
+            task = {}; // destroys its captures without a lock
             guard.lock();
         }
     }

@@ -80,7 +80,7 @@ void CheckRecord(Checker& check, std::size_t recordSize)
     check.Expect(Wire::DataLength, dataLength);
 }
 
-/// Input and output are one record, so either length tells the other.
+/// Input and output are one record, so one length determines the other.
 void ReadItem(WireRequest& request, Checker& check, Bytes input, std::size_t room)
 {
     const std::size_t recordSize = input.size() - Wire::Overhead;
@@ -95,8 +95,8 @@ void ReadItem(WireRequest& request, Checker& check, Bytes input, std::size_t roo
     request.ItemId = check.Read(Wire::ItemId);
 }
 
-/// A payload above 65535 bytes is known by the size of the whole input, unless the output room is
-/// larger still: the field is then all there is to go by.
+/// A payload above 65535 bytes is known by the size of the whole input, unless the output is larger still:
+/// then only the length field is available.
 void ReadHostRequest(WireRequest& request, Checker& check, Bytes input, std::size_t room)
 {
     const std::size_t carried = input.size() - Wire::Overhead;

@@ -31,7 +31,7 @@ constexpr WireField RequestId{"request id", 4, 2};
 constexpr WireField Marker{"marker", 6, 1};
 constexpr WireField InLength{"input length", 8, 2}; ///< Low 16 bits of the payload's length.
 constexpr std::size_t HeaderSize = 10;              ///< The byte at offset 7 means nothing.
-constexpr std::size_t Overhead = 12;                ///< Header, and two bytes behind all else.
+constexpr std::size_t Overhead = 12;                ///< Header, and two bytes at the end.
 
 // The record of an item request, which follows the header.
 constexpr WireField BodySize{"body size", 10, 4}; ///< Record size less 4.
@@ -44,14 +44,14 @@ constexpr WireField ItemId{"item id", 34, 4};
 constexpr WireField FirstSetSize{"first set size", 38, 4};   ///< Data length plus 24, or 0 in a query.
 constexpr WireField SecondSetSize{"second set size", 42, 4}; ///< The same once more.
 constexpr WireField DataLength{"data length", 46, 4};
-constexpr std::size_t RecordHead = 40; ///< Data begins behind it.
+constexpr std::size_t RecordHead = 40; ///< Data follows it.
 
 constexpr std::uint32_t ItemSignature = 0x81A7C000;
 constexpr std::uint32_t QueryKind = 7;
 constexpr std::uint32_t SetKind = 8;
 
 constexpr std::size_t InformationSize = 100; ///< Of the information block.
-constexpr std::size_t ChunkSize = 200;       ///< Of a response read's room.
+constexpr std::size_t ChunkSize = 200;       ///< Capacity of a response read.
 
 } // namespace Wire
 

@@ -1,5 +1,5 @@
-/* The rooms of the driver. One spin lock guards everything that is not constant; requests are ended
- * only when it is let go of. */
+/* Shared declarations of the driver. One spin lock guards everything that is not constant; requests are
+ * completed only after it is released. */
 #pragma once
 
 #include <ntddk.h>
@@ -69,7 +69,7 @@ NTSTATUS Unplug(PFILE_OBJECT owner);
 struct Device* FindPlugged(PFILE_OBJECT owner); /* under the lock */
 NTSTATUS OpenDevice(struct Device* device, PFILE_OBJECT file);
 void CloseDevice(struct Device* device, PFILE_OBJECT file);
-void EndUse(struct Device* device); /* not under the lock; the device may be gone afterwards */
+void EndUse(struct Device* device); /* not under the lock; the device may be deleted afterwards */
 
 /* Queue.c; under the lock, but for the last */
 BOOLEAN Enqueue(struct Device* device, PIRP irp, enum Place place); /* false: cancelled, is to be ended */
@@ -110,7 +110,7 @@ ULONG ItemId(const UCHAR* record);
 enum
 {
     HeaderSize = 10,
-    Overhead = 12, /* the header, and two bytes behind all else */
+    Overhead = 12, /* the header, and two bytes at the end */
     RecordHead = 40,
     InformationSize = 100,
     ChunkSize = 200

@@ -48,7 +48,7 @@ enum ZvkAction
 {
     ZVK_ANSWER = 0,      /**< The adapter's answer; the same as no rule. */
     ZVK_END = 1,         /**< Ends at once with the rule's status and bytes. */
-    ZVK_KEEP = 2,        /**< Ends when told by ZVK_END_KEPT, or cancelled. */
+    ZVK_KEEP = 2,        /**< Completes on ZVK_END_KEPT or when cancelled. */
     ZVK_DELAY = 3,       /**< The adapter's answer, after the rule's time. */
     ZVK_RESPOND = 4,     /**< As ZVK_ANSWER, with the rule's bytes as the response. */
     ZVK_NO_RESPONSE = 5, /**< As ZVK_ANSWER, and the response reads go on waiting. */
@@ -58,7 +58,7 @@ enum ZvkAction
 
 struct ZvkRule
 {
-    uint32_t Code;    /**< 0: all requests that have no rule of their own, except response reads. */
+    uint32_t Code;    /**< 0: all requests without a rule, except response reads. */
     uint32_t Action;  /**< enum ZvkAction. */
     uint32_t Status;  /**< NTSTATUS of ZVK_END and ZVK_ECHO; not "pending". */
     uint32_t DelayMs; /**< Of ZVK_DELAY. */

@@ -48,7 +48,7 @@ BOOLEAN Enqueue(struct Device* device, PIRP irp, enum Place place)
     IoMarkIrpPending(irp);
     InsertTailList(&device->Waiting, &irp->Tail.Overlay.ListEntry);
     IoSetCancelRoutine(irp, OnCancel);
-    /* Cancelled before the routine was there, so that nobody calls it. */
+    /* Cancelled before the routine was set, so it is not called. */
     if (irp->Cancel && IoSetCancelRoutine(irp, NULL) != NULL)
     {
         RemoveEntryList(&irp->Tail.Overlay.ListEntry);

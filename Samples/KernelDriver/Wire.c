@@ -84,7 +84,7 @@ static BOOLEAN IsRecord(const UCHAR* record, ULONG size)
            Number32(record + DataLengthAt) == length;
 }
 
-/* Input and output are one record, so that either length tells the other. */
+/* Input and output are one record, so one length determines the other. */
 static BOOLEAN IsItem(const struct WireRequest* request, ULONG carried)
 {
     return carried >= RecordHead && request->Room == carried &&

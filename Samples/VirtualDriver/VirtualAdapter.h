@@ -26,14 +26,14 @@ public:
     /// Constant after construction; without the state flags.
     const _ZV_SRVC_DEVICE_INFO& Record() const { return Description; }
 
-    /// The adapter is there (0) or what the ZV_DEV_ bits tell.
+    /// Returns 0 for a present adapter, otherwise the ZV_DEV_ bits.
     std::uint32_t StateFlags() const { return Flags; }
     void SetStateFlags(std::uint32_t flags) { Flags = flags; }
 
     ItemStore& Items() { return StoredItems; }
 
-    /// A read in the manner of the registry: writes type and size of the value, and its bytes when
-    /// they fit into the room that `size` gives. A value that does not exist has the size 0.
+    /// Reads like the registry: writes type and size of the value, and its bytes if they fit into the
+    /// capacity in `size`. A value that does not exist has the size 0.
     void ReadValue(const std::string& subKey, const std::string& valueName, std::uint32_t& type, std::uint8_t* data,
                    std::uint32_t& size);
     void WriteValue(const std::string& subKey, const std::string& valueName, std::uint32_t type,

@@ -23,7 +23,7 @@ namespace
 /// What Open asks of every driver.
 constexpr std::uint32_t InformationBlockCode = 0x122428;
 
-/// The information block: four words that are told in the README, and 84 zero bytes.
+/// The information block: the four words listed in docs/SIMULATION.md, and 84 zero bytes.
 struct InformationBlock
 {
     std::uint32_t Words[4] = {0x5A560001, 0x00010000, 0x00000003, 0x00000064};
@@ -210,6 +210,6 @@ void Virtual_SendIOCTLReq(const char* name, std::uint32_t code, std::uint32_t /*
         return;
     if (code == InformationBlockCode)
         Answer(outBuffer, outLength, &block, sizeof block);
-    else // echoes, so that a host's test can tell that its bytes went both ways
+    else // echoes, so that a test can check that its bytes arrived
         Answer(outBuffer, outLength, inBuffer, inLength);
 }

@@ -1,12 +1,12 @@
 /// @file
 /// The five entry points of a simulated driver. The library looks them up by name in the file
-/// "VirtualDriver_UWP.dll" of the current directory; it goes to the real system for each that the
-/// file does not export.
+/// "VirtualDriver_UWP.dll" of the current directory. For an entry point that is not exported, it uses the
+/// operating system.
 ///
-/// `name` always is the NetCfgInstanceId of the adapter that is meant, a text of at most 50 bytes.
-/// The library ignores whatever an entry returns. It calls the entries on the host's threads and on
-/// threads of its own, several at a time. No exception may leave an entry. Any pointer
-/// may be null, since the library passes on what its host gave it.
+/// `name` is always the NetCfgInstanceId of the adapter concerned, a text of at most 50 bytes.
+/// The library ignores return values. It calls the entry points on the host's threads and on library
+/// threads, several at a time. No exception may leave an entry point. Any pointer may be null, because the
+/// library passes on the host's arguments.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ using PnPHandler = std::intptr_t (*)(void* window, unsigned int message, std::ui
 /// Second argument of Virtual_EnumZVDevice, 16 bytes.
 struct EnumDescriptor
 {
-    std::uint32_t Length;   ///< In: room in bytes, for 10 records. Out: bytes written.
+    std::uint32_t Length;   ///< In: capacity in bytes, 10 records. Out: bytes written.
     std::uint32_t Reserved; ///< Not read.
     void* Buffer;           ///< The same memory as the first argument.
 };
@@ -44,9 +44,9 @@ VIRTUAL_DRIVER_API void Virtual_SendIOCTLReq(const char* name, std::uint32_t cod
                                              const void* inBuffer, std::uint32_t inLength, void* outBuffer,
                                              std::uint32_t outLength, std::uint32_t timeoutMs);
 
-/// Of this sample's own; the library does not look for it. Appends steps that the driver carries out
-/// by itself, each after a pause: "MILLISECONDS:STEP" with semicolons between them. STEP is "remove N"
-/// or "arrive N" (an adapter by its place in the list, from 0), "suspend" or "resume". When the
-/// library starts, the steps of the environment variable ZV_VIRTUAL_SCRIPT are the first ones.
-/// @return 0 when the text makes no sense; nothing is then appended, and stderr tells why.
+/// An addition of this sample; the library does not use it. Appends steps that the driver carries out
+/// on its thread, each after a delay: "MILLISECONDS:STEP", separated by semicolons. STEP is "remove N" or
+/// "arrive N" (index of an adapter in the list, from 0), "suspend" or "resume". When the library starts,
+/// the steps of the environment variable ZV_VIRTUAL_SCRIPT are appended first.
+/// @return 0 on a syntax error; no step is then appended, and the error is printed to stderr.
 VIRTUAL_DRIVER_API int VirtualDriver_Script(const char* steps);

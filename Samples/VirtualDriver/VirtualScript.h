@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-/// Carries out steps, one after the other, on a thread of its own. Thread-safe.
+/// Carries out steps one after the other on a separate thread. Thread-safe.
 class VirtualScript
 {
 public:
@@ -47,5 +47,5 @@ private:
     std::mutex Lock; ///< Guards the steps.
     std::deque<Step> Steps;
     std::condition_variable_any Changed;
-    std::jthread Thread; ///< Last: stopped and joined before anything else goes, so no step comes after that.
+    std::jthread Thread; ///< Last member: stopped and joined before the others are destroyed.
 };

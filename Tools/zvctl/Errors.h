@@ -1,5 +1,5 @@
 /// @file
-/// How a command tells that it did not succeed.
+/// How a command reports a failure.
 #pragma once
 
 #include <stdexcept>

@@ -93,7 +93,7 @@ int main(int argc, char** argv)
     }
     const int code = SetUpAndRun(setUp, ChosenCommand(commands));
     std::fflush(nullptr);
-    // The library's orderly end would wait up to 2.5 seconds for each adapter that has just gone, to
-    // see whether its driver goes too, and nobody is left here to hear of it.
+    // A normal exit of the library would wait up to 2.5 seconds for each removed adapter, to check whether
+    // its driver is uninstalled. Nothing would receive that event here.
     std::_Exit(code);
 }

@@ -34,7 +34,7 @@ std::vector<std::size_t> Matches(const Names& adapters, Fits fits)
     return matches;
 }
 
-/// Digits alone never stand for a part of a name: a wrong index must not reach another adapter.
+/// Digits alone are never a part of a name: a wrong index must not select another adapter.
 std::vector<std::size_t> Candidates(const Names& adapters, std::string_view text)
 {
     std::size_t index = 0;

@@ -31,7 +31,7 @@ enum class DriverNeed
     MayBeMute, ///< The driver is not asked for anything.
 };
 
-/// An adapter opened anew. The session keeps the device.
+/// Opens an adapter. The session keeps the device.
 struct OpenAdapter
 {
     /// @throws std::runtime_error as ChooseAdapter, OperationFailed

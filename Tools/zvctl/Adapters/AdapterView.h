@@ -23,7 +23,7 @@ std::string_view FieldText(const char (&field)[Width])
 /// Text for one line of a terminal: control characters become "?".
 std::string Printable(std::string_view text);
 
-/// The bus that a service name tells: "USB", "SDIO", "PCIe", or "?".
+/// Returns the bus of a service name: "USB", "SDIO", "PCIe", or "?".
 std::string_view BusOf(std::string_view service);
 
 /// State flags by name. "ready" comes first when none of them makes the adapter unusable.

@@ -53,7 +53,7 @@ public:
     Bytes TakeOutput() { return std::move(Output); }
 
 private:
-    /// Wakes under the lock: once it is free, the object may be gone.
+    /// Wakes while holding the lock: once it is released, the object may be destroyed.
     void Complete(std::uint32_t status)
     {
         const std::scoped_lock guard(Lock);
@@ -71,7 +71,7 @@ private:
 };
 
 /// The driver's record of a request has 16 bits for the length of the input.
-/// @param head bytes of the library's own in front of the input.
+/// @param head bytes that the library puts before the input.
 void WarnOfLostLength(std::size_t size, std::size_t head)
 {
     const std::size_t most = 0xFFFF - head;

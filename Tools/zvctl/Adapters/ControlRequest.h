@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <memory>
 
-/// A request of the host's own.
+/// A control request of the host.
 struct ControlRequest
 {
     std::uint32_t Code = 0;
@@ -20,15 +20,15 @@ struct ControlRequest
     std::uint32_t TimeoutMs = 1000;
 };
 
-/// Sends a request and waits for its end. @return the whole output memory; the library tells no
-/// count. @throws OperationFailed
+/// Sends a request and waits for its completion. @return the whole output memory, because the library does
+/// not report a byte count. @throws OperationFailed
 Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request);
 
-/// Sends an asynchronous request and waits for its callback, for its time-out and `patience` longer.
-/// @param patience the library collects a response until 3 seconds have passed without more of it.
-/// @return the whole output memory, as it was at the callback.
-/// @throws OperationFailed when the request is refused; std::runtime_error when the callback tells a
-///         failure, or does not come. The library then keeps what it was lent, and the device, until
+/// Sends an asynchronous request and waits for its callback, for its time-out plus `patience`.
+/// @param patience the library collects a response until 3 seconds have passed without a chunk.
+/// @return the whole output memory at the time of the callback.
+/// @throws OperationFailed when the request is refused; std::runtime_error when the callback reports a
+///         failure or does not come. The library then keeps the request's memory and the device until
 ///         the process ends.
 Bytes SendAndAwaitCallback(const std::shared_ptr<CDeviceIntf>& device, const ControlRequest& request,
                            std::chrono::milliseconds patience);

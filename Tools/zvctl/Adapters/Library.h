@@ -15,8 +15,8 @@ std::shared_ptr<CDeviceManagerIntf> SessionManager();
 /// All adapters of every bus, in the order of the list; none when there is none. @throws OperationFailed
 std::vector<_ZV_SRVC_DEVICE_INFO> ListAll();
 
-/// Keeps the device that was opened last for an adapter: it goes on standing for the adapter when
-/// that is disabled and cannot be opened any more. For the main thread.
+/// Keeps the last device opened for an adapter: it can still enable the adapter after a disable, when the
+/// adapter cannot be opened any more. Main thread only.
 void KeepDevice(std::string_view identity, std::shared_ptr<CDeviceIntf> device);
 
 /// The device that is kept for an adapter, or null.

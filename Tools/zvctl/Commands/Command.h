@@ -1,5 +1,5 @@
 /// @file
-/// What a command is to the tool. Each lives in a file of its own and joins the table in CommandTable.cpp.
+/// The interface of a command. Each is defined in a separate file and listed in CommandTable.cpp.
 #pragma once
 
 #include <CLI/App.hpp>
@@ -32,7 +32,7 @@ Command AddListCommand(CLI::App& app);
 /// Opens an adapter and shows its record.
 Command AddInfoCommand(CLI::App& app);
 
-/// Shows the number that tells what an adapter's driver supports.
+/// Prints the ability number of an adapter's driver.
 Command AddAbilityCommand(CLI::App& app);
 
 /// Queries an information item of the driver.
@@ -41,19 +41,19 @@ Command AddGetCommand(CLI::App& app);
 /// Sets an information item of the driver.
 Command AddSetCommand(CLI::App& app);
 
-/// Sends a control request to the driver, also an asynchronous one.
+/// Sends a synchronous or asynchronous control request to the driver.
 Command AddIoctlCommand(CLI::App& app);
 
-/// Reads, writes or deletes a value of the driver key: a command each, behind "reg".
+/// Reads, writes or deletes a value of the driver key; three subcommands of "reg".
 std::vector<Command> AddRegCommands(CLI::App& app);
 
 /// Enables and disables an adapter: a command each.
 std::vector<Command> AddNicCommands(CLI::App& app);
 
-/// Tells of events as they come.
+/// Prints events as they arrive.
 Command AddWatchCommand(CLI::App& app);
 
-/// Waits for an event, and prints those that nobody waited for; for lines of a session.
+/// Waits for an event, and prints events not yet consumed; for lines of a session.
 std::vector<Command> AddWaitCommands(CLI::App& app);
 
 /// Carries out lines from a file.

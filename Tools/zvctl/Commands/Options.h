@@ -45,7 +45,7 @@ inline CLI::Option* AddData(CLI::App& command, const std::string& name, Bytes& d
     return AddParsedOption(command, name, data, ParseData, "Bytes in hexadecimal, text:TEXT, or @FILE");
 }
 
-/// Adds ADAPTER, which comes directly behind the command.
+/// Adds ADAPTER, the first argument of a command.
 inline CLI::Option* AddAdapter(CLI::App& command, std::string& adapter)
 {
     return command

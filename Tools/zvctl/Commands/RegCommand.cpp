@@ -75,7 +75,7 @@ Command AddRead(CLI::App& reg)
             }};
 }
 
-/// The type tells how to read the data, and the two come in any order.
+/// Reads the data after all options, because the type determines the format and may follow the data.
 void ReadData(RegOptions& options)
 try
 {

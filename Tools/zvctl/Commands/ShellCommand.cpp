@@ -24,7 +24,7 @@ std::optional<std::string> NextPlainLine()
     return std::getline(std::cin, line) ? std::optional(std::move(line)) : std::nullopt;
 }
 
-/// @return false when no further line is wanted; a failure is told and the session goes on.
+/// @return false when no further line is expected. A failure is printed and the session continues.
 bool RunAndReport(LineRunner& runner, const std::string& line)
 try
 {

@@ -22,7 +22,7 @@ std::string FirstLine(std::size_t adapters, bool json)
                 : fmt::format("watching {} adapter{}", adapters, adapters == 1 ? "" : "s");
 }
 
-/// Whoever reads the first line may count on the signals being taken.
+/// Handles signals from the first printed line on.
 void Watch(const WatchOptions& options)
 {
     EventFeed& feed = EventFeed::OfSession();

@@ -20,6 +20,6 @@ void AddFormatOptions(CLI::App& command, DataFormat& format);
 /// Prints an object in the way of all JSON of the tool.
 void PrintJson(const nlohmann::ordered_json& object);
 
-/// Prints the bytes as a hex dump, as they are, or as the members "length" and "data" behind those
-/// of the object.
+/// Prints the bytes as a hex dump, raw, or as the members "length" and "data" after the other members of
+/// the object.
 void PrintData(const Bytes& data, DataFormat format, nlohmann::ordered_json object);

@@ -19,9 +19,9 @@ inline constexpr std::uint32_t MaxDataSize = 64U << 20;
 /// Reads a number, decimal or, with 0x, hexadecimal. @throws std::invalid_argument with the mistake.
 std::uint32_t ParseNumber(std::string_view text, std::uint32_t limit = std::numeric_limits<std::uint32_t>::max());
 
-/// Reads bytes: pairs of hexadecimal digits, between which blanks, ':' and '-' may stand; the text
-/// behind "text:"; or the contents of FILE for "@FILE".
-/// @throws std::invalid_argument with the mistake.
+/// Parses bytes: pairs of hexadecimal digits, optionally separated by blanks, ':' and '-'; the text after
+/// "text:"; or the contents of FILE for "@FILE".
+/// @throws std::invalid_argument that describes the error.
 Bytes ParseData(const std::string& text);
 
 /// Pairs of hexadecimal digits with a text between them.

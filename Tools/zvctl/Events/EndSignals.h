@@ -1,6 +1,6 @@
 /// @file
-/// Ctrl-C and SIGTERM as a request to a command, not as the end of the process. On Windows Ctrl-Break,
-/// which other processes can send, stands for SIGTERM.
+/// Handles Ctrl-C and SIGTERM as a request to a command instead of the end of the process. On Windows
+/// Ctrl-Break, which other processes can send, replaces SIGTERM.
 #pragma once
 
 #include "WakeSignal.h"
@@ -8,9 +8,9 @@
 namespace EndSignals
 {
 
-/// Takes both until Release. A command of its own never releases them, so that one that
-/// comes once more while the process ends does not spoil its exit code.
-/// @param wake set when a signal comes; outlives the process's use of signals.
+/// Handles both until Release. A single command never releases them, so that a further signal during the
+/// exit does not change the exit code.
+/// @param wake set when a signal comes; must exist as long as the process handles signals.
 void Take(WakeSignal& wake);
 
 /// Gives the signals back to the system and forgets what came.

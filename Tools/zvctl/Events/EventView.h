@@ -29,7 +29,7 @@ std::string EventText(const AdapterEvent& event, const std::vector<AdapterChange
 /// The same as a JSON object on one line.
 std::string EventJson(const AdapterEvent& event, const std::vector<AdapterChange>& changes);
 
-/// Prints a line at once, also to a pipe. @throws std::system_error
+/// Prints a line and flushes, even to a pipe. @throws std::system_error
 void PrintNow(std::string_view line);
 
 /// Prints an event for people, with what changed since the last one that was printed.

@@ -6,8 +6,8 @@
 #include <chrono>
 #include <memory>
 
-/// A flag that wakes the one thread that waits for it. Whatever it tells of has to be looked at between
-/// Clear and WaitUntil: what comes later sets it anew.
+/// A flag that wakes the one thread that waits for it. Check the condition between Clear and WaitUntil, so
+/// that a later change sets the flag again.
 class WakeSignal
 {
 public:

@@ -39,7 +39,7 @@ bool Interrupted = false;
 extern "C" void NoteInterrupt(int /*number*/)
 {
     const int error = errno;
-    [[maybe_unused]] const auto written = write(InterruptPipe[1], "", 1); // a full pipe wakes as well
+    [[maybe_unused]] const auto written = write(InterruptPipe[1], "", 1); // a full pipe wakes too
     errno = error;
 }
 
@@ -96,7 +96,7 @@ int ReadCharacter(FILE* /*stream*/)
 
 char** CompleteWord(const char* word, int start, int /*end*/)
 {
-    rl_attempted_completion_over = 1; // without this the editor goes on to file names
+    rl_attempted_completion_over = 1; // otherwise the editor completes file names
     Matches = CurrentCompleter({rl_line_buffer, static_cast<std::size_t>(start)}, word);
     return Matches.empty() ? nullptr : rl_completion_matches(word, NextMatch);
 }

@@ -27,7 +27,7 @@ struct SignalRelease
 void RunCommand(const Command& command)
 try
 {
-    const SignalRelease release; // behind a line Ctrl-C ends the session again
+    const SignalRelease release; // after a line, Ctrl-C ends the session again
     command.Run();
     if (std::fflush(stdout) != 0)
         throw std::system_error(errno, std::generic_category(), "standard output");

@@ -1,5 +1,5 @@
 /// @file
-/// The machine's own adapters: also those that the library does not list or that are unplugged.
+/// The adapters of the machine, including those that are unplugged or that the library does not list.
 #pragma once
 
 #include "AdapterChoice.h"
@@ -14,5 +14,5 @@ std::vector<AdapterName> MachineAdapterNames(const Platform::Machine& machine);
 /// Finds the adapter that a text means, as ChooseName. @throws std::runtime_error
 Platform::AdapterId ChooseMachineAdapter(const Platform::Machine& machine, std::string_view text);
 
-/// Finds an adapter of the library's list; a simulated driver's is not the machine's.
+/// Finds an adapter of the library's list; the machine has none for a simulated driver's adapter.
 std::optional<Platform::AdapterId> FindMachineAdapter(const Platform::Machine& machine, std::string_view identity);

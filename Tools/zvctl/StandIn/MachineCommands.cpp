@@ -1,4 +1,4 @@
-// What happens to the machine, as commands of a session: the library hears of it as of a real one's.
+// Changes of the machine as commands of a session: the library receives the same messages as on Windows.
 #include "MachineAdapters.h"
 #include "Options.h"
 #include "StandInCommands.h"
@@ -29,7 +29,7 @@ AdapterId Chosen(const Machine& machine, const VerbOptions& options)
     return ChooseMachineAdapter(machine, options.Adapter);
 }
 
-/// A removal asks whoever uses the adapter.
+/// Fails when a window denied the removal.
 void RequireConsent(bool done)
 {
     if (!done)

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// JSON text of the machine that is shown when nobody names another one.
+/// JSON text of the default machine.
 extern const char DefaultMachineText[];
 
 /// Installs the machine for the rest of the process: the file when there is one, otherwise what the

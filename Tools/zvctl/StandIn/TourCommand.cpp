@@ -1,4 +1,4 @@
-// A walk through everything that a host can do with an adapter; also an example of how.
+// Demonstrates everything that a host can do with an adapter.
 #include "AdapterChoice.h"
 #include "AdapterQuery.h"
 #include "AdapterView.h"

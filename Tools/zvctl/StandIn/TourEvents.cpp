@@ -16,7 +16,7 @@ namespace
 
 constexpr std::chrono::seconds EventPatience{10};
 
-// A message that the stand-in sends for nothing: the library cannot tell and looks at the system.
+// A message that the stand-in sends without a change: the library cannot detect that and sweeps.
 constexpr std::uint32_t DeviceChangeMessage = 0x219;
 constexpr std::uint64_t DeviceArrival = 0x8000;
 
@@ -24,8 +24,8 @@ struct EventStep
 {
     const char* Name;
     std::function<void()> Cause;
-    std::vector<std::uint32_t> Events; ///< Each has to come, in any order.
-    std::uint32_t Flags;               ///< Where the adapter has to end up.
+    std::vector<std::uint32_t> Events; ///< Each must arrive, in any order.
+    std::uint32_t Flags;               ///< The adapter's flags afterwards.
     std::uint32_t Ignored = 0;         ///< Flags of which nothing is known.
     std::uint32_t Needed = 0;          ///< Without these flags there is nothing to do.
 };
@@ -49,8 +49,8 @@ std::string FlagsWithNumber(std::uint32_t flags)
     return fmt::format("0x{:x} {}", flags, FlagText(flags));
 }
 
-/// Takes events until all that are wanted have come and the adapter is where it should be.
-/// @return those that came, also others: earlier steps may still bring some.
+/// Consumes events until all expected ones have arrived and the adapter has the expected flags.
+/// @return all consumed events; earlier steps may have caused further ones.
 std::vector<std::uint32_t> AwaitStep(const EventStep& step, CDeviceIntf& device)
 {
     const auto deadline = EventFeed::Clock::now() + EventPatience;
@@ -114,7 +114,7 @@ std::vector<EventStep> MakeSteps(Platform::Machine& machine, Platform::AdapterId
          .Cause = [&machine] { machine.Suspend(); },
          .Events = {ZV_EVT_SYSTEM_SUSPEND},
          .Flags = Ready},
-        // The system tells of one resume twice.
+        // Windows announces one resume twice.
         {.Name = "resume",
          .Cause = [&machine] { machine.Resume(); },
          .Events = {ZV_EVT_SYSTEM_RESUME, ZV_EVT_SYSTEM_RESUME},

@@ -8,7 +8,7 @@
 
 #include <memory>
 
-/// Takes the device's adapter out and back in, disables, enables and uninstalls it, and puts the
-/// machine to sleep in between; tells which events each step brings and what becomes of the flags.
-/// A step that waits too long for its events has failed, and so has each behind it: they are left out.
+/// Unplugs the device's adapter and plugs it in, disables, enables and uninstalls it, and suspends the
+/// machine in between. Prints the events and flags of each step. A step that waits too long for its events
+/// fails; the steps after it are skipped.
 void VisitEvents(TourSteps& steps, CDeviceManagerIntf& manager, std::shared_ptr<CDeviceIntf>& device);

@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
-/// Carries out steps and tells of each in a line.
+/// Runs steps and prints one line for each.
 class TourSteps
 {
 public:
-    /// @param action tells what it did, or throws.
+    /// @param action returns its report, or throws.
     template <class Action>
     bool Step(std::string_view name, const Action& action)
     {

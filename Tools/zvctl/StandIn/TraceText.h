@@ -24,5 +24,5 @@ TraceSettings ParseTraceSettings(const std::string& text);
 /// is missing or has the wrong size shows as "<?>".
 std::string TraceMessageText(const ZVTraceMessage& row, const std::vector<std::vector<std::uint8_t>>& arguments);
 
-/// The component that a trace point's flag stands for.
+/// Returns the component name of a trace flag.
 std::string_view TraceComponent(std::uint32_t flag);

@@ -6,7 +6,7 @@
 namespace
 {
 
-// The system calls the handler on a thread of its own.
+// Windows calls the handler on a separate thread.
 std::atomic<WakeSignal*> Wake = nullptr;
 std::atomic<bool> Came = false;
 std::atomic<bool> CameBreak = false;

@@ -11,7 +11,7 @@ const char Host::Footer[] = "Without a command, list runs. \"zvctl COMMAND --hel
                             "Numbers are decimal or, with 0x, hexadecimal.\n"
                             "Exit codes: 0 done; 1 the operation failed; 2 wrong usage.";
 
-/// The runtime would put a carriage return before each end of a line, also into raw data.
+/// The runtime would otherwise insert a carriage return before each line end, even into raw data.
 void Host::PrepareStreams()
 {
     for (std::FILE* const stream : {stdout, stderr})
