@@ -54,8 +54,8 @@ TEST(ZvctlScript, CutsLinesIntoWords)
         {"\n \t# nothing\nability 0 # three\r\n", 0, "3\n"},
         {"ability 'WL600U Wi-Fi'\nability \"#2\"\nability WL6'3'0\"U\"", 0, "3\n12\n12\n"},
         {"reg write 0 'a b' --data \"it's # 1\"\nreg read 0 \"a b\"", 0, "it's # 1\n"},
-        {"ability ''", 1, IsEmpty(), HasSubstr("stdin:1: ability: \"\" fits several adapters:\n  0")},
-        {"\nability 'WL600U\nability 0", 2, IsEmpty(), "zvctl: script: stdin:2: a quote (') has no end\n"},
+        {"ability ''", 1, IsEmpty(), HasSubstr("stdin:1: ability: \"\" matches several adapters:\n  0")},
+        {"\nability 'WL600U\nability 0", 2, IsEmpty(), "zvctl: script: stdin:2: unterminated quote (')\n"},
     });
 }
 
@@ -65,16 +65,15 @@ TEST(ZvctlScript, EndsAtTheFirstLineThatFails)
         {"ability 0\n\nget 0 0x99 x\nability 0", 2, "3\n", HasSubstr("zvctl: script: stdin:3: LENGTH: ")},
         {"ability 2\nability 0", 1, IsEmpty(),
          "zvctl: script: stdin:1: ability: GetAbility: ZV_SRVC_ERR_ABILITY_QUERY (5)\n"},
-        {"shell", 2, IsEmpty(), "zvctl: script: stdin:1: there is no command \"shell\"; help lists them\n"},
+        {"shell", 2, IsEmpty(), "zvctl: script: stdin:1: no command \"shell\"; 'help' lists all\n"},
         {"list --trace 4", 2, IsEmpty(), HasSubstr("not expected: 4 --trace")},
         {"wait nothing", 2, IsEmpty(), HasSubstr("EVENT: nothing not in")},
         {"hang 0 perhaps", 2, IsEmpty(), HasSubstr("perhaps not in {on,off}")},
-        {"unplug WL9999", 1, IsEmpty(), HasSubstr("stdin:1: unplug: \"WL9999\" fits no adapter")},
-        {"unplug Gigabit\nslow 3 1", 1, IsEmpty(),
-         "zvctl: script: stdin:2: slow: no driver answers for this adapter\n"},
+        {"unplug WL9999", 1, IsEmpty(), HasSubstr("stdin:1: unplug: \"WL9999\" matches no adapter")},
+        {"unplug Gigabit\nslow 3 1", 1, IsEmpty(), "zvctl: script: stdin:2: slow: this adapter has no driver\n"},
         {"wait resume 0", 1, IsEmpty(), "zvctl: script: stdin:1: wait: no event resume within 0 s\n"},
         {"help wait\nquit\nfoo", 0, AllOf(HasSubstr("EVENT [SECONDS]"), HasSubstr("driver-uninstalled"))},
-        {"plug --help\nexit\nfoo", 0, HasSubstr("Plug an adapter in")},
+        {"plug --help\nexit\nfoo", 0, HasSubstr("Insert an adapter")},
     });
     EXPECT_EQ(Session("script /nowhere", "").Err,
               "zvctl: script: /nowhere: cannot be read: No such file or directory\n");
@@ -158,8 +157,8 @@ TEST(ZvctlShell, GoesOnBehindAnError)
     const Process::ToolResult result = Session("shell", "foo\nability 9\nability 0");
     EXPECT_EQ(result.Code, 0);
     EXPECT_EQ(result.Out, "3\n");
-    EXPECT_THAT(result.Err, AllOf(HasSubstr("zvctl: there is no command \"foo\"; help lists them\n"),
-                                  HasSubstr("zvctl: ability: \"9\" fits no adapter")));
+    EXPECT_THAT(result.Err, AllOf(HasSubstr("zvctl: no command \"foo\"; 'help' lists all\n"),
+                                  HasSubstr("zvctl: ability: \"9\" matches no adapter")));
 }
 
 TEST(ZvctlWatch, EndsWithoutEvents)

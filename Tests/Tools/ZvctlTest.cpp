@@ -122,9 +122,9 @@ TEST(Zvctl, AnAdapterIsFoundByIndexIdentityOrPart)
            {"ability '{3f0c2a84-6e1b-4d57-9a2e-71b5c80d4f16}'", 0, "3\n"},
            {"ability 4D57", 0, "3\n"},
            {"ability Wi-Fi", 1, IsEmpty(),
-            AllOf(HasSubstr("\"Wi-Fi\" fits several adapters:\n  0  {3F0C"), HasSubstr("\n  3  {9B1D"),
+            AllOf(HasSubstr("\"Wi-Fi\" matches several adapters:\n  0  {3F0C"), HasSubstr("\n  3  {9B1D"),
                   Not(HasSubstr("WL610S")))},
-           {"ability 600", 1, IsEmpty(), AllOf(HasSubstr("\"600\" fits no adapter"), HasSubstr("WL900E"))}});
+           {"ability 600", 1, IsEmpty(), AllOf(HasSubstr("\"600\" matches no adapter"), HasSubstr("WL900E"))}});
     Check({{"ability twin", 0, "7\n"}, {"ability Twi", 1, IsEmpty(), HasSubstr("several")}}, twins);
 }
 
@@ -182,7 +182,7 @@ TEST(Zvctl, ADriverThatMisbehavesIsNamed)
     const Process::TempFolder folder;
     Check({{"get 0 1 4", 1, IsEmpty(), "zvctl: get: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2)\n"},
            {"ioctl 0 1 --timeout 5", 1, IsEmpty(), "zvctl: ioctl: SendIOCTLReq: ZV_SRVC_ERR_FAILURE (1)\n"},
-           {"ioctl 0 1 --timeout 5 --async", 1, IsEmpty(), HasSubstr("callback tells status 1")}},
+           {"ioctl 0 1 --timeout 5 --async", 1, IsEmpty(), HasSubstr("callback reports status 1")}},
           folder.Write("slow.json", DriverMachine(R"({"slowMs": 100})")));
     // The library is still waiting for the response when the tool gives up and ends.
     Check({{"ioctl 0 1 --async --timeout 0 --patience 20", 1, IsEmpty(), HasSubstr("no callback within 20 ms")}},
@@ -207,9 +207,9 @@ TEST(Zvctl, WithoutACommandATourTriesEverything)
     // Any look at the system finds the faulted WL900E absent, which may bring an event more.
     const std::string events = "disable +status-changed[a-z, -]*; 0x0 ready -> 0x5 problem,absent\n"
                                "enable +[a-z, -]*arrived; 0x5 problem,absent -> 0x[01] [a-z]+\n"
-                               "arrival +(arrived; 0x1 problem -> 0x0 ready|not needed: ready already)\n"
-                               "suspend +suspend; 0x0 ready as before\n"
-                               "resume +resume, resume; 0x0 ready as before\n"
+                               "arrival +(arrived; 0x1 problem -> 0x0 ready|skipped: already ready)\n"
+                               "suspend +suspend; 0x0 ready unchanged\n"
+                               "resume +resume, resume; 0x0 ready unchanged\n"
                                "uninstall +[a-z, -]*driver-uninstalled[a-z, -]*";
     const std::string end = "; 0x0 ready -> 0x14 absent,driver-uninstalled\n";
     Check(
@@ -329,7 +329,7 @@ TEST(Zvctl, ASimulatedDriverInTheCurrentFolderTakesOver)
             "zvctl: tour: 1 of the steps failed\n"}, // no callback
            {"ioctl SDIO 1 --in text:echo --out 4 --raw", 0, "echo"},
            {"ioctl 0 1 --async --timeout 0 --patience 20", 1, IsEmpty(),
-            HasSubstr("ioctl: SendIOCTLReq: no callback within 20 ms; a simulated driver never makes one\n")}},
+            HasSubstr("ioctl: SendIOCTLReq: no callback within 20 ms; a simulated driver never calls back\n")}},
           "", VIRTUAL_DRIVER_FOLDER);
 }
 

@@ -104,7 +104,7 @@ TEST_F(Zvctl, SpeaksToTheDriver)
     EXPECT_EQ(Output("ioctl 0 0x99000000 --async --out 300 --raw"), std::string(300, 'x') + "0\n");
     Driver.SetRule(Code, ZVK_END, {}, 0xC0000001);
     EXPECT_EQ(Output("ioctl 0 0x99000000 --async --out 300"),
-              "zvctl: ioctl: SendIOCTLReq: the callback tells status 1, the request could not be sent\n1\n");
+              "zvctl: ioctl: SendIOCTLReq: the callback reports status 1; the request could not be sent\n1\n");
     Driver.SetRule(Code, ZVK_END, Bytes{'o', 'k'});
     EXPECT_EQ(Output("ioctl 0 0x99000000 --out 2 --raw"), "ok0\n");
     EXPECT_EQ(Output("reg write 0 Speed --type dword --data 300"), "0\n");

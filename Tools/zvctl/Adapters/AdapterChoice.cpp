@@ -61,7 +61,7 @@ std::size_t ChooseName(const Names& adapters, std::string_view text)
     if (candidates.size() == 1)
         return candidates.front();
     std::string message =
-        fmt::format("\"{}\" fits {}", text, candidates.empty() ? "no adapter; there are:" : "several adapters:");
+        fmt::format("\"{}\" matches {}", text, candidates.empty() ? "no adapter; there are:" : "several adapters:");
     for (std::size_t index = 0; index < adapters.size(); ++index)
         if (candidates.empty() || std::ranges::find(candidates, index) != candidates.end())
             message += Choice(adapters, index);

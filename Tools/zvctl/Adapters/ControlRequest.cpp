@@ -118,11 +118,11 @@ Bytes SendAndAwaitCallback(const std::shared_ptr<CDeviceIntf>& device, const Con
     {
         Abandon({std::move(lent), device});
         throw std::runtime_error(
-            fmt::format("SendIOCTLReq: no callback within {} ms; a simulated driver never makes one", bound.count()));
+            fmt::format("SendIOCTLReq: no callback within {} ms; a simulated driver never calls back", bound.count()));
     }
     if (*status != 0)
         throw std::runtime_error(
-            fmt::format("SendIOCTLReq: the callback tells status {}, the request could not be sent", *status));
+            fmt::format("SendIOCTLReq: the callback reports status {}; the request could not be sent", *status));
     return lent->TakeOutput();
 }
 

@@ -21,7 +21,7 @@ void Ability(const std::string& text)
 Command AddAbilityCommand(CLI::App& app)
 {
     const auto adapter = std::make_shared<std::string>();
-    CLI::App* const ability = app.add_subcommand("ability", "Show what an adapter's driver supports, as a number");
+    CLI::App* const ability = app.add_subcommand("ability", "Print the ability number of an adapter's driver");
     AddAdapter(*ability, *adapter);
     return {ability, [adapter] { Ability(*adapter); }};
 }

@@ -30,10 +30,10 @@ void Get(const GetOptions& options)
 Command AddGetCommand(CLI::App& app)
 {
     const auto options = std::make_shared<GetOptions>();
-    CLI::App* const get = app.add_subcommand("get", "Query an information item of an adapter's driver");
+    CLI::App* const get = app.add_subcommand("get", "Read an information item of an adapter's driver");
     AddAdapter(*get, options->Adapter);
-    AddNumber(*get, "ID", options->Id, "Number of the item")->required();
-    AddNumber(*get, "LENGTH", options->Length, "Bytes to ask for", MaxDataSize)->required();
+    AddNumber(*get, "ID", options->Id, "Item number")->required();
+    AddNumber(*get, "LENGTH", options->Length, "Number of bytes to read", MaxDataSize)->required();
     AddFormatOptions(*get, options->Format);
     return {get, [options] { Get(*options); }};
 }

@@ -30,6 +30,6 @@ Command AddInfoCommand(CLI::App& app)
     const auto options = std::make_shared<InfoOptions>();
     CLI::App* const info = app.add_subcommand("info", "Open an adapter and show its record");
     AddAdapter(*info, options->Adapter);
-    info->add_flag("--json", options->Json, "Print an object with every field of the record");
+    info->add_flag("--json", options->Json, "Print a JSON object with every field");
     return {info, [options] { Info(*options); }};
 }

@@ -45,12 +45,13 @@ Command AddIoctlCommand(CLI::App& app)
     AddAdapter(*ioctl, options->Adapter);
     AddNumber(*ioctl, "CODE", options->Request.Code, "Control code")->required();
     AddData(*ioctl, "--in", options->Request.Input)->type_name("DATA");
-    AddNumber(*ioctl, "--out", options->Request.OutputSize, "Bytes of output memory (0)", MaxDataSize)->type_name("N");
-    AddNumber(*ioctl, "--timeout", options->Request.TimeoutMs, "Time for the driver (1000)")->type_name("MS");
+    AddNumber(*ioctl, "--out", options->Request.OutputSize, "Size of the output buffer in bytes (0)", MaxDataSize)
+        ->type_name("N");
+    AddNumber(*ioctl, "--timeout", options->Request.TimeoutMs, "Time-out of the request (1000)")->type_name("MS");
     AddNumber(*ioctl, "--id", options->Request.Id, "Request number, up to 65535 (1)")->type_name("N");
     CLI::Option* const async =
         ioctl->add_flag("--async", options->Async, "Send an asynchronous request and wait for its callback");
-    AddNumber(*ioctl, "--patience", options->PatienceMs, "Time beyond the time-out for the callback (10000)")
+    AddNumber(*ioctl, "--patience", options->PatienceMs, "How long to wait for the callback after the time-out (10000)")
         ->type_name("MS")
         ->needs(async);
     AddFormatOptions(*ioctl, options->Format);

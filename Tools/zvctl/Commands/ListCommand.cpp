@@ -39,6 +39,6 @@ Command AddListCommand(CLI::App& app)
         ->check(CLI::Validator(CheckFilter, ""));
     list->add_option("--instance", options->Patterns,
                      "Only adapters whose device instance ID contains one of these texts, separated by ';'");
-    list->add_flag("--json", options->Json, "Print an array of objects with every field of the record");
+    list->add_flag("--json", options->Json, "Print a JSON array with every field of each record");
     return {list, [options] { List(*options); }};
 }

@@ -43,6 +43,6 @@ Command AddChange(CLI::App& app, const char* name, const char* help, bool enable
 
 std::vector<Command> AddNicCommands(CLI::App& app)
 {
-    return {AddChange(app, "enable", "Enable an adapter that this session has opened before", true),
+    return {AddChange(app, "enable", "Enable an adapter that this session opened while it worked", true),
             AddChange(app, "disable", "Disable an adapter", false)};
 }

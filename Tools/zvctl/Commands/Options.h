@@ -48,8 +48,7 @@ inline CLI::Option* AddData(CLI::App& command, const std::string& name, Bytes& d
 /// Adds ADAPTER, the first argument of a command.
 inline CLI::Option* AddAdapter(CLI::App& command, std::string& adapter)
 {
-    return command
-        .add_option("ADAPTER", adapter, "Index in the list, NetCfgInstanceId, or a part of it or of the name")
+    return command.add_option("ADAPTER", adapter, "Index in the list, or an unambiguous part of ID or name")
         ->required()
         ->type_name("");
 }

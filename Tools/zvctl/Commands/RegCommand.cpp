@@ -67,7 +67,7 @@ CLI::App* AddOperation(CLI::App& reg, const char* name, const char* help, const 
 Command AddRead(CLI::App& reg)
 {
     const auto options = std::make_shared<RegOptions>();
-    CLI::App* const read = AddOperation(reg, "read", "Show a value", options);
+    CLI::App* const read = AddOperation(reg, "read", "Print a value", options);
     AddFormatOptions(*read, options->Format);
     return {read, [options] {
                 const OpenAdapter adapter(options->Adapter, DriverNeed::MayBeMute);
@@ -89,7 +89,7 @@ catch (const std::invalid_argument& mistake)
 Command AddWrite(CLI::App& reg)
 {
     const auto options = std::make_shared<RegOptions>();
-    CLI::App* const write = AddOperation(reg, "write", "Write a value; a missing key is made", options);
+    CLI::App* const write = AddOperation(reg, "write", "Write a value; creates a missing key", options);
     write->add_option("--type", options->Type, "sz (the default), dword or binary")
         ->check(CLI::Validator(CLI::IsMember({"sz", "dword", "binary"})).description(""))
         ->type_name("TYPE");

@@ -56,7 +56,7 @@ void Script(const std::string& file)
 Command AddScriptCommand(CLI::App& app)
 {
     const auto file = std::make_shared<std::string>();
-    CLI::App* const script = app.add_subcommand("script", "Carry out a file of lines up to the first that fails");
-    script->add_option("FILE", *file, "Lines as the shell takes them; - for stdin")->required()->type_name("");
+    CLI::App* const script = app.add_subcommand("script", "Run the lines of a file; stop at the first failure");
+    script->add_option("FILE", *file, "Script file, or - for stdin")->required()->type_name("");
     return {script, [file] { Script(*file); }};
 }

@@ -24,9 +24,9 @@ void Set(const SetOptions& options)
 Command AddSetCommand(CLI::App& app)
 {
     const auto options = std::make_shared<SetOptions>();
-    CLI::App* const set = app.add_subcommand("set", "Set an information item of an adapter's driver");
+    CLI::App* const set = app.add_subcommand("set", "Write an information item of an adapter's driver");
     AddAdapter(*set, options->Adapter);
-    AddNumber(*set, "ID", options->Id, "Number of the item")->required();
+    AddNumber(*set, "ID", options->Id, "Item number")->required();
     AddData(*set, "DATA", options->Data)->required();
     return {set, [options] { Set(*options); }};
 }

@@ -49,5 +49,5 @@ void Shell()
 
 Command AddShellCommand(CLI::App& app)
 {
-    return {app.add_subcommand("shell", "Carry out lines from stdin; help lists what there is"), Shell};
+    return {app.add_subcommand("shell", "Run an interactive session; 'help' lists its commands"), Shell};
 }

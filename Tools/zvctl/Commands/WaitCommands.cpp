@@ -41,14 +41,14 @@ void PrintQueued()
 Command AddWait(CLI::App& app)
 {
     const auto options = std::make_shared<WaitOptions>();
-    CLI::App* const wait = app.add_subcommand("wait", "Wait for an event, passing over others");
+    CLI::App* const wait = app.add_subcommand("wait", "Wait for an event and discard others");
     std::vector<std::string> names;
     std::ranges::transform(EventNames, std::back_inserter(names), [](const auto& entry) { return entry.second; });
     wait->add_option("EVENT", options->Event, fmt::format("{}", fmt::join(names, ", ")))
         ->required()
         ->check(CLI::Validator(CLI::IsMember(names)).description(""))
         ->type_name("");
-    AddNumber(*wait, "SECONDS", options->Seconds, "Time after which the wait fails (10)");
+    AddNumber(*wait, "SECONDS", options->Seconds, "Time-out (10)");
     return {wait, [options] { Wait(*options); }};
 }
 
@@ -56,6 +56,6 @@ Command AddWait(CLI::App& app)
 
 std::vector<Command> AddWaitCommands(CLI::App& app)
 {
-    CLI::App* const events = app.add_subcommand("events", "Print the events that have come and were not waited for");
+    CLI::App* const events = app.add_subcommand("events", "Print the events not yet consumed");
     return {AddWait(app), {events, PrintQueued}};
 }

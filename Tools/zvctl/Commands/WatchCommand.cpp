@@ -47,15 +47,15 @@ void Watch(const WatchOptions& options)
 Command AddWatchCommand(CLI::App& app)
 {
     const auto options = std::make_shared<WatchOptions>();
-    CLI::App* const watch = app.add_subcommand("watch", "Tell of each event until Ctrl-C, and what it changed");
-    watch->add_flag("--json", options->Json, "Print an object a line");
+    CLI::App* const watch = app.add_subcommand("watch", "Print events and what they changed, until Ctrl-C");
+    watch->add_flag("--json", options->Json, "Print one JSON object per line");
     AddParsedOption(
         *watch, "--for", options->Seconds, [](const std::string& text) { return ParseNumber(text); },
-        "End when this time has passed")
+        "Stop after this time")
         ->type_name("SECONDS");
     AddParsedOption(
         *watch, "--count", options->Count, [](const std::string& text) { return ParseNumber(text); },
-        "End behind so many events")
+        "Stop after this number of events")
         ->type_name("N");
     return {watch, [options] { Watch(*options); }};
 }

@@ -10,8 +10,8 @@
 void AddFormatOptions(CLI::App& command, DataFormat& format)
 {
     const auto choice = [&format](DataFormat chosen) { return [&format, chosen] { format = chosen; }; };
-    CLI::Option* const raw = command.add_flag_callback("--raw", choice(DataFormat::Raw), "Print the bytes alone");
-    command.add_flag_callback("--json", choice(DataFormat::Json), "Print an object")->excludes(raw);
+    CLI::Option* const raw = command.add_flag_callback("--raw", choice(DataFormat::Raw), "Print the raw bytes");
+    command.add_flag_callback("--json", choice(DataFormat::Json), "Print a JSON object")->excludes(raw);
 }
 
 void PrintJson(const nlohmann::ordered_json& object)

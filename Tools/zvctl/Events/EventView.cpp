@@ -43,7 +43,7 @@ std::string ChangeText(const AdapterChange& change)
     if (!change.Before)
         return fmt::format("{}: new, {}, driver {}", name, FlagText(known.StateFlags), VersionOf(known));
     if (!change.After)
-        return fmt::format("{}: not listed any more", name);
+        return fmt::format("{}: no longer listed", name);
     std::string text = name + ": " + Difference(FlagText(change.Before->StateFlags), FlagText(known.StateFlags));
     if (VersionOf(*change.Before) != VersionOf(known))
         text += ", driver " + Difference(VersionOf(*change.Before), VersionOf(known));

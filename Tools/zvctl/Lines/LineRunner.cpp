@@ -65,7 +65,7 @@ std::vector<std::string> SplitLine(std::string_view line)
             words.back() += c;
     }
     if (quote != '\0')
-        throw UsageError(fmt::format("a quote ({}) has no end", quote));
+        throw UsageError(fmt::format("unterminated quote ({})", quote));
     return words;
 }
 
@@ -77,12 +77,12 @@ LineRunner::LineRunner()
 Command LineRunner::AddHelp(CLI::App& app)
 {
     const auto name = std::make_shared<std::string>();
-    CLI::App* const help = app.add_subcommand("help", "Tell of all commands, or more of one");
+    CLI::App* const help = app.add_subcommand("help", "List all commands, or describe one");
     help->add_option("COMMAND", *name, "")->type_name("");
     return {help, [&app, name] {
                 const CLI::App* const told = name->empty() ? &app : FindCommand(app, *name);
                 if (told == nullptr)
-                    throw std::runtime_error(fmt::format("there is no command \"{}\"", *name));
+                    throw std::runtime_error(fmt::format("no command \"{}\"", *name));
                 fmt::print("{}", told->help());
             }};
 }
@@ -107,7 +107,7 @@ bool LineRunner::Run(std::string_view line)
     app.require_subcommand(1);
     const std::vector<Command> commands = AddCommands(app);
     if (const std::string& name = words.front(); !name.starts_with('-') && FindCommand(app, name) == nullptr)
-        throw UsageError(fmt::format("there is no command \"{}\"; help lists them", name));
+        throw UsageError(fmt::format("no command \"{}\"; 'help' lists all", name));
     try
     {
         std::ranges::reverse(words); // as the parser takes them

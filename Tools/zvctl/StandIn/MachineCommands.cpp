@@ -33,7 +33,7 @@ AdapterId Chosen(const Machine& machine, const VerbOptions& options)
 void RequireConsent(bool done)
 {
     if (!done)
-        throw std::runtime_error("a window refuses the removal");
+        throw std::runtime_error("a window denied the removal");
 }
 
 void Steer(Machine& machine, const VerbOptions& options, const nlohmann::json& settings)
@@ -41,7 +41,7 @@ void Steer(Machine& machine, const VerbOptions& options, const nlohmann::json& s
     const std::string name = machine.Adapter(Chosen(machine, options)).ControlDeviceName;
     const auto device = name.empty() ? nullptr : machine.Device(name);
     if (device == nullptr)
-        throw std::runtime_error("no driver answers for this adapter");
+        throw std::runtime_error("this adapter has no driver");
     std::array<char, 200> error{};
     if (!device->Configure(settings.dump().c_str(), error.data(), error.size()))
         throw std::runtime_error(error.data());
@@ -87,7 +87,7 @@ Command AddProblem(CLI::App& app)
 {
     const auto options = std::make_shared<VerbOptions>();
     Command verb = AddAdapterVerb(
-        app, "problem", "Give an adapter a problem number, 0 for none", options,
+        app, "problem", "Set an adapter's problem number; 0 for none", options,
         [](Machine& machine, const VerbOptions& given) { machine.SetProblem(Chosen(machine, given), given.Number); });
     AddNumber(*verb.Syntax, "N", options->Number, "10: cannot start; 22: disabled")->required();
     return verb;
@@ -96,7 +96,7 @@ Command AddProblem(CLI::App& app)
 Command AddDriverVersion(CLI::App& app)
 {
     const auto options = std::make_shared<VerbOptions>();
-    Command verb = AddAdapterVerb(app, "driver-version", "Exchange an adapter's driver for another version", options,
+    Command verb = AddAdapterVerb(app, "driver-version", "Replace an adapter's driver version", options,
                                   [](Machine& machine, const VerbOptions& given) {
                                       RequireConsent(machine.UpdateDriver(Chosen(machine, given), given.Text));
                                   });
@@ -108,7 +108,7 @@ Command AddSlow(CLI::App& app)
 {
     const auto options = std::make_shared<VerbOptions>();
     Command verb = AddAdapterVerb(
-        app, "slow", "Have an adapter's driver take its time for requests", options,
+        app, "slow", "Delay the requests of an adapter's driver", options,
         [](Machine& machine, const VerbOptions& given) { Steer(machine, given, {{"slowMs", given.Number}}); });
     AddNumber(*verb.Syntax, "MS", options->Number, "0 ends it")->required();
     return verb;
@@ -118,7 +118,7 @@ Command AddHang(CLI::App& app)
 {
     const auto options = std::make_shared<VerbOptions>();
     Command verb = AddAdapterVerb(
-        app, "hang", "Have an adapter's driver leave requests to their time-out", options,
+        app, "hang", "Let all requests to an adapter's driver time out", options,
         [](Machine& machine, const VerbOptions& given) { Steer(machine, given, {{"hang", IsOn(given)}}); });
     AddSwitch(*verb.Syntax, options->Text);
     return verb;
@@ -127,7 +127,7 @@ Command AddHang(CLI::App& app)
 Command AddRights(CLI::App& app)
 {
     const auto options = std::make_shared<VerbOptions>();
-    Command verb = AddVerb(app, "rights", "Whether this session may enable and disable adapters", options,
+    Command verb = AddVerb(app, "rights", "Give or take the right to enable and disable adapters", options,
                            [](Machine& machine, const VerbOptions& given) { machine.SetCallerRights(IsOn(given)); });
     AddSwitch(*verb.Syntax, options->Text);
     return verb;
@@ -138,19 +138,19 @@ Command AddRights(CLI::App& app)
 std::vector<Command> AddMachineCommands(CLI::App& app)
 {
     return {
-        AddPlainAdapterVerb(app, "plug", "Plug an adapter in",
+        AddPlainAdapterVerb(app, "plug", "Insert an adapter",
                             [](Machine& machine, const VerbOptions& given) { machine.Plug(Chosen(machine, given)); }),
-        AddPlainAdapterVerb(app, "unplug", "Pull an adapter out",
+        AddPlainAdapterVerb(app, "unplug", "Remove an adapter",
                             [](Machine& machine, const VerbOptions& given) { machine.Unplug(Chosen(machine, given)); }),
-        AddPlainAdapterVerb(app, "uninstall", "Remove an adapter and its driver",
+        AddPlainAdapterVerb(app, "uninstall", "Uninstall an adapter and its driver",
                             [](Machine& machine, const VerbOptions& given) {
                                 RequireConsent(machine.Uninstall(Chosen(machine, given)));
                             }),
         AddProblem(app),
         AddDriverVersion(app),
-        AddPlainVerb(app, "suspend", "Send the machine to sleep",
+        AddPlainVerb(app, "suspend", "Suspend the computer",
                      [](Machine& machine, const VerbOptions&) { machine.Suspend(); }),
-        AddPlainVerb(app, "resume", "Wake the machine up",
+        AddPlainVerb(app, "resume", "Resume the computer",
                      [](Machine& machine, const VerbOptions&) { machine.Resume(); }),
         AddSlow(app),
         AddHang(app),

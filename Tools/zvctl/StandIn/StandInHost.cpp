@@ -20,9 +20,9 @@ struct MachineOptions
 
 const char Host::Description[] = "Works with the Wi-Fi adapters of a described machine through ZVUWPSrvcLib.";
 
-const char Host::Footer[] = "Without a command, tour runs. \"zvctl COMMAND --help\" tells more of one.\n"
+const char Host::Footer[] = "Without a command, tour runs. \"zvctl COMMAND --help\" describes a command.\n"
                             "Numbers are decimal or, with 0x, hexadecimal.\n"
-                            "The machine is --machine FILE, else the file that ZV_MACHINE names, else a built-in "
+                            "The machine is --machine FILE, or the file named by ZV_MACHINE, or a built-in "
                             "one.\n"
                             "Exit codes: 0 done; 1 the operation failed; 2 wrong usage or a bad machine file.";
 
@@ -32,10 +32,10 @@ void Host::PrepareStreams() {}
 std::function<void()> Host::AddOptions(CLI::App& app)
 {
     const auto options = std::make_shared<MachineOptions>();
-    app.add_option("--machine", options->File, "JSON description of the machine to work on")->type_name("FILE");
+    app.add_option("--machine", options->File, "JSON file that describes the machine")->type_name("FILE");
     AddParsedOption(app, "--trace", options->Trace, ParseTraceSettings,
-                    "Show the library's trace on stderr up to LEVEL (1 to 4), of the components in FLAGS "
-                    "(1 service, 2 device, 4 device manager, 8 notification, 16 system events; default 0x1F)")
+                    "Print the library's trace to stderr up to LEVEL (1 to 4) for the components in FLAGS "
+                    "(1 service, 2 device, 4 device manager, 8 notification, 16 window messages; default 0x1F)")
         ->type_name("LEVEL[:FLAGS]");
     return [options] {
         InstallMachine(options->File);

@@ -111,7 +111,8 @@ void Tour::VisitItem()
     Step("get", [&] {
         const Bytes after = QueryItem(*Device, Item, ItemSize);
         if (after != other)
-            throw std::runtime_error(fmt::format("item 0x{:x} is {}, not what was set", Item, HexText(after, " ")));
+            throw std::runtime_error(
+                fmt::format("item 0x{:x} is {}, not the value that was set", Item, HexText(after, " ")));
         return fmt::format("item 0x{:x} is {}, as set", Item, HexText(after, " "));
     });
     if (known)
@@ -147,7 +148,7 @@ void Tour::VisitRegistry()
     Step("reg read", [&] {
         const RegistryValue value = ReadValue(*Device, place);
         if (value != written)
-            throw std::runtime_error(fmt::format("{} is another than was written", place.Name));
+            throw std::runtime_error(fmt::format("{} differs from the written value", place.Name));
         return fmt::format("{} = \"was here\" ({})", place.Name, ValueTypeName(value.Type));
     });
     Step("reg delete", [&] {
@@ -176,7 +177,8 @@ void Tour::Run(const std::string& wanted)
 Command AddTourCommand(CLI::App& app)
 {
     const auto adapter = std::make_shared<std::string>();
-    CLI::App* const tour = app.add_subcommand("tour", "Try everything with an adapter, the first that is ready");
+    CLI::App* const tour =
+        app.add_subcommand("tour", "Demonstrate everything with one adapter (default: the first ready one)");
     AddAdapter(*tour, *adapter)->required(false);
     return {tour, [adapter] { Tour().Run(*adapter); }};
 }

@@ -73,12 +73,12 @@ std::string CarryOut(const EventStep& step, CDeviceIntf& device)
 {
     const std::uint32_t before = FlagsOf(device);
     if ((before & step.Needed) != step.Needed)
-        return fmt::format("not needed: {} already", FlagText(before));
+        return fmt::format("skipped: already {}", FlagText(before));
     step.Cause();
     const std::vector<std::uint32_t> came = AwaitStep(step, device);
     const std::uint32_t after = FlagsOf(device);
     return fmt::format("{}; {}{}", Names(came), FlagsWithNumber(before),
-                       before == after ? " as before" : " -> " + FlagsWithNumber(after));
+                       before == after ? " unchanged" : " -> " + FlagsWithNumber(after));
 }
 
 std::vector<EventStep> MakeSteps(Platform::Machine& machine, Platform::AdapterId id, CDeviceManagerIntf& manager,

@@ -7,7 +7,7 @@
 
 const char Host::Description[] = "Works with the Wi-Fi adapters of this system through ZVUWPSrvcLib.";
 
-const char Host::Footer[] = "Without a command, list runs. \"zvctl COMMAND --help\" tells more of one.\n"
+const char Host::Footer[] = "Without a command, list runs. \"zvctl COMMAND --help\" describes a command.\n"
                             "Numbers are decimal or, with 0x, hexadecimal.\n"
                             "Exit codes: 0 done; 1 the operation failed; 2 wrong usage.";
 
