@@ -1,4 +1,4 @@
-// Adapters out of registry values alone: there is no device behind them.
+// Adapters made of registry values only, without a device.
 #include "Adapters.h"
 
 #include <map>
@@ -35,7 +35,7 @@ void Delete(const std::string& path)
 
 struct Adapters::Impl
 {
-    /// Of its own for each process: several may run at once. Short, since driver keys have 4 digits elsewhere.
+    /// Different for each process, because several may run at once. Short: real driver keys have 4 digits.
     const std::string Prefix = std::to_string(GetCurrentProcessId());
     const std::string Enumerator = "Enum\\ZVConformance." + Prefix;
     std::map<WideText, std::string> Numbers;

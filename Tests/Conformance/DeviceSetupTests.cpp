@@ -92,7 +92,7 @@ TEST_F(DeviceSetupTest, ReadsPropertiesThroughRightRecordsAndHandles)
 {
     Machine.Add({Wide("ZVC\\1"), Wide("W?"), Wide("")});
     Machine.Add({Wide("ZVC\\2")});
-    // Property and room for it; last error (0 for success), size, type and memory.
+    // Property and buffer size; last error (0 for success), size, type and memory.
     const std::tuple<DWORD, DWORD, std::tuple<DWORD, DWORD, DWORD, WideText>> cases[] = {
         {SPDRP_HARDWAREID, 14, {0, 14, REG_MULTI_SZ, Wide({"ZVC\\1\0\0", 7})}},
         {SPDRP_HARDWAREID, 13, {ERROR_INSUFFICIENT_BUFFER, 14, REG_MULTI_SZ, Wide("#######")}},

@@ -7,8 +7,8 @@
 #include <memory>
 #include <string>
 
-/// Keeps every request until it is told to end it, or to let it go as it is cancelled. Requests are told
-/// apart by their codes. Errors are 0, 31, 234, 995 or 1617; bytes go with 0 and 234 alone.
+/// Holds every request until the test completes it, or until the request is cancelled. Requests are
+/// identified by their codes. Errors are 0, 31, 234, 995 or 1617; only 0 and 234 return bytes.
 class IoDevice
 {
 public:

@@ -167,7 +167,7 @@ TEST_F(IoTest, RequestEndsWithItsThread)
     const Opened event = MakeEvent(TRUE);
     Call call(event);
     std::thread([&] { EXPECT_EQ(Pending, call.Send(file)); }).join();
-    // Wine at times has nobody left to write the result, so that is not looked at.
+    // Under Wine the result is sometimes not written, so it is not checked.
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, INFINITE));
     EXPECT_FALSE(Device.End(Code(0), 0));
 }

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// A key of its own for each test, empty again at its end.
+/// A separate key for each test, empty again at its end.
 class RegistryTest : public testing::Test
 {
 protected:
@@ -31,7 +31,7 @@ protected:
     const HKEY Key = Create();
 };
 
-/// Text bytes may come without their NUL; what lies behind them here is none.
+/// Stores text bytes that may lack their NUL; the byte that follows them here is not NUL.
 LSTATUS Store(HKEY key, const char* name, DWORD type, const std::string& bytes)
 {
     const std::string data = bytes + "#";

@@ -1,4 +1,4 @@
-// A library to load; tells which of its builds it is.
+// A library to load; returns which of its builds it is.
 extern "C" int ModuleNumber();
 
 int ModuleNumber()

@@ -42,7 +42,7 @@ inline HDEVNOTIFY Register(HWND window, DWORD size = 32, DWORD type = DBT_DEVTYP
     return RegisterDeviceNotificationW(window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
 }
 
-/// A thread with two windows that carries out messages until it is told to quit.
+/// A thread with two windows that dispatches messages until it receives a quit.
 class WindowThread
 {
 public:

@@ -35,7 +35,8 @@ TEST_F(WindowingTest, ProcedureTakesPartInCreationAndEnd)
             return message == other ? result : DefWindowProcW(window, message, wParam, lParam);
         };
         const HWND window = MakeWindow(ClassName.Text, &seen);
-        std::erase(seen, made ? WM_NULL : UINT{WM_DESTROY}); // systems differ in whether a refused window hears it
+        std::erase(seen, made ? WM_NULL
+                              : UINT{WM_DESTROY}); // Windows and Wine differ in whether a refused window receives it
         EXPECT_EQ(expected, seen);
         ASSERT_EQ(made, window != nullptr);
         if (made)

@@ -67,7 +67,7 @@ TEST_F(Async, ReadsThatEndTogetherAreTakenLowestFirstAndSentAgain)
     AsyncRequest request(1, Code, 1100);
     Send(request);
     const auto main = Driver->Held(Code);
-    // While the main request is out nobody takes chunks: all five reads end, the last one first.
+    // The library takes no chunks before the main request is sent: all five reads complete, the last first.
     std::vector<TestDriver::RequestPtr> reads(5);
     std::ranges::generate(reads, [&] { return Driver->Read(); });
     for (std::size_t i = 5; i-- > 0;)

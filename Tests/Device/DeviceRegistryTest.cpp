@@ -108,7 +108,7 @@ TEST_F(DeviceRegistry, TheAbilityIsANumberOrATextThatBeginsWithOne)
         {1, text("99999999999"), 0, 0x7FFFFFFF},
         {1, Bytes(55, ' '), 0, 0},
         {1, Bytes(56, '0'), 0, 0},
-        {1, Bytes(60, '1'), 5, 99}, // Larger than the room: unreadable.
+        {1, Bytes(60, '1'), 5, 99}, // Larger than the buffer: unreadable.
         {3, {1, 0, 0, 0}, 5, 0},
         {7, text("12"), 5, 0},
     };

@@ -23,7 +23,7 @@ _ZV_SRVC_IOCTL_REQ PlainRequest(std::uint32_t timeoutMs = 1000)
     return request;
 }
 
-/// What a host can tell of a device's state without changing it.
+/// What a host can observe of a device's state without changing it.
 struct Answers
 {
     unsigned int Info, Item, Request, Registry, Ability;
@@ -66,7 +66,7 @@ TEST_F(DeviceState, TransitionsAreThoseOfTheTable)
     auto faulted = Record("{dev}", ZV_DEV_HAS_PROBLEM);
     auto absent = Record("{dev}", ZV_DEV_ABSENT);
     auto changed = Record("{dev}", ZV_DEV_DRIVER_CHANGED | ZV_DEV_DRIVER_UNINSTALLED);
-    // Every road into a state, then each event there. Null stands for Close.
+    // Every sequence into a state, then each event there. Null means Close.
     using Step = std::shared_ptr<_ZV_SRVC_DEVICE_INFO>*;
     const struct
     {
@@ -178,7 +178,7 @@ TEST_F(DeviceState, ARequestThatEndsWithAnErrorAfterItPendedWasSentAllTheSame)
     Driver->On(0x122414, Driver->Hold());
     std::jthread driver([this] { Driver->Held(0x122414)->Complete(31); });
     Bytes data(4000, 1);
-    // Ended at once or a moment later: either way the driver ended it, and the send tells no more.
+    // Completed at once or a moment later: in both cases the send reports success.
     EXPECT_EQ(Device->SetQueryInfo(1, 1, data.data(), 4000), ZV_SRVC_SUCCESS);
     EXPECT_EQ(data, Bytes(4000, 1));
 }

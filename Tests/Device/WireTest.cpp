@@ -69,7 +69,7 @@ TEST_F(Wire, ItemsTravelInTheirRecord)
         {
             const Bytes record = Item(isSet == 1 ? 8 : 7, 0x1234, Counting(size));
             Bytes data = Counting(size);
-            data.push_back(0xEE); // Never null, and nothing behind the data may be touched.
+            data.push_back(0xEE); // Never null, and the bytes after the data must stay unchanged.
             EXPECT_EQ(Device->SetQueryInfo(isSet, 0x1234, data.data(), static_cast<std::uint32_t>(size)), 0U);
             const auto seen = Driver->Requests();
             ASSERT_EQ(seen.size(), 1U);

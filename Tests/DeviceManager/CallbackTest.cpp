@@ -58,7 +58,7 @@ void SendAsync(Host& host, Where /*where*/)
 {
     static std::deque<std::unique_ptr<AsyncRequest>> requests; // Outlive the test's callbacks.
     auto& request = *requests.emplace_back(std::make_unique<AsyncRequest>(9, 0x222000, 4));
-    request.Record.NotifyFn = nullptr; // Its own end would come behind this callback.
+    request.Record.NotifyFn = nullptr; // Its completion would come after this callback.
     Expect(host.Device->SendIOCTLReq(&request.Record));
 }
 
@@ -154,8 +154,8 @@ protected:
     AsyncRequest Request{1, 0x222004, 4};
 };
 
-/// One cell of the table of operations by callback in docs/ARCHITECTURE.md. A call that would wait
-/// for its own thread never comes back, which the time limit of the test tells.
+/// One cell of the table of operations by callback in docs/ARCHITECTURE.md. A call that waits for the
+/// callback's own thread never returns; the test's time limit detects that.
 TEST_P(Callback, MayCallTheOperation)
 {
     const auto [where, index] = GetParam();

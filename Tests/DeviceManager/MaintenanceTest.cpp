@@ -20,7 +20,7 @@ const Events None = {};
 class Maintenance : public EventTest
 {
 protected:
-    /// What a sweep told of itself when it ended: sighted, suspects, changed.
+    /// What a sweep traced when it ended: sighted, suspects, changed.
     using Sweep = std::vector<std::uint32_t>;
 
     void SetSystem(bool present, std::uint32_t problem, bool answers = true)
@@ -164,7 +164,7 @@ TEST_F(Maintenance, TheDriverVersionHasABitOfItsOwn)
         {RemoveComplete, "2", Changed, "1.2.3.4", StatusChanged},
         {Arrival, "2", Changed, "2", Arrived},
         {Arrival, "2", 0, "2", None},
-        {Arrival, "2.0", Changed, "2.0", Arrived}, // a merge compares, it does not look for a part
+        {Arrival, "2.0", Changed, "2.0", Arrived}, // a merge compares whole texts, not parts
         {RemoveComplete, "2.0", 0, "2.0", None},
         {Arrival, "2.0", 0, "2.0", None},
     };
@@ -292,7 +292,7 @@ TEST_F(Maintenance, AnUninstalledDriverIsToldOnceForEachTimeItIsWatched)
 {
     Relist();
     SetSystem(true, 22);
-    EXPECT_EQ(Send(RemoveComplete), StatusChanged); // stands in the watcher twice
+    EXPECT_EQ(Send(RemoveComplete), StatusChanged); // the watcher has two entries for it
     EXPECT_EQ(Listed().StateFlags, Problem | Absent);
     Machine->DeleteTree(R"(SYSTEM\CurrentControlSet\Control\Class\{4D36E972-E325-11CE-BFC1-08002BE10318})");
     Client->TakeUntil(ZV_EVT_DRIVER_UNINSTALLED);

@@ -1,4 +1,4 @@
-/// Ten thousand random actions against the library, and the rules beside it.
+/// Ten thousand random actions against the library, checked by a model of the rules.
 
 #include "EventFixture.h"
 
@@ -30,7 +30,7 @@ struct Adapter
     std::string ListedVersion;
 };
 
-/// What the tables of the sweep and the merge make of a list, told by states.
+/// A model of the sweep's and the merge's tables, by state.
 class Rules
 {
 public:
@@ -113,7 +113,7 @@ protected:
 
     std::uint32_t Roll(std::uint32_t sides) { return static_cast<std::uint32_t>(Generator() % sides); }
 
-    /// Notes what the library has to tell of a look at the system.
+    /// Records the event that the library must send after an enumeration.
     void Expect(bool tells, std::uint32_t event)
     {
         if (tells)
@@ -135,7 +135,7 @@ protected:
     std::size_t ThreadsAtRest = ThreadCount(); ///< Before devices are opened.
 };
 
-/// Silent changes of the node first: what is told later finds them.
+/// Changes the node without a message first; a later event finds the change.
 void Random::ActOn(Adapter& adapter)
 {
     const bool up = adapter.Present && adapter.ProblemNumber == 0;
@@ -153,8 +153,8 @@ void Random::ActOn(Adapter& adapter)
     case 2:
         if (!up)
             return;
-        // The query of a disable sweeps too, before or behind the change. With nothing else left to
-        // find, both ways come to the same.
+        // The query of a disable sweeps too, before or after the change. Both orders have the same result,
+        // because there is nothing else to find.
         Machine->Broadcast(WmDeviceChange, RemoveComplete);
         Expect(Model.Sweep(), ZV_EVT_DEVICE_STATUS_CHANGED);
         Compare();
@@ -232,7 +232,7 @@ void Random::Compare()
     }
 }
 
-/// The rebuilt list of the second manager has come to the truth as well, and nothing is left open.
+/// The rebuilt list of the second manager is up to date too, and no handle is left open.
 void Random::Finish()
 {
     for (auto& [name, adapter] : Model.Adapters)
@@ -248,7 +248,7 @@ void Random::Finish()
             EXPECT_EQ(record.StateFlags & (Problem | Absent), 0U) << record.NetCfgInstanceId;
     for (auto& device : Devices)
         device.reset();
-    // The watchers find the keys gone and end; what is left are main, window, service, six queues.
+    // The watchers find the keys deleted and end; main, window, service and six queue threads remain.
     Machine->DeleteTree(R"(SYSTEM\CurrentControlSet\Control\Class\{4D36E972-E325-11CE-BFC1-08002BE10318})");
     while (ThreadCount() > ThreadsAtRest)
         std::this_thread::yield();
@@ -266,7 +266,7 @@ TEST_F(Random, TheLibraryFollowsTheRulesThroughTenThousandActions)
     Generator.seed(seed);
 
     constexpr int actions = 10'000;
-    std::counting_semaphore<> begun{0}; // The host thread lists once an action, while it goes on.
+    std::counting_semaphore<> begun{0}; // The host thread lists once per action, concurrently.
     std::thread host([&] {
         const char* const filters[] = {"ZV_USB", "ZV_ALL", "ZV_PCIE", "zvwlanu"};
         for (std::size_t i = 0; i < actions; ++i)

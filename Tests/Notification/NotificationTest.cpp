@@ -116,7 +116,7 @@ TEST(Notification, TheDestructorReleasesAtOnceWhatStandsBehindTheRunningHandler)
             released.wait(seen);
     });
     std::optional<CZVNotification> notifier(std::in_place);
-    // All four stand in the queue before the worker first looks, so it can take them together.
+    // All four are queued before the worker first checks, so it can take them together.
     notifier->RunNotifyThread(&handler, "worker");
     for (int i = 0; i < 4; ++i)
         notifier->SendNorification(watched());
@@ -180,7 +180,7 @@ TEST(Notification, DroppingTheOwnerInsideItsHandlerLeavesTheThreadToEndByItself)
     std::latch ended(1);
     auto notifier = std::make_unique<CZVNotification>();
     Handler handler([&](const ZVBlob&) {
-        sent.wait(); // Until nobody else is inside the object.
+        sent.wait(); // Until no other thread is inside the object.
         struct AtThreadEnd
         {
             std::latch& Ended;
@@ -204,7 +204,7 @@ TEST(Notification, AnObjectAtTheAddressOfADestroyedOneHasItsOwnThread)
     std::latch done(1);
     Handler idle([](const ZVBlob&) {});
     Handler handler([&](const ZVBlob&) {
-        sent.wait(); // A producer keeps the object alive until its call has returned.
+        sent.wait();      // A producer keeps the object alive until its call has returned.
         notifier.reset(); // On its own worker, which is detached.
         notifier.emplace().RunNotifyThread(&idle, "another");
         notifier.reset();

@@ -88,7 +88,7 @@ TEST(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)
     {
         setenv("TEST_LENGTH", length, 1);
         setenv("TEST_FLAGS", "0x9", 1);
-        // An empty list is asked for anew, so every case starts with a filter that is not held.
+        // An empty list is enumerated again, so every case starts with an unknown filter.
         const Listing listing = List(*manager, length);
         EXPECT_EQ(listing.Status, ZV_SRVC_SUCCESS) << length;
         ASSERT_EQ(listing.Records.size(), records) << length;

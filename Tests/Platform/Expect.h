@@ -5,7 +5,7 @@
 #include "../Conformance/Checks.h"
 #include "Machine.h"
 
-/// A machine of its own for each test; nothing may be left open at its end.
+/// A separate machine for each test; no handle may be open at its end.
 class OnMachine : public testing::Test
 {
 protected:

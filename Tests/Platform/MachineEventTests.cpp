@@ -8,7 +8,7 @@ namespace
 
 using Platform::Machine;
 
-/// Tells the messages of two registered windows (R, S) and another (U), each with the state of the adapter at that
+/// Records the messages of two registered windows (R, S) and another (U), each with the state of the adapter at that
 /// time: running (+), not running (-), or without a driver key (.).
 class EventsTest : public WindowingTest
 {

@@ -34,7 +34,7 @@ TEST_F(MachineFileTest, DescribesAdaptersAndRegistry)
 struct Mistake
 {
     const char* Text;
-    const char* Message; ///< Its start, behind the file's name and the place that `Text` is put at.
+    const char* Message; ///< Its start, after the file's name and the position of `Text`.
 };
 
 const Mistake InFiles[] = {

@@ -1,5 +1,5 @@
 /// @file
-/// The windows of the conformance tests, each test on a machine of its own.
+/// The windows of the conformance tests, with a separate machine for each test.
 #pragma once
 
 #include "../Conformance/TestWindows.h"

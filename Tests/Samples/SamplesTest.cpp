@@ -252,7 +252,7 @@ TEST(VirtualDriverWithTheLibrary, ItsMessagesReachAClient)
 
     const struct
     {
-        const char* Steps; // the last is the suspend, which ends what is heard
+        const char* Steps; // the last is the suspend, which ends the recording
         std::vector<std::uint32_t> Events;
         std::uint32_t Flags;
     } cases[] = {{"0:remove 1;0:suspend", {ZV_EVT_DEVICE_STATUS_CHANGED}, ZV_DEV_ABSENT},

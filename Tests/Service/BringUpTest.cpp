@@ -77,7 +77,7 @@ TEST(BringUpDeathTest, TheProcessMayExitDuringTheFirstCall)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto exitDuringBringUp = [] {
-        LingerAtExit(600); // So that the other thread goes on after the destructors.
+        LingerAtExit(600); // So that the other thread continues after the destructors.
         BeginSlowBringUp();
         std::exit(7);
     };

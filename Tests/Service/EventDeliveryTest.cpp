@@ -49,12 +49,12 @@ TEST_F(EventDelivery, EveryRemovalAndEveryArrivalIsToldAndTheFlagsAreTheDrivers)
     {
         SCOPED_TRACE(&row - rows);
         setenv("TEST_FLAGS", row.Flags, 1);
-        EXPECT_EQ(Deliver(WmDeviceChange, row.WParam), 1); // Nothing behind it, as there is no window.
+        EXPECT_EQ(Deliver(WmDeviceChange, row.WParam), 1); // No default handling, because there is no window.
         Deliver(WmPowerBroadcast, 4);
         EXPECT_EQ(client->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), row.Told);
         if (!row.Told.empty())
             flags = static_cast<std::uint32_t>(std::stoul(row.Flags, nullptr, 0));
-        // The first message has filled the list, although nobody had asked for adapters.
+        // The first message has filled the list, although no host has listed adapters.
         setenv("TEST_FLAGS", row.Told.empty() ? "0x1F" : row.Flags, 1);
         const Listing listing = List(*Manager, "ZV_ALL");
         EXPECT_EQ(listing.Records.size(), 10U);
@@ -71,7 +71,7 @@ TEST_F(EventDelivery, ClientsOfBothListsAndManagersHearInTheirOrder)
     auto* const zv = MakeClient(*Manager, ZV_INFO_REQ_MAGIC);
     auto* const twice = MakeClient(*Manager, 5);
     EXPECT_EQ(Manager->RegisterNotification(&twice->Record), ZV_SRVC_SUCCESS);
-    auto* const other = MakeClient(*MakeManager()); // Its host lets go of it.
+    auto* const other = MakeClient(*MakeManager()); // Its host drops its reference.
     EXPECT_EQ((std::vector{user->Record.ClientId, silent.ClientId, zv->Record.ClientId, twice->Record.ClientId,
                            other->Record.ClientId}),
               (std::vector{1U, 2U, 3U, 5U, 1U}));

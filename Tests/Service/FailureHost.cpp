@@ -71,7 +71,7 @@ void Require(bool good, const char* what)
     std::_Exit(1);
 }
 
-/// Makes one call, which may throw what a host is told to expect.
+/// Makes one call, which may throw what the headers document.
 /// @return false when it threw.
 template <class Call>
 bool Try(Call call)

@@ -20,7 +20,7 @@ _ZV_SRVC_IOCTL_REQ Request(std::uint32_t timeout)
 
 std::shared_ptr<CDeviceIntf> TryToOpen(const Host& host, const std::string& identity)
 {
-    List(*host.Manager, "nothing"); // So that the next one looks anew.
+    List(*host.Manager, "nothing"); // So that the next listing enumerates again.
     List(*host.Manager, "ZV_USB");
     _ZV_SRVC_DEVICE_INFO record{};
     identity.copy(record.NetCfgInstanceId, sizeof record.NetCfgInstanceId - 1);

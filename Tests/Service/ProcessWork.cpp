@@ -11,7 +11,7 @@
 namespace
 {
 
-/// Requests in flight; one that nobody refers to would end.
+/// Requests in flight; a request without a reference would complete.
 constinit std::vector<Platform::ScriptedDevice::RequestPtr> inFlight;
 
 /// The driver stays loaded for the one who calls its function.
@@ -29,14 +29,14 @@ std::function<void(unsigned, std::uint64_t)> Source(const Host& host)
 {
     if (host.Simulated)
         return DeliverFunction();
-    List(*host.Manager, "ZV_USB"); // Waits until the window hears.
+    List(*host.Manager, "ZV_USB"); // Waits until the window receives messages.
     return [](unsigned message, std::uint64_t wParam) { Platform::CurrentMachine()->Broadcast(message, wParam); };
 }
 
 namespace
 {
 
-/// Adds an adapter whose driver answers at once, until it is told otherwise.
+/// Adds an adapter whose driver answers at once, until changed.
 std::shared_ptr<Platform::ScriptedDevice> AddAdapter(const std::string& identity)
 {
     auto driver = std::make_shared<Platform::ScriptedDevice>();
@@ -76,7 +76,7 @@ void HoldSync(Host& host)
     }
 }
 
-/// A request and its reads in flight at a driver that answers neither, and one behind it.
+/// Keeps a request and its reads in flight at a driver that answers neither, with a second request queued.
 void HoldAsync(Host& host)
 {
     const auto driver = AddAdapter("{held}");
@@ -100,7 +100,7 @@ void ServeAsync(Host& host)
     SendManyAndAwaitOne(*host.Device);
 }
 
-/// A watcher that looks after an adapter that has gone, and the key of its driver with it or not.
+/// A watcher that checks a removed adapter, whose driver key is deleted or kept.
 template <auto Verb>
 void Watch(Host& host)
 {

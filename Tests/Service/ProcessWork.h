@@ -28,13 +28,13 @@ struct Work
 
 std::span<const Work> Works();
 
-/// The last event that the host's client heard of; 0 before.
+/// The last event that the host's client received; 0 before the first.
 extern std::atomic<std::uint32_t> lastEvent;
 
 inline constexpr std::uint32_t HostCode = 0x99000000;
 inline constexpr std::uint32_t WaitRsp = 0x122418;
 
-/// A synchronous request of the host's code, with no data.
+/// A synchronous control request without data.
 _ZV_SRVC_IOCTL_REQ Request(std::uint32_t timeout);
 
 void BeIdle(Host& host);

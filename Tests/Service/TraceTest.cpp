@@ -53,7 +53,7 @@ private:
     std::vector<std::vector<std::uint8_t>> Arguments; ///< Guarded by Mutex.
 
 public:
-    /// Last of all: begins when there is where to put points, and ends before that goes.
+    /// Last member: starts when the storage for points exists, and stops before it is destroyed.
     std::optional<Platform::TraceSession> Running;
 };
 

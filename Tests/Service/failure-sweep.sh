@@ -1,6 +1,6 @@
 #!/bin/bash
 # Makes each allocation, thread start and platform call of one use of the library fail in turn, each in a
-# process of its own, and prints how many points of each kind there were.
+# separate process, and prints how many points of each kind there were.
 # usage: failure-sweep.sh FAILURE_HOST
 # Exit code 1 when a run hung, crashed, left something half done, or could not use the library afterwards.
 set -u

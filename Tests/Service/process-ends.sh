@@ -1,5 +1,5 @@
 #!/bin/bash
-# Starts hosts that end in every way while the library is at every kind of work, and tells how they ended.
+# Starts hosts that exit in every way during every kind of work of the library, and prints the results.
 # usage: process-ends.sh BUILD_DIR [COUNT]
 # COUNT starts over all kinds in turn (1000), with a host that links the library and one that loads
 # it in turn; 0 for one start of each kind. Exit code 1 when one hung, crashed or ended otherwise.
@@ -26,9 +26,9 @@ start_one() {
     timeout --signal=KILL 30 ${launcher:+"$launcher"} "$1" "$2" "$3" "$4" 2>&1
   )
   code=$?
-  # Wine ends the other threads also in the midst of its own heap and its own wait queues, and the
-  # last thread then spins on a lock that has no owner, in about one of 1000 ends. A hang of the
-  # library's sleeps and uses up no time; what spins twice is looked at.
+  # Wine terminates other threads even inside its own heap and wait queues. In about one of 1000 exits the
+  # last thread then spins on a lock without an owner. A hang of the library sleeps and uses no CPU time; a
+  # start that spins is repeated once.
   if [ -n "$launcher" ] && [ "$code" -eq 152 ] && [ -z "${5:-}" ]; then
     printf '%s %s: spun in Wine, started again\n' "$2" "$3" >&2
     start_one "$1" "$2" "$3" "$4" again

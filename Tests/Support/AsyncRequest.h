@@ -14,7 +14,7 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// An asynchronous request with its memory and the end that it was told of.
+/// An asynchronous request with its memory and its reported completion.
 struct AsyncRequest
 {
     AsyncRequest(std::uint16_t id, std::uint32_t code, std::size_t room, Bytes input = {})

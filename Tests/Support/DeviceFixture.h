@@ -22,8 +22,8 @@ public:
     RequestPtr Read() { return Held(WaitRsp); }
     /// Ends the oldest read with a chunk.
     void Chunk(const Bytes& bytes) { End(Read(), bytes); }
-    /// Ends a read with a chunk. After a short one nobody takes what the other reads of that handle
-    /// would bring, although they are not cancelled yet.
+    /// Completes a read with a chunk. After a short chunk the library ignores the other reads of that
+    /// handle, although they are not cancelled yet.
     void End(const RequestPtr& read, const Bytes& bytes)
     {
         if (bytes.size() < 200)
@@ -37,7 +37,7 @@ class DeviceTest : public testing::Test
 protected:
     DeviceTest() { AddAdapter("{dev}", Driver); }
 
-    /// Nothing of the platform's is left when the device is gone.
+    /// Checks that no platform object is left when the device is destroyed.
     ~DeviceTest() override
     {
         Device.reset();

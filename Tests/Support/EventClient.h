@@ -1,5 +1,5 @@
 /// @file
-/// A client that remembers what it heard.
+/// A client that records the events it receives.
 #pragma once
 
 #include "HostCalls.h"
@@ -12,8 +12,8 @@
 #include <functional>
 #include <mutex>
 
-/// What one client heard, in order. Registered for the rest of the process: a call may still begin
-/// when a client has just been deregistered.
+/// The events that one client received, in order. Never destroyed: a call may still begin when a client
+/// has just been deregistered.
 class EventClient
 {
 public:
@@ -63,7 +63,7 @@ private:
     std::deque<std::uint32_t> Heard; ///< Guarded by Mutex.
 };
 
-/// Makes a client that is there until the process is gone, when nobody can call it any more.
+/// Creates a client that exists until the process ends, when it can no longer be called.
 inline EventClient* MakeClient(CDeviceManagerIntf& manager, std::uint32_t type = 0)
 {
     static auto& kept = *new std::deque<EventClient>;

@@ -26,8 +26,8 @@ protected:
         return Settle();
     }
 
-    /// Waits until the library has dealt with all that was sent before.
-    /// @param mark the event that tells so.
+    /// Waits until the library has handled all messages sent before.
+    /// @param mark the event that marks the end.
     std::vector<std::uint32_t> Settle(std::uint32_t mark = ZV_EVT_SYSTEM_SUSPEND)
     {
         Machine->Broadcast(WmPowerBroadcast, mark == ZV_EVT_SYSTEM_SUSPEND ? 4 : 7);
@@ -52,7 +52,7 @@ protected:
         return listing.Records.empty() ? _ZV_SRVC_DEVICE_INFO{} : listing.Records.front();
     }
 
-    /// Makes the list anew: its records start with what the system says now.
+    /// Rebuilds the list: its records start with the current state of the machine.
     void Relist()
     {
         List(*Manager, "nothing");

@@ -14,7 +14,7 @@
 namespace Process
 {
 
-/// A folder that goes with the test.
+/// A folder that is deleted with the test.
 class TempFolder
 {
 public:

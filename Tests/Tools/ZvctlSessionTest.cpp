@@ -122,8 +122,8 @@ TEST(ZvctlScript, WatchTellsWhatChangedAsJson)
 TEST(ZvctlScript, SwitchesAdaptersByADeviceThatTheSessionHasOpened)
 {
     CheckScripts({
-        // The first look at the system finds WL900E absent too, so that the next brings nothing of it.
-        // What is uninstalled is not watched for seconds more at the end of the process.
+        // The first enumeration finds WL900E absent too, so the next event does not report it. Uninstalled
+        // adapters are not watched for further seconds when the process exits.
         {"uninstall 2\nwait status-changed\nuninstall WL900E\ndisable 0\nwait status-changed\nuninstall 0\ninfo 0", 1,
          HasSubstr("ready -> problem"), HasSubstr("stdin:7: info: OpenDevice: ZV_SRVC_ERR_DEVICE_NOT_OPEN (14)")},
         {"info 0\nlist --filter ZV_SDIO\ninfo 2\nproblem 0 22\nwait status-changed\nenable 0\nwait arrived\n"
@@ -190,8 +190,8 @@ TEST(ZvctlWatch, EndsWellWithASignal)
         std::array<char, 20> line{};
         EXPECT_EQ(read(ends[0], line.data(), line.size()), 20) << "the first line comes whole";
         int status = 0;
-        // Repeated, as by an impatient user. ThreadSanitizer's runtime can also lose a signal that
-        // arrives during the first blocking call of a thread.
+        // Repeated, as by an impatient user. ThreadSanitizer's runtime can lose a signal that arrives
+        // during the first blocking call of a thread.
         pid_t ended = 0;
         while (ended == 0)
         {

@@ -204,7 +204,7 @@ TEST(Zvctl, WithoutACommandATourTriesEverything)
                               "watch       on, 4 adapters\n"
                               "unplug      status-changed; 0x0 ready -> 0x4 absent\n"
                               "plug        arrived; 0x4 absent -> 0x0 ready\n";
-    // Any look at the system finds the faulted WL900E absent, which may bring an event more.
+    // Any enumeration finds the faulted WL900E absent, which may add an event.
     const std::string events = "disable +status-changed[a-z, -]*; 0x0 ready -> 0x5 problem,absent\n"
                                "enable +[a-z, -]*arrived; 0x5 problem,absent -> 0x[01] [a-z]+\n"
                                "arrival +(arrived; 0x1 problem -> 0x0 ready|skipped: already ready)\n"

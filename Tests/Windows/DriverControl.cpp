@@ -28,7 +28,7 @@ Service FindDriver(SC_HANDLE manager)
     return Service(OpenServiceA(manager, ZVK_SERVICE_NAME, SERVICE_ALL_ACCESS));
 }
 
-/// Succeeds also when it is not there.
+/// Succeeds even if the driver is not loaded.
 int Unload(SC_HANDLE manager)
 {
     const Service driver = FindDriver(manager);

@@ -20,8 +20,8 @@ std::vector<_ZV_SRVC_DEVICE_INFO> ArrivalRecords(CDeviceManagerIntf& manager)
 
 TEST(Events, AnAdapterOfTheDeviceInstallerComesGoesAndLosesItsDriver)
 {
-    // What an interrupted run has left, and what ended processes have: each would be looked at for
-    // seconds, whether its driver goes too, before the one that this test removes.
+    // Removes adapters left by an interrupted run or by exited processes. Each would be checked for seconds
+    // for an uninstalled driver before the one that this test removes.
     RemoveRootAdapter();
     RemoveRegistryAdapters();
     ASSERT_EQ(AwaitDeviceListener(), 0U);
@@ -51,7 +51,7 @@ TEST(Events, PowerMessagesReachTheClient)
 {
     const auto manager = MakeManager();
     EventClient* const client = MakeClient(*manager);
-    List(*manager, "ZV_USB"); // Waits until the window hears.
+    List(*manager, "ZV_USB"); // Waits until the window receives messages.
     DWORD_PTR answer = 0;
     SendMessageTimeoutA(HWND_BROADCAST, WM_POWERBROADCAST, PBT_APMSUSPEND, 0, SMTO_NORMAL, 5000, &answer);
     SendMessageTimeoutA(HWND_BROADCAST, WM_POWERBROADCAST, PBT_APMRESUMESUSPEND, 0, SMTO_NORMAL, 5000, &answer);

@@ -27,7 +27,7 @@ std::vector<std::uint8_t> Joined(const Head& head, std::span<const std::uint8_t>
     return joined;
 }
 
-/// The driver tells of its state only when asked.
+/// Queries the driver's state; the driver does not report changes.
 void LookAgain()
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));

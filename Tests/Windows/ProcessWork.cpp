@@ -35,7 +35,7 @@ std::function<void(unsigned, std::uint64_t)> Source(const Host& host)
 {
     if (host.Simulated)
         return DeliverFunction();
-    List(*host.Manager, "ZV_USB"); // Waits until the window hears.
+    List(*host.Manager, "ZV_USB"); // Waits until the window receives messages.
     const HWND window = FindWindowA("ZVUWPSrvcLib", nullptr);
     if (window == nullptr)
         std::exit(6);
@@ -72,7 +72,7 @@ void HoldSync(Host& host)
     }
 }
 
-/// A request and its reads in flight at a driver that answers neither, and one behind it.
+/// Keeps a request and its reads in flight at a driver that answers neither, with a second request queued.
 void HoldAsync(Host& host)
 {
     const KernelDevice& driver = AddAdapter(82, "{held}");

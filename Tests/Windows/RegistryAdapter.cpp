@@ -87,7 +87,7 @@ void RemoveRegistryAdapters()
     CRegistryKey devices;
     if (RegOpenKeyA(HKEY_LOCAL_MACHINE, Devices.c_str(), devices.Receive()) != ERROR_SUCCESS)
         return;
-    // First all are found: the removal moves those behind.
+    // Finds all first: a removal changes the numbers of those that follow.
     std::vector<int> numbers;
     char name[8];
     for (DWORD i = 0; RegEnumKeyA(devices.Get(), i, name, sizeof name) == ERROR_SUCCESS; ++i)

@@ -19,8 +19,8 @@ namespace
 
 constexpr std::uint32_t Code = 0x99000000;
 
-/// One run of zvctl.exe, which lies beside this program. Its output goes to a file of its own: what Wine
-/// starts beside a program holds the program's outputs open for longer.
+/// One run of zvctl.exe from this program's folder. Its output is redirected to a file, because processes that
+/// Wine starts in the background keep the program's outputs open for longer.
 class ToolRun
 {
 public:
@@ -29,7 +29,7 @@ public:
     ToolRun(const ToolRun&) = delete;
     ToolRun& operator=(const ToolRun&) = delete;
 
-    /// @return what it printed, and its exit code in a line of its own.
+    /// @return its output, followed by its exit code on a separate line.
     std::string Finish(const std::string& arguments) const
     {
         char self[MAX_PATH];
@@ -116,7 +116,7 @@ TEST_F(Zvctl, WatchesAnAdapterComeAndGo)
     RemoveRootAdapter();
     const ToolRun tool;
     auto watch = std::async(std::launch::async, [&tool] { return tool.Finish("watch --count 2 --for 40"); });
-    // The file tells nobody that it has grown.
+    // Polls, because a growing file sends no notification.
     const auto hasPrinted = [&tool](const char* text) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
         while (std::chrono::steady_clock::now() < end && tool.Printed().find(text) == std::string::npos)

@@ -1,8 +1,8 @@
 #!/bin/bash
-# Runs a command in a Wine of its own and leaves nothing of it running.
+# Runs a command in a separate Wine prefix and ends all processes that it started.
 # usage: wine-session.sh PREFIX DRIVER_TOOL DRIVER COMMAND [ARGUMENT...]
-# The prefix is made when it is missing. The driver is loaded by the tool before the command, which
-# finds the environment set up for its programs.
+# A missing prefix is created. The tool loads the driver before the command, which inherits the environment
+# for its programs.
 set -eu
 prefix=$(realpath -m -- "$1") tool=$2 driver=$3
 shift 3
@@ -40,8 +40,8 @@ end_all() { timeout 60 wineserver -k || true; }
 
 [ -e "$prefix/.complete" ] || make_prefix
 trap end_all EXIT
-# A server that stays: drivers go with the last process otherwise. What the first process starts keeps
-# that process's outputs open, so they are nobody's.
+# A persistent server: otherwise drivers are unloaded with the last process. The first process's children
+# keep its outputs open, so they are discarded.
 wineserver -p >/dev/null 2>&1
 wine_quietly wineboot
 # shellcheck disable=SC1003 # one backslash for tr, not a quote

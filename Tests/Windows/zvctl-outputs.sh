@@ -1,8 +1,8 @@
 #!/bin/bash
-# Runs the same commands with zvctl and with zvctl.exe, each with the simulated driver of its own build
-# in the current directory, and compares what they print and how they end.
+# Runs the same commands with zvctl and with zvctl.exe, each with the simulated driver of the same build
+# in the current directory, and compares outputs and exit codes.
 # usage: zvctl-outputs.sh BUILD_LINUX BUILD_WINDOWS
-# Expects the environment of a Wine whose server runs, as wine-session.sh has it.
+# Requires the environment and the running server of wine-session.sh.
 set -eu
 linux=$(realpath -- "$1") windows=$(realpath -- "$2")
 
@@ -22,7 +22,7 @@ failed() {
   exit 1
 }
 
-# run SIDE INPUT PROGRAM... keeps stdout, stderr and the exit code beside the side's folder.
+# run SIDE INPUT PROGRAM... stores stdout, stderr and the exit code next to the side's folder.
 run() {
   local side=$1 input=$2 code=0
   shift 2

@@ -69,7 +69,7 @@ unsigned long AwaitDeviceListener()
     static std::promise<void> arrived;
     const WNDCLASSEXW record = TestClass();
     RegisterClassExW(&record);
-    // Both live until the process is gone, and so does the listener.
+    // Both exist until the process ends, and so does the listener.
     static const auto& windows = *new WindowThread([](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
         if (static bool isFirst = true; message == WM_DEVICECHANGE && wParam == DBT_DEVICEARRIVAL && isFirst)
         {

@@ -7,11 +7,11 @@
 /// Installs the adapter "{arrival}" with its driver from the folder of the program.
 /// @return 0, or the error of the step that failed.
 unsigned long InstallRootAdapter();
-/// Installs it until a process has heard of it, a few times at most: Wine begins to listen for devices a
-/// little after the first registration of a process has returned, and what comes before is lost.
+/// Installs it, a few times at most, until a process has received the event. Wine starts to listen for devices
+/// slightly after the first registration of a process has returned; earlier messages are lost.
 /// @param heard waits some seconds. @return 0, or the error of the step that failed.
 unsigned long InstallRootAdapterUntil(const std::function<bool()>& heard);
-/// Has this process listen, with a window of its own, so that nothing of what a test does later is lost.
+/// Makes this process listen with a separate window, so that no later message is lost.
 /// @return 0, or the error of the step that failed.
 unsigned long AwaitDeviceListener();
 /// @return 0, or the error of the step that failed.
