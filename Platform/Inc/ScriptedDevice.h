@@ -45,9 +45,9 @@ public:
 
     /// Takes the oldest kept request of a code; waits for one.
     RequestPtr Held(std::uint32_t code);
-    /// Passes over the kept requests of a code that came through this handle; they go on until they
-    /// are cancelled.
-    void SetAside(std::uint32_t code, std::uint64_t openId);
+    /// Makes Held skip the kept requests of a code that came through this handle. They stay in flight
+    /// until they are cancelled.
+    void IgnoreRequests(std::uint32_t code, std::uint64_t openId);
 
     /// From now on cancelled requests are kept for Cancelled, or no longer are.
     void HoldCancelled(bool holds = true);

@@ -62,7 +62,7 @@ protected:
 /// the result's error and byte count (99: untouched), and the memory.
 using View = std::tuple<DWORD, DWORD, DWORD, DWORD, DWORD, std::string>;
 
-TEST_F(IoTest, CallerSeesTheEnd)
+TEST_F(IoTest, CallerReceivesStatusAndBytesOfACompletion)
 {
     const std::tuple<bool, DWORD, const char*, DWORD, View> cases[] = {
         {true, 0, "abc", 8, {0, 3, WAIT_OBJECT_0, 0, 3, "abc#####"}},
@@ -97,7 +97,7 @@ TEST_F(IoTest, CallerSeesTheEnd)
     }
 }
 
-TEST_F(IoTest, DriverGetsTheInputAndTheRoom)
+TEST_F(IoTest, DriverReceivesTheInputAndTheOutputSize)
 {
     const Opened file = Open();
     Device.Echo(Code(0));
@@ -115,7 +115,7 @@ TEST_F(IoTest, DriverGetsTheInputAndTheRoom)
     }
 }
 
-TEST_F(IoTest, CancelsThoseOfTheThreadTheRecordOrTheHandle)
+TEST_F(IoTest, CancelsByThreadRecordOrHandle)
 {
     HANDLE file = nullptr;
     std::vector<Call> calls; // 0 and 1 of this thread on the file, 2 of another thread, 3 on another file
@@ -161,7 +161,7 @@ TEST_F(IoTest, CancelsThoseOfTheThreadTheRecordOrTheHandle)
     }
 }
 
-TEST_F(IoTest, RequestEndsWithItsThread)
+TEST_F(IoTest, ARequestIsCancelledWhenItsThreadEnds)
 {
     const Opened file = Open();
     const Opened event = MakeEvent(TRUE);
@@ -172,7 +172,7 @@ TEST_F(IoTest, RequestEndsWithItsThread)
     EXPECT_FALSE(Device.End(Code(0), 0));
 }
 
-TEST_F(IoTest, CancelledRequestEndsWhenTheDriverLetsGo)
+TEST_F(IoTest, CancelledRequestCompletesWhenTheDriverCompletesIt)
 {
     const Opened file = Open();
     const Opened event = MakeEvent(TRUE);
@@ -213,7 +213,7 @@ TEST_F(IoTest, ResultWaitsForTheEventOrTheFile)
     EXPECT_EQ(Aborted, call.Result(file, TRUE));
 }
 
-TEST_F(IoTest, AWaitForFiveTellsWhichHasEnded)
+TEST_F(IoTest, AWaitForFiveEventsReturnsTheSignalledIndex)
 {
     const Opened file = Open();
     const std::array<HANDLE, 5> events = {MakeEvent(FALSE), MakeEvent(FALSE), MakeEvent(FALSE), MakeEvent(FALSE),
@@ -235,7 +235,7 @@ TEST_F(IoTest, AWaitForFiveTellsWhichHasEnded)
         CloseHandle(event);
 }
 
-TEST_F(IoTest, PlainHandleWaits)
+TEST_F(IoTest, SynchronousHandleWaits)
 {
     const Opened file = Open(0);
     for (const DWORD error : {DWORD{0}, AnyError})
@@ -254,7 +254,7 @@ TEST_F(IoTest, PlainHandleWaits)
     }
 }
 
-TEST_F(IoTest, RefusesBeforeTheDriverSeesIt)
+TEST_F(IoTest, RefusesInvalidRequestsBeforeTheDriverSeesThem)
 {
     const HANDLE file = Open();
     OVERLAPPED record{};
@@ -280,7 +280,7 @@ TEST_F(IoTest, RefusesBeforeTheDriverSeesIt)
     EXPECT_FAILS_WITH(ERROR_PATH_NOT_FOUND, opens(""));
 }
 
-TEST_F(IoTest, UnpluggedDeviceIsOutOfReach)
+TEST_F(IoTest, UnpluggedDeviceIsUnreachable)
 {
     const Opened file = Open();
     const Opened event = MakeEvent(TRUE);

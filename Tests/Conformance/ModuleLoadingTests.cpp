@@ -13,7 +13,7 @@ int NumberOf(HMODULE module)
     return address != nullptr ? reinterpret_cast<int (*)()>(address)() : 0;
 }
 
-TEST(ModuleLoadingTest, LooksBesideTheProgramThenHereThenOnTheSystem)
+TEST(ModuleLoadingTest, SearchesTheProgramFolderThenTheCurrentFolderThenThePath)
 {
     // The current folder, the name, and the library's number; 0: not found.
     const std::tuple<const char*, const char*, int> cases[] = {

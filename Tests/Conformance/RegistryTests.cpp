@@ -39,7 +39,7 @@ LSTATUS Store(HKEY key, const char* name, DWORD type, const std::string& bytes)
                           static_cast<DWORD>(bytes.size()));
 }
 
-TEST_F(RegistryTest, ReadsWithinTheRoomGiven)
+TEST_F(RegistryTest, ReadsAtMostTheBufferSize)
 {
     const std::string text("abc\0", 4);
     const std::string open = "ab"; // without a NUL
@@ -67,7 +67,7 @@ TEST_F(RegistryTest, ReadsWithinTheRoomGiven)
     }
 }
 
-TEST_F(RegistryTest, AsksForSizeAndRefusesDataWithoutOne)
+TEST_F(RegistryTest, ReturnsTheSizeAndRefusesDataWithoutASize)
 {
     EXPECT_EQ(ERROR_SUCCESS, Store(Key, "", REG_SZ, "ab"));
     DWORD type = 99;
@@ -125,7 +125,7 @@ TEST_F(RegistryTest, HandlesWithoutAPathOrAKey)
     EXPECT_EQ(nullptr, again);
 }
 
-TEST_F(RegistryTest, NamesOfValuesHaveNoCase)
+TEST_F(RegistryTest, ValueNamesAreCaseInsensitive)
 {
     EXPECT_EQ(ERROR_SUCCESS, Store(Key, "Name", REG_BINARY, "1"));
     EXPECT_EQ(ERROR_SUCCESS, Store(Key, "NAME", REG_DWORD, ""));

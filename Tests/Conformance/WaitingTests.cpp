@@ -15,7 +15,7 @@ HANDLE MakeEvent(BOOL manual, BOOL signalled, const WCHAR* called = nullptr)
     return CreateEventW(nullptr, manual, signalled, called);
 }
 
-TEST(WaitingTest, WaitForAnyTakesTheLowestIndexAlone)
+TEST(WaitingTest, WaitForAnyConsumesOnlyTheLowestIndex)
 {
     // Events by kind: automatic (A) or manual (M), signalled in capitals.
     const std::tuple<std::string, DWORD, std::string> cases[] = {
@@ -75,7 +75,7 @@ TEST(WaitingTest, EventsAreSharedByName)
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(renewed, 0)) << "the name went with the last handle";
 }
 
-TEST(WaitingTest, EachSignalLetsOneWaiterThrough)
+TEST(WaitingTest, EachSignalReleasesOneWaiter)
 {
     const Opened stop = MakeEvent(TRUE, FALSE);
     const Opened go = MakeEvent(FALSE, FALSE);

@@ -80,7 +80,7 @@ TEST_F(WindowingTest, RefusesWhatWindowsRefuses)
     EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, SendMessageW(window, WM_USER, 0, 0));
 }
 
-TEST_F(WindowingTest, PostedMessagesComeInOrderAndTheQuitLast)
+TEST_F(WindowingTest, PostedMessagesArriveInOrderAndTheQuitLast)
 {
     const DWORD self = GetCurrentThreadId();
     MSG message{};
@@ -105,7 +105,7 @@ TEST_F(WindowingTest, PostedMessagesComeInOrderAndTheQuitLast)
     EXPECT_FALSE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
 }
 
-TEST_F(WindowingTest, SentMessagesAreCarriedOutInsideGetMessage)
+TEST_F(WindowingTest, SentMessagesAreDispatchedInsideGetMessage)
 {
     std::thread::id worker;
     WindowThread there([&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {

@@ -14,7 +14,7 @@ class AsyncEnd : public Async
 {
 };
 
-TEST_F(AsyncEnd, RequestsRunOneAfterTheOtherWithTheCallbackInBetween)
+TEST_F(AsyncEnd, RequestsRunOneAtATimeEachFollowedByItsCallback)
 {
     AsyncRequest first(1, Code, 10);
     AsyncRequest second(2, Code, 10);
@@ -48,7 +48,7 @@ TEST_F(AsyncEnd, RequestsRunOneAfterTheOtherWithTheCallbackInBetween)
     EXPECT_EQ(again.Ends + twin.Ends, 0);
 }
 
-TEST_F(AsyncEnd, WithoutContextOrFunctionThereIsNoCallback)
+TEST_F(AsyncEnd, ARequestWithoutContextOrFunctionHasNoCallback)
 {
     AsyncRequest noContext(1, Code, 10);
     noContext.Record.NotifyContext = nullptr;
@@ -64,7 +64,7 @@ TEST_F(AsyncEnd, WithoutContextOrFunctionThereIsNoCallback)
     EXPECT_EQ(noContext.Out[0], 1) << "served all the same";
 }
 
-TEST_F(AsyncEnd, WhatTheDriverDoesToTheSendAndTheReadsDecidesStatusAndData)
+TEST_F(AsyncEnd, SendAndReadResultsDetermineStatusAndData)
 {
     const struct
     {
@@ -95,7 +95,7 @@ TEST_F(AsyncEnd, WhatTheDriverDoesToTheSendAndTheReadsDecidesStatusAndData)
     EXPECT_EQ(request.Await(), 1U) << "control device gone";
 }
 
-TEST_F(AsyncEnd, CloseAndDestructionWaitForTheRunningRequestAndRunTheQueuedOnes)
+TEST_F(AsyncEnd, CloseAndDestructorWaitForTheRunningRequest)
 {
     for (const bool close : {true, false})
     {
@@ -166,7 +166,7 @@ TEST_F(AsyncEnd, AHostMayDropItsDeviceInTheCallback)
     EXPECT_TRUE(watched.expired());
 }
 
-TEST_F(AsyncEnd, FourThreadsOfMixedRequestsOnFourDevices)
+TEST_F(AsyncEnd, FourThreadsSendMixedRequestsOnFourDevices)
 {
     std::shared_ptr<CDeviceIntf> devices[4] = {Device};
     std::shared_ptr<TestDriver> drivers[4] = {Driver};

@@ -8,7 +8,7 @@
 namespace
 {
 
-TEST_F(Async, ChunksAreCollectedUntilAShortOneAndCutToTheHostsRoom)
+TEST_F(Async, CollectsChunksUntilAShortOneAndCutsThemToTheBuffer)
 {
     const struct
     {
@@ -38,7 +38,7 @@ TEST_F(Async, ChunksAreCollectedUntilAShortOneAndCutToTheHostsRoom)
     }
 }
 
-TEST_F(Async, TheMainRequestMayEndBeforeDuringOrAfterTheResponse)
+TEST_F(Async, TheMainRequestMayCompleteBeforeDuringOrAfterTheResponse)
 {
     for (int moment = 0; moment < 3; ++moment)
     {
@@ -61,7 +61,7 @@ TEST_F(Async, TheMainRequestMayEndBeforeDuringOrAfterTheResponse)
     }
 }
 
-TEST_F(Async, ReadsThatEndTogetherAreTakenLowestFirstAndSentAgain)
+TEST_F(Async, ReadsThatCompleteTogetherAreTakenInOrderAndSentAgain)
 {
     Driver->On(Code, Driver->Hold());
     AsyncRequest request(1, Code, 1100);
@@ -81,7 +81,7 @@ TEST_F(Async, ReadsThatEndTogetherAreTakenLowestFirstAndSentAgain)
     EXPECT_EQ(request.Out, expected + Filled(100, 9));
 }
 
-TEST_F(Async, SilenceEndsAResponseWithWhatHasCome)
+TEST_F(Async, ATimeOutEndsAResponseWithTheChunksReceived)
 {
     AsyncRequest request(1, Code, 500);
     Send(request);
@@ -91,7 +91,7 @@ TEST_F(Async, SilenceEndsAResponseWithWhatHasCome)
     EXPECT_EQ(request.Out, Filled(200, 1) + Filled(200, 2) + Filled(100, 0xEE));
 }
 
-TEST_F(Async, AFailedReadOrAFailedWaitEndsAResponse)
+TEST_F(Async, AFailedReadOrWaitEndsTheResponse)
 {
     for (const char* failure : {"read", "WaitForMultipleObjects", "GetOverlappedResult"})
     {
@@ -114,7 +114,7 @@ TEST_F(Async, AFailedReadOrAFailedWaitEndsAResponse)
     }
 }
 
-TEST_F(Async, ASignalFromOutsideEndsOneCollection)
+TEST_F(Async, TheTerminateEventEndsOneResponse)
 {
     constexpr WCHAR name[] = {'T', 'e', 'r', 'm', 'i', 'n', 'a', 't', 'e', 'W',
                               'a', 'i', 't', 'E', 'v', 'e', 'n', 't', 0};
@@ -138,7 +138,7 @@ TEST_F(Async, ASignalFromOutsideEndsOneCollection)
     CloseHandle(terminate);
 }
 
-TEST_F(Async, AVanishingDriverEndsTheResponseInMidStream)
+TEST_F(Async, RemovingTheDriverEndsTheResponse)
 {
     Driver->On(Code, Driver->Hold());
     AsyncRequest request(1, Code, 600);
@@ -156,7 +156,7 @@ TEST_F(Async, AVanishingDriverEndsTheResponseInMidStream)
     EXPECT_EQ(late.Await(), 1U);
 }
 
-TEST_F(Async, AResponseOfSixteenMegabytesArrivesWhole)
+TEST_F(Async, A16MegabyteResponseArrivesComplete)
 {
     constexpr std::size_t size = std::size_t{16} << 20;
     std::atomic<std::uint32_t> at{0};

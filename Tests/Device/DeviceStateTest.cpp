@@ -105,7 +105,7 @@ TEST_F(DeviceState, TransitionsAreThoseOfTheTable)
     }
 }
 
-TEST_F(DeviceState, TheRecordsFlagsDecideAtEachCall)
+TEST_F(DeviceState, EachCallChecksTheFlagsOfTheRecord)
 {
     const auto device = MakeDevice();
     ASSERT_EQ(device->Open(Good), ZV_SRVC_SUCCESS);
@@ -119,7 +119,7 @@ TEST_F(DeviceState, TheRecordsFlagsDecideAtEachCall)
     }
 }
 
-TEST_F(DeviceState, AnEmptyIdentityUsesTheBarePath)
+TEST_F(DeviceState, AnEmptyIdentityOpensThePathWithoutASuffix)
 {
     Machine->AttachDevice(ControlDeviceName, Driver);
     auto record = Record("");
@@ -135,7 +135,7 @@ TEST_F(DeviceState, ADeviceSharesTheManagersRecordAndOutlivesARebuildOfTheList)
     EXPECT_EQ(Machine->Calls("CreateFileA"), opens + 2) << "one handle for each request, none kept";
 }
 
-TEST_F(DeviceState, FailuresOfASendBecomeTheStatusOfTheirOperation)
+TEST_F(DeviceState, AFailedSendReturnsTheStatusOfItsOperation)
 {
     OpenIt();
     const struct
@@ -172,7 +172,7 @@ TEST_F(DeviceState, FailuresOfASendBecomeTheStatusOfTheirOperation)
     }
 }
 
-TEST_F(DeviceState, ARequestThatEndsWithAnErrorAfterItPendedWasSentAllTheSame)
+TEST_F(DeviceState, ARequestThatFailsAfterPendingCountsAsSent)
 {
     OpenIt();
     Driver->On(0x122414, Driver->Hold());

@@ -140,7 +140,7 @@ class AnyHostileDriver : public HostileDriver, public testing::WithParamInterfac
 {
 };
 
-TEST_P(AnyHostileDriver, LeavesEveryCallItsBoundAndOtherAdaptersTheirEvents)
+TEST_P(AnyHostileDriver, EveryCallReturnsInTimeAndOtherAdaptersKeepTheirEvents)
 {
     const Hostility& hostile = GetParam();
     std::vector<std::jthread> threads;
@@ -160,7 +160,7 @@ TEST_P(AnyHostileDriver, LeavesEveryCallItsBoundAndOtherAdaptersTheirEvents)
 INSTANTIATE_TEST_SUITE_P(All, AnyHostileDriver, testing::ValuesIn(Hostilities),
                          [](const auto& test) { return test.param.Name; });
 
-TEST_F(HostileDriver, AReadThatCompletesAtOnceWithAWarningEndsTheResponse)
+TEST_F(HostileDriver, AReadThatCompletesAtOnceWithAWarningCountsAsComplete)
 {
     Hostile().On(TestDriver::WaitRsp, TestDriver::EndWith(234, Bytes(200, 7)));
     AsyncRequest request(1, HostCode, 300);

@@ -50,7 +50,7 @@ Bytes Counting(std::size_t size)
 
 using Wire = DeviceTest;
 
-TEST_F(Wire, TheInformationQueryHas112BytesAndRoomFor100)
+TEST_F(Wire, TheInformationQueryHas112InputAnd100OutputBytes)
 {
     ASSERT_EQ(Open(Device), ZV_SRVC_SUCCESS);
     const auto seen = Driver->Requests();
@@ -81,7 +81,7 @@ TEST_F(Wire, ItemsTravelInTheirRecord)
         }
 }
 
-TEST_F(Wire, TheAnswerComesBackInTheDataAlsoOfASet)
+TEST_F(Wire, TheAnswerIsReturnedInTheDataEvenOfASet)
 {
     OpenIt();
     for (const std::uint8_t isSet : Bytes{0, 1})
@@ -126,7 +126,7 @@ TEST_F(Wire, HostRequestsAreFramedByTheLargerOfTheirLengths)
     EXPECT_EQ(Framed(1, Counting(70'000), 8)[8] | Framed(1, Counting(70'000), 8)[9] << 8, 70'000 - 65'536);
 }
 
-TEST_F(Wire, AResponseReadIsTheProcessIdAloneAndFiveGoOutBeforeTheRequest)
+TEST_F(Wire, FiveResponseReadsWithTheProcessIdPrecedeTheRequest)
 {
     OpenIt();
     AsyncRequest request(3, 0x99000000, 10, {1, 2});

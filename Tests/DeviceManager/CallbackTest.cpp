@@ -199,7 +199,7 @@ TEST(Callback, MayReleaseTheLastReferenceToItsManager)
         _ZV_WLAN_NOTIFY_HDLR client{[](void*, std::uint32_t, const _ZV_WLAN_NOTIFY_DATA*) {
                                         manager.reset();
                                         isReleased = true;
-                                        TellChange();
+                                        NotifyChange();
                                     },
                                     nullptr, 0, type};
         manager->RegisterNotification(&client);

@@ -52,7 +52,7 @@ TEST(Enumeration, SkipsADeviceForEachReasonAndNoOther)
         EXPECT_EQ(ListOne(change).Status, listed ? ZV_SRVC_SUCCESS : ZV_SRVC_ERR_NO_DEVICE) << what;
 }
 
-TEST(Enumeration, ASkippedDeviceDoesNotEndTheWalk)
+TEST(Enumeration, ASkippedDeviceDoesNotEndTheEnumeration)
 {
     Platform::ScopedMachine machine;
     machine->AddAdapter(GivenAdapter("{a}", "zvwlanu"));
@@ -95,7 +95,7 @@ TEST(Enumeration, TheNameIsTheFirstPropertyThatHasText)
     }
 }
 
-TEST(Enumeration, ALongNameIsCutInsideItsField)
+TEST(Enumeration, ALongNameIsTruncatedToItsField)
 {
     const Listing listing = ListOne([](AdapterDescription& a) { a.FriendlyName = std::u16string(99, u'\u20AC'); });
     ASSERT_EQ(listing.Status, ZV_SRVC_SUCCESS);
@@ -139,7 +139,7 @@ TEST(Enumeration, ADriverKeyIndexThatDoesNotFitIsLeftEmpty)
     }
 }
 
-TEST(Enumeration, RegistryTextOfAnyShapeNeverLeavesAFieldWithoutItsEnd)
+TEST(Enumeration, EveryFieldIsTerminatedWhateverTheRegistryContains)
 {
     const auto raw = [](std::size_t size) {
         return RegistryValue{1, std::vector<std::uint8_t>(size, 'v')}; // Text stored without its NUL.
@@ -157,7 +157,7 @@ TEST(Enumeration, RegistryTextOfAnyShapeNeverLeavesAFieldWithoutItsEnd)
     EXPECT_EQ(service.Status, ZV_SRVC_ERR_NO_DEVICE) << "a filter text has at most 49 characters";
 }
 
-TEST(Enumeration, AFailedSetUpEndsTheWalkAndAFailedReadSkipsTheDevice)
+TEST(Enumeration, AFailedSetUpCallEndsTheEnumerationAndAFailedReadSkipsTheDevice)
 {
     const struct
     {

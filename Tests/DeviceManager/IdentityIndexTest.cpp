@@ -11,7 +11,7 @@
 namespace
 {
 
-TEST(IdentityIndex, FindsEveryIdentityThatOccursInATextInOrder)
+TEST(IdentityIndex, FindsEveryIdentityContainedInATextInOrder)
 {
     std::mt19937 random(7);
     const auto text = [&random](unsigned longest) {

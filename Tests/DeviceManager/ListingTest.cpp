@@ -79,7 +79,7 @@ TEST_F(ListingTest, PatternsAreSubstringsOfTheInstanceId)
     }
 }
 
-TEST_F(ListingTest, TheSameFilterIsAnsweredFromTheListAndItsPatternsAreNotRead)
+TEST_F(ListingTest, TheSameFilterIsAnsweredFromTheListIgnoringItsPatterns)
 {
     EXPECT_EQ(List(*Manager, "ZV_USB").Records.size(), 2U);
     EXPECT_EQ(Walks(), 1U) << "the second of the two calls does not walk";
@@ -122,7 +122,7 @@ TEST_F(ListingTest, TheTwoCallProtocolCountsBytesExactly)
     }
 }
 
-TEST_F(ListingTest, ARefusedCallLeavesTheResultAlone)
+TEST_F(ListingTest, ARefusedCallLeavesTheResultUnchanged)
 {
     const FilterRecord good("ZV_USB");
     const FilterRecord empty("");
@@ -158,7 +158,7 @@ TEST_F(ListingTest, AnEmptyFilterKeepsTheListAndThenAnswersFromIt)
     EXPECT_EQ(Walks(), 1U);
 }
 
-TEST_F(ListingTest, AListingThatRunsOutOfMemoryLeavesFilterAndListOfOneCall)
+TEST_F(ListingTest, AListingWithoutMemoryKeepsFilterAndListConsistent)
 {
     const FilterRecord usb("ZV_USB");
     const FilterRecord pcie("ZV_PCIE", "a pattern longer than what a text keeps inside;zv;wlan");
@@ -189,7 +189,7 @@ TEST_F(ListingTest, TwoManagersDoNotShareTheirLists)
     EXPECT_EQ(Walks(), 2U);
 }
 
-TEST_F(ListingTest, FourThreadsWithChangingFiltersEachGetWhatTheyAskedFor)
+TEST_F(ListingTest, FourThreadsWithChangingFiltersEachGetTheirAdapters)
 {
     const std::pair<const char*, Identities> wanted[] = {
         {"ZV_USB", {"zvlwlanu", "zvwlanu"}},
@@ -215,7 +215,7 @@ TEST_F(ListingTest, FourThreadsWithChangingFiltersEachGetWhatTheyAskedFor)
         });
 }
 
-TEST_F(ListingTest, ListingGoesOnWhileAnotherThreadsWalkIsHeldUp)
+TEST_F(ListingTest, ListingContinuesDuringAnEnumerationOfAnotherThread)
 {
     ASSERT_EQ(List(*Manager, "ZV_USB").Records.size(), 2U);
     std::atomic<bool> held{false};
@@ -234,7 +234,7 @@ TEST_F(ListingTest, ListingGoesOnWhileAnotherThreadsWalkIsHeldUp)
     EXPECT_EQ(List(*Manager, "ZV_SDIO").Identities(), (Identities{"zvlwlans", "zvwlans"}));
 }
 
-TEST_F(ListingTest, OpenDeviceFindsAdaptersOfTheListAlone)
+TEST_F(ListingTest, OpenDeviceFindsOnlyListedAdapters)
 {
     _ZV_SRVC_DEVICE_INFO record{};
     std::string("zvwlanu").copy(record.NetCfgInstanceId, 49);

@@ -74,7 +74,7 @@ protected:
     const Work Nothing = [] {};
 };
 
-TEST_F(MaintenanceRace, ASweepFindsADeadDriverWhateverHostsListMeanwhile)
+TEST_F(MaintenanceRace, ASweepFindsADeadDriverDespiteConcurrentListings)
 {
     const struct
     {
@@ -97,7 +97,7 @@ TEST_F(MaintenanceRace, ASweepFindsADeadDriverWhateverHostsListMeanwhile)
     }
 }
 
-TEST_F(MaintenanceRace, AMergeTakesAnArrivalWhateverHostsListMeanwhile)
+TEST_F(MaintenanceRace, AMergeReportsAnArrivalDespiteConcurrentListings)
 {
     const struct
     {
@@ -119,7 +119,7 @@ TEST_F(MaintenanceRace, AMergeTakesAnArrivalWhateverHostsListMeanwhile)
     }
 }
 
-TEST_F(MaintenanceRace, AMergeLetsOtherMessagesPassAfterTwoRounds)
+TEST_F(MaintenanceRace, AMergeYieldsToOtherMessagesAfterTwoRounds)
 {
     std::promise<void> suspended;
     Client->InCallback = [&, first = true](std::uint32_t event) mutable {
@@ -144,7 +144,7 @@ TEST_F(MaintenanceRace, AMergeLetsOtherMessagesPassAfterTwoRounds)
     Client->InCallback = nullptr;
 }
 
-TEST_F(MaintenanceRace, AListingEnumeratesTwiceAndTheServiceLooksForTheRest)
+TEST_F(MaintenanceRace, AListingEnumeratesAtMostTwiceAndTheServiceRepeats)
 {
     const struct
     {
@@ -189,7 +189,7 @@ TEST_F(MaintenanceRace, AListingThatIsOlderThanASweepEnumeratesAgain)
     EXPECT_EQ(List(*Manager, "zvwlanu").Status, ZV_SRVC_ERR_NO_DEVICE);
 }
 
-TEST_F(MaintenanceRace, AProbeWithoutThreadOrMemoryConfirmsWhatTheSystemListsAndNothingElse)
+TEST_F(MaintenanceRace, AProbeWithoutThreadOrMemoryTrustsTheEnumeration)
 {
     Add("{two}");
     const struct
@@ -222,7 +222,7 @@ TEST_F(MaintenanceRace, AProbeWithoutThreadOrMemoryConfirmsWhatTheSystemListsAnd
     }
 }
 
-TEST_F(MaintenanceRace, ASweepMakesNoDeviceForAnAdapterThatCannotBeOpened)
+TEST_F(MaintenanceRace, ASweepCreatesNoDeviceForAnAdapterThatCannotBeOpened)
 {
     SetPresent(false);
     Send(RemoveComplete);

@@ -66,7 +66,7 @@ protected:
                                  }};
 };
 
-TEST_F(Maintenance, ASweepMovesARecordByWhatTheSystemAndTheDriverSay)
+TEST_F(Maintenance, ASweepSetsFlagsByEnumerationAndProbe)
 {
     const struct
     {
@@ -132,7 +132,7 @@ TEST_F(Maintenance, AMergeRevivesOneBitAtATime)
     }
 }
 
-TEST_F(Maintenance, AMergeAppendsWhatItDoesNotKnowAndLeavesTheRestAlone)
+TEST_F(Maintenance, AMergeAppendsUnknownAdaptersAndKeepsTheOthers)
 {
     Relist();
     Machine->ChangeAdapter(Add("{new}"), [](auto& adapter) { adapter.Problem = 10; });
@@ -146,7 +146,7 @@ TEST_F(Maintenance, AMergeAppendsWhatItDoesNotKnowAndLeavesTheRestAlone)
     EXPECT_EQ(Send(Arrival), None);
 }
 
-TEST_F(Maintenance, TheDriverVersionHasABitOfItsOwn)
+TEST_F(Maintenance, AChangedDriverVersionSetsASeparateFlag)
 {
     Relist();
     const struct
@@ -179,7 +179,7 @@ TEST_F(Maintenance, TheDriverVersionHasABitOfItsOwn)
     }
 }
 
-TEST_F(Maintenance, ASweepLooksForThePartAndAMergeForTheWhole)
+TEST_F(Maintenance, ASweepMatchesPartsOfAnIdentityAndAMergeTheWhole)
 {
     Relist();
     const auto rename = [this](const char* identity) {
@@ -196,7 +196,7 @@ TEST_F(Maintenance, ASweepLooksForThePartAndAMergeForTheWhole)
     EXPECT_EQ(List(*Manager, "ZV_USB").Identities(), (std::vector<std::string>{"{dev}", "{de"}));
 }
 
-TEST_F(Maintenance, ASweepThatCannotRunTellsTheClientsAndTouchesNothing)
+TEST_F(Maintenance, AFailedSweepNotifiesClientsAndChangesNothing)
 {
     Relist();
     SetSystem(false, 0);
@@ -211,7 +211,7 @@ TEST_F(Maintenance, ASweepThatCannotRunTellsTheClientsAndTouchesNothing)
     }
 }
 
-TEST_F(Maintenance, ADeviceThatCannotBeReadSightsNothing)
+TEST_F(Maintenance, ADeviceThatCannotBeReadConfirmsNoRecord)
 {
     using Description = Platform::AdapterDescription;
     const std::function<void(Description&)> changes[] = {
@@ -233,7 +233,7 @@ TEST_F(Maintenance, ADeviceThatCannotBeReadSightsNothing)
     }
 }
 
-TEST_F(Maintenance, EverySightedIdentityIsProbedUntilTheRecordsOwn)
+TEST_F(Maintenance, EveryMatchingIdentityIsProbedUpToTheExactOne)
 {
     Add("{two}");
     Add("{ethernet}", "foreign");
@@ -247,7 +247,7 @@ TEST_F(Maintenance, EverySightedIdentityIsProbedUntilTheRecordsOwn)
     EXPECT_EQ(Drivers[2]->Requests().size(), 0U);
 }
 
-TEST_F(Maintenance, NothingListedMeansNothingToChange)
+TEST_F(Maintenance, AnEmptyListStaysUnchanged)
 {
     EXPECT_EQ(Send(RemoveComplete), None);
     EXPECT_EQ(LastSweep, (Sweep{0, 0, 0}));
@@ -255,7 +255,7 @@ TEST_F(Maintenance, NothingListedMeansNothingToChange)
     EXPECT_EQ(List(*Manager, "").Records.size(), 0U);
 }
 
-TEST_F(Maintenance, TheVersionIsReadBeforeTheIdentityAndAKeyBeingDeletedSightsNothing)
+TEST_F(Maintenance, TheVersionIsReadBeforeTheIdentityAndADeletedKeyConfirmsNoRecord)
 {
     const struct
     {
@@ -271,7 +271,7 @@ TEST_F(Maintenance, TheVersionIsReadBeforeTheIdentityAndAKeyBeingDeletedSightsNo
     }
 }
 
-TEST_F(Maintenance, AnIdentityIsComparedAsTheRecordHoldsIt)
+TEST_F(Maintenance, AnIdentityIsComparedAsTruncatedInTheRecord)
 {
     // 50 bytes and no NUL: the record holds 49 of them.
     const std::string identity(49, 'i');
@@ -288,7 +288,7 @@ TEST_F(Maintenance, AnIdentityIsComparedAsTheRecordHoldsIt)
     EXPECT_EQ(Machine->Adapter(Adapter).Problem, 22U);
 }
 
-TEST_F(Maintenance, AnUninstalledDriverIsToldOnceForEachTimeItIsWatched)
+TEST_F(Maintenance, AnUninstalledDriverIsReportedOncePerWatchedEntry)
 {
     Relist();
     SetSystem(true, 22);

@@ -50,7 +50,7 @@ TEST_F(NicChangeState, DisablesAndEnablesWithAnyNumberButZero)
     }
 }
 
-TEST_F(NicChangeState, FailuresAreHandedThrough)
+TEST_F(NicChangeState, ErrorsAreReturnedUnchanged)
 {
     using Description = Platform::AdapterDescription;
     const auto edit = [this](auto change) { return [this, change] { Machine->ChangeAdapter(Adapter, change); }; };

@@ -7,14 +7,14 @@
 namespace
 {
 
-TEST(RecordText, EveryUnitIsEncodedByItself)
+TEST(RecordText, EveryUnitIsEncodedSeparately)
 {
     EXPECT_EQ(ToUtf8(u""), "");
     EXPECT_EQ(ToUtf8(u"\u007F\u0080\u07FF\u0800\uFFFF"), "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF");
     EXPECT_EQ(ToUtf8(u"\U0001F600"), "\xED\xA0\xBD\xED\xB8\x80") << "the halves of a pair are not joined";
 }
 
-TEST(RecordText, AFieldIsCutBetweenCodePointsAndZeroToItsEnd)
+TEST(RecordText, AFieldIsTruncatedBetweenCodePointsAndZeroFilled)
 {
     const std::string pair = ToUtf8(u"\U0001F600");
     const struct

@@ -23,7 +23,7 @@ protected:
     Platform::AdapterId Adapter = Add("{dev}");
 };
 
-TEST_F(Routing, EachMessageOfTheTableActsAndNoOtherDoes)
+TEST_F(Routing, OnlyMessagesOfTheTableHaveAnEffect)
 {
     const std::map<std::pair<std::uint32_t, std::uint64_t>, std::uint32_t> table = {
         {{0x218, 0}, ZV_EVT_SYSTEM_SUSPEND},
@@ -62,7 +62,7 @@ TEST_F(Routing, EachMessageOfTheTableActsAndNoOtherDoes)
         }
 }
 
-TEST_F(Routing, VerbsOfTheMachineReachTheClientsAndTheOpenDevice)
+TEST_F(Routing, MachineEventsReachClientsAndOpenDevices)
 {
     const _ZV_SRVC_DEVICE_INFO record = Listed();
     std::shared_ptr<CDeviceIntf> device;
@@ -112,7 +112,7 @@ TEST_F(Routing, AnUninstalledDriverStaysMarkedWhenItsAdapterComesBack)
     EXPECT_EQ(Listed().StateFlags, 0U);
 }
 
-TEST_F(Routing, ASlowClientDelaysNeitherTheOtherListNorTheService)
+TEST_F(Routing, ASlowClientDelaysOnlyItsList)
 {
     std::binary_semaphore entered{0};
     std::binary_semaphore leave{0};
@@ -144,7 +144,7 @@ TEST_F(Routing, ASlowClientDelaysNeitherTheOtherListNorTheService)
 }
 
 /// Clients of one list that change the list while they are called.
-TEST_F(Routing, ClientsMayComeAndGoInCallbacks)
+TEST_F(Routing, CallbacksMayRegisterAndDeregisterClients)
 {
     auto* const leaving = MakeClient(*Manager);
     auto* const removed = MakeClient(*Manager);

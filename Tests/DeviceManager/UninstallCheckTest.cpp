@@ -51,7 +51,7 @@ protected:
     CountingHandler Handler;
 };
 
-TEST_F(UninstallCheck, ReadsUntilTheEntryIsGoneAndFiftyTimesAtMost)
+TEST_F(UninstallCheck, ReadsUntilTheEntryIsDeletedAtMostFiftyTimes)
 {
     const struct
     {

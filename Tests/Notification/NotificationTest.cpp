@@ -72,7 +72,7 @@ TEST(Notification, DeliversEveryBlobOfFourProducersInTheirOrder)
     EXPECT_TRUE(notifier.StopNotifyThread());
 }
 
-TEST(Notification, ABlobSentDuringADrainBelongsToThatDrainEvenAfterAStopWasAsked)
+TEST(Notification, ABlobSentDuringADrainIsDeliveredInItEvenAfterAStop)
 {
     CZVNotification notifier;
     Gate gate;
@@ -96,7 +96,7 @@ TEST(Notification, ABlobSentDuringADrainBelongsToThatDrainEvenAfterAStopWasAsked
     EXPECT_FALSE(notifier.StopNotifyThread());
 }
 
-TEST(Notification, TheDestructorReleasesAtOnceWhatStandsBehindTheRunningHandler)
+TEST(Notification, TheDestructorReleasesQueuedBlobsAtOnce)
 {
     std::atomic<int> delivered{0};
     std::atomic<int> released{0};
@@ -127,7 +127,7 @@ TEST(Notification, TheDestructorReleasesAtOnceWhatStandsBehindTheRunningHandler)
     EXPECT_EQ(released, 4);
 }
 
-TEST(Notification, StopsAtEveryMoment)
+TEST(Notification, StopsAtAnyTime)
 {
     for (int round = 0; round < 200; ++round)
     {
@@ -151,7 +151,7 @@ TEST(Notification, StopsAtEveryMoment)
     }
 }
 
-TEST(Notification, StoppingOnTheOwnThreadIsRefusedAndTheObjectStaysUsable)
+TEST(Notification, StoppingOnItsOwnThreadIsRefused)
 {
     CZVNotification notifier;
     std::latch tried(1);
@@ -174,7 +174,7 @@ TEST(Notification, StoppingOnTheOwnThreadIsRefusedAndTheObjectStaysUsable)
     EXPECT_TRUE(notifier.StopNotifyThread());
 }
 
-TEST(Notification, DroppingTheOwnerInsideItsHandlerLeavesTheThreadToEndByItself)
+TEST(Notification, DestroyingTheObjectInItsHandlerDetachesTheThread)
 {
     std::latch sent(1);
     std::latch ended(1);
@@ -197,7 +197,7 @@ TEST(Notification, DroppingTheOwnerInsideItsHandlerLeavesTheThreadToEndByItself)
     EXPECT_EQ(notifier, nullptr);
 }
 
-TEST(Notification, AnObjectAtTheAddressOfADestroyedOneHasItsOwnThread)
+TEST(Notification, AnObjectAtTheAddressOfADestroyedOneUsesANewThread)
 {
     std::optional<CZVNotification> notifier(std::in_place);
     std::latch sent(1);
@@ -217,7 +217,7 @@ TEST(Notification, AnObjectAtTheAddressOfADestroyedOneHasItsOwnThread)
     EXPECT_FALSE(notifier.has_value());
 }
 
-TEST(Notification, AThreadThatCannotStartIsReportedAndLeavesNothingBehind)
+TEST(Notification, AThreadThatCannotStartIsReportedAndLeavesNoTrace)
 {
     Handler handler([](const ZVBlob&) {});
     CZVNotification notifier;

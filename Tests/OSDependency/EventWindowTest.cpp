@@ -30,7 +30,7 @@ LRESULT CALLBACK NeverCalled(HWND /*window*/, UINT /*message*/, WPARAM /*wParam*
     return 0;
 }
 
-TEST(EventWindow, HearsFromItsCreationToTheLastMessageOfTheStop)
+TEST(EventWindow, ReceivesMessagesFromItsCreationToTheStopMessage)
 {
     Platform::ScopedMachine machine;
     CWinPwrEvtHandle window;
@@ -47,7 +47,7 @@ TEST(EventWindow, HearsFromItsCreationToTheLastMessageOfTheStop)
               (std::vector<std::uint32_t>{WM_GETMINMAXINFO, WM_NCCREATE, WM_NCCALCSIZE, WM_CREATE, 0x219, 0x218, 18}));
 }
 
-TEST(EventWindow, StopsAtEveryMomentOfItsStart)
+TEST(EventWindow, StopsAtAnyPointOfItsStart)
 {
     Platform::ScopedMachine machine;
     for (int i = 0; i < 200; ++i)
@@ -62,7 +62,7 @@ TEST(EventWindow, StopsAtEveryMomentOfItsStart)
     EXPECT_EQ(Platform::CountOpenObjects().Windows, 0U);
 }
 
-TEST(EventWindow, StopsWhateverHasFailed)
+TEST(EventWindow, StopsAfterAnyFailure)
 {
     Platform::ScopedMachine machine;
     for (const char* call : {"RegisterClassExW", "CreateWindowExW", "RegisterDeviceNotificationW", "GetMessageW",

@@ -58,7 +58,7 @@ TEST(VirtualDriver, BindsWhatTheFileExportsAndUnbindsIt)
     }
 }
 
-TEST(VirtualDriver, EachEntryReplacesItsBranchAlone)
+TEST(VirtualDriver, EachEntryPointReplacesOnlyItsOperation)
 {
     GoTo("requests-only");
     Platform::ScopedMachine machine;
@@ -66,7 +66,7 @@ TEST(VirtualDriver, EachEntryReplacesItsBranchAlone)
     EXPECT_EQ(List(*MakeManager(), "ZV_USB").Identities(), std::vector<std::string>{"{real}"});
 }
 
-TEST(VirtualDriver, AFileThatCannotBeLoadedLeavesTheRealSystem)
+TEST(VirtualDriver, AFileThatCannotBeLoadedLeavesTheRealAdapters)
 {
     GoTo("unloadable");
     Platform::ScopedMachine machine;

@@ -68,7 +68,7 @@ protected:
 constexpr DWORD AnyError = ERROR_GEN_FAILURE, Pending = ERROR_IO_PENDING, Incomplete = ERROR_IO_INCOMPLETE,
                 Aborted = ERROR_OPERATION_ABORTED, Removed = ERROR_DEVICE_REMOVED;
 
-TEST_F(DeviceIoTest, DriverEndsARequestOnce)
+TEST_F(DeviceIoTest, ARequestCompletesOnlyOnce)
 {
     const Opened file = Open();
     for (const bool atOnce : {true, false})
@@ -94,7 +94,7 @@ TEST_F(DeviceIoTest, DriverEndsARequestOnce)
     }
 }
 
-TEST_F(DeviceIoTest, MemoryIsInUseUntilTheDriverLetsGo)
+TEST_F(DeviceIoTest, MemoryStaysInUseUntilTheDriverCompletesTheRequest)
 {
     HANDLE file = nullptr;
     std::vector<Call> calls; // 0 and 1 of this thread on the file, 2 of another thread, 3 on another file
@@ -144,7 +144,7 @@ TEST_F(DeviceIoTest, MemoryIsInUseUntilTheDriverLetsGo)
     }
 }
 
-TEST_F(DeviceIoTest, CancelDuringStartComesBehindIt)
+TEST_F(DeviceIoTest, CancelDuringStartIsDeliveredAfterIt)
 {
     const Opened file = Open();
     Call call;
@@ -162,7 +162,7 @@ TEST_F(DeviceIoTest, CancelDuringStartComesBehindIt)
     EXPECT_TRUE(CancelIo(file));
 }
 
-TEST_F(DeviceIoTest, RefusesBeforeTheDriverSeesIt)
+TEST_F(DeviceIoTest, RefusesInvalidRequestsBeforeTheDriverSeesThem)
 {
     OVERLAPPED record{};
     {

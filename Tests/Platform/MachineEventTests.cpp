@@ -53,7 +53,7 @@ protected:
     bool Deny = false;
 };
 
-TEST_F(EventsTest, ChangeTheAdapterThenTellTheWindows)
+TEST_F(EventsTest, ChangesTheAdapterBeforeItNotifiesTheWindows)
 {
     WindowThread windows(Noting());
     R = windows.First;
@@ -189,7 +189,7 @@ TEST_F(ClassInstallerTest, ChangesTheNodeBeforeItReturns)
     EXPECT_FAILS_WITH(ERROR_NO_CLASSINSTALL_PARAMS, SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, Set, &Device));
 }
 
-TEST_F(ClassInstallerTest, DriverKeyOpensAsFarAsTheCallerMay)
+TEST_F(ClassInstallerTest, DriverKeyOpensWithTheRightsOfTheCaller)
 {
     EXPECT_EQ(0U, OpenKey(KEY_ALL_ACCESS));
     EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, OpenKey(KEY_READ, 1));

@@ -73,7 +73,7 @@ const Mistake InAdapters[] = {
      "controlDevice: makes no device: A has no settings"},
 };
 
-TEST_F(MachineFileTest, MistakesNameTheirPlace)
+TEST_F(MachineFileTest, ErrorsNameTheirPosition)
 {
     std::filesystem::current_path(OTHER_FOLDER);
     const auto expectMistake = [&](const std::string& text, const std::string& message) {
@@ -99,7 +99,7 @@ TEST_F(MachineFileTest, MistakesNameTheirPlace)
         EXPECT_THROW(Box->LoadFile(unreadable), Platform::MachineFileError);
 }
 
-TEST_F(MachineFileTest, DriverIsFoundBesideTheFile)
+TEST_F(MachineFileTest, DriverIsFoundNextToTheFile)
 {
     const std::string path = OTHER_FOLDER "/machine.json";
     std::ofstream(path) << R"({"adapters": [

@@ -38,7 +38,7 @@ TEST_F(MachineTest, AssignsTheLowestFreeDriverKey)
     EXPECT_THROW(Box->RemoveAdapter(first), std::out_of_range);
 }
 
-TEST_F(MachineTest, RegistryFollowsWhatChangedAlone)
+TEST_F(MachineTest, OnlyChangedValuesAreWrittenToTheRegistry)
 {
     AdapterDescription described{.DriverVersion = "1", .InfSection = "a", .DriverKey = u"{C}\\7"};
     described.Values["driverversion"] = RegistryValue::Number(9);
@@ -59,7 +59,7 @@ TEST_F(MachineTest, RegistryFollowsWhatChangedAlone)
     EXPECT_FALSE(Box->KeyExists(key));
 }
 
-TEST_F(MachineTest, ChangeMeetingAnotherIsMadeOnFreshData)
+TEST_F(MachineTest, AConcurrentChangeIsAppliedToFreshData)
 {
     const auto id = Box->AddAdapter({});
     bool first = true;

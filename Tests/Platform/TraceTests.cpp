@@ -78,7 +78,7 @@ TEST_F(TraceTest, ProviderLearnsOfSessionsBeforeAndAfterItRegisters)
     EXPECT_EQ(InvalidHandle, UnregisterTraceGuids(provider.Handle));
 }
 
-TEST_F(TraceTest, MessageReachesTheSinkWhole)
+TEST_F(TraceTest, MessageReachesTheSinkComplete)
 {
     std::vector<TraceRecord> records;
     const Provider provider;
@@ -102,7 +102,7 @@ TEST_F(TraceTest, MessageReachesTheSinkWhole)
     EXPECT_EQ(2U, records.size());
 }
 
-TEST_F(TraceTest, SinkGetsOneMessageAtATimeAndNoneBehindTheEnd)
+TEST_F(TraceTest, SinkReceivesOneMessageAtATimeAndNoneAfterTheEnd)
 {
     std::promise<void> inside;
     std::promise<void> go;

@@ -6,7 +6,7 @@
 namespace
 {
 
-TEST_F(WindowingTest, ARefusedWindowHearsItsEnd)
+TEST_F(WindowingTest, ARefusedWindowIsDestroyed)
 {
     std::vector<UINT> seen;
     handler = [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -17,7 +17,7 @@ TEST_F(WindowingTest, ARefusedWindowHearsItsEnd)
     EXPECT_EQ((std::vector{WM_GETMINMAXINFO, WM_NCCREATE, WM_NCCALCSIZE, WM_CREATE, WM_DESTROY, WM_NCDESTROY}), seen);
 }
 
-TEST_F(WindowingTest, EndOfAThreadReleasesWhoSendsToIt)
+TEST_F(WindowingTest, EndOfAThreadReleasesItsSenders)
 {
     for (int round = 0; round < 200; ++round)
     {
@@ -35,7 +35,7 @@ TEST_F(WindowingTest, EndOfAThreadReleasesWhoSendsToIt)
 }
 
 // Each sends to the other, and each has events for all: who waits must do what the other waits for.
-TEST_F(WindowingTest, ThreadsThatWaitForEachOtherGoOn)
+TEST_F(WindowingTest, ThreadsThatSendToEachOtherDoNotDeadlock)
 {
     constexpr int rounds = 100;
     std::mutex lock;

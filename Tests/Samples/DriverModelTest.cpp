@@ -45,7 +45,7 @@ Bytes Chosen(std::uint32_t code)
                           : Framed(code == Info ? 0 : 3, {}, 100);
 }
 
-TEST(DriverModel, RefusesEveryBreachOfTheWireAndWritesItDown)
+TEST(DriverModel, RefusesAndRecordsEveryViolationOfTheWireFormat)
 {
     struct Breach
     {
@@ -97,7 +97,7 @@ TEST(DriverModel, RefusesEveryBreachOfTheWireAndWritesItDown)
     EXPECT_EQ(model.Captures().back().OutputRoom, 199U);
 }
 
-TEST(DriverModel, AnswersItsOwnCodesAndHosts)
+TEST(DriverModel, AnswersKnownAndHostDefinedCodes)
 {
     DriverModel model(
         ReadDriverSettings(R"({"items": {"0x10": "0a0b"}, "outputs": {"1": {"text": "four"}}, "pend": true})"));
@@ -121,7 +121,7 @@ TEST(DriverModel, AnswersItsOwnCodesAndHosts)
     EXPECT_THAT(SendItem(model, false, 8, {9, 9}), testing::Not(ElementsAre(0, 0)));
 }
 
-TEST(DriverModel, GivesChunksBesideTheRequestInTheOrderThatIsSet)
+TEST(DriverModel, ReturnsChunksInTheConfiguredOrder)
 {
     for (const auto& [settings, ends] : {
              std::pair(R"({"response": {"size": 450}})", " main:0:1 read:0:200 read:0:200 read:0:50"),
@@ -146,7 +146,7 @@ TEST(DriverModel, GivesChunksBesideTheRequestInTheOrderThatIsSet)
     }
 }
 
-TEST(DriverModel, KeepsALongResponseInOrderForAHostThatTakesTheLowestReadFirst)
+TEST(DriverModel, KeepsTheOrderForAHostThatTakesTheLowestReadFirst)
 {
     DriverModel model(ReadDriverSettings(R"({"response": {"size": 5050}})"));
     std::vector<std::shared_ptr<FakeRequest>> reads(5);
@@ -165,7 +165,7 @@ TEST(DriverModel, KeepsALongResponseInOrderForAHostThatTakesTheLowestReadFirst)
     EXPECT_EQ(response, CountingBytes(5050));
 }
 
-TEST(DriverModel, LetsGoOfCancelledRequestsAsTold)
+TEST(DriverModel, CompletesCancelledRequestsAsConfigured)
 {
     DriverModel model(ReadDriverSettings(R"({"hang": true, "holdCancelled": true})"));
     const auto held = Send(model, Host, Framed(3, {}, 0), 0);
@@ -187,7 +187,7 @@ TEST(DriverModel, LetsGoOfCancelledRequestsAsTold)
     EXPECT_EQ(slow->Result().first, 995);
 }
 
-TEST(DriverModel, IsSteeredBySwitchesWhileItRuns)
+TEST(DriverModel, SwitchesTakeEffectAtRunTime)
 {
     DriverModel model(ReadDriverSettings(R"({"slowMs": 5, "pend": true, "order": "before"})"));
     for (const auto& [settings, mistake] : {
@@ -209,7 +209,7 @@ TEST(DriverModel, IsSteeredBySwitchesWhileItRuns)
     EXPECT_EQ(refused->Result().first, 31);
 }
 
-TEST(DriverModel, EndsWhatItHoldsWhenItVanishesAndWhenItGoes)
+TEST(DriverModel, CompletesHeldRequestsWhenRemovedOrDestroyed)
 {
     auto model = std::make_unique<DriverModel>(ReadDriverSettings(R"({"slowMs": 1000000, "refuseOpen": 5})"));
     EXPECT_EQ(model->Open(1), 5U);
@@ -225,7 +225,7 @@ TEST(DriverModel, EndsWhatItHoldsWhenItVanishesAndWhenItGoes)
     EXPECT_EQ(read->Result().first, 995);
 }
 
-TEST(DriverModelModule, NamesMistakesInSettings)
+TEST(DriverModelModule, ReportsInvalidSettings)
 {
     void* const module = dlopen(DRIVER_MODEL_FILE, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(module, nullptr) << dlerror();

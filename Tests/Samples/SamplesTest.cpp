@@ -45,7 +45,7 @@ TEST(SampleHost, WorksWithTheSimulatedDriver)
                                   HasSubstr("answer 0x5a56\nno callback\n")));
 }
 
-TEST(SampleHost, TellsThatThereIsNoAdapter)
+TEST(SampleHost, ReportsThatThereIsNoAdapter)
 {
     const Process::ToolResult result = Process::RunTool(SAMPLE_HOST_PATH, "");
     EXPECT_EQ(result.Code, 1);
@@ -84,7 +84,7 @@ protected:
     static constexpr const char* Second = "{5A560001-0000-4000-8000-000000000002}";
 };
 
-TEST_F(VirtualDriver, WritesNoMoreRecordsThanThereIsRoomFor)
+TEST_F(VirtualDriver, WritesOnlyAsManyRecordsAsFit)
 {
     for (const auto& [room, written] :
          {std::pair(7240U, 3U * 724), std::pair(2 * 724U + 723, 2U * 724), std::pair(723U, 0U)})
@@ -222,7 +222,7 @@ TEST_F(VirtualScriptTest, DeliversEachStepWhenItsAdapterHasChanged)
     EXPECT_EQ(Script("3600000:remove 1"), 1);
 }
 
-TEST_F(VirtualScriptTest, CarriesOutNothingOfATextWithAMistake)
+TEST_F(VirtualScriptTest, RejectsAScriptWithASyntaxError)
 {
     Register(&Hear);
     EXPECT_EQ(Script(nullptr), 0);

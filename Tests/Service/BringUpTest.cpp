@@ -38,7 +38,7 @@ bool MakesManagerDespite(int nth, std::shared_ptr<CDeviceManagerIntf>& manager)
     }
 }
 
-TEST(BringUp, AManagerIsHandedOutOnlyWhenItReceivesEvents)
+TEST(BringUp, TheFactoryReturnsAManagerOnlyIfItReceivesEvents)
 {
     MakeManager();
     CWinPwrEvtHandle::AwaitWindow();

@@ -27,7 +27,7 @@ protected:
     std::intptr_t (*Deliver)(unsigned, std::uint64_t) = nullptr;
 };
 
-TEST_F(EventDelivery, EveryRemovalAndEveryArrivalIsToldAndTheFlagsAreTheDrivers)
+TEST_F(EventDelivery, ReportsEveryRemovalAndArrivalWithTheDriversFlags)
 {
     auto* const client = MakeClient(*Manager);
     const struct
@@ -63,7 +63,7 @@ TEST_F(EventDelivery, EveryRemovalAndEveryArrivalIsToldAndTheFlagsAreTheDrivers)
     EXPECT_EQ(Platform::CountOpenObjects().Windows, 0U);
 }
 
-TEST_F(EventDelivery, ClientsOfBothListsAndManagersHearInTheirOrder)
+TEST_F(EventDelivery, ClientsOfAllListsAndManagersAreCalledInOrder)
 {
     auto* const user = MakeClient(*Manager);
     _ZV_WLAN_NOTIFY_HDLR silent{nullptr, nullptr, 0, 0};

@@ -31,17 +31,17 @@ void ExpectMakesOnly(std::uint32_t made)
     }
 }
 
-TEST(Factory, TheDeviceEntryPointMakesDevicesOnly)
+TEST(Factory, TheDeviceEntryPointCreatesOnlyDevices)
 {
     ExpectMakesOnly<CDeviceIntf, CUWPDevice>(ZV_SRVC_DEVICE_UWP);
 }
 
-TEST(Factory, TheManagerEntryPointMakesManagersOnly)
+TEST(Factory, TheManagerEntryPointCreatesOnlyManagers)
 {
     ExpectMakesOnly<CDeviceManagerIntf, CUWPDeviceManager>(ZV_SRVC_DEVICE_MANAGER_UWP);
 }
 
-TEST(Factory, AnUnsupportedFirstTypeBringsTheServiceUpForGood)
+TEST(Factory, AnUnsupportedTypeInTheFirstCallStartsTheService)
 {
     std::shared_ptr<CDeviceIntf> device;
     EXPECT_EQ(CreateZVModule(device, ZV_SRVC_DEVICE_BASE), ZV_SRVC_ERR_INTERFACE_TYPE);
@@ -69,7 +69,7 @@ TEST(Factory, ConcurrentFirstCallsGetOneService)
         EXPECT_EQ(service, seen[0]);
 }
 
-TEST(Factory, AManagerOutlivesItsHostsPointerAndADeviceDoesNot)
+TEST(Factory, AManagerOutlivesTheHostsPointerAndADeviceDoesNot)
 {
     std::weak_ptr<CDeviceManagerIntf> manager = MakeManager();
     EXPECT_FALSE(manager.expired());

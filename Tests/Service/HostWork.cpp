@@ -3,7 +3,7 @@
 #include "ProcessWork.h"
 
 #include "HostCalls.h"
-#include "WordWait.h"
+#include "ProcessWait.h"
 
 #include <cstdlib>
 #include <thread>
@@ -57,7 +57,7 @@ void SendManyAndAwaitOne(CDeviceIntf& device)
     static std::atomic<bool> served{false};
     const auto callback = [](void*, std::uint32_t, const _ZV_ASYNC_RESULT*) {
         served = true;
-        TellChange();
+        NotifyChange();
     };
     SendAsync(device, 1000, callback, 100);
     AwaitChange(served, false);
@@ -101,7 +101,7 @@ void SendRequests(Host& host)
             _ZV_SRVC_IOCTL_REQ request = Request(1000);
             device->SendIOCTLReq(&request);
             running = true;
-            TellChange();
+            NotifyChange();
             for (;;)
                 device->SendIOCTLReq(&request);
         }).detach();

@@ -7,7 +7,7 @@
 #include "ProcessWork.h"
 
 #include "HostCalls.h"
-#include "WordWait.h"
+#include "ProcessWait.h"
 
 #include <atomic>
 #include <chrono>
@@ -29,7 +29,7 @@ std::atomic<void (*)(int)> endInCallback{nullptr};
 void Hear(void* /*context*/, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA* /*data*/)
 {
     lastEvent = event;
-    TellChange();
+    NotifyChange();
     if (const auto end = endInCallback.exchange(nullptr))
         end(AsNamed);
 }
@@ -87,7 +87,7 @@ int ExitBeside(Host& host)
     const std::string identity = PromptAdapter(host);
     Open(host, identity);
     inside = true;
-    TellChange();
+    NotifyChange();
     for (;;)
         TryToOpen(host, identity);
 }

@@ -1,8 +1,8 @@
 #include "ProcessWork.h"
 
 #include "Hosting.h"
+#include "ProcessWait.h"
 #include "ScriptedDevice.h"
-#include "WordWait.h"
 
 #include <cstdlib>
 #include <dlfcn.h>

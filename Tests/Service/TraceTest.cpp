@@ -92,7 +92,7 @@ TEST(Trace, FiltersByLevelAndComponent)
     EXPECT_FALSE(TraceWanted(1, 0x1F));
 }
 
-TEST(Trace, ASessionThatRunsBeforeTheLibraryHearsItsBringUpFromTheRegistrationOn)
+TEST(Trace, AnEarlierSessionReceivesBringUpFromTheRegistrationOn)
 {
     Session session(4, TRACE_FLAG_SERVICE | TRACE_FLAG_NOTIFICATION);
     EXPECT_FALSE(TraceWanted(1, 0x1F)) << "silent before the registration";
@@ -107,7 +107,7 @@ TEST(Trace, ASessionThatRunsBeforeTheLibraryHearsItsBringUpFromTheRegistrationOn
     EXPECT_TRUE(Has(rows, ZVTracePoint::HandlerRegistered));
 }
 
-TEST(Trace, ArgumentsAreTextsWithTheirNulAndNumbersOfFourBytes)
+TEST(Trace, ArgumentsAreTerminatedTextsAndFourByteNumbers)
 {
     MakeManager();
     Session session(3, TRACE_FLAG_DEVICE_MANAGER);

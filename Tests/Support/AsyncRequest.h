@@ -2,7 +2,7 @@
 /// An asynchronous request of a host.
 #pragma once
 
-#include "WordWait.h"
+#include "ProcessWait.h"
 #include "ZVSrvcLib.h"
 
 #include <gtest/gtest.h>
@@ -62,6 +62,6 @@ private:
         if (self.InCallback)
             self.InCallback();
         ++self.Told;
-        TellChange();
+        NotifyChange();
     }
 };

@@ -27,7 +27,7 @@ public:
     void End(const RequestPtr& read, const Bytes& bytes)
     {
         if (bytes.size() < 200)
-            SetAside(WaitRsp, read->OpenId());
+            IgnoreRequests(WaitRsp, read->OpenId());
         read->Complete(0, bytes);
     }
 };

@@ -59,7 +59,7 @@ TEST(ZvctlScript, CutsLinesIntoWords)
     });
 }
 
-TEST(ZvctlScript, EndsAtTheFirstLineThatFails)
+TEST(ZvctlScript, StopsAtTheFirstLineThatFails)
 {
     CheckScripts({
         {"ability 0\n\nget 0 0x99 x\nability 0", 2, "3\n", HasSubstr("zvctl: script: stdin:3: LENGTH: ")},
@@ -96,7 +96,7 @@ TEST(ZvctlScript, RunsTheDocumentedScript)
         EXPECT_THAT(result.Out, ContainsRegex(std::string("[0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{3} ") + line));
 }
 
-TEST(ZvctlScript, WatchTellsWhatChangedAsJson)
+TEST(ZvctlScript, WatchPrintsChangesAsJson)
 {
     const Process::ToolResult result = Session("script -", "problem 0 10\nwatch --json --count 1\nsuspend\n"
                                                            "watch --count 1\nevents");
@@ -119,7 +119,7 @@ TEST(ZvctlScript, WatchTellsWhatChangedAsJson)
     EXPECT_THAT(lines[3], HasSubstr(" suspend "));
 }
 
-TEST(ZvctlScript, SwitchesAdaptersByADeviceThatTheSessionHasOpened)
+TEST(ZvctlScript, EnablesAdaptersThroughADeviceOfTheSession)
 {
     CheckScripts({
         // The first enumeration finds WL900E absent too, so the next event does not report it. Uninstalled
@@ -143,7 +143,7 @@ TEST(ZvctlScript, SwitchesAdaptersByADeviceThatTheSessionHasOpened)
                  refusing);
 }
 
-TEST(ZvctlScript, SteersDrivers)
+TEST(ZvctlScript, ControlsDrivers)
 {
     CheckScripts({
         {"hang 0 on\nget 0 0x11 6", 1, IsEmpty(), HasSubstr("get: OpenDevice: ZV_SRVC_ERR_CONTROL_DEVICE (15)")},
@@ -152,7 +152,7 @@ TEST(ZvctlScript, SteersDrivers)
     });
 }
 
-TEST(ZvctlShell, GoesOnBehindAnError)
+TEST(ZvctlShell, ContinuesAfterAnError)
 {
     const Process::ToolResult result = Session("shell", "foo\nability 9\nability 0");
     EXPECT_EQ(result.Code, 0);
@@ -161,7 +161,7 @@ TEST(ZvctlShell, GoesOnBehindAnError)
                                   HasSubstr("zvctl: ability: \"9\" matches no adapter")));
 }
 
-TEST(ZvctlWatch, EndsWithoutEvents)
+TEST(ZvctlWatch, StopsWithoutEvents)
 {
     for (const char* arguments : {"watch --for 0", "watch --count 0"})
     {
@@ -171,7 +171,7 @@ TEST(ZvctlWatch, EndsWithoutEvents)
     }
 }
 
-TEST(ZvctlWatch, EndsWellWithASignal)
+TEST(ZvctlWatch, ExitsWithSuccessOnASignal)
 {
     for (const int number : {SIGINT, SIGTERM})
     {
@@ -206,7 +206,7 @@ TEST(ZvctlWatch, EndsWellWithASignal)
     }
 }
 
-TEST(ZvctlShell, CtrlCDropsTheLineAndTheSessionGoesOn)
+TEST(ZvctlShell, CtrlCDropsTheLineAndKeepsTheSession)
 {
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);

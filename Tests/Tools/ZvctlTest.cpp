@@ -160,7 +160,7 @@ TEST(Zvctl, RequestsReachTheDriver)
           "", folder.Path);
 }
 
-TEST(Zvctl, RegistryValuesShowByTheirType)
+TEST(Zvctl, RegistryValuesArePrintedByType)
 {
     const Process::TempFolder folder;
     const std::string machine = folder.Write("values.json", OneAdapterMachine("zvwlane", R"(, "values": {
@@ -177,7 +177,7 @@ TEST(Zvctl, RegistryValuesShowByTheirType)
     Check({{"reg read 0 Bytes", 0, HasSubstr("  0a 0b  ")}, {"reg read 0 Path", 0, "%here%\n"}}, machine);
 }
 
-TEST(Zvctl, ADriverThatMisbehavesIsNamed)
+TEST(Zvctl, AMisbehavingDriverIsReported)
 {
     const Process::TempFolder folder;
     Check({{"get 0 1 4", 1, IsEmpty(), "zvctl: get: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2)\n"},
@@ -189,7 +189,7 @@ TEST(Zvctl, ADriverThatMisbehavesIsNamed)
           folder.Write("silent.json", DriverMachine(R"({"silent": true})")));
 }
 
-TEST(Zvctl, WithoutACommandATourTriesEverything)
+TEST(Zvctl, TheDefaultCommandIsATourOfEverything)
 {
     const std::string lines = "get         item 0x10 is 01 02 03 04 05 06\n"
                               "set         item 0x10 to 5a 56 03 02 01 00\n"
@@ -286,7 +286,7 @@ TEST(Zvctl, TheMachineComesFromTheOptionThenTheEnvironment)
     EXPECT_THAT(Zvctl("list --machine " + two, one).Out, AllOf(HasSubstr("zvwlane"), Not(HasSubstr("zvwlans"))));
 }
 
-TEST(Zvctl, ABrokenMachineFileIsNamedWithThePlace)
+TEST(Zvctl, ABrokenMachineFileIsReportedWithThePosition)
 {
     const Process::TempFolder folder;
     const std::string broken = folder.Write("broken.json", "{\n  \"adapters\": [ { \n");
@@ -310,7 +310,7 @@ TEST(Zvctl, TraceShowsBringUpAndEveryAcceptedAdapter)
         EXPECT_THAT(result.Err, HasSubstr(accepted));
 }
 
-TEST(Zvctl, TraceKeepsToItsLevelAndComponents)
+TEST(Zvctl, TraceIsLimitedToItsLevelAndComponents)
 {
     const std::string ordinary = Zvctl("--trace 3 list").Err;
     EXPECT_THAT(ordinary, AllOf(HasSubstr("accepted"), Not(HasSubstr("service object is up"))));

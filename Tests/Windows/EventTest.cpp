@@ -18,7 +18,7 @@ std::vector<_ZV_SRVC_DEVICE_INFO> ArrivalRecords(CDeviceManagerIntf& manager)
     return listing.Records;
 }
 
-TEST(Events, AnAdapterOfTheDeviceInstallerComesGoesAndLosesItsDriver)
+TEST(Events, ReportsAnInstalledRemovedAndUninstalledAdapter)
 {
     // Removes adapters left by an interrupted run or by exited processes. Each would be checked for seconds
     // for an uninstalled driver before the one that this test removes.

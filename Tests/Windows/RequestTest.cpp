@@ -67,7 +67,7 @@ TEST_F(Requests, ItemsAreKeptByTheDriver)
     }
 }
 
-TEST_F(Requests, SynchronousOnesEndInEveryWay)
+TEST_F(Requests, SynchronousRequestsCompleteInEveryWay)
 {
     Driver.SetRule(Code, ZVK_END, Bytes{1, 2, 3});
     Bytes out(8, 0xEE);
@@ -86,7 +86,7 @@ TEST_F(Requests, SynchronousOnesEndInEveryWay)
     EXPECT_EQ(out.front(), 4);
 }
 
-TEST_F(Requests, ARefusedItemIsAFailureAndLeavesTheData)
+TEST_F(Requests, ARefusedItemFailsAndKeepsTheData)
 {
     Driver.SetRule(ItemCode, ZVK_END, {}, StatusUnsuccessful);
     Bytes data(4, 1);
@@ -110,7 +110,7 @@ TEST_F(Requests, AsynchronousResponsesComeInChunksWhateverTheirLength)
     }
 }
 
-TEST_F(Requests, AsynchronousOnesFollowOneAnotherAndTheirEndsAreTold)
+TEST_F(Requests, AsynchronousRequestsRunInOrderWithCallbacks)
 {
     Driver.SetRule(Code, ZVK_RESPOND, Bytes(300, 6));
     Driver.SetRule(Code + 4, ZVK_END, {}, StatusUnsuccessful);
@@ -148,7 +148,7 @@ TEST_F(Requests, ValuesOfTheDriverKeyAreReadWrittenAndDeleted)
     EXPECT_NE(Device->AccessRegistry(ZV_REG_OP_READ, "", "Greeting", &type, read.data(), &size), ZV_SRVC_SUCCESS);
 }
 
-TEST_F(Requests, TheListHasTheAdapterAsItsEntriesSay)
+TEST_F(Requests, TheListReflectsTheRegistryEntries)
 {
     const Listing listing = List(*Manager, "ZV_USB");
     const auto found = std::ranges::find_if(

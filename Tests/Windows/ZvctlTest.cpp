@@ -76,7 +76,7 @@ protected:
     KernelDevice Driver{"{kernel}"};
 };
 
-TEST_F(Zvctl, ListsAndOpensTheAdaptersOfTheSystem)
+TEST_F(Zvctl, ListsAndOpensInstalledAdapters)
 {
     const ScopedAdapter adapter(77, "{kernel}", "zvwlanu");
     const ScopedAdapter deaf(78, "{deaf}", "zvwlane"); // It has no control device.
@@ -95,7 +95,7 @@ TEST_F(Zvctl, ListsAndOpensTheAdaptersOfTheSystem)
     EXPECT_EQ(Output("info 1"), "zvctl: info: OpenDevice: ZV_SRVC_ERR_CONTROL_DEVICE (15)\n1\n");
 }
 
-TEST_F(Zvctl, SpeaksToTheDriver)
+TEST_F(Zvctl, SendsRequestsToTheDriver)
 {
     const ScopedAdapter adapter(77, "{kernel}", "zvwlanu");
     EXPECT_EQ(Output("set 0 0x1234 0a0b0c"), "0\n");
@@ -111,7 +111,7 @@ TEST_F(Zvctl, SpeaksToTheDriver)
     EXPECT_EQ(Output("reg read 0 Speed"), "300 (0x12c)\n0\n");
 }
 
-TEST_F(Zvctl, WatchesAnAdapterComeAndGo)
+TEST_F(Zvctl, WatchPrintsArrivalAndRemoval)
 {
     RemoveRootAdapter();
     const ToolRun tool;

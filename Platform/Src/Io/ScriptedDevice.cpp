@@ -44,7 +44,7 @@ ScriptedDevice::RequestPtr ScriptedDevice::Held(std::uint32_t code)
     return Take(Kept, [code](const IoRequest& request) { return request.Code() == code; });
 }
 
-void ScriptedDevice::SetAside(std::uint32_t code, std::uint64_t openId)
+void ScriptedDevice::IgnoreRequests(std::uint32_t code, std::uint64_t openId)
 {
     const std::lock_guard lock(Mutex);
     for (auto next = Kept.begin(); next != Kept.end();)

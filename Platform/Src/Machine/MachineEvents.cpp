@@ -41,7 +41,7 @@ std::optional<LRESULT> TellOfInterface(const WindowPtr& window, WPARAM event, co
 class AdapterEvent
 {
 public:
-    AdapterEvent(Machine::Impl& machine, AdapterId id) : Own(machine), Id(id), Turn(machine.Events) {}
+    AdapterEvent(Machine::Impl& machine, AdapterId id) : Own(machine), Id(id), Sequence(machine.Events) {}
 
     AdapterDescription Now() const
     {
@@ -106,7 +106,7 @@ private:
 
     Machine::Impl& Own;
     const AdapterId Id;
-    const EventTurn::Holder Turn;
+    const EventSequencer::Holder Sequence;
 };
 
 void SetVersion(AdapterDescription& adapter, std::string_view version)
@@ -190,14 +190,14 @@ void Machine::Suspend()
 
 void Machine::Resume()
 {
-    const EventTurn::Holder turn(Self->Events);
+    const EventSequencer::Holder turn(Self->Events);
     TellAll(WM_POWERBROADCAST, PBT_APMRESUMEAUTOMATIC);
     TellAll(WM_POWERBROADCAST, PBT_APMRESUMESUSPEND);
 }
 
 void Machine::Broadcast(std::uint32_t message, std::uint64_t wParam)
 {
-    const EventTurn::Holder turn(Self->Events);
+    const EventSequencer::Holder turn(Self->Events);
     TellAll(message, wParam);
 }
 

@@ -4,7 +4,7 @@
 
 #include "AdapterTree.h"
 #include "DeviceNames.h"
-#include "EventTurn.h"
+#include "EventSequencer.h"
 #include "FaultBoard.h"
 #include "Machine.h"
 #include "RegistryTree.h"
@@ -35,8 +35,8 @@ public:
 class Machine::Impl
 {
 public:
-    FaultBoard Faults; // brings its own lock
-    EventTurn Events;  // brings its own lock
+    FaultBoard Faults;     // brings its own lock
+    EventSequencer Events; // brings its own lock
     std::atomic<bool> Administrator = true;
 
     /// Held only for short work on the members below, never while anything foreign runs.

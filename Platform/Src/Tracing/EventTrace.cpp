@@ -27,7 +27,7 @@ TraceSession::~TraceSession()
 {
     TraceHub::Instance().Stop(Self);
     // Waits for a sink on another thread; a message that comes later finds the session closed.
-    const Turn::Holder turn(Self->SinkTurn);
+    const ForeignCallGate::Holder turn(Self->SinkTurn);
     Self->Closed = true;
 }
 
@@ -77,7 +77,7 @@ ULONG Write(TRACEHANDLE logger, const GUID* messageClass, TraceRecord& record)
     const TraceHub::Session session = TraceHub::Instance().Find(logger);
     if (!session)
         return ERROR_INVALID_HANDLE;
-    const Turn::Holder turn(session->SinkTurn);
+    const ForeignCallGate::Holder turn(session->SinkTurn);
     // A sink that traces would never come to an end: its own messages are dropped.
     if (turn && !session->Closed)
     {

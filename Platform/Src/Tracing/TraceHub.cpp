@@ -114,7 +114,7 @@ void TraceHub::TellProviders(const GUID& control)
 // inside the callback is reported by the outer loop.
 void TraceHub::Tell(TraceProvider& provider)
 {
-    const Turn::Holder turn(provider.CallbackTurn);
+    const ForeignCallGate::Holder turn(provider.CallbackTurn);
     while (turn)
     {
         const auto request = Instance().NextRequest(provider);

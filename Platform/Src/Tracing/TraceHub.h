@@ -3,8 +3,8 @@
 #pragma once
 
 #include "EventTrace.h"
+#include "ForeignCallGate.h"
 #include "Machine.h"
-#include "Turn.h"
 
 #include <mutex>
 #include <optional>
@@ -22,7 +22,7 @@ struct TraceProvider
     void* Context;
     TRACEHANDLE Handle = 0;
 
-    Turn CallbackTurn; // held while the callback runs
+    ForeignCallGate CallbackTurn; // held while the callback runs
 
     // Guarded by the hub's lock.
     bool Registered = true;
@@ -38,7 +38,7 @@ struct TraceSession::State
     std::uint16_t LoggerId = 0;
     std::function<void(const TraceRecord&)> Sink;
 
-    Turn SinkTurn;              // held while the sink runs
+    ForeignCallGate SinkTurn;   // held while the sink runs
     bool Closed = false;        // guarded by SinkTurn
     std::uint64_t Sequence = 0; // guarded by SinkTurn
 

@@ -22,7 +22,7 @@ public:
     void Wake();
 
 private:
-    enum class CWord : std::uint32_t
+    enum class WakeState : std::uint32_t
     {
         Idle,    ///< No wake to take, and no thread sleeps.
         Pending, ///< A wake came that no wait has taken yet.
@@ -36,5 +36,5 @@ private:
     /// Turned to Asleep, and back from it, under the wake lock only; so a waker that reads Asleep
     /// and has then had the lock knows the waiter to be in its wait. A wake for a thread that is
     /// awake touches this word and no lock.
-    std::atomic<CWord> Word{CWord::Idle};
+    std::atomic<WakeState> Word{WakeState::Idle};
 };

@@ -68,7 +68,7 @@ void EvtIrpHandler::Send(CRead& read)
 {
     if (read.Call->Event() == nullptr)
         return;
-    read.Turn = ++LastTurn;
+    read.SendOrder = ++LastSendOrder;
     read.Call->Start(ControlHandle, IOCTL_ZV_WAIT_RSP);
     read.IsOut = read.Call->WasTaken();
 }
@@ -96,7 +96,7 @@ EvtIrpHandler::CPoll EvtIrpHandler::TakeOldest()
 {
     std::array<CRead*, ZV_RSP_BUFFER_COUNT> inOrder{};
     std::ranges::transform(Reads, inOrder.begin(), [](CRead& read) { return &read; });
-    std::ranges::sort(inOrder, {}, &CRead::Turn);
+    std::ranges::sort(inOrder, {}, &CRead::SendOrder);
     for (CRead* read : inOrder)
         if (read->IsOut)
             if (const CPoll poll = TakeIfCompleted(*read); poll != CPoll::NothingCompleted)

@@ -54,8 +54,8 @@ private:
     struct CRead
     {
         CDriverCallPtr Call;
-        std::uint64_t Turn = 0; ///< Counts the reads that were sent; the oldest has the lowest.
-        bool IsOut = false;     ///< Taken by the driver, and its completion not yet seen.
+        std::uint64_t SendOrder = 0; ///< Counts the reads that were sent; the oldest has the lowest.
+        bool IsOut = false;          ///< Taken by the driver, and its completion not yet seen.
     };
 
     /// The result of one poll of the reads.
@@ -75,7 +75,7 @@ private:
     HANDLE ControlHandle;
     OutputBuffer* Output;
     std::array<CRead, ZV_RSP_BUFFER_COUNT> Reads;
-    std::uint64_t LastTurn = 0;
+    std::uint64_t LastSendOrder = 0;
     CEventHandle TerminateEvent; ///< Shared by name; a signal from outside ends one collection.
     /// The events that exist: those of the reads in their order, then the terminate event.
     std::array<HANDLE, ZV_RSP_BUFFER_COUNT + 1> WaitHandles{};

@@ -95,13 +95,13 @@ struct CUWPDeviceManager::CSweep
     /// Carries out what Plan has found. Allocates nothing.
     void Apply() const noexcept;
 
-    const CListState State;                ///< The list as the sweep found it.
-    const ZVAdapterRecords& Records;       ///< Its records.
-    std::vector<std::uint32_t> OldFlags;   ///< By record.
-    std::vector<std::uint32_t> NewFlags;   ///< By record.
-    std::vector<bool> WasSighted;          ///< By record.
-    std::vector<std::string_view> Sighted; ///< The identities of records that the system has.
-    ZVAdapterRecords Suspects;             ///< For the watcher; one of the first pass may come twice.
+    const CListState State;                   ///< The list as the sweep found it.
+    const ZVAdapterRecords& Records;          ///< Its records.
+    std::vector<std::uint32_t> OldFlags;      ///< By record.
+    std::vector<std::uint32_t> NewFlags;      ///< By record.
+    std::vector<bool> WasSighted;             ///< By record.
+    std::vector<std::string_view> Enumerated; ///< The identities of records that the system has.
+    ZVAdapterRecords Suspects;                ///< For the watcher; one of the first pass may come twice.
     bool Changed = false;
     CProbedDevices Probed;
 };
@@ -138,7 +138,7 @@ void CUWPDeviceManager::CSweep::Sight(std::size_t number, const CSighting& sight
     const bool isSame = Contains(sighting.DriverVersion, DriverVersionOf(*record));
     Changed = Changed || (!isSame && (flags & ZV_DEV_DRIVER_CHANGED) == 0);
     flags = isSame ? flags & ~ZV_DEV_DRIVER_CHANGED : flags | ZV_DEV_DRIVER_CHANGED;
-    Sighted.push_back(IdentityOf(*record));
+    Enumerated.push_back(IdentityOf(*record));
     WasSighted[number] = true;
 }
 
@@ -181,7 +181,7 @@ bool CUWPDeviceManager::SweepOnce(bool& isCurrent)
     SecondPass(sweep);
     WatchSuspects(sweep);
     const std::uint32_t changed = sweep.Changed ? 1 : 0;
-    const auto sighted = static_cast<std::uint32_t>(sweep.Sighted.size());
+    const auto sighted = static_cast<std::uint32_t>(sweep.Enumerated.size());
     const auto suspects = static_cast<std::uint32_t>(sweep.Suspects.size());
     ZV_TRACE(SweepDone, sighted, suspects, changed);
     isCurrent = IsCurrent(sweep.State.Rebuilds);
@@ -221,7 +221,7 @@ bool CUWPDeviceManager::IsConfirmed(CSweep& sweep, std::size_t number)
         return false;
     try
     {
-        return std::ranges::any_of(sweep.Sighted, [&](std::string_view entry) {
+        return std::ranges::any_of(sweep.Enumerated, [&](std::string_view entry) {
             if (ExitHasBegun())
                 return true;
             std::shared_ptr<CDeviceIntf> probe;

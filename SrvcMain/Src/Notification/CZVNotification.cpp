@@ -11,7 +11,7 @@ namespace
 /// How long a stop waits for a worker that has not yet begun: this many pauses of 1 ms.
 constexpr int EntryPauses = 10;
 /// A worker that came to rest less than this ago may not have reached its wait.
-constexpr std::int64_t YoungRestMs = 3;
+constexpr std::int64_t MinimumRestMs = 3;
 constexpr std::chrono::milliseconds Pause{1};
 
 thread_local const CZVNotification* currentWorker = nullptr;
@@ -39,7 +39,7 @@ CZVNotification::~CZVNotification()
     // The handler itself released the last owner, or the process exits on this thread. The worker
     // cannot be joined here; it exits without touching this object again. Another object at the same
     // address is not this worker's.
-    *GoneFlag = true;
+    *DestroyedFlag = true;
     currentWorker = nullptr;
     Thread.detach();
 }
@@ -118,7 +118,7 @@ void CZVNotification::AwaitRest()
     for (int i = 0; i < EntryPauses && (State & ZV_NOTIFY_ENTERED) == 0; ++i)
         nobodySignals.WaitFor(Pause);
     StopTime = MonotonicNs();
-    if ((StopTime - LastActive) / 1'000'000 < YoungRestMs)
+    if ((StopTime - LastActive) / 1'000'000 < MinimumRestMs)
         nobodySignals.WaitFor(Pause);
 }
 
@@ -134,7 +134,7 @@ void CZVNotification::DropQueued()
 void CZVNotification::Work()
 {
     bool gone = false;
-    GoneFlag = &gone;
+    DestroyedFlag = &gone;
     currentWorker = this;
     State |= ZV_NOTIFY_ENTERED;
     LastActive = MonotonicNs();

@@ -87,5 +87,5 @@ private:
     CSafeList<ZVBlob>::CList Taken ZV_GUARDED_BY(TakenLock);
     std::atomic<std::int64_t> LastActive{0}; ///< Monotonic nanoseconds: the worker came to rest.
     /// Set by a destructor that runs on the worker, to report that the object no longer exists.
-    bool* GoneFlag = nullptr;
+    bool* DestroyedFlag = nullptr;
 };

@@ -4,7 +4,7 @@
 #include "CZVNSrvcMgnt.h"
 #include "LibraryThread.h"
 #include "ProcessEnd.h"
-#include "WordWait.h"
+#include "ProcessWait.h"
 
 #include <atomic>
 #include <memory>
@@ -14,7 +14,7 @@
 namespace
 {
 
-enum class CBringUp
+enum class BringUpState
 {
     Absent,
     Building,
@@ -22,14 +22,14 @@ enum class CBringUp
 };
 
 /// A word to wait on rather than a lock: bring-up loads a library, and no lock is held meanwhile.
-constinit std::atomic<CBringUp> bringUp{CBringUp::Absent};
+constinit std::atomic<BringUpState> bringUp{BringUpState::Absent};
 thread_local bool isBuilder = false;
 
-void Settle(CBringUp outcome)
+void Settle(BringUpState outcome)
 {
     isBuilder = false;
     bringUp.store(outcome, std::memory_order_release);
-    TellChange();
+    NotifyChange();
 }
 
 void BuildService()
@@ -41,7 +41,7 @@ void BuildService()
     }
     catch (...)
     {
-        Settle(CBringUp::Absent);
+        Settle(BringUpState::Absent);
         throw;
     }
 }
@@ -53,7 +53,7 @@ void ConnectService()
     struct CSettler
     {
         // The pointer is set, so a failure of Init is no reason to build a second service.
-        ~CSettler() { Settle(CBringUp::Up); }
+        ~CSettler() { Settle(BringUpState::Up); }
     };
     const CSettler settler;
     WithService([](CZVNSrvcMgnt& service) { service.Init(); });
@@ -62,19 +62,19 @@ void ConnectService()
 /// Returns when no other thread is bringing the service up.
 void AwaitBringUp()
 {
-    while (bringUp.load(std::memory_order_acquire) == CBringUp::Building)
-        AwaitChange(bringUp, CBringUp::Building);
+    while (bringUp.load(std::memory_order_acquire) == BringUpState::Building)
+        AwaitChange(bringUp, BringUpState::Building);
 }
 
 /// Waits for a bring-up in progress and prevents further ones, which would start a window that is never
 /// stopped. Threads that request one block until the process ends; on this thread the request throws.
 void EndBringUp()
 {
-    for (CBringUp seen = CBringUp::Building; seen != CBringUp::Up;)
+    for (BringUpState seen = BringUpState::Building; seen != BringUpState::Up;)
     {
         AwaitBringUp();
-        seen = CBringUp::Absent;
-        if (bringUp.compare_exchange_strong(seen, CBringUp::Building, std::memory_order_acq_rel))
+        seen = BringUpState::Absent;
+        if (bringUp.compare_exchange_strong(seen, BringUpState::Building, std::memory_order_acq_rel))
         {
             isBuilder = true;
             return;
@@ -86,12 +86,12 @@ void EndBringUp()
 
 void EnsureService()
 {
-    CBringUp seen = bringUp.load(std::memory_order_acquire);
-    while (seen != CBringUp::Up)
+    BringUpState seen = bringUp.load(std::memory_order_acquire);
+    while (seen != BringUpState::Up)
     {
-        if (seen == CBringUp::Absent)
+        if (seen == BringUpState::Absent)
         {
-            if (!bringUp.compare_exchange_strong(seen, CBringUp::Building, std::memory_order_acq_rel))
+            if (!bringUp.compare_exchange_strong(seen, BringUpState::Building, std::memory_order_acq_rel))
                 continue;
             isBuilder = true;
             BuildService();
@@ -138,7 +138,7 @@ bool CServiceGate::Enter() noexcept
 void CServiceGate::Leave() noexcept
 {
     if ((Inside.fetch_sub(1, std::memory_order_release) & Closed) != 0)
-        TellChange();
+        NotifyChange();
 }
 
 void CServiceGate::Close() noexcept

@@ -27,8 +27,8 @@ const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const std::vector<_ZV_SRVC_DEVICE_INFO
 /// Whether a command can do its work with a driver that does not answer.
 enum class DriverNeed
 {
-    Answers,   ///< Without an answer the device counts as not opened.
-    MayBeMute, ///< The driver is not asked for anything.
+    Answers,  ///< Without an answer the device counts as not opened.
+    Optional, ///< The driver receives no request.
 };
 
 /// Opens an adapter. The session keeps the device.

@@ -1,7 +1,7 @@
 #include "ControlRequest.h"
 
 #include "Errors.h"
-#include "Immortal.h"
+#include "NeverDestroyed.h"
 
 #include <condition_variable>
 #include <fmt/format.h>
@@ -92,7 +92,7 @@ struct Abandoned
 
 void Abandon(Abandoned abandoned)
 {
-    static Immortal<std::list<Abandoned>> kept;
+    static NeverDestroyed<std::list<Abandoned>> kept;
     kept.Object.push_back(std::move(abandoned));
 }
 

@@ -10,7 +10,7 @@ namespace
 
 void Ability(const std::string& text)
 {
-    const OpenAdapter adapter(text, DriverNeed::MayBeMute);
+    const OpenAdapter adapter(text, DriverNeed::Optional);
     std::uint32_t ability = 0;
     Require("GetAbility", adapter.Device->GetAbility(&ability));
     fmt::print("{}\n", ability);

@@ -18,7 +18,7 @@ try
 {
     const std::vector<_ZV_SRVC_DEVICE_INFO> adapters = ListAll();
     const std::shared_ptr<CDeviceIntf> kept = KeptDevice(FieldText(ChooseAdapter(adapters, text).NetCfgInstanceId));
-    return kept != nullptr ? kept : OpenAdapter(text, DriverNeed::MayBeMute).Device;
+    return kept != nullptr ? kept : OpenAdapter(text, DriverNeed::Optional).Device;
 }
 catch (const OperationFailed& failure)
 {

@@ -70,7 +70,7 @@ Command AddRead(CLI::App& reg)
     CLI::App* const read = AddOperation(reg, "read", "Print a value", options);
     AddFormatOptions(*read, options->Format);
     return {read, [options] {
-                const OpenAdapter adapter(options->Adapter, DriverNeed::MayBeMute);
+                const OpenAdapter adapter(options->Adapter, DriverNeed::Optional);
                 Print(ReadValue(*adapter.Device, options->Place()), *options);
             }};
 }
@@ -98,7 +98,7 @@ Command AddWrite(CLI::App& reg)
         ->type_name("TEXT");
     write->parse_complete_callback([options] { ReadData(*options); });
     return {write, [options] {
-                const OpenAdapter adapter(options->Adapter, DriverNeed::MayBeMute);
+                const OpenAdapter adapter(options->Adapter, DriverNeed::Optional);
                 WriteValue(*adapter.Device, options->Place(), options->Value);
             }};
 }
@@ -108,7 +108,7 @@ Command AddDelete(CLI::App& reg)
     const auto options = std::make_shared<RegOptions>();
     CLI::App* const remove = AddOperation(reg, "delete", "Delete a value", options);
     return {remove, [options] {
-                const OpenAdapter adapter(options->Adapter, DriverNeed::MayBeMute);
+                const OpenAdapter adapter(options->Adapter, DriverNeed::Optional);
                 DeleteValue(*adapter.Device, options->Place());
             }};
 }

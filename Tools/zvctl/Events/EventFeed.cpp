@@ -42,7 +42,7 @@ std::vector<AdapterChange> CompareLists(const Adapters& before, const Adapters& 
 
 EventFeed& EventFeed::OfSession()
 {
-    static Immortal<EventFeed> feed;
+    static NeverDestroyed<EventFeed> feed;
     return feed.Object;
 }
 

@@ -2,7 +2,7 @@
 /// The library's events, and what they changed in its list.
 #pragma once
 
-#include "Immortal.h"
+#include "NeverDestroyed.h"
 #include "WakeSignal.h"
 
 #include <CDeviceManagerIntf.h>
@@ -57,7 +57,7 @@ public:
     WakeSignal& Wake() { return Woken; }
 
 private:
-    friend union Immortal<EventFeed>; ///< A callback may be on its way at any time.
+    friend union NeverDestroyed<EventFeed>; ///< A callback may be on its way at any time.
     EventFeed();
     ~EventFeed() = default;
 

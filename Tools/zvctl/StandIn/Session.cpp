@@ -1,7 +1,7 @@
 #include "Session.h"
 
 #include "Errors.h"
-#include "Immortal.h"
+#include "NeverDestroyed.h"
 
 #include <Machine.h>
 
@@ -28,8 +28,8 @@ try
 {
     const char* const named = std::getenv("ZV_MACHINE");
     const bool inEnvironment = named != nullptr && *named != '\0';
-    static const Immortal<Platform::ScopedMachine> installed(file.empty() && inEnvironment ? Platform::CurrentMachine()
-                                                                                           : MakeMachine(file));
+    static const NeverDestroyed<Platform::ScopedMachine> installed(
+        file.empty() && inEnvironment ? Platform::CurrentMachine() : MakeMachine(file));
 }
 catch (const Platform::MachineFileError& mistake)
 {

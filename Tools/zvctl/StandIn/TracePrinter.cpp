@@ -1,6 +1,6 @@
 #include "TracePrinter.h"
 
-#include "Immortal.h"
+#include "NeverDestroyed.h"
 
 #include <Machine.h>
 
@@ -35,7 +35,7 @@ void Print(const Platform::TraceRecord& record, std::uint64_t startNs)
 
 void StartTracePrinter(const TraceSettings& settings)
 {
-    static const Immortal<Platform::TraceSession> session(
+    static const NeverDestroyed<Platform::TraceSession> session(
         &ZV_TRACE_PROVIDER, settings.Level, settings.Flags,
         [startNs = NowNs()](const Platform::TraceRecord& record) { Print(record, startNs); });
 }

@@ -37,7 +37,7 @@ void CTrackedThread::Join()
     Function.fill(0);
 }
 
-void CTrackedThread::KeepTail(std::string_view text, CTail& tail)
+void CTrackedThread::KeepTail(std::string_view text, CNameTail& tail)
 {
     const std::size_t kept = std::min(text.size(), tail.size() - 1);
     tail.fill(0);

@@ -30,13 +30,13 @@ public:
 
 private:
     /// The end of a path or function name, which identifies it best.
-    using CTail = std::array<char, 30>;
+    using CNameTail = std::array<char, 30>;
 
-    static void KeepTail(std::string_view text, CTail& tail);
+    static void KeepTail(std::string_view text, CNameTail& tail);
 
     std::thread Thread;                 ///< The owner's.
     std::atomic<std::int32_t> Count{0}; ///< 1 while the thread is started.
-    CTail File{};
-    CTail Function{};
+    CNameTail File{};
+    CNameTail Function{};
     std::uint32_t Line = 0;
 };

@@ -1,7 +1,7 @@
 #include "CWinPwrEvtHandle.h"
 
+#include "ProcessWait.h"
 #include "TracePoint.h"
-#include "WordWait.h"
 
 #include <chrono>
 #include <thread>
@@ -32,7 +32,7 @@ bool CWinPwrEvtHandle::InitPwrEvtHandler(WNDPROC wndProc)
     if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
         return false;
     WndProc = wndProc;
-    ServedBy = 0;
+    WindowThreadId = 0;
     if (!WindowThread.Start(&CWinPwrEvtHandle::ServeWindow, this))
         return false;
     PwrEvtState |= ZV_PWREVT_ACTIVE;
@@ -45,12 +45,12 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
     {
         PwrEvtState |= ZV_PWREVT_STOPPING;
         // Before that moment there is nothing to send to.
-        AwaitChange(ServedBy, 0U);
+        AwaitChange(WindowThreadId, 0U);
         SendMessageW(Window, StopMessage, 0, 0);
         // What is sent reaches the procedure but does not bring the thread out of its wait; what is
         // posted does. To the thread and not to the window, which may have failed to come up.
         // The queue of the thread may be full for a moment; without the message the join would hang.
-        while (!PostThreadMessageW(ServedBy, StopMessage, 0, 0) && !IsThreadGone(GetLastError()))
+        while (!PostThreadMessageW(WindowThreadId, StopMessage, 0, 0) && !IsThreadGone(GetLastError()))
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         WindowThread.Join();
     }
@@ -60,7 +60,7 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
 void CWinPwrEvtHandle::AwaitWindow()
 {
     if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
-        AwaitChange(ServedBy, 0U);
+        AwaitChange(WindowThreadId, 0U);
 }
 
 void CWinPwrEvtHandle::ServeWindow(void* self)
@@ -94,8 +94,8 @@ void CWinPwrEvtHandle::OpenWindow()
     ShowWindow(Window, SW_HIDE);
     RegisterInterfaces();
     UpdateWindow(Window);
-    ServedBy = GetCurrentThreadId();
-    TellChange();
+    WindowThreadId = GetCurrentThreadId();
+    NotifyChange();
 }
 
 void CWinPwrEvtHandle::RegisterInterfaces()

@@ -54,5 +54,5 @@ private:
     static inline std::atomic<std::uint32_t> PwrEvtState{0};
     /// The window thread's number; 0 until it has done, or failed to do, all but wait for messages.
     /// From then on messages can be sent and posted to it.
-    static inline std::atomic<std::uint32_t> ServedBy{0};
+    static inline std::atomic<std::uint32_t> WindowThreadId{0};
 };

@@ -7,14 +7,14 @@
 /// Holds an object that is never destroyed. For what the library's threads still use while the
 /// process ends, in a static variable.
 template <class Type>
-union Immortal {
+union NeverDestroyed {
     template <class... Arguments>
-    explicit Immortal(Arguments&&... arguments) : Object(std::forward<Arguments>(arguments)...)
+    explicit NeverDestroyed(Arguments&&... arguments) : Object(std::forward<Arguments>(arguments)...)
     {
     }
-    ~Immortal() {}
-    Immortal(const Immortal&) = delete;
-    Immortal& operator=(const Immortal&) = delete;
+    ~NeverDestroyed() {}
+    NeverDestroyed(const NeverDestroyed&) = delete;
+    NeverDestroyed& operator=(const NeverDestroyed&) = delete;
 
     Type Object;
 };

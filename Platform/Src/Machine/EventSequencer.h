@@ -10,28 +10,28 @@
 namespace Platform
 {
 
-/// As a Turn, but who waits for it carries out meanwhile what is sent to its windows: the holder may be
-/// waiting for just that.
-class EventTurn
+/// Like a ForeignCallGate, but a waiting thread dispatches the messages sent to its windows meanwhile: the holder may
+/// be waiting for that.
+class EventSequencer
 {
 public:
-    /// Holds the turn for a scope, unless the thread holds it already.
+    /// Holds the sequencer for a scope, unless the thread holds it already.
     class Holder
     {
     public:
-        explicit Holder(EventTurn& turn);
+        explicit Holder(EventSequencer& sequencer);
         ~Holder();
         Holder(const Holder&) = delete;
         Holder& operator=(const Holder&) = delete;
 
     private:
-        EventTurn& Door;
+        EventSequencer& Sequencer;
         bool Taken = false;
     };
 
 private:
     // Both guarded by WindowLock().
-    std::thread::id Owner; // default value when the turn is free
+    std::thread::id Owner; // default value when the sequencer is free
     std::vector<MessageQueuePtr> Waiting;
 };
 

@@ -10,15 +10,15 @@ namespace Platform
 {
 
 /// Unlike a mutex, it detects that the thread already owns it: foreign code may call back.
-class Turn
+class ForeignCallGate
 {
 public:
-    /// Holds the turn for a scope. It converts to false when this thread held it before; nothing is then
+    /// Holds the gate for a scope. It converts to false when this thread held it before; nothing is then
     /// given back at the end.
     class Holder
     {
     public:
-        explicit Holder(Turn& turn);
+        explicit Holder(ForeignCallGate& gate);
         ~Holder();
         Holder(const Holder&) = delete;
         Holder& operator=(const Holder&) = delete;
@@ -26,14 +26,14 @@ public:
         explicit operator bool() const { return Taken; }
 
     private:
-        Turn& Door;
+        ForeignCallGate& Gate;
         bool Taken = false;
     };
 
 private:
     std::mutex Lock;
     std::condition_variable Free;
-    std::thread::id Owner; // guarded by Lock; default value when the turn is free
+    std::thread::id Owner; // guarded by Lock; default value when the gate is free
 };
 
 } // namespace Platform

@@ -37,7 +37,7 @@ void AwaitChange(const std::atomic<Word>& word, Word seen)
 }
 
 /// Must be called after each change that a thread may wait for.
-inline void TellChange()
+inline void NotifyChange()
 {
     {
         const std::lock_guard lock(WordWaiters().Lock);
