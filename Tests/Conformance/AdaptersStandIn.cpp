@@ -14,7 +14,7 @@ Adapters::Adapters() : Self(std::make_unique<Impl>()) {}
 
 Adapters::~Adapters()
 {
-    EXPECT_EQ(0U, Platform::CountOpenObjects().Total());
+    EXPECT_EQ(Platform::CountOpenObjects().Total(), 0U);
 }
 
 void Adapters::Add(const AdapterTexts& texts)

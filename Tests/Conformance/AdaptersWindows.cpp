@@ -22,13 +22,13 @@ WideText Path(const std::string& below)
 void Set(const std::string& path, const WCHAR* name, const std::optional<WideText>& text, DWORD type = REG_SZ)
 {
     const auto size = text ? static_cast<DWORD>((text->size() + 1) * sizeof(WCHAR)) : 0;
-    EXPECT_EQ(ERROR_SUCCESS,
-              text ? RegSetKeyValueW(HKEY_LOCAL_MACHINE, Path(path).c_str(), name, type, text->c_str(), size) : 0);
+    EXPECT_EQ(text ? RegSetKeyValueW(HKEY_LOCAL_MACHINE, Path(path).c_str(), name, type, text->c_str(), size) : 0,
+              ERROR_SUCCESS);
 }
 
 void Delete(const std::string& path)
 {
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteTreeW(HKEY_LOCAL_MACHINE, Path(path).c_str())) << path;
+    EXPECT_EQ(RegDeleteTreeW(HKEY_LOCAL_MACHINE, Path(path).c_str()), ERROR_SUCCESS) << path;
 }
 
 } // namespace

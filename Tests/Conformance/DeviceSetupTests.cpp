@@ -61,12 +61,12 @@ protected:
 
 TEST_F(DeviceSetupTest, ClassNamesGiveTheirGuids)
 {
-    EXPECT_EQ(1U, std::exchange(Count, 7));
-    EXPECT_EQ(0x4D36E972U, NetClass.Data1);
+    EXPECT_EQ(std::exchange(Count, 7), 1U);
+    EXPECT_EQ(NetClass.Data1, 0x4D36E972U);
     EXPECT_FAILS_WITH(ERROR_INSUFFICIENT_BUFFER, SetupDiClassGuidsFromNameW(CWideText{"Net"}.Text, nullptr, 0, &Count));
-    EXPECT_EQ(1U, Count);
+    EXPECT_EQ(Count, 1U);
     EXPECT_TRUE(SetupDiClassGuidsFromNameW(CWideText{"ZVNothing"}.Text, &NetClass, 1, &Count));
-    EXPECT_EQ(0U, Count);
+    EXPECT_EQ(Count, 0U);
 }
 
 TEST_F(DeviceSetupTest, SetIsASnapshotOfTheClass)
@@ -76,12 +76,12 @@ TEST_F(DeviceSetupTest, SetIsASnapshotOfTheClass)
     Machine.Add({first});
     const HDEVINFO before = OpenSet();
     Machine.Add({late});
-    EXPECT_EQ((std::vector{first}), IdsOf(before));
-    EXPECT_EQ((std::vector{first, late}), IdsOf(OpenSet()));
+    EXPECT_EQ(IdsOf(before), (std::vector{first}));
+    EXPECT_EQ(IdsOf(OpenSet()), (std::vector{first, late}));
     Machine.Remove(first);
-    EXPECT_EQ((std::vector{late}), IdsOf(OpenSet()));
-    EXPECT_EQ((std::vector{late}),
-              IdsOf(SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_PRESENT | DIGCF_ALLCLASSES)));
+    EXPECT_EQ(IdsOf(OpenSet()), (std::vector{late}));
+    EXPECT_EQ(IdsOf(SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_PRESENT | DIGCF_ALLCLASSES)),
+              (std::vector{late}));
     NetClass.Data1 = 1; // now another class
     EXPECT_TRUE(IdsOf(OpenSet()).empty());
     EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER,
@@ -104,7 +104,7 @@ TEST_F(DeviceSetupTest, ReadsPropertiesThroughRightRecordsAndHandles)
     SP_DEVINFO_DATA data = EmptyRecord();
     EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, get(set, &data, SPDRP_DRIVER, nullptr, nullptr, 0, nullptr));
     std::vector<SP_DEVINFO_DATA> devices = OwnDevices(set);
-    ASSERT_EQ(2U, devices.size());
+    ASSERT_EQ(devices.size(), 2U);
     for (const auto& [property, room, expected] : cases)
     {
         WideText text = Wide("#######");
@@ -112,7 +112,7 @@ TEST_F(DeviceSetupTest, ReadsPropertiesThroughRightRecordsAndHandles)
         DWORD required = 99;
         SetLastError(0);
         const BOOL read = get(set, &devices[0], property, &type, reinterpret_cast<BYTE*>(text.data()), room, &required);
-        EXPECT_EQ(expected, std::tuple(GetLastError(), required, type, text)) << property;
+        EXPECT_EQ(std::tuple(GetLastError(), required, type, text), expected) << property;
         EXPECT_EQ(std::get<0>(expected) == 0, read != FALSE);
     }
     EXPECT_FAILS_WITH(ERROR_INVALID_DATA, get(set, &devices[1], SPDRP_FRIENDLYNAME, nullptr, nullptr, 0, nullptr));
@@ -127,26 +127,26 @@ TEST_F(DeviceSetupTest, DriverKeyOpensBelowAReadOnlyClassRoot)
     Machine.Add({.HardwareId = Wide("ZVC\\1"), .Service = "zvwlanu"});
     const HDEVINFO set = OpenSet();
     std::vector<SP_DEVINFO_DATA> devices = OwnDevices(set);
-    ASSERT_EQ(1U, devices.size());
+    ASSERT_EQ(devices.size(), 1U);
     SP_DEVINFO_DATA& data = devices.front();
     const Opened root = SetupDiOpenClassRegKey(nullptr, KEY_READ);
     HKEY found = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyW(root, Property(set, data, SPDRP_DRIVER).c_str(), &found));
+    ASSERT_EQ(RegOpenKeyW(root, Property(set, data, SPDRP_DRIVER).c_str(), &found), ERROR_SUCCESS);
     const Opened key = found;
-    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyA(key, "Ndi", &found));
+    ASSERT_EQ(RegOpenKeyA(key, "Ndi", &found), ERROR_SUCCESS);
     const Opened ndi = found;
     BYTE service[8] = {};
     DWORD size = sizeof(service);
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(ndi, "Service", nullptr, nullptr, service, &size));
-    EXPECT_STREQ("zvwlanu", reinterpret_cast<const char*>(service));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(root, "v", 0, REG_BINARY, service, 1));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyValueA(root, nullptr, "v"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyValueA(root, "", "v")) << "a path opens the key anew";
-    EXPECT_EQ(ERROR_SUCCESS, RegSetValueExA(key, "v", 0, REG_BINARY, service, 1));
+    EXPECT_EQ(RegQueryValueExA(ndi, "Service", nullptr, nullptr, service, &size), ERROR_SUCCESS);
+    EXPECT_STREQ(reinterpret_cast<const char*>(service), "zvwlanu");
+    EXPECT_EQ(RegSetValueExA(root, "v", 0, REG_BINARY, service, 1), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegDeleteKeyValueA(root, nullptr, "v"), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegDeleteKeyValueA(root, "", "v"), ERROR_FILE_NOT_FOUND) << "a path opens the key again";
+    EXPECT_EQ(RegSetValueExA(key, "v", 0, REG_BINARY, service, 1), ERROR_SUCCESS);
     {
         const Opened same = SetupDiOpenDevRegKey(set, &data, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_READ);
-        EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(same, "v", nullptr, nullptr, nullptr, nullptr));
-        EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(same, "v", 0, REG_BINARY, service, 1));
+        EXPECT_EQ(RegQueryValueExA(same, "v", nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+        EXPECT_EQ(RegSetValueExA(same, "v", 0, REG_BINARY, service, 1), ERROR_ACCESS_DENIED);
     }
     EXPECT_TRUE(SetupDiDestroyDeviceInfoList(set));
 }

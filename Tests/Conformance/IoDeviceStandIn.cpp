@@ -127,7 +127,7 @@ IoDevice::IoDevice() : Self(std::make_unique<Impl>())
 
 IoDevice::~IoDevice()
 {
-    EXPECT_EQ(0U, Platform::CountOpenObjects().Total());
+    EXPECT_EQ(Platform::CountOpenObjects().Total(), 0U);
 }
 
 const char* IoDevice::Path() const

@@ -86,13 +86,14 @@ TEST_F(IoTest, CallerReceivesStatusAndBytesOfACompletion)
         const DWORD sent = call.Send(file, i, room);
         if (!atOnce)
         {
-            EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0)) << "reset by the start";
-            EXPECT_EQ(Incomplete, call.Result(file));
+            EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_TIMEOUT) << "reset by the start";
+            EXPECT_EQ(call.Result(file), Incomplete);
             EXPECT_TRUE(Device.End(Code(i), error, output));
-            EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, INFINITE));
+            EXPECT_EQ(WaitForSingleObject(event, INFINITE), WAIT_OBJECT_0);
         }
-        EXPECT_EQ(expected, (View{sent, call.Returned, WaitForSingleObject(event, 0), call.Result(file),
-                                  call.Transferred, call.Output}))
+        EXPECT_EQ((View{sent, call.Returned, WaitForSingleObject(event, 0), call.Result(file), call.Transferred,
+                        call.Output}),
+                  expected)
             << i;
     }
 }
@@ -108,9 +109,9 @@ TEST_F(IoTest, DriverReceivesTheInputAndTheOutputSize)
             Call call;
             call.Input = std::string(size, 'i');
             call.Output = std::string(size, '#');
-            EXPECT_EQ(0U, call.Send(file, 0, static_cast<DWORD>(room)));
+            EXPECT_EQ(call.Send(file, 0, static_cast<DWORD>(room)), 0U);
             EXPECT_EQ(room, call.Returned);
-            EXPECT_EQ(std::string(room, 'i') + std::string(size - room, '#'), call.Output);
+            EXPECT_EQ(call.Output, std::string(room, 'i') + std::string(size - room, '#'));
         }
     }
 }
@@ -137,11 +138,11 @@ TEST_F(IoTest, CancelsByThreadRecordOrHandle)
         const HANDLE other = Open();
         calls = {Call(first), Call(second), Call(third), Call(fourth)};
         for (const std::size_t i : {0U, 1U, 3U})
-            EXPECT_EQ(Pending, calls[i].Send(i == 3 ? other : file));
+            EXPECT_EQ(calls[i].Send(i == 3 ? other : file), Pending);
         std::promise<void> sent;
         leave = {};
         sender = std::thread([&] {
-            EXPECT_EQ(Pending, calls[2].Send(file));
+            EXPECT_EQ(calls[2].Send(file), Pending);
             sent.set_value();
             leave.get_future().wait();
         });
@@ -155,7 +156,7 @@ TEST_F(IoTest, CancelsByThreadRecordOrHandle)
         CloseHandle(file);
         CloseHandle(other);
         for (Call& call : calls)
-            EXPECT_EQ(Aborted, call.Result(other, TRUE)) << expected;
+            EXPECT_EQ(call.Result(other, TRUE), Aborted) << expected;
         leave.set_value();
         sender.join();
     }
@@ -166,9 +167,9 @@ TEST_F(IoTest, ARequestIsCancelledWhenItsThreadEnds)
     const Opened file = Open();
     const Opened event = MakeEvent(TRUE);
     Call call(event);
-    std::thread([&] { EXPECT_EQ(Pending, call.Send(file)); }).join();
+    std::thread([&] { EXPECT_EQ(call.Send(file), Pending); }).join();
     // Under Wine the result is sometimes not written, so it is not checked.
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(event, INFINITE));
+    EXPECT_EQ(WaitForSingleObject(event, INFINITE), WAIT_OBJECT_0);
     EXPECT_FALSE(Device.End(Code(0), 0));
 }
 
@@ -178,12 +179,12 @@ TEST_F(IoTest, CancelledRequestCompletesWhenTheDriverCompletesIt)
     const Opened event = MakeEvent(TRUE);
     Call call(event);
     Device.HoldCancelled(true);
-    EXPECT_EQ(Pending, call.Send(file));
+    EXPECT_EQ(call.Send(file), Pending);
     EXPECT_TRUE(CancelIoEx(file, &call.Record));
-    EXPECT_EQ(Incomplete, call.Result(file));
+    EXPECT_EQ(call.Result(file), Incomplete);
     EXPECT_FALSE(Device.End(Code(0), 0)) << "it is not the driver's to end any more";
     Device.HoldCancelled(false);
-    EXPECT_EQ(Aborted, call.Result(file, TRUE));
+    EXPECT_EQ(call.Result(file, TRUE), Aborted);
     EXPECT_FAILS_WITH(ERROR_NOT_FOUND, CancelIoEx(file, &call.Record));
     EXPECT_TRUE(CancelIo(file));
 }
@@ -195,22 +196,22 @@ TEST_F(IoTest, ResultWaitsForTheEventOrTheFile)
     Call call(event);
     call.Send(file, 0);
     SetEvent(event);
-    EXPECT_EQ(0U, call.Result(file, TRUE)) << "signalled by another hand: as Windows has it";
-    EXPECT_EQ(0U, call.Transferred);
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(event, 0)) << "consumed";
+    EXPECT_EQ(call.Result(file, TRUE), 0U) << "signalled by another hand: as Windows has it";
+    EXPECT_EQ(call.Transferred, 0U);
+    EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_TIMEOUT) << "consumed";
     Call plain;
     plain.Send(file, 1);
     auto ended = std::async(std::launch::async,
                             [this] { return Device.End(Code(0), AnyError) && Device.End(Code(1), 0, "abc"); });
-    EXPECT_EQ(AnyError, call.Result(nullptr, TRUE)) << "with an event the file plays no part";
-    EXPECT_EQ(0U, plain.Result(file, TRUE));
-    EXPECT_EQ("abc#####", plain.Output);
+    EXPECT_EQ(call.Result(nullptr, TRUE), AnyError) << "with an event the file plays no part";
+    EXPECT_EQ(plain.Result(file, TRUE), 0U);
+    EXPECT_EQ(plain.Output, "abc#####");
     EXPECT_TRUE(ended.get());
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(file, INFINITE));
+    EXPECT_EQ(WaitForSingleObject(file, INFINITE), WAIT_OBJECT_0);
     call.Send(file, 0);
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForSingleObject(file, 0)) << "any request resets the file";
+    EXPECT_EQ(WaitForSingleObject(file, 0), WAIT_TIMEOUT) << "any request resets the file";
     CancelIo(file);
-    EXPECT_EQ(Aborted, call.Result(file, TRUE));
+    EXPECT_EQ(call.Result(file, TRUE), Aborted);
 }
 
 TEST_F(IoTest, AWaitForFiveEventsReturnsTheSignalledIndex)
@@ -220,7 +221,7 @@ TEST_F(IoTest, AWaitForFiveEventsReturnsTheSignalledIndex)
                                           MakeEvent(FALSE)};
     std::vector<Call> calls(events.begin(), events.end());
     for (std::size_t i = 0; Call & call : calls)
-        EXPECT_EQ(Pending, call.Send(file, i++));
+        EXPECT_EQ(call.Send(file, i++), Pending);
     const auto await = [&](DWORD milliseconds) {
         return WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(), FALSE, milliseconds);
     };
@@ -228,8 +229,8 @@ TEST_F(IoTest, AWaitForFiveEventsReturnsTheSignalledIndex)
     {
         EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), await(0));
         EXPECT_TRUE(Device.End(Code(i), 0, "x"));
-        EXPECT_EQ(WAIT_OBJECT_0 + i, await(INFINITE));
-        EXPECT_EQ(0U, calls[i].Result(file));
+        EXPECT_EQ(await(INFINITE), WAIT_OBJECT_0 + i);
+        EXPECT_EQ(calls[i].Result(file), 0U);
     }
     for (const HANDLE event : events)
         CloseHandle(event);
@@ -285,10 +286,10 @@ TEST_F(IoTest, UnpluggedDeviceIsUnreachable)
     const Opened file = Open();
     const Opened event = MakeEvent(TRUE);
     Call call(event);
-    EXPECT_EQ(Pending, call.Send(file));
+    EXPECT_EQ(call.Send(file), Pending);
     Device.Unplug();
-    EXPECT_EQ(Removed, call.Result(file, TRUE));
-    EXPECT_EQ(Removed, Call().Send(file));
+    EXPECT_EQ(call.Result(file, TRUE), Removed);
+    EXPECT_EQ(Call().Send(file), Removed);
     EXPECT_FAILS_WITH(ERROR_FILE_NOT_FOUND, Open() != INVALID_HANDLE_VALUE);
 }
 

@@ -40,7 +40,7 @@ TEST(ModuleLoadingTest, CountsLoadsAndFindsThemByAddress)
     const HMODULE first = LoadLibraryA("PlatformTestModule.dll");
     EXPECT_EQ(first, LoadLibraryA("PlatformTestModule.dll"));
     EXPECT_TRUE(FreeLibrary(first));
-    EXPECT_EQ(1, NumberOf(first));
+    EXPECT_EQ(NumberOf(first), 1);
     EXPECT_FAILS_WITH(ERROR_PROC_NOT_FOUND, GetProcAddress(first, "Nothing"));
     EXPECT_FAILS_WITH(ERROR_PROC_NOT_FOUND, GetProcAddress(first, "malloc")); // a module it depends on has it
     EXPECT_TRUE(FreeLibrary(first));
@@ -68,7 +68,7 @@ TEST(ModuleLoadingTest, CountsLoadsAndFindsThemByAddress)
     EXPECT_EQ(pinned, found);
     for (int i = 0; i < 3; ++i)
         EXPECT_TRUE(FreeLibrary(pinned));
-    EXPECT_EQ(1, NumberOf(pinned));
+    EXPECT_EQ(NumberOf(pinned), 1);
 }
 
 } // namespace

@@ -13,14 +13,14 @@ class RegistryTest : public testing::Test
 protected:
     ~RegistryTest() override
     {
-        EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(Key));
-        EXPECT_EQ(ERROR_SUCCESS, Delete(""));
+        EXPECT_EQ(RegCloseKey(Key), ERROR_SUCCESS);
+        EXPECT_EQ(Delete(""), ERROR_SUCCESS);
     }
 
     HKEY Create(const std::string& below = "") const
     {
         HKEY key = nullptr;
-        EXPECT_EQ(ERROR_SUCCESS, RegCreateKeyA(HKEY_LOCAL_MACHINE, (Path + below).c_str(), &key));
+        EXPECT_EQ(RegCreateKeyA(HKEY_LOCAL_MACHINE, (Path + below).c_str(), &key), ERROR_SUCCESS);
         return key;
     }
 
@@ -56,35 +56,35 @@ TEST_F(RegistryTest, ReadsAtMostTheBufferSize)
     };
     for (const auto& [kind, stored, room, result, expectedSize, expectedData] : cases)
     {
-        EXPECT_EQ(ERROR_SUCCESS, Store(Key, "Value", kind, stored));
+        EXPECT_EQ(Store(Key, "Value", kind, stored), ERROR_SUCCESS);
         std::string data(8, '#');
         DWORD type = 99;
         DWORD size = room;
         EXPECT_EQ(result, RegQueryValueExA(Key, "vALUE", nullptr, &type, reinterpret_cast<BYTE*>(data.data()), &size));
         EXPECT_EQ(kind, type);
-        EXPECT_EQ(expectedSize, size) << stored << " in a room of " << room;
-        EXPECT_EQ(std::string(expectedData, 8), data) << stored << " in a room of " << room;
+        EXPECT_EQ(size, expectedSize) << stored << " in a buffer of " << room;
+        EXPECT_EQ(data, std::string(expectedData, 8)) << stored << " in a buffer of " << room;
     }
 }
 
 TEST_F(RegistryTest, ReturnsTheSizeAndRefusesDataWithoutASize)
 {
-    EXPECT_EQ(ERROR_SUCCESS, Store(Key, "", REG_SZ, "ab"));
+    EXPECT_EQ(Store(Key, "", REG_SZ, "ab"), ERROR_SUCCESS);
     DWORD type = 99;
     DWORD size = 0;
     BYTE data = 0;
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(Key, nullptr, nullptr, nullptr, nullptr, &size));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, RegQueryValueExA(Key, nullptr, nullptr, &type, &data, nullptr));
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(Key, nullptr, nullptr, &type, nullptr, nullptr));
-    EXPECT_EQ(DWORD{REG_SZ}, type);
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegQueryValueExA(Key, "missing", nullptr, &type, &data, &size));
-    EXPECT_EQ(DWORD{REG_NONE}, type);
-    EXPECT_EQ(2U, size) << "without the NUL that it lacks, and nothing of the missing one";
+    EXPECT_EQ(RegQueryValueExA(Key, nullptr, nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueExA(Key, nullptr, nullptr, &type, &data, nullptr), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(RegQueryValueExA(Key, nullptr, nullptr, &type, nullptr, nullptr), ERROR_SUCCESS);
+    EXPECT_EQ(type, DWORD{REG_SZ});
+    EXPECT_EQ(RegQueryValueExA(Key, "missing", nullptr, &type, &data, &size), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(type, DWORD{REG_NONE});
+    EXPECT_EQ(size, 2U) << "without the NUL that it lacks, and nothing of the missing one";
 }
 
 TEST_F(RegistryTest, TreatsPathsAsWindowsDoes)
 {
-    EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(Create("\\Vendor\\Product")));
+    EXPECT_EQ(RegCloseKey(Create("\\Vendor\\Product")), ERROR_SUCCESS);
     using Results = std::tuple<LSTATUS, LSTATUS, LSTATUS>; // of an open, a creation and a deletion
     const std::pair<const char*, Results> cases[] = {
         {"Vendor", {0, 0, ERROR_ACCESS_DENIED}},
@@ -99,44 +99,44 @@ TEST_F(RegistryTest, TreatsPathsAsWindowsDoes)
         HKEY created = HKEY_LOCAL_MACHINE;
         const Results results{RegOpenKeyA(Key, path, &opened), RegCreateKeyA(Key, path, &created),
                               RegDeleteKeyA(Key, path)};
-        EXPECT_EQ(expected, results) << path;
+        EXPECT_EQ(results, expected) << path;
         EXPECT_EQ(std::get<1>(results) == 0, created != Key && RegCloseKey(created) == ERROR_SUCCESS) << path;
         EXPECT_EQ(std::get<0>(results) == 0, opened == Key || RegCloseKey(opened) == ERROR_SUCCESS) << path;
     }
-    EXPECT_EQ(ERROR_SUCCESS, Delete("\\Vendor"));
+    EXPECT_EQ(Delete("\\Vendor"), ERROR_SUCCESS);
 }
 
 TEST_F(RegistryTest, HandlesWithoutAPathOrAKey)
 {
     HKEY again = nullptr;
-    EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyW(Key, CWideText{""}.Text, &again));
-    EXPECT_EQ(Key, again) << "nothing to open gives the same handle";
+    EXPECT_EQ(RegOpenKeyW(Key, CWideText{""}.Text, &again), ERROR_SUCCESS);
+    EXPECT_EQ(again, Key) << "nothing to open gives the same handle";
     const HKEY closed = Create();
-    EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(closed));
-    EXPECT_EQ(ERROR_INVALID_HANDLE, RegCloseKey(closed));
-    EXPECT_EQ(ERROR_INVALID_HANDLE, RegFlushKey(nullptr));
-    EXPECT_EQ(ERROR_SUCCESS, RegCloseKey(HKEY_LOCAL_MACHINE));
-    EXPECT_EQ(ERROR_SUCCESS, RegFlushKey(HKEY_LOCAL_MACHINE));
+    EXPECT_EQ(RegCloseKey(closed), ERROR_SUCCESS);
+    EXPECT_EQ(RegCloseKey(closed), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(RegFlushKey(nullptr), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(RegCloseKey(HKEY_LOCAL_MACHINE), ERROR_SUCCESS);
+    EXPECT_EQ(RegFlushKey(HKEY_LOCAL_MACHINE), ERROR_SUCCESS);
     const Opened deleted = Create("\\A");
-    EXPECT_EQ(ERROR_SUCCESS, Delete("\\A"));
-    EXPECT_EQ(ERROR_KEY_DELETED, RegQueryValueExA(deleted, "v", nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(ERROR_KEY_DELETED, RegCreateKeyA(deleted, "C", &again));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyA(Key, "A", &again));
-    EXPECT_EQ(nullptr, again);
+    EXPECT_EQ(Delete("\\A"), ERROR_SUCCESS);
+    EXPECT_EQ(RegQueryValueExA(deleted, "v", nullptr, nullptr, nullptr, nullptr), ERROR_KEY_DELETED);
+    EXPECT_EQ(RegCreateKeyA(deleted, "C", &again), ERROR_KEY_DELETED);
+    EXPECT_EQ(RegOpenKeyA(Key, "A", &again), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(again, nullptr);
 }
 
 TEST_F(RegistryTest, ValueNamesAreCaseInsensitive)
 {
-    EXPECT_EQ(ERROR_SUCCESS, Store(Key, "Name", REG_BINARY, "1"));
-    EXPECT_EQ(ERROR_SUCCESS, Store(Key, "NAME", REG_DWORD, ""));
-    EXPECT_EQ(ERROR_NOACCESS, RegSetValueExA(Key, "NAME", 0, REG_DWORD, nullptr, 4));
+    EXPECT_EQ(Store(Key, "Name", REG_BINARY, "1"), ERROR_SUCCESS);
+    EXPECT_EQ(Store(Key, "NAME", REG_DWORD, ""), ERROR_SUCCESS);
+    EXPECT_EQ(RegSetValueExA(Key, "NAME", 0, REG_DWORD, nullptr, 4), ERROR_NOACCESS);
     DWORD type = 99;
     DWORD size = 99;
-    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(Key, "name", nullptr, &type, nullptr, &size));
-    EXPECT_EQ(std::pair(DWORD{REG_DWORD}, DWORD{0}), std::pair(type, size));
-    EXPECT_EQ(ERROR_SUCCESS, RegDeleteKeyValueA(Key, nullptr, "nAme"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, Path.c_str(), "Name"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegDeleteKeyValueA(Key, "B", "Name"));
+    EXPECT_EQ(RegQueryValueExA(Key, "name", nullptr, &type, nullptr, &size), ERROR_SUCCESS);
+    EXPECT_EQ(std::pair(type, size), std::pair(DWORD{REG_DWORD}, DWORD{0}));
+    EXPECT_EQ(RegDeleteKeyValueA(Key, nullptr, "nAme"), ERROR_SUCCESS);
+    EXPECT_EQ(RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, Path.c_str(), "Name"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegDeleteKeyValueA(Key, "B", "Name"), ERROR_FILE_NOT_FOUND);
 }
 
 TEST_F(RegistryTest, ServesFourThreadsAtOnce)
@@ -148,10 +148,10 @@ TEST_F(RegistryTest, ServesFourThreadsAtOnce)
             const Opened key = Create(below);
             BYTE read = 0;
             DWORD size = 1;
-            EXPECT_EQ(ERROR_SUCCESS, Store(key, "v", REG_BINARY, {i}));
-            EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "v", nullptr, nullptr, &read, &size));
+            EXPECT_EQ(Store(key, "v", REG_BINARY, {i}), ERROR_SUCCESS);
+            EXPECT_EQ(RegQueryValueExA(key, "v", nullptr, nullptr, &read, &size), ERROR_SUCCESS);
             EXPECT_EQ(i, read);
-            EXPECT_EQ(ERROR_SUCCESS, Delete(below));
+            EXPECT_EQ(Delete(below), ERROR_SUCCESS);
         }
     };
     std::array<std::jthread, 4> threads;

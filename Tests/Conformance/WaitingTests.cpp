@@ -46,9 +46,9 @@ TEST(WaitingTest, BadWaitsFailAndConsumeNothing)
     EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, succeeds(65, FALSE));
     many[63] = nullptr;
     EXPECT_FAILS_WITH(ERROR_INVALID_HANDLE, succeeds(64, FALSE));
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(63, many.data(), FALSE, 0));
+    EXPECT_EQ(WaitForMultipleObjects(63, many.data(), FALSE, 0), WAIT_OBJECT_0);
     EXPECT_TRUE(CloseHandle(event));
-    EXPECT_EQ(WAIT_FAILED, WaitForSingleObject(event, 0));
+    EXPECT_EQ(WaitForSingleObject(event, 0), WAIT_FAILED);
     EXPECT_FAILS_WITH(ERROR_INVALID_HANDLE, SetEvent(event));
     EXPECT_FAILS_WITH(ERROR_INVALID_HANDLE, ResetEvent(event));
 }
@@ -57,22 +57,22 @@ TEST(WaitingTest, EventsAreSharedByName)
 {
     SetLastError(0xABCD);
     const HANDLE first = MakeEvent(FALSE, FALSE, name.Text);
-    EXPECT_EQ(0U, GetLastError());
+    EXPECT_EQ(GetLastError(), 0U);
     const HANDLE second = MakeEvent(TRUE, TRUE, name.Text);
-    EXPECT_EQ(DWORD{ERROR_ALREADY_EXISTS}, GetLastError());
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
     const Opened otherCase = MakeEvent(TRUE, FALSE, CWideText{"zvconformance"}.Text);
     const Opened nameless = MakeEvent(TRUE, FALSE, CWideText{""}.Text);
     const Opened alsoNameless = MakeEvent(TRUE, TRUE, CWideText{""}.Text);
-    EXPECT_EQ(DWORD{WAIT_TIMEOUT}, WaitForSingleObject(second, 0)) << "kind and state stay";
+    EXPECT_EQ(WaitForSingleObject(second, 0), DWORD{WAIT_TIMEOUT}) << "kind and state stay";
     EXPECT_TRUE(CloseHandle(first));
     EXPECT_TRUE(SetEvent(second));
-    EXPECT_EQ(DWORD{WAIT_TIMEOUT}, WaitForSingleObject(otherCase, 0));
-    EXPECT_EQ(DWORD{WAIT_TIMEOUT}, WaitForSingleObject(nameless, 0));
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(second, 0));
-    EXPECT_EQ(DWORD{WAIT_TIMEOUT}, WaitForSingleObject(second, 0));
+    EXPECT_EQ(WaitForSingleObject(otherCase, 0), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(WaitForSingleObject(nameless, 0), DWORD{WAIT_TIMEOUT});
+    EXPECT_EQ(WaitForSingleObject(second, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(second, 0), DWORD{WAIT_TIMEOUT});
     EXPECT_TRUE(CloseHandle(second));
     const Opened renewed = MakeEvent(TRUE, TRUE, name.Text);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(renewed, 0)) << "the name went with the last handle";
+    EXPECT_EQ(WaitForSingleObject(renewed, 0), WAIT_OBJECT_0) << "the name went with the last handle";
 }
 
 TEST(WaitingTest, EachSignalReleasesOneWaiter)
@@ -90,10 +90,10 @@ TEST(WaitingTest, EachSignalReleasesOneWaiter)
         const std::jthread first(work);
         const std::jthread second(work);
         for (int round = 0; round < 400 && SetEvent(go); ++round)
-            EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(done, INFINITE));
+            EXPECT_EQ(WaitForSingleObject(done, INFINITE), WAIT_OBJECT_0);
         SetEvent(stop);
     }
-    EXPECT_EQ(400, count);
+    EXPECT_EQ(count, 400);
 }
 
 } // namespace

@@ -12,7 +12,7 @@ protected:
     WindowingTest()
     {
         const WNDCLASSEXW record = TestClass();
-        EXPECT_NE(0, RegisterClassExW(&record));
+        EXPECT_NE(RegisterClassExW(&record), 0);
     }
 };
 
@@ -37,7 +37,7 @@ TEST_F(WindowingTest, ProcedureTakesPartInCreationAndEnd)
         const HWND window = MakeWindow(ClassName.Text, &seen);
         std::erase(seen, made ? WM_NULL
                               : UINT{WM_DESTROY}); // Windows and Wine differ in whether a refused window receives it
-        EXPECT_EQ(expected, seen);
+        EXPECT_EQ(seen, expected);
         ASSERT_EQ(made, window != nullptr);
         if (made)
         {
@@ -46,7 +46,7 @@ TEST_F(WindowingTest, ProcedureTakesPartInCreationAndEnd)
             EXPECT_FALSE(ShowWindow(window, SW_HIDE)) << "it was hidden";
             EXPECT_TRUE(UpdateWindow(window));
             EXPECT_TRUE(DestroyWindow(window));
-            EXPECT_EQ((std::vector<UINT>{WM_DESTROY, WM_NCDESTROY}), seen);
+            EXPECT_EQ(seen, (std::vector<UINT>{WM_DESTROY, WM_NCDESTROY}));
         }
     }
 }
@@ -62,16 +62,16 @@ TEST_F(WindowingTest, RefusesWhatWindowsRefuses)
     const ATOM number = RegisterClassExW(&record);
     record = {};
     EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, RegisterClassExW(&record));
-    EXPECT_NE(nullptr, LoadIconW(nullptr, IDI_APPLICATION));
-    EXPECT_NE(nullptr, LoadCursorW(nullptr, IDC_ARROW));
+    EXPECT_NE(LoadIconW(nullptr, IDI_APPLICATION), nullptr);
+    EXPECT_NE(LoadCursorW(nullptr, IDC_ARROW), nullptr);
     EXPECT_FAILS_WITH(ERROR_RESOURCE_DATA_NOT_FOUND, LoadCursorW(GetModuleHandleW(nullptr), IDC_ARROW));
-    EXPECT_EQ(nullptr, MakeWindow(CWideText{"Nothing"}.Text));
+    EXPECT_EQ(MakeWindow(CWideText{"Nothing"}.Text), nullptr);
     const HWND window = MakeWindow(reinterpret_cast<const WCHAR*>(std::uintptr_t{number}));
-    ASSERT_NE(nullptr, window);
+    ASSERT_NE(window, nullptr);
 
     EXPECT_FAILS_WITH(ERROR_INVALID_DATA, Register(window, 32, 2));
     EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, Register(nullptr));
-    EXPECT_NE(nullptr, Register(window));
+    EXPECT_NE(Register(window), nullptr);
 
     MSG message{};
     EXPECT_TRUE(DestroyWindow(window));
@@ -100,7 +100,7 @@ TEST_F(WindowingTest, PostedMessagesArriveInOrderAndTheQuitLast)
     for (const auto& [number, wParam, result] : order)
     {
         EXPECT_EQ(result, GetMessageW(&message, nullptr, 0, 0));
-        EXPECT_EQ(std::pair(number, wParam), std::pair(message.message, message.wParam));
+        EXPECT_EQ(std::pair(message.message, message.wParam), std::pair(number, wParam));
     }
     EXPECT_FALSE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
 }
@@ -116,12 +116,12 @@ TEST_F(WindowingTest, SentMessagesAreDispatchedInsideGetMessage)
         return message < WM_USER ? DefWindowProcW(window, message, wParam, lParam) : LRESULT{message} + lParam;
     });
     EXPECT_TRUE(PostMessageW(there.First, WM_USER + 1, 0, 0));
-    EXPECT_EQ(LRESULT{WM_USER - 7}, SendMessageW(there.First, WM_USER, 0, -7));
-    EXPECT_NE(std::this_thread::get_id(), worker);
-    EXPECT_EQ(LRESULT{WM_USER + 5}, SendMessageW(there.Second, WM_USER + 5, 0, 0));
+    EXPECT_EQ(SendMessageW(there.First, WM_USER, 0, -7), LRESULT{WM_USER - 7});
+    EXPECT_NE(worker, std::this_thread::get_id());
+    EXPECT_EQ(SendMessageW(there.Second, WM_USER + 5, 0, 0), LRESULT{WM_USER + 5});
     EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, SendMessageW(there.Second, WM_USER, 0, 0));
     EXPECT_TRUE(PostMessageW(there.First, WM_USER + 2, 0, 0));
-    EXPECT_EQ((std::vector<UINT>{WM_USER + 1, WM_USER + 2}), there.Quit());
+    EXPECT_EQ(there.Quit(), (std::vector<UINT>{WM_USER + 1, WM_USER + 2}));
 }
 
 } // namespace

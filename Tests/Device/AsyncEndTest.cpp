@@ -92,7 +92,7 @@ TEST_F(AsyncEnd, SendAndReadResultsDetermineStatusAndData)
     Machine->FailCall("CreateFileA", 1, 2);
     AsyncRequest request(1, Code, 8);
     Send(request);
-    EXPECT_EQ(request.Await(), 1U) << "control device gone";
+    EXPECT_EQ(request.Await(), 1U) << "control device removed";
 }
 
 TEST_F(AsyncEnd, CloseAndDestructorWaitForTheRunningRequest)

@@ -79,7 +79,7 @@ TEST_F(DeviceRegistry, FailuresAndUnknownOperations)
     Machine->FailCall("RegCreateKeyA", 1, 5);
     EXPECT_EQ(access(ZV_REG_OP_WRITE, "Fresh"), ZV_SRVC_ERR_FAILURE);
     Machine->FailCall("RegFlushKey", 1, 5);
-    EXPECT_EQ(access(ZV_REG_OP_WRITE, "Fresh"), ZV_SRVC_SUCCESS) << "the flush is not looked at";
+    EXPECT_EQ(access(ZV_REG_OP_WRITE, "Fresh"), ZV_SRVC_SUCCESS) << "the result of the flush is ignored";
     auto unnumbered = std::make_shared<_ZV_SRVC_DEVICE_INFO>();
     Device->GetDeviceInfo(unnumbered.get());
     unnumbered->DriverKeyIndex[0] = 0;

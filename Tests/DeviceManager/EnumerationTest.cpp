@@ -188,7 +188,7 @@ TEST(Enumeration, AFailedSetUpCallEndsTheEnumerationAndAFailedReadSkipsTheDevice
         const auto calls = machine->Calls("SetupDiGetClassDevsW");
         EXPECT_EQ(List(*manager, "ZV_ALL").Status, ZV_SRVC_SUCCESS) << call;
         EXPECT_EQ(machine->Calls("SetupDiGetClassDevsW") - calls, status == ZV_SRVC_SUCCESS ? 0U : 1U)
-            << call << ": an empty list is walked anew";
+            << call << ": an empty list is enumerated again";
         EXPECT_EQ(Platform::CountOpenObjects().Total() - Platform::CountOpenObjects().TraceProviders, 0U) << call;
     }
 }

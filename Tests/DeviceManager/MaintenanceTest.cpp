@@ -206,7 +206,7 @@ TEST_F(Maintenance, AFailedSweepNotifiesClientsAndChangesNothing)
         Machine->FailCall(call, 1, 5);
         EXPECT_EQ(Send(RemoveComplete), StatusChanged);
         EXPECT_EQ(Listed().StateFlags, 0U);
-        EXPECT_EQ(LastSweep, Sweep());
+        EXPECT_EQ(Sweep(), LastSweep);
         EXPECT_EQ(Platform::CountOpenObjects().DeviceSets + Platform::CountOpenObjects().RegistryKeys, 0U);
     }
 }

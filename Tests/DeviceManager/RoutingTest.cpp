@@ -156,7 +156,7 @@ TEST_F(Routing, CallbacksMayRegisterAndDeregisterClients)
         EXPECT_EQ(Manager->DeRegisterNotification(&removed->Record), ZV_SRVC_SUCCESS);
         late = MakeClient(*Manager);
     };
-    removed->InCallback = [](std::uint32_t) { ADD_FAILURE() << "called behind its removal"; };
+    removed->InCallback = [](std::uint32_t) { ADD_FAILURE() << "called after its removal"; };
     Machine->Broadcast(0x218, 7);
     Machine->Suspend();
     EXPECT_EQ(last->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), Events{ZV_EVT_SYSTEM_RESUME});

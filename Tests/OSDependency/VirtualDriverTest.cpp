@@ -95,7 +95,7 @@ TEST(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)
         for (const _ZV_SRVC_DEVICE_INFO& record : listing.Records)
         {
             EXPECT_EQ(record.StateFlags, 9U);
-            EXPECT_EQ(std::string(record.InfSection, 50), std::string(50, 'x')) << "copied as it is";
+            EXPECT_EQ(std::string(record.InfSection, 50), std::string(50, 'x')) << "copied unchanged";
         }
     }
 }

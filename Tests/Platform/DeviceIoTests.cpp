@@ -84,13 +84,13 @@ TEST_F(DeviceIoTest, ARequestCompletesOnlyOnce)
         EXPECT_EQ(atOnce ? 77U : 55U, call.Returned) << "what the record held, as Windows has it";
         if (!atOnce)
         {
-            EXPECT_EQ(2U, Platform::CountOpenObjects().Total()) << "the file and the request";
+            EXPECT_EQ(Platform::CountOpenObjects().Total(), 2U) << "the file and the request";
             call.Input = 'x'; // the driver has its own copy
             end(Driver->Kept.back());
-            EXPECT_EQ(0xE0000209, call.Result(file));
+            EXPECT_EQ(call.Result(file), 0xE0000209);
         }
-        EXPECT_EQ("########", call.Output);
-        EXPECT_EQ(0U, InFlight());
+        EXPECT_EQ(call.Output, "########");
+        EXPECT_EQ(InFlight(), 0U);
     }
 }
 
@@ -111,11 +111,11 @@ TEST_F(DeviceIoTest, MemoryStaysInUseUntilTheDriverCompletesTheRequest)
         const HANDLE other = Open();
         calls = {Call('0'), Call('1'), Call('2'), Call('3')};
         for (const std::size_t i : {0U, 1U, 3U})
-            EXPECT_EQ(Pending, calls[i].Send(i == 3 ? other : file));
+            EXPECT_EQ(calls[i].Send(i == 3 ? other : file), Pending);
         std::promise<void> sent;
         leave = {};
         sender = std::jthread([&] {
-            EXPECT_EQ(Pending, calls[2].Send(file));
+            EXPECT_EQ(calls[2].Send(file), Pending);
             sent.set_value();
             leave.get_future().wait();
         });
@@ -124,19 +124,19 @@ TEST_F(DeviceIoTest, MemoryStaysInUseUntilTheDriverCompletesTheRequest)
         std::string cancelled;
         for (const RequestPtr& request : Driver->Cancelled)
             cancelled += static_cast<char>(request->IsCancelRequested() ? request->Input()[0] : '?');
-        EXPECT_EQ(expected, cancelled);
-        EXPECT_EQ(4U, InFlight()) << "the driver has not let go";
+        EXPECT_EQ(cancelled, expected);
+        EXPECT_EQ(InFlight(), 4U) << "the driver has not let go";
         CloseHandle(file);
         CloseHandle(other);
-        EXPECT_EQ(0, Driver->Closes);
+        EXPECT_EQ(Driver->Closes, 0);
         for (const RequestPtr& request : Driver->Kept)
         {
             Call& call = calls[request->Input()[0] - std::size_t{'0'}];
-            EXPECT_EQ(Incomplete, call.Result(file));
+            EXPECT_EQ(call.Result(file), Incomplete);
             request->Complete(Aborted);
-            EXPECT_EQ(Aborted, call.Result(file));
+            EXPECT_EQ(call.Result(file), Aborted);
         }
-        EXPECT_EQ(2, std::exchange(Driver->Closes, 0)) << "closed behind the last end";
+        EXPECT_EQ(std::exchange(Driver->Closes, 0), 2) << "closed after the last completion";
         Driver->Drop();
         if (sender.joinable())
             leave.set_value();
@@ -154,10 +154,10 @@ TEST_F(DeviceIoTest, CancelDuringStartIsDeliveredAfterIt)
         EXPECT_TRUE(Driver->Cancelled.empty());
         Driver->Kept.push_back(request);
     };
-    EXPECT_EQ(Pending, call.Send(file));
+    EXPECT_EQ(call.Send(file), Pending);
     EXPECT_EQ(Driver->Kept, Driver->Cancelled);
     Driver->Drop();
-    EXPECT_EQ(Aborted, call.Result(file));
+    EXPECT_EQ(call.Result(file), Aborted);
     EXPECT_FAILS_WITH(ERROR_NOT_FOUND, CancelIoEx(file, nullptr));
     EXPECT_TRUE(CancelIo(file));
 }
@@ -182,7 +182,7 @@ TEST_F(DeviceIoTest, RefusesInvalidRequestsBeforeTheDriverSeesThem)
     EXPECT_FAILS_WITH(AnyError, opens(R"(\\.\Zv_Device{1})", OPEN_EXISTING));
     EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, opens(R"(\\.\Zv_Device{1})", 2));
     EXPECT_FAILS_WITH(ERROR_FILE_NOT_FOUND, opens("Zv_Device{1}", OPEN_EXISTING));
-    EXPECT_EQ(2, Driver->Closes) << "what was not opened is not closed";
+    EXPECT_EQ(Driver->Closes, 2) << "what was not opened is not closed";
     EXPECT_THROW(Box->AttachDevice("ZV_DEVICE{1}", Driver), std::invalid_argument);
 }
 
@@ -201,21 +201,21 @@ TEST_F(DeviceIoTest, DeviceVanishesWithItsNameOrItsAdapter)
     {
         const Opened file = Open();
         Call call;
-        EXPECT_EQ(Pending, call.Send(file));
+        EXPECT_EQ(call.Send(file), Pending);
         out();
-        EXPECT_EQ(1U, Driver->Cancelled.size());
-        EXPECT_EQ(INVALID_HANDLE_VALUE, Open());
-        EXPECT_EQ(nullptr, Box->Device("Zv_Device{1}"));
-        EXPECT_EQ(Incomplete, call.Result(file));
-        EXPECT_EQ(Removed, Call().Send(file));
+        EXPECT_EQ(Driver->Cancelled.size(), 1U);
+        EXPECT_EQ(Open(), INVALID_HANDLE_VALUE);
+        EXPECT_EQ(Box->Device("Zv_Device{1}"), nullptr);
+        EXPECT_EQ(call.Result(file), Incomplete);
+        EXPECT_EQ(Call().Send(file), Removed);
         Driver->Kept[0]->Complete(Removed);
-        EXPECT_EQ(Removed, call.Result(file));
+        EXPECT_EQ(call.Result(file), Removed);
         back();
-        EXPECT_EQ(Driver, Box->Device("ZV_DEVICE{1}"));
-        EXPECT_EQ(Removed, Call().Send(file)) << "the handle is not on the new device";
+        EXPECT_EQ(Box->Device("ZV_DEVICE{1}"), Driver);
+        EXPECT_EQ(Call().Send(file), Removed) << "the handle is not on the new device";
         Driver->Drop();
     }
-    EXPECT_EQ(3, Driver->Closes);
+    EXPECT_EQ(Driver->Closes, 3);
 }
 
 } // namespace

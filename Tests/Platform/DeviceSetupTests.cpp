@@ -31,12 +31,12 @@ TEST_F(DeviceSetupTest, StatusFollowsTheNode)
         Box->ChangeAdapter(id, [&changed = node](AdapterDescription& current) { current = changed; });
         Status seen{CR_SUCCESS, 99, 99};
         std::get<0>(seen) = CM_Get_DevNode_Status(&std::get<1>(seen), &std::get<2>(seen), id, 0);
-        EXPECT_EQ(expected, seen);
+        EXPECT_EQ(seen, expected);
     }
     ULONG out = 0;
-    EXPECT_EQ(CR_INVALID_FLAG, CM_Get_DevNode_Status(&out, &out, id, 1));
-    EXPECT_EQ(CR_INVALID_POINTER, CM_Get_DevNode_Status(nullptr, &out, id, 0));
-    EXPECT_EQ(CR_NO_SUCH_DEVINST, CM_Get_DevNode_Status(&out, &out, id + 1, 0));
+    EXPECT_EQ(CM_Get_DevNode_Status(&out, &out, id, 1), CR_INVALID_FLAG);
+    EXPECT_EQ(CM_Get_DevNode_Status(nullptr, &out, id, 0), CR_INVALID_POINTER);
+    EXPECT_EQ(CM_Get_DevNode_Status(&out, &out, id + 1, 0), CR_NO_SUCH_DEVINST);
 }
 
 } // namespace

@@ -9,7 +9,7 @@
 class OnMachine : public testing::Test
 {
 protected:
-    void TearDown() override { EXPECT_EQ(0U, Platform::CountOpenObjects().Total()); }
+    void TearDown() override { EXPECT_EQ(Platform::CountOpenObjects().Total(), 0U); }
 
     Platform::ScopedMachine Box;
 };

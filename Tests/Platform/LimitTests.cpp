@@ -28,13 +28,13 @@ TEST_F(LimitTest, WindowsAndWaits)
     int posted = 0;
     while (PostMessageW(nullptr, WM_USER, 0, 0))
         ++posted;
-    EXPECT_EQ(10000, posted);
-    EXPECT_EQ(DWORD{ERROR_NOT_ENOUGH_QUOTA}, GetLastError());
-    EXPECT_EQ(1U, Platform::CountOpenObjects().Windows);
+    EXPECT_EQ(posted, 10000);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_QUOTA});
+    EXPECT_EQ(Platform::CountOpenObjects().Windows, 1U);
     EXPECT_TRUE(DestroyWindow(window));
     EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, DestroyWindow(window));
     EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, UpdateWindow(window));
-    EXPECT_EQ(0U, Platform::CountOpenObjects().Windows);
+    EXPECT_EQ(Platform::CountOpenObjects().Windows, 0U);
 }
 
 TEST_F(LimitTest, CallerWithoutRightsOnlyReadsTheRegistry)
@@ -42,20 +42,20 @@ TEST_F(LimitTest, CallerWithoutRightsOnlyReadsTheRegistry)
     Box->SetValue("SOFTWARE\\A", "Old", Platform::RegistryValue::Number(1));
     Box->SetCallerRights(false);
     HKEY opened = nullptr;
-    EXPECT_EQ(ERROR_ACCESS_DENIED, RegCreateKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\New", &opened));
+    EXPECT_EQ(RegCreateKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\New", &opened), ERROR_ACCESS_DENIED);
     for (const auto open : {&RegOpenKeyA, &RegCreateKeyA})
     {
-        ASSERT_EQ(ERROR_SUCCESS, open(HKEY_LOCAL_MACHINE, "SOFTWARE\\A", &opened)) << "for reading";
+        ASSERT_EQ(open(HKEY_LOCAL_MACHINE, "SOFTWARE\\A", &opened), ERROR_SUCCESS) << "for reading";
         const Opened key = opened;
-        EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExA(key, "Old", nullptr, nullptr, nullptr, nullptr));
-        EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(key, "New", 0, REG_SZ, nullptr, 0));
-        EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyValueA(key, nullptr, "Old"));
+        EXPECT_EQ(RegQueryValueExA(key, "Old", nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+        EXPECT_EQ(RegSetValueExA(key, "New", 0, REG_SZ, nullptr, 0), ERROR_ACCESS_DENIED);
+        EXPECT_EQ(RegDeleteKeyValueA(key, nullptr, "Old"), ERROR_ACCESS_DENIED);
         Box->SetCallerRights(true);
-        EXPECT_EQ(ERROR_ACCESS_DENIED, RegSetValueExA(key, "New", 0, REG_SZ, nullptr, 0)) << "rights of the opening";
+        EXPECT_EQ(RegSetValueExA(key, "New", 0, REG_SZ, nullptr, 0), ERROR_ACCESS_DENIED) << "rights of the opening";
         Box->SetCallerRights(false);
     }
-    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A", "Old"));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A"));
+    EXPECT_EQ(RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A", "Old"), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(RegDeleteKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\A"), ERROR_ACCESS_DENIED);
     EXPECT_FAILS_WITH(ERROR_ACCESS_DENIED, SetupDiOpenClassRegKey(nullptr, KEY_ALL_ACCESS) != INVALID_HANDLE_VALUE);
     EXPECT_TRUE(Box->Value("SOFTWARE\\A", "Old").has_value());
 }

@@ -102,8 +102,8 @@ TEST_F(EventsTest, ChangesTheAdapterBeforeItNotifiesTheWindows)
         EXPECT_EQ(messages, std::exchange(Seen, "")) << row;
         EXPECT_EQ(state, State()) << row;
     }
-    EXPECT_EQ(u"\\\\?\\PCI#VEN_1#2#{ad498944-762f-11d0-8dcb-00c04fc3358c}", Path);
-    EXPECT_EQ("2", Box->Adapter(Id).DriverVersion);
+    EXPECT_EQ(Path, u"\\\\?\\PCI#VEN_1#2#{ad498944-762f-11d0-8dcb-00c04fc3358c}");
+    EXPECT_EQ(Box->Adapter(Id).DriverVersion, "2");
     EXPECT_THROW(Box->Unplug(Id + 1), std::out_of_range);
 }
 
@@ -153,11 +153,11 @@ TEST_F(ClassInstallerTest, DeniedRemovalLeavesTheAdapterAlone)
     EXPECT_FALSE(Box->Disable(Id));
     EXPECT_FALSE(Box->UpdateDriver(Id, "2"));
     EXPECT_FALSE(Box->Uninstall(Id));
-    EXPECT_EQ(ERROR_NOT_DISABLEABLE, Change(DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC));
+    EXPECT_EQ(Change(DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC), ERROR_NOT_DISABLEABLE);
     const std::string denied = "R8001+ S8001+ R8002+ ";
     EXPECT_EQ(denied + denied + denied + denied, std::exchange(Seen, ""));
     Box->Unplug(Id);
-    EXPECT_EQ("R8004- S8004- R7- S7- ", Seen) << "nobody is asked";
+    EXPECT_EQ(Seen, "R8004- S8004- R7- S7- ") << "nobody is asked";
 }
 
 TEST_F(ClassInstallerTest, ChangesTheNodeBeforeItReturns)
@@ -183,23 +183,23 @@ TEST_F(ClassInstallerTest, ChangesTheNodeBeforeItReturns)
         EXPECT_EQ(error, Change(change, scope));
         EXPECT_EQ(state, State());
     }
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Change(DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, 19));
-    EXPECT_EQ(ERROR_INVALID_USER_BUFFER, Change(DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, 20, {20, DIF_PROPERTYCHANGE}));
+    EXPECT_EQ(Change(DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, 19), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(Change(DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, 20, {20, DIF_PROPERTYCHANGE}), ERROR_INVALID_USER_BUFFER);
     EXPECT_TRUE(SetupDiSetClassInstallParamsW(Set, &Device, nullptr, 0));
     EXPECT_FAILS_WITH(ERROR_NO_CLASSINSTALL_PARAMS, SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, Set, &Device));
 }
 
 TEST_F(ClassInstallerTest, DriverKeyOpensWithTheRightsOfTheCaller)
 {
-    EXPECT_EQ(0U, OpenKey(KEY_ALL_ACCESS));
-    EXPECT_EQ(DWORD{ERROR_INVALID_PARAMETER}, OpenKey(KEY_READ, 1));
+    EXPECT_EQ(OpenKey(KEY_ALL_ACCESS), 0U);
+    EXPECT_EQ(OpenKey(KEY_READ, 1), DWORD{ERROR_INVALID_PARAMETER});
     Box->SetCallerRights(false);
-    EXPECT_EQ(0U, OpenKey(KEY_READ));
-    EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, OpenKey(KEY_ALL_ACCESS));
+    EXPECT_EQ(OpenKey(KEY_READ), 0U);
+    EXPECT_EQ(OpenKey(KEY_ALL_ACCESS), DWORD{ERROR_ACCESS_DENIED});
     Box->ChangeAdapter(Id, [](auto& node) { node.HasDriverKey = false; });
-    EXPECT_EQ(ERROR_KEY_DOES_NOT_EXIST, OpenKey(KEY_READ));
+    EXPECT_EQ(OpenKey(KEY_READ), ERROR_KEY_DOES_NOT_EXIST);
     EXPECT_TRUE(Box->Uninstall(Id));
-    EXPECT_EQ(ERROR_NO_SUCH_DEVINST, OpenKey(KEY_READ));
+    EXPECT_EQ(OpenKey(KEY_READ), ERROR_NO_SUCH_DEVINST);
     EXPECT_TRUE(SetupDiDestroyDeviceInfoList(Set));
     Set = SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_ALLCLASSES);
     EXPECT_FAILS_WITH(ERROR_NO_MORE_ITEMS, SetupDiEnumDeviceInfo(Set, 0, &Device)) << "it is not among the absent";

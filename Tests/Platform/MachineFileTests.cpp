@@ -20,9 +20,9 @@ TEST_F(MachineFileTest, DescribesAdaptersAndRegistry)
         "machine.json");
     const auto adapter = Box->Adapter(Box->Adapters().at(0));
     const std::string key = R"(SYSTEM\CurrentControlSet\Control\Class\{C}\7)";
-    EXPECT_EQ(u"W\u00F6 \U0001F600", adapter.FriendlyName);
-    EXPECT_EQ(22U, adapter.Problem);
-    EXPECT_EQ(5U, adapter.StateChangeError);
+    EXPECT_EQ(adapter.FriendlyName, u"W\u00F6 \U0001F600");
+    EXPECT_EQ(adapter.Problem, 22U);
+    EXPECT_EQ(adapter.StateChangeError, 5U);
     EXPECT_TRUE(adapter.Hidden && adapter.Present);
     EXPECT_EQ(RegistryValue::Text("{1}"), Box->Value(key, "NetCfgInstanceId"));
     EXPECT_EQ(RegistryValue::Number(0xFFFFFFFF), Box->Value(key, "Dword"));
@@ -108,18 +108,18 @@ TEST_F(MachineFileTest, DriverIsFoundNextToTheFile)
     testing::internal::CaptureStderr();
     Box->LoadFile(path);
     const std::string warnings = testing::internal::GetCapturedStderr();
-    EXPECT_NE(std::string::npos, warnings.find(path + ": adapters[0] cannot be listed: it has no \"hardwareId\"\n"));
-    EXPECT_NE(std::string::npos, warnings.find("adapters[1] cannot be opened: it has no \"netCfgInstanceId\"\n"));
+    EXPECT_NE(warnings.find(path + ": adapters[0] cannot be listed: it has no \"hardwareId\"\n"), std::string::npos);
+    EXPECT_NE(warnings.find("adapters[1] cannot be opened: it has no \"netCfgInstanceId\"\n"), std::string::npos);
     EXPECT_THROW(Box->LoadFile(path), Platform::MachineFileError) << "the names are taken";
-    EXPECT_EQ(2U, Box->Adapters().size());
+    EXPECT_EQ(Box->Adapters().size(), 2U);
     const Opened file = CreateFileA(R"(\\.\zv{1})", 0, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     char output[32] = {};
     DWORD returned = 0;
     EXPECT_TRUE(DeviceIoControl(file, 0, nullptr, 0, output, sizeof(output), &returned, nullptr));
     EXPECT_STREQ(R"(Zv{1}{"speed":2})", output);
-    EXPECT_EQ(nullptr, Box->Device("Zv{2}"));
+    EXPECT_EQ(Box->Device("Zv{2}"), nullptr);
     Box->ChangeAdapter(Box->Adapters().at(1), [](auto& adapter) { adapter.Present = true; });
-    EXPECT_NE(nullptr, Box->Device("Zv{2}"));
+    EXPECT_NE(Box->Device("Zv{2}"), nullptr);
 }
 
 } // namespace

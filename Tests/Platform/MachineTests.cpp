@@ -33,7 +33,7 @@ TEST_F(MachineTest, AssignsTheLowestFreeDriverKey)
     EXPECT_EQ(base + u"0002", add({}));
     Box->RemoveAdapter(first);
     EXPECT_EQ(base + u"0000", add({}));
-    EXPECT_EQ(std::nullopt, add({.AssignDriverKey = false}));
+    EXPECT_EQ(add({.AssignDriverKey = false}), std::nullopt);
     EXPECT_THROW(Box->Adapter(first), std::out_of_range);
     EXPECT_THROW(Box->RemoveAdapter(first), std::out_of_range);
 }
@@ -68,7 +68,7 @@ TEST_F(MachineTest, AConcurrentChangeIsAppliedToFreshData)
             std::jthread([&] { Box->ChangeAdapter(id, [](auto& other) { other.Problem = 22; }); }).join();
         adapter.Hidden = true;
     });
-    EXPECT_EQ(22U, Box->Adapter(id).Problem);
+    EXPECT_EQ(Box->Adapter(id).Problem, 22U);
     EXPECT_TRUE(Box->Adapter(id).Hidden);
 }
 

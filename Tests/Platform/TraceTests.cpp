@@ -24,14 +24,14 @@ struct Provider
     Provider()
     {
         TRACE_GUID_REGISTRATION guids = {&Control, nullptr};
-        EXPECT_EQ(0U, RegisterTraceGuidsW(Callback, this, &Control, 1, &guids, nullptr, nullptr, &Handle));
+        EXPECT_EQ(RegisterTraceGuidsW(Callback, this, &Control, 1, &guids, nullptr, nullptr, &Handle), 0U);
     }
     ~Provider() { UnregisterTraceGuids(Handle); }
 
     static ULONG Callback(WMIDPREQUESTCODE code, void* context, ULONG*, void* buffer)
     {
         auto& self = *static_cast<Provider*>(context);
-        EXPECT_NE(0U, self.Handle) << "the handle is stored before the callback runs";
+        EXPECT_NE(self.Handle, 0U) << "the handle is stored before the callback runs";
         const auto text = [](auto number) { return std::to_string(number); };
         const TRACEHANDLE logger = code == WMI_ENABLE_EVENTS ? GetTraceLoggerHandle(buffer) : 0;
         self.Seen +=
@@ -59,23 +59,23 @@ TEST_F(TraceTest, ProviderLearnsOfSessionsBeforeAndAfterItRegisters)
     auto early = std::make_unique<TraceSession>(&Control, std::uint8_t{3}, 0x10U, Ignore);
     const TraceSession unrelated(&OtherControl, 9, 9, Ignore);
     Provider provider;
-    EXPECT_EQ("+3/16", provider.Seen);
+    EXPECT_EQ(provider.Seen, "+3/16");
     early->Enable(4, 0xFFFFFFFF);
     early->Disable();
     early->Disable();
     early->Enable(255, 0);
     early.reset();
-    EXPECT_EQ("+3/16+4/4294967295-+255/0-", std::exchange(provider.Seen, ""));
+    EXPECT_EQ(std::exchange(provider.Seen, ""), "+3/16+4/4294967295-+255/0-");
     TraceSession first(&Control, 1, 1, Ignore);
     {
         const TraceSession second(&Control, 2, 2, Ignore);
         first.Enable(3, 3);
     }
-    EXPECT_EQ("+1/1+2/2+3/3", std::exchange(provider.Seen, "")) << "the last one set, whichever ends";
-    EXPECT_EQ(1U, Platform::CountOpenObjects().TraceProviders);
-    EXPECT_EQ(0U, UnregisterTraceGuids(provider.Handle));
-    EXPECT_EQ("-", provider.Seen) << "an enabled provider is disabled as it leaves";
-    EXPECT_EQ(InvalidHandle, UnregisterTraceGuids(provider.Handle));
+    EXPECT_EQ(std::exchange(provider.Seen, ""), "+1/1+2/2+3/3") << "the last one set, whichever ends";
+    EXPECT_EQ(Platform::CountOpenObjects().TraceProviders, 1U);
+    EXPECT_EQ(UnregisterTraceGuids(provider.Handle), 0U);
+    EXPECT_EQ(provider.Seen, "-") << "an enabled provider is disabled as it leaves";
+    EXPECT_EQ(UnregisterTraceGuids(provider.Handle), InvalidHandle);
 }
 
 TEST_F(TraceTest, MessageReachesTheSinkComplete)
@@ -83,23 +83,23 @@ TEST_F(TraceTest, MessageReachesTheSinkComplete)
     std::vector<TraceRecord> records;
     const Provider provider;
     auto session = std::make_unique<TraceSession>(&Control, std::uint8_t{3}, 1U, [&](const TraceRecord& record) {
-        EXPECT_EQ(0U, Write(provider.Logger, 99)) << "the sink's own message is dropped";
+        EXPECT_EQ(Write(provider.Logger, 99), 0U) << "the sink's own message is dropped";
         records.push_back(record);
     });
     const TRACEHANDLE logger = provider.Logger;
-    EXPECT_EQ(0U, Write(logger, 7));
-    EXPECT_EQ(0U, Write(logger, 8));
-    ASSERT_EQ(2U, records.size());
-    EXPECT_EQ(0, std::memcmp(&MessageClass, records[0].MessageClass, sizeof(GUID)));
-    EXPECT_EQ(10, records[0].Number);
+    EXPECT_EQ(Write(logger, 7), 0U);
+    EXPECT_EQ(Write(logger, 8), 0U);
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_EQ(std::memcmp(&MessageClass, records[0].MessageClass, sizeof(GUID)), 0);
+    EXPECT_EQ(records[0].Number, 10);
     EXPECT_EQ(records[0].Sequence + 1, records[1].Sequence);
     EXPECT_LE(records[0].TimestampNs, records[1].TimestampNs);
-    EXPECT_NE(0U, records[0].ThreadId);
+    EXPECT_NE(records[0].ThreadId, 0U);
     const std::vector<std::vector<std::uint8_t>> arguments = {{7, 0, 0, 0}, {'N', 'U', 'L', 'L', 0}};
     EXPECT_EQ(arguments, records[0].Arguments);
     session.reset();
-    EXPECT_EQ(InvalidHandle, Write(logger, 9));
-    EXPECT_EQ(2U, records.size());
+    EXPECT_EQ(Write(logger, 9), InvalidHandle);
+    EXPECT_EQ(records.size(), 2U);
 }
 
 TEST_F(TraceTest, SinkReceivesOneMessageAtATimeAndNoneAfterTheEnd)
@@ -123,12 +123,12 @@ TEST_F(TraceTest, SinkReceivesOneMessageAtATimeAndNoneAfterTheEnd)
         const std::jthread first(write, 200);
         const std::jthread second(write, 200);
     }
-    EXPECT_EQ(400, count);
+    EXPECT_EQ(count, 400);
     const std::jthread last(write, 1);
     inside.get_future().wait();
     const std::jthread opener([&go] { go.set_value(); });
     session.reset();
-    EXPECT_EQ(1000, count) << "the end waits for the sink";
+    EXPECT_EQ(count, 1000) << "the end waits for the sink";
 }
 
 } // namespace

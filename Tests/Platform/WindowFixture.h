@@ -11,6 +11,6 @@ protected:
     WindowingTest()
     {
         const WNDCLASSEXW record = TestClass();
-        EXPECT_NE(0, RegisterClassExW(&record));
+        EXPECT_NE(RegisterClassExW(&record), 0);
     }
 };

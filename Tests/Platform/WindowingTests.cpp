@@ -13,8 +13,8 @@ TEST_F(WindowingTest, ARefusedWindowIsDestroyed)
         seen.push_back(message);
         return message == WM_CREATE ? -1 : DefWindowProcW(window, message, wParam, lParam);
     };
-    EXPECT_EQ(nullptr, MakeWindow());
-    EXPECT_EQ((std::vector{WM_GETMINMAXINFO, WM_NCCREATE, WM_NCCALCSIZE, WM_CREATE, WM_DESTROY, WM_NCDESTROY}), seen);
+    EXPECT_EQ(MakeWindow(), nullptr);
+    EXPECT_EQ(seen, (std::vector{WM_GETMINMAXINFO, WM_NCCREATE, WM_NCCALCSIZE, WM_CREATE, WM_DESTROY, WM_NCDESTROY}));
 }
 
 TEST_F(WindowingTest, EndOfAThreadReleasesItsSenders)
@@ -31,7 +31,7 @@ TEST_F(WindowingTest, EndOfAThreadReleasesItsSenders)
         sending.arrive_and_wait();
         EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, SendMessageW(window, WM_USER, 0, 0));
     }
-    EXPECT_EQ(0U, Platform::CountOpenObjects().Windows);
+    EXPECT_EQ(Platform::CountOpenObjects().Windows, 0U);
 }
 
 // Each sends to the other, and each has events for all: who waits must do what the other waits for.
@@ -51,7 +51,7 @@ TEST_F(WindowingTest, ThreadsThatSendToEachOtherDoNotDeadlock)
         {
             SetLastError(0);
             SendMessageW(other, WM_USER + 1, 0, 0);
-            EXPECT_EQ(0U, GetLastError());
+            EXPECT_EQ(GetLastError(), 0U);
             Box->Broadcast(WM_USER, mine);
         }
     };
@@ -69,11 +69,11 @@ TEST_F(WindowingTest, ThreadsThatSendToEachOtherDoNotDeadlock)
     PostMessageW(there.First, WM_USER + 2, 0, 0);
     sendAll(there.First, 2);
     MSG message{};
-    EXPECT_EQ(0, GetMessageW(&message, nullptr, 0, 0));
+    EXPECT_EQ(GetMessageW(&message, nullptr, 0, 0), 0);
     ASSERT_EQ(2U * rounds * 3, events.size());
     const HWND order[] = {here, there.First, there.Second};
     for (std::size_t i = 0; i < events.size(); ++i)
-        EXPECT_EQ(std::pair(order[i % 3], events[i - i % 3].second), events[i]) << "events of two do not mix";
+        EXPECT_EQ(events[i], std::pair(order[i % 3], events[i - i % 3].second)) << "events of two do not mix";
 }
 
 } // namespace

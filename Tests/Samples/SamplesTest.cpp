@@ -118,7 +118,7 @@ TEST_F(VirtualDriver, KeepsRegistryValues)
     size = 1;
     data = {};
     Registry(First, ZV_REG_OP_READ, "sub", "value", &type, data.data(), &size);
-    EXPECT_EQ(size, 2U) << "a room that is too small gives the size";
+    EXPECT_EQ(size, 2U) << "a buffer that is too small returns the size";
     EXPECT_THAT(data, ElementsAre(0, 0));
     Registry(First, ZV_REG_OP_READ, "sub", "value", &type, data.data(), &size);
     EXPECT_EQ(type, 3U);
