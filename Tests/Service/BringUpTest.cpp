@@ -2,7 +2,6 @@
 
 #include "CWinPwrEvtHandle.h"
 #include "CZVNSrvcMgnt.h"
-#include "PwrEvtWndProc.h"
 
 #include "EventClient.h"
 #include "Faults.h"

@@ -6,7 +6,6 @@
 #include "CWinPwrEvtHandle.h"
 #include "CZVNotification.h"
 #include "MessageBlob.h"
-#include "PwrEvtWndProc.h"
 #include "TracePoint.h"
 #include "TraceProvider.h"
 
@@ -90,4 +89,21 @@ void CZVNSrvcMgnt::RegisterPwrEvtHandler(std::shared_ptr<CZVPwrEvtHandler> handl
 void CZVNSrvcMgnt::PostWindowMessage(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam)
 {
     Self->Notifier.SendNorification(MakeWindowMessageBlob(message, wParam, lParam));
+}
+
+LRESULT CALLBACK PwrEvtWndProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+{
+    const auto number = static_cast<std::uint32_t>(message);
+    const auto parameter = static_cast<std::uint32_t>(wParam);
+    ZV_TRACE(WindowMessage, number, parameter);
+    WithService([&](CZVNSrvcMgnt& service) { service.PostWindowMessage(number, wParam, lParam); });
+    // A window message needs its default handling; a simulated driver has no window.
+    const ZVVirtualRegister simulated = Virtual_RegisterPnPHandler;
+    return simulated != nullptr ? 1 : DefWindowProcW(window, message, wParam, lParam);
+}
+
+void WakePwrEvtHandlers()
+{
+    constexpr std::uint32_t Nothing = 0; // WM_NULL
+    WithService([](CZVNSrvcMgnt& service) { service.PostWindowMessage(Nothing, 0, 0); });
 }

@@ -113,3 +113,8 @@ void WithService(Work&& work)
 /// @throws what the construction throws; the next call then tries again. What Init throws: the
 ///         service then is up without an event window, and the next call succeeds.
 void EnsureService();
+
+/// Copies a message into a blob and queues it for the device managers without waiting for them. With a
+/// simulated driver it runs on any of that driver's threads.
+/// @return 1 with a simulated driver, because no window handles the message; otherwise the default result.
+LRESULT CALLBACK PwrEvtWndProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
