@@ -139,24 +139,4 @@ TEST_F(RegistryTest, ValueNamesAreCaseInsensitive)
     EXPECT_EQ(RegDeleteKeyValueA(Key, "B", "Name"), ERROR_FILE_NOT_FOUND);
 }
 
-TEST_F(RegistryTest, ServesFourThreadsAtOnce)
-{
-    const auto work = [this](char name) {
-        const std::string below = std::string("\\") + name;
-        for (char i = 0; i < 100; ++i)
-        {
-            const Opened key = Create(below);
-            BYTE read = 0;
-            DWORD size = 1;
-            EXPECT_EQ(Store(key, "v", REG_BINARY, {i}), ERROR_SUCCESS);
-            EXPECT_EQ(RegQueryValueExA(key, "v", nullptr, nullptr, &read, &size), ERROR_SUCCESS);
-            EXPECT_EQ(i, read);
-            EXPECT_EQ(Delete(below), ERROR_SUCCESS);
-        }
-    };
-    std::array<std::jthread, 4> threads;
-    for (char name = 'a'; auto& thread : threads)
-        thread = std::jthread(work, name++);
-}
-
 } // namespace

@@ -51,35 +51,6 @@ TEST_F(WindowingTest, ProcedureTakesPartInCreationAndEnd)
     }
 }
 
-TEST_F(WindowingTest, RefusesWhatWindowsRefuses)
-{
-    WNDCLASSEXW record = TestClass();
-    constexpr CWideText sameClass = "zvCONFORMANCE";
-    record.lpszClassName = sameClass.Text;
-    EXPECT_FAILS_WITH(ERROR_CLASS_ALREADY_EXISTS, RegisterClassExW(&record));
-    constexpr CWideText otherClass = "ZVConformanceOther";
-    record.lpszClassName = otherClass.Text;
-    const ATOM number = RegisterClassExW(&record);
-    record = {};
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, RegisterClassExW(&record));
-    EXPECT_NE(LoadIconW(nullptr, IDI_APPLICATION), nullptr);
-    EXPECT_NE(LoadCursorW(nullptr, IDC_ARROW), nullptr);
-    EXPECT_FAILS_WITH(ERROR_RESOURCE_DATA_NOT_FOUND, LoadCursorW(GetModuleHandleW(nullptr), IDC_ARROW));
-    EXPECT_EQ(MakeWindow(CWideText{"Nothing"}.Text), nullptr);
-    const HWND window = MakeWindow(reinterpret_cast<const WCHAR*>(std::uintptr_t{number}));
-    ASSERT_NE(window, nullptr);
-
-    EXPECT_FAILS_WITH(ERROR_INVALID_DATA, Register(window, 32, 2));
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, Register(nullptr));
-    EXPECT_NE(Register(window), nullptr);
-
-    MSG message{};
-    EXPECT_TRUE(DestroyWindow(window));
-    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, GetMessageW(&message, window, 0, 0) != -1);
-    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, PostMessageW(window, WM_USER, 0, 0));
-    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, SendMessageW(window, WM_USER, 0, 0));
-}
-
 TEST_F(WindowingTest, PostedMessagesArriveInOrderAndTheQuitLast)
 {
     const DWORD self = GetCurrentThreadId();

@@ -162,30 +162,6 @@ TEST_F(DeviceIoTest, CancelDuringStartIsDeliveredAfterIt)
     EXPECT_TRUE(CancelIo(file));
 }
 
-TEST_F(DeviceIoTest, RefusesInvalidRequestsBeforeTheDriverSeesThem)
-{
-    OVERLAPPED record{};
-    {
-        const Opened file = Open();
-        const Opened plain = Open(R"(\\.\ZV_dEVICE{1})", 0);
-        const auto send = [](HANDLE handle, OVERLAPPED* overlapped) {
-            return DeviceIoControl(handle, 0, nullptr, 0, nullptr, 0, nullptr, overlapped);
-        };
-        EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, send(file, nullptr));
-        EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, send(plain, &record));
-        EXPECT_TRUE(Driver->Kept.empty());
-    }
-    const auto opens = [](const char* path, DWORD disposition) {
-        return CreateFileA(path, 0, 0, nullptr, disposition, 0, nullptr) != INVALID_HANDLE_VALUE;
-    };
-    Driver->OpenError = AnyError;
-    EXPECT_FAILS_WITH(AnyError, opens(R"(\\.\Zv_Device{1})", OPEN_EXISTING));
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, opens(R"(\\.\Zv_Device{1})", 2));
-    EXPECT_FAILS_WITH(ERROR_FILE_NOT_FOUND, opens("Zv_Device{1}", OPEN_EXISTING));
-    EXPECT_EQ(Driver->Closes, 2) << "what was not opened is not closed";
-    EXPECT_THROW(Box->AttachDevice("ZV_DEVICE{1}", Driver), std::invalid_argument);
-}
-
 TEST_F(DeviceIoTest, DeviceVanishesWithItsNameOrItsAdapter)
 {
     const auto id = Box->AddAdapter({.ControlDeviceName = "ZV_device{1}"});

@@ -9,7 +9,6 @@
 namespace
 {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr std::uint32_t Item = 0x122414;
@@ -30,12 +29,6 @@ auto SendRead(DriverModel& model, std::string* log = nullptr)
     Bytes processId(4);
     Put(processId, 0, static_cast<std::uint32_t>(getpid()), 4);
     return Send(model, Read, processId, 200, log, "read");
-}
-
-Bytes SendItem(DriverModel& model, bool set, std::uint32_t id, const Bytes& data)
-{
-    const Bytes output = Send(model, Item, ItemRequest(set, id, data), data.size() + 40)->Result().second;
-    return {output.begin() + 40, output.end()};
 }
 
 Bytes Chosen(std::uint32_t code)
@@ -97,30 +90,6 @@ TEST(DriverModel, RefusesAndRecordsEveryViolationOfTheWireFormat)
     EXPECT_EQ(model.Captures().back().OutputRoom, 199U);
 }
 
-TEST(DriverModel, AnswersKnownAndHostDefinedCodes)
-{
-    DriverModel model(
-        ReadDriverSettings(R"({"items": {"0x10": "0a0b"}, "outputs": {"1": {"text": "four"}}, "pend": true})"));
-    const auto [error, block] = Send(model, Info, Chosen(Info), 100)->Result();
-    EXPECT_EQ(error, 0);
-    EXPECT_EQ(block.size(), 100U);
-    EXPECT_THAT(Bytes(block.begin(), block.begin() + 5), ElementsAre(1, 0, 0x56, 0x5A, 0));
-
-    EXPECT_THAT(SendItem(model, false, 0x10, {9, 9, 9}), ElementsAre(0x0A, 0x0B, 0));
-    EXPECT_THAT(SendItem(model, true, 7, {1, 2}), ElementsAre(1, 2));
-    EXPECT_THAT(SendItem(model, false, 7, {9}), ElementsAre(1));
-    EXPECT_THAT(SendItem(model, false, 8, {9}), ElementsAre(0));
-    EXPECT_EQ(SendItem(model, true, 9, CountingBytes(65500)), CountingBytes(65500)) << "past what a length field holds";
-
-    EXPECT_THAT(Send(model, Host, Framed(3, {5, 6, 7}, 2), 2)->Result().second, ElementsAre(5, 6));
-    EXPECT_THAT(Send(model, 1, Framed(3, {}, 3), 3)->Result().second, ElementsAre('f', 'o', 'u'));
-    EXPECT_EQ(Send(model, Host, Framed(3, CountingBytes(70000), 69999), 69999)->Result().second.size(), 69999U);
-    EXPECT_THAT(model.Violations(), testing::IsEmpty());
-
-    model.SetSwitches({.Garbage = true});
-    EXPECT_THAT(SendItem(model, false, 8, {9, 9}), testing::Not(ElementsAre(0, 0)));
-}
-
 TEST(DriverModel, ReturnsChunksInTheConfiguredOrder)
 {
     for (const auto& [settings, ends] : {
@@ -144,47 +113,6 @@ TEST(DriverModel, ReturnsChunksInTheConfiguredOrder)
         Send(model, Host, Framed(3, {7}, 1), 1, &log, "main");
         EXPECT_EQ(log, ends) << settings;
     }
-}
-
-TEST(DriverModel, KeepsTheOrderForAHostThatTakesTheLowestReadFirst)
-{
-    DriverModel model(ReadDriverSettings(R"({"response": {"size": 5050}})"));
-    std::vector<std::shared_ptr<FakeRequest>> reads(5);
-    std::ranges::generate(reads, [&] { return SendRead(model); });
-    Send(model, Host, Framed(3, {}, 0), 0);
-    Bytes response;
-    for (std::size_t size = 200; size == 200;)
-    {
-        const auto ended = std::ranges::find_if(reads, [](const auto& read) { return read->Ended(); });
-        ASSERT_NE(ended, reads.end()) << "after " << response.size();
-        const Bytes chunk = (*ended)->Result().second;
-        response.insert(response.end(), chunk.begin(), chunk.end());
-        size = chunk.size();
-        *ended = SendRead(model);
-    }
-    EXPECT_EQ(response, CountingBytes(5050));
-}
-
-TEST(DriverModel, CompletesCancelledRequestsAsConfigured)
-{
-    DriverModel model(ReadDriverSettings(R"({"hang": true, "holdCancelled": true})"));
-    const auto held = Send(model, Host, Framed(3, {}, 0), 0);
-    model.Cancel(held);
-    EXPECT_TRUE(model.AwaitCancelled(1, std::chrono::milliseconds(0)));
-    EXPECT_FALSE(held->Ended());
-    model.ReleaseCancelled();
-    EXPECT_EQ(held->Result().first, 995);
-
-    model.SetSwitches({.LateCancelMs = 1, .Hang = true});
-    const auto late = Send(model, Host, Framed(3, {}, 0), 0);
-    model.Cancel(late);
-    EXPECT_EQ(late->Result().first, 995);
-
-    model.SetSwitches({.SlowMs = 1U << 30});
-    const auto slow = Send(model, Info, Chosen(Info), 100);
-    EXPECT_FALSE(slow->Ended());
-    model.Cancel(slow);
-    EXPECT_EQ(slow->Result().first, 995);
 }
 
 TEST(DriverModel, SwitchesTakeEffectAtRunTime)

@@ -107,44 +107,6 @@ TEST_F(VirtualDriver, KeepsItemsPerAdapter)
     EXPECT_THAT(item, ElementsAre(0, 0, 0, 0));
 }
 
-TEST_F(VirtualDriver, KeepsRegistryValues)
-{
-    std::uint32_t type = 3;
-    std::uint32_t size = 2;
-    std::array<std::uint8_t, 2> data = {8, 9};
-    Registry(First, ZV_REG_OP_WRITE, "sub", "value", &type, data.data(), &size);
-
-    type = 0;
-    size = 1;
-    data = {};
-    Registry(First, ZV_REG_OP_READ, "sub", "value", &type, data.data(), &size);
-    EXPECT_EQ(size, 2U) << "a buffer that is too small returns the size";
-    EXPECT_THAT(data, ElementsAre(0, 0));
-    Registry(First, ZV_REG_OP_READ, "sub", "value", &type, data.data(), &size);
-    EXPECT_EQ(type, 3U);
-    EXPECT_THAT(data, ElementsAre(8, 9));
-
-    Registry(First, ZV_REG_OP_DELETE_VALUE, "sub", "value", nullptr, nullptr, nullptr);
-    Registry(First, ZV_REG_OP_READ, "sub", "value", &type, data.data(), &size);
-    EXPECT_EQ(size, 0U);
-}
-
-TEST_F(VirtualDriver, AnswersControlRequests)
-{
-    std::array<std::uint32_t, 25> block;
-    block.fill(0xAAAAAAAA);
-    Ioctl(First, 0x122428, 0, nullptr, 0, block.data(), 100, 300);
-    EXPECT_EQ(std::vector(block.begin(), block.begin() + 5),
-              (std::vector<std::uint32_t>{0x5A560001, 0x00010000, 3, 100, 0}));
-
-    std::array<std::uint8_t, 4> echo = {9, 9, 9, 9};
-    const std::array<std::uint8_t, 2> input = {5, 6};
-    Ioctl(Second, 0x1234, 1, input.data(), 2, echo.data(), 4, 300);
-    EXPECT_THAT(echo, ElementsAre(5, 6, 0, 0));
-    Ioctl("nobody", 0x1234, 1, input.data(), 2, echo.data(), 1, 300);
-    EXPECT_EQ(echo[0], 5);
-}
-
 TEST_F(VirtualDriver, IgnoresCallsWithNullPointers)
 {
     EnumDescriptor descriptor = {7240, 0, nullptr};
