@@ -63,6 +63,6 @@ extern "C"
     /// nothing.
     PLATFORM_API BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred, BOOL wait);
 
-    /// Closes a file or an event. For what is in flight on a file the cancellation is asked for.
+    /// Closes a file or an event. Cancels the requests in flight on a file.
     PLATFORM_API BOOL CloseHandle(HANDLE handle);
 }

@@ -32,7 +32,7 @@ struct PLATFORM_API RegistryValue
     bool operator==(const RegistryValue&) const = default;
 };
 
-/// A network adapter as the system knows it. A field that is not set does not exist in the system.
+/// A network adapter as Windows sees it. A field that is not set does not exist.
 /// Every field has an initialiser, so that a designated one may name just those that matter.
 struct AdapterDescription
 {
@@ -47,7 +47,8 @@ struct AdapterDescription
     std::optional<std::u16string> FriendlyName = {};
     std::optional<std::u16string> Description = {};
     std::optional<std::u16string> ClassName = {};
-    std::optional<std::u16string> ClassGuid = {}; ///< Text only; the node is of the network class whatever it says.
+    std::optional<std::u16string> ClassGuid =
+        {}; ///< Only the registry text; the node always belongs to the network class.
     /// Property SPDRP_DRIVER. When it is not set but `AssignDriverKey` is, the machine chooses the next
     /// free "{4D36E972-E325-11CE-BFC1-08002BE10318}\NNNN" as the adapter is added.
     std::optional<std::u16string> DriverKey = {};
@@ -105,7 +106,7 @@ struct TraceRecord
     std::vector<std::vector<std::uint8_t>> Arguments;
 };
 
-/// A mistake in a machine file; `what()` names the file, the place and the mistake.
+/// An error in a machine file; `what()` names the file, the position and the error.
 class PLATFORM_API MachineFileError : public std::runtime_error
 {
 public:
@@ -144,7 +145,7 @@ public:
     /// @name What happens to a computer
     /// Each changes the tree and the registry, as far as something changes, and sends the messages that
     /// Windows sends for it; none does anything to an adapter that is in that state already. What changes
-    /// of an absent adapter sends nothing. They return when each window has dealt with its messages, or after 5 seconds
+    /// of an absent adapter sends nothing. They return when each window has handled its messages, or after 5 seconds
     /// for one that does not. Messages of two callers do not mix.
     ///
     /// An adapter belongs to one interface class, GUID_NDIS_LAN_CLASS; its interface is up while it is

@@ -22,7 +22,7 @@ extern "C"
     PLATFORM_API FARPROC GetProcAddress(HMODULE module, const char* name);
     PLATFORM_API BOOL FreeLibrary(HMODULE module);
 
-    /// The program's own module for a null name, not counted. The stand-in knows no other name:
+    /// Returns the program's module for a null name, without counting. No other name is supported:
     /// ERROR_MOD_NOT_FOUND.
     PLATFORM_API HMODULE GetModuleHandleW(const WCHAR* name);
 

@@ -32,7 +32,7 @@ extern "C"
     PLATFORM_API LSTATUS RegOpenKeyA(HKEY key, const char* subKey, HKEY* result);
     PLATFORM_API LSTATUS RegOpenKeyW(HKEY key, const WCHAR* subKey, HKEY* result);
 
-    /// Opens a key and makes what is missing on the way. Nothing can be made directly below
+    /// Opens a key and creates missing keys of its path. No key can be created directly below
     /// HKEY_LOCAL_MACHINE: ERROR_INVALID_PARAMETER.
     PLATFORM_API LSTATUS RegCreateKeyA(HKEY key, const char* subKey, HKEY* result);
 

@@ -1,5 +1,5 @@
 /// @file
-/// How a driver model behaves, and the JSON text that says so.
+/// The settings of a driver model, and their JSON form.
 #pragma once
 
 #include "ResponseStream.h"
@@ -30,7 +30,7 @@ struct DriverSwitches
 /// When a host request with response reads completes, relative to its chunks.
 enum class ResponseOrder
 {
-    Before, ///< All chunks that the waiting reads can take, then the request, then what is left.
+    Before, ///< All chunks that the waiting reads can take, then the request, then the remaining chunks.
     During, ///< One chunk, the request, the others.
     After,  ///< The request, then the chunks.
 };
@@ -50,7 +50,7 @@ struct DriverSettings
     DriverSwitches Switches = {};
 };
 
-/// `what()` names the place and the mistake.
+/// `what()` names the position and the error.
 class DriverSettingsError : public std::runtime_error
 {
 public:
@@ -65,7 +65,7 @@ public:
 /// @throws DriverSettingsError
 DriverSettings ReadDriverSettings(std::string_view json);
 
-/// Changes the switches that the text has keys for, and knows no other key.
+/// Changes the switches named in the text; any other key is an error.
 /// @throws DriverSettingsError
 DriverSwitches ReadDriverSwitches(std::string_view json, DriverSwitches switches);
 

@@ -1,4 +1,4 @@
-// A simulated driver to start your own from: three adapters that keep what is written to them.
+// A simulated driver as a template for your own: three adapters that store what is written to them.
 #include "VirtualDriver.h"
 
 #include "VirtualAdapter.h"

@@ -35,7 +35,7 @@ public:
     VirtualScript(std::size_t adapters, std::function<void(const Step&)> carryOut);
 
     /// Appends the steps of a text such as "500:remove 2;500:arrive 2;200:suspend;200:resume".
-    /// @throws std::invalid_argument for a mistake; then nothing is appended.
+    /// @throws std::invalid_argument on a syntax error; then nothing is appended.
     void Append(std::string_view text);
 
 private:

@@ -18,11 +18,11 @@
 class CDeviceManagerIntf
 {
 public:
-    /// Lists adapters. The system is walked when the filter is another than at the last call or the
+    /// Lists adapters. Enumerates the devices when the filter differs from that of the last call or the
     /// list is empty; otherwise the answer comes from the list, which events keep current.
     /// @param request what to list; only read.
     /// @param result the host's buffer; see `_ZV_SRVC_DEVICE_LIST_RSP`.
-    /// @return ZV_SRVC_SUCCESS, with whole records in the order of the system's walk;
+    /// @return ZV_SRVC_SUCCESS, with whole records in enumeration order;
     ///         ZV_SRVC_ERR_BUFFER_TOO_SMALL, with the size needed and the buffer untouched;
     ///         ZV_SRVC_ERR_INVALID_PARAMETER for a wrong tag word or an empty filter text;
     ///         ZV_SRVC_ERR_NO_DEVICE when no adapter passes the filter; ZV_SRVC_ERR_FAILURE when the

@@ -1,5 +1,5 @@
 /// @file
-/// Marks the entry points for the linker. The build defines ZV_API where a platform's compiler wants
+/// Marks the entry points for the linker. The build defines ZV_API where a platform's compiler requires
 /// another word than the default.
 #pragma once
 

@@ -39,7 +39,7 @@ inline constexpr unsigned int ZV_SRVC_ERR_CONTROL_DEVICE = 15;
 inline constexpr unsigned int ZV_SRVC_ERR_ASYNC_PENDING = 16;
 /// @}
 
-/// The kinds of object that CreateZVModule knows. The high half of a value names the family, the
+/// The kinds of object that CreateZVModule creates. The high half of a value is the family, the
 /// low half the implementation. The `_BASE` and `_RESERVED` values are known but not creatable.
 enum _ZV_SRVC_INTERFACE_TYPE : std::uint32_t
 {

@@ -26,7 +26,7 @@ private:
     unsigned int Number;
 };
 
-/// A line or a file that makes no sense, by what it says alone.
+/// A syntax error in a line or a file.
 class UsageError : public std::runtime_error
 {
 public:

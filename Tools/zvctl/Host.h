@@ -12,7 +12,7 @@
 namespace Host
 {
 
-/// What the tool works with, as the first line of its help says.
+/// The first line of the tool's help.
 extern const char Description[];
 /// The end of the help.
 extern const char Footer[];
@@ -22,7 +22,7 @@ void PrepareStreams();
 
 /// Adds the options that choose and show a machine.
 /// @return sets the machine up as the parsed options want; called once, before the library's first
-///         use. It throws UsageError for a mistake in what describes the machine.
+///         use. It throws UsageError for an error in the machine's description.
 std::function<void()> AddOptions(CLI::App& app);
 
 /// Adds the commands that this machine has beyond those of every machine; the first is the default.
@@ -31,7 +31,7 @@ std::vector<Command> AddCommands(CLI::App& app);
 /// Adds what a session alone can do with this machine.
 std::vector<Command> AddSessionCommands(CLI::App& app);
 
-/// Adapters that the machine knows, whether or not the library lists them.
+/// The machine's adapters, whether or not the library lists them.
 std::vector<AdapterName> KnownAdapters();
 
 } // namespace Host

@@ -31,7 +31,7 @@ public:
     void Add(const std::string& name, std::shared_ptr<ControlDevice> device, bool present);
     /// Empty when there was none.
     [[nodiscard]] Entry Remove(std::string_view name);
-    /// Brings a device within reach or out of it. @return what is out of reach now, or null.
+    /// Makes a device reachable or unreachable. @return the device that became unreachable, or null.
     [[nodiscard]] AttachedDevicePtr SetPresent(std::string_view name, bool present);
     /// Null when there is none within reach.
     AttachedDevicePtr Find(std::string_view name) const;

@@ -8,8 +8,8 @@
 namespace Platform
 {
 
-/// An open event. All handles on a named event share one of these; requests in flight hold what is inside
-/// alone, so that they do not keep the name.
+/// An open event. All handles on a named event share one of these. Requests in flight refer only to the event
+/// inside, so they do not keep the name.
 class EventHandle final : public HandleObject
 {
 public:

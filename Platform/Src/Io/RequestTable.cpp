@@ -42,7 +42,7 @@ bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output
     Now = Phase::Ended;
     End = {error, IsFailure(error) ? 0 : std::min(output.size(), Caller.Room)};
     released = std::move(File);
-    // First of all: once the caller knows of the end, nothing may still look in flight.
+    // First, because the request must no longer count as in flight once the caller sees its completion.
     RequestTable::Instance().Remove(*this);
     if (!refused)
         Deliver(output);

@@ -99,7 +99,7 @@ public:
     void Remove(Request& request);
     std::size_t Count() const;
 
-    /// Asks for the cancellation of those that match, oldest first; the filter sees what is constant.
+    /// Cancels the matching requests, oldest first; the filter reads only constant fields.
     /// @return how many there were.
     template <class Matches>
     std::size_t Cancel(Matches matches)

@@ -1,4 +1,4 @@
-// The machine file: JSON in, adapters and registry values out, or a mistake with its place.
+// Reads a machine file: adapters and registry values from JSON, or an error with its position.
 #include "DriverModule.h"
 #include "FileNode.h"
 #include "Machine.h"
@@ -201,7 +201,7 @@ json Parse(std::string_view text, std::string_view origin)
     }
 }
 
-/// Warns of adapters that no host can list or open, for want of a field. This is no mistake: a machine may
+/// Warns of adapters that no host can list or open, because a field is missing. This is not an error: a machine may
 /// have such an adapter on purpose.
 void WarnOfUnlisted(const Contents& contents, const std::string& origin)
 {
@@ -226,7 +226,7 @@ void Machine::Load(std::string_view text, std::string_view origin)
 void Machine::Impl::Load(std::string_view text, std::string_view origin, const std::string& folder)
 {
     const json document = Parse(text, origin);
-    // All is read before anything changes: a mistake leaves the machine as it was.
+    // Everything is parsed before the machine changes, so an error leaves it unchanged.
     const Contents contents = ReadContents(FileNode(document, std::string(origin), ""));
     std::map<std::string, std::shared_ptr<ControlDevice>> made;
     for (const auto& [name, source] : contents.Devices)

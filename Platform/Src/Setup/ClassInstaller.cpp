@@ -68,7 +68,7 @@ std::optional<SP_PROPCHANGE_PARAMS> ParametersFor(DI_FUNCTION function, const De
                                                                                   : std::optional(found->second);
 }
 
-/// What the installer says before it tries; 0 to go on.
+/// Returns the error that prevents the change; 0 for none.
 DWORD Objection(Machine::Impl& machine, AdapterId device)
 {
     if (!machine.Administrator)

@@ -21,7 +21,7 @@ std::string NetworkClassPath()
     return std::string(ClassRootPath) + '\\' + std::string(NetworkClassText);
 }
 
-// The class is what the registry says it is.
+// The class comes from the registry.
 bool IsNetworkClass(const WCHAR* name)
 {
     const auto value = CurrentMachine()->Value(NetworkClassPath(), "Class");

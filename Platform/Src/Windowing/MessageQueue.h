@@ -33,7 +33,7 @@ struct Window
 using WindowPtr = std::shared_ptr<Window>;
 
 /// What is sent to a window. `Payload` keeps what LParam points at alive until the message has been
-/// dealt with, however long that takes.
+/// handled, however long that takes.
 struct WindowMessage
 {
     UINT Message = 0;
@@ -65,7 +65,7 @@ public:
     /// Carries out what has been sent, then gives the next posted message; false when there is none.
     bool Take(std::unique_lock<std::mutex>& lock, MSG& message, bool wait, bool remove);
 
-    /// Carries out what is sent to the calling thread, whose queue this must be, until `finished` holds
+    /// Dispatches messages sent to the calling thread, which must own this queue, until `finished` is true
     /// or the time is over. The lock is free while procedures run. @return what `finished` gave last.
     template <class Predicate>
     bool CarryOutUntil(std::unique_lock<std::mutex>& lock, std::optional<std::chrono::steady_clock::time_point> end,
@@ -73,7 +73,7 @@ public:
     /// Makes the owner check its wait condition again.
     void Wake() { Changed.notify_one(); }
 
-    /// Drops what is under way to a window and releases those who sent it.
+    /// Drops the messages queued for a window and releases their senders.
     void Forget(const Window& window);
     /// No window can be made any more: the thread is past its end.
     bool IsEnded() const { return Ended; }

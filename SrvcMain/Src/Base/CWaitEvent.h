@@ -33,8 +33,8 @@ private:
 
     CLock WakeLock;
     std::condition_variable Condition;
-    /// Turned to Asleep, and back from it, under the wake lock only; so a waker that reads Asleep
-    /// and has then had the lock knows the waiter to be in its wait. A wake for a thread that is
-    /// awake touches this word and no lock.
+    /// Changes to and from Asleep only while holding the wake lock. So once a waker has read Asleep and
+    /// then acquired the lock, the waiter is in its wait. A wake for a thread that is awake changes only
+    /// this word and takes no lock.
     std::atomic<WakeState> Word{WakeState::Idle};
 };

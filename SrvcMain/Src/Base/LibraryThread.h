@@ -26,7 +26,7 @@ inline bool OnLibraryThread() noexcept
     return ZVOnLibraryThread;
 }
 
-/// Starts a thread that knows whose it is.
+/// Starts a thread for which OnLibraryThread returns true.
 /// @throws CThreadError "resource unavailable try again" when no thread can be had.
 template <class Body>
 std::thread StartLibraryThread(Body body)

@@ -33,7 +33,7 @@ bool QueryDeviceInfo(const _ZV_SRVC_DEVICE_INFO& record, const std::string& path
     CFileHandle handle = OpenControlDevice(path);
     CDriverCallPtr call;
     const bool answered = handle && IOCTL_Send(handle.Get(), query, call);
-    // Closing the handle cancels what is in flight on it.
+    // Closing the handle cancels the requests in flight on it.
     handle.Reset();
     if (call != nullptr)
         call->AwaitCompletion(CancelDeadline());

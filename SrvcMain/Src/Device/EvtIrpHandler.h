@@ -38,7 +38,7 @@ public:
     /// @param handle the request's control handle, open for longer than this object.
     /// @param output owns this object and outlives it.
     EvtIrpHandler(HANDLE handle, OutputBuffer* output);
-    /// Cancels what is left; does not wait.
+    /// Cancels the remaining reads without waiting.
     ~EvtIrpHandler();
     EvtIrpHandler(const EvtIrpHandler&) = delete;
     EvtIrpHandler& operator=(const EvtIrpHandler&) = delete;

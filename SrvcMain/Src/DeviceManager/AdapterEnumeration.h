@@ -7,7 +7,7 @@
 
 #include <optional>
 
-/// Fills `target` with the adapters that pass the filter, in walk order.
+/// Fills `target` with the adapters that pass the filter, in enumeration order.
 /// @return ZV_SRVC_ERR_INVALID_PARAMETER for a filter without service names, and `target` is unchanged;
 ///         ZV_SRVC_ERR_FAILURE or ZV_SRVC_ERR_NO_DEVICE with an empty list; ZV_SRVC_SUCCESS, always when
 ///         the simulated driver answers.

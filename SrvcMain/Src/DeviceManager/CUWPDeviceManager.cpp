@@ -45,7 +45,7 @@ void CUWPDeviceManager::StartNotifier(CZVNotification& notifier, const std::stri
         ZV_TRACE(ManagerThreadFailed, name);
 }
 
-/// The record stays in the list: what is bound to it sees by its other flags that it is out of use.
+/// The record stays in the list: devices bound to it detect by its other flags that it is unusable.
 void CUWPDeviceManager::DrvUninstallHdlr(const ZVAdapterRecord& record)
 {
     SetStateFlags(*record, ZV_DEV_DRIVER_UNINSTALLED);

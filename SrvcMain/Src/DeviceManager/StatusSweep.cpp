@@ -21,7 +21,7 @@
 namespace
 {
 
-/// What the system says of one present network adapter.
+/// The enumeration's result for one present network adapter.
 struct CSighting
 {
     std::string DriverVersion;
@@ -239,7 +239,7 @@ bool CUWPDeviceManager::IsConfirmed(CSweep& sweep, std::size_t number)
     {
         ZV_TRACE(ProbeFailed, sweep.Records[number]->NetCfgInstanceId);
     }
-    // A probe that found no thread or no memory says nothing about an adapter that the system has, which
+    // A probe without a thread or memory proves nothing about an adapter that the enumeration found, which
     // therefore keeps its state.
     return sweep.WasSighted[number];
 }

@@ -11,6 +11,6 @@ public:
     CModuleBase(const CModuleBase&) = delete;
     CModuleBase& operator=(const CModuleBase&) = delete;
 
-    /// A module that reports false is not handed out.
+    /// The factory does not return a module that reports false.
     virtual bool IsModuleReady() { return true; }
 };

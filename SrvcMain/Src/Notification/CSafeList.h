@@ -53,7 +53,7 @@ public:
         Elements.splice(Elements.end(), elements);
     }
 
-    /// The elements of this moment, for a walk that must not hold the mutex.
+    /// Returns a copy of the current elements, for iteration without the mutex.
     std::vector<T> Snapshot() const
     {
         const CScopedLock lock(Mutex);

@@ -19,7 +19,7 @@ struct RegistryValue
 };
 
 /// Reads a value: a text for "sz", a number for "dword", and what ParseData takes for "binary".
-/// @throws std::invalid_argument with the mistake.
+/// @throws std::invalid_argument that describes the error.
 RegistryValue ParseValue(const std::string& type, const std::string& text);
 
 /// The name of a value type, as "sz"; its number when it has none.

@@ -11,7 +11,7 @@
 #include <utility>
 
 /// Adds an option whose text `parse` turns into the value; what it throws as std::invalid_argument
-/// becomes a mistake of the command line.
+/// becomes a usage error.
 template <class Value, class Parse>
 CLI::Option* AddParsedOption(CLI::App& command, const std::string& name, Value& value, Parse parse,
                              const std::string& help)

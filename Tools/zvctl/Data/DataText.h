@@ -16,7 +16,7 @@ using Bytes = std::vector<std::uint8_t>;
 /// length should not cost the machine its memory.
 inline constexpr std::uint32_t MaxDataSize = 64U << 20;
 
-/// Reads a number, decimal or, with 0x, hexadecimal. @throws std::invalid_argument with the mistake.
+/// Parses a decimal number, or hexadecimal with 0x. @throws std::invalid_argument that describes the error.
 std::uint32_t ParseNumber(std::string_view text, std::uint32_t limit = std::numeric_limits<std::uint32_t>::max());
 
 /// Parses bytes: pairs of hexadecimal digits, optionally separated by blanks, ':' and '-'; the text after

@@ -1,4 +1,4 @@
-// What an unfinished line can go on with.
+// Completes an unfinished line.
 #include "AdapterView.h"
 #include "Errors.h"
 #include "EventView.h"

@@ -17,7 +17,7 @@ struct TraceSettings
 };
 
 /// Reads LEVEL[:FLAGS], each decimal or, with 0x, hexadecimal; all components without FLAGS.
-/// @throws std::invalid_argument with the mistake.
+/// @throws std::invalid_argument that describes the error.
 TraceSettings ParseTraceSettings(const std::string& text);
 
 /// Fills the arguments into a trace point's text. Takes whatever a provider wrote: an argument that

@@ -1,6 +1,6 @@
 /// @file
 /// The rights that the service asks of the system. It needs none beyond the host's own today; the
-/// interface is where a platform that wants some puts the request.
+/// interface is where a platform that requires privileges requests them.
 #pragma once
 
 class COSPrivilege

@@ -1,5 +1,5 @@
 /// @file
-/// A thread that knows where it was started, for the trace.
+/// A thread that records where it was started, for the trace.
 #pragma once
 
 #include <array>

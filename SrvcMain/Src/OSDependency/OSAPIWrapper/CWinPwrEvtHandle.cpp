@@ -44,12 +44,12 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
     if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
     {
         PwrEvtState |= ZV_PWREVT_STOPPING;
-        // Before that moment there is nothing to send to.
+        // Until then there is no window to send to.
         AwaitChange(WindowThreadId, 0U);
         SendMessageW(Window, StopMessage, 0, 0);
-        // What is sent reaches the procedure but does not bring the thread out of its wait; what is
-        // posted does. To the thread and not to the window, which may have failed to come up.
-        // The queue of the thread may be full for a moment; without the message the join would hang.
+        // SendMessage reaches the procedure but does not make GetMessage return; PostThreadMessage does.
+        // Posted to the thread, because the window may not exist. Retried, because the thread's queue may
+        // be full for a moment, and without the message the join would hang.
         while (!PostThreadMessageW(WindowThreadId, StopMessage, 0, 0) && !IsThreadGone(GetLastError()))
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         WindowThread.Join();

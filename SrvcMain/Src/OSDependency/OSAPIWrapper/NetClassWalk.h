@@ -38,7 +38,7 @@ public:
     DWORD ChangeState(DWORD state, DWORD scope) const;
 
 private:
-    HDEVINFO Set; ///< The walk's.
+    HDEVINFO Set; ///< The devices of the network class.
     SP_DEVINFO_DATA Data;
     std::uint32_t ProblemNumber;
 };

@@ -52,7 +52,7 @@ public:
         Policy::Close(old);
     }
 
-    /// Closes what is held and gives the place for a call that writes a new handle.
+    /// Closes the current handle and returns its address, for a call that writes a new one.
     Type* Receive() noexcept
     {
         Reset();

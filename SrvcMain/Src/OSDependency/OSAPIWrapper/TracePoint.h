@@ -32,7 +32,7 @@ extern CTraceControl TraceControl;
 /// Holds its own address while tracing is not set up, and the address of TraceControl while it is.
 extern std::atomic<const void*> TraceControlPtr;
 
-/// True when the session wants points of this level and component.
+/// Returns true when the session has enabled points of this level and component.
 inline bool TraceWanted(std::uint8_t level, std::uint32_t flag) noexcept
 {
     return TraceControlPtr.load(std::memory_order_acquire) != &TraceControlPtr &&
@@ -85,7 +85,7 @@ void Write(ZVTracePoint point, const Arguments&... arguments)
 } // namespace TraceDetail
 
 /// A trace point. Level and component come from the point's row; the arguments are computed only
-/// when the session wants the point.
+/// when the session has enabled the point.
 #define ZV_TRACE(point, ...)                                                                                           \
     do                                                                                                                 \
     {                                                                                                                  \
