@@ -7,7 +7,7 @@
 
 #include "Workers.h"
 
-#include "PwrEvtWndProc.h"
+#include "CZVNSrvcMgnt.h"
 #include "ZVSrvcLib.h"
 
 #include <benchmark/benchmark.h>

@@ -10,9 +10,9 @@
 /// scheduler took the processor from the host (`preempted`): a host that waits for a lock gives it up by
 /// itself. The sweep's adapters are disabled, so that it makes no probe.
 
+#include "CZVNSrvcMgnt.h"
 #include "ControlDevice.h"
 #include "Machine.h"
-#include "PwrEvtWndProc.h"
 #include "ZVSrvcLib.h"
 
 #include <benchmark/benchmark.h>

@@ -87,8 +87,9 @@ TEST_F(Wire, TheAnswerIsReturnedInTheDataEvenOfASet)
     for (const std::uint8_t isSet : Bytes{0, 1})
     {
         // The driver writes the head and two of four bytes; the rest comes back as it was sent.
-        Bytes answer(40, 0xAA);
-        answer.insert(answer.end(), {7, 8});
+        Bytes answer(42, 0xAA);
+        answer[40] = 7;
+        answer[41] = 8;
         Driver->On(0x122414, TestDriver::EndWith(0, answer));
         Bytes data = {1, 2, 3, 4};
         EXPECT_EQ(Device->SetQueryInfo(isSet, 5, data.data(), 4), ZV_SRVC_SUCCESS);
