@@ -1,4 +1,4 @@
-# Builds a kernel-mode driver from C sources into the folder of the programs.
+# Builds a kernel-mode driver from C sources, next to the programs.
 function(zv_kernel_driver target)
   add_library(${target} MODULE ${ARGN})
   target_include_directories(${target} SYSTEM PRIVATE ${CMAKE_FIND_ROOT_PATH}/include/ddk)

@@ -1,4 +1,4 @@
-# Warnings for the project's own code; an error each, so that none is ever left standing.
+# Enables warnings for the project's code and treats them as errors.
 function(zv_own_code target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow
     -Wnon-virtual-dtor -Wcast-qual -Wold-style-cast -Wundef -Werror)

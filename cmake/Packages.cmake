@@ -1,4 +1,4 @@
-# The packages of tools, samples and tests, and the platform below the library.
+# The packages of tools, samples and tests, and the platform that the library uses.
 find_package(Threads REQUIRED)
 
 if(NOT WIN32)
@@ -28,7 +28,7 @@ foreach(package CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_json)
 endforeach()
 target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
 
-# Windows itself takes the place of the stand-in.
+# Windows itself replaces the stand-in.
 add_library(ZVPlatform INTERFACE)
 target_link_libraries(ZVPlatform INTERFACE setupapi cfgmgr32 advapi32 user32 ntdll)
 

@@ -1,5 +1,4 @@
-# Windows programs made on Linux: mingw-w64 with its POSIX threads, run by Wine where the build needs
-# to run what it has made.
+# Toolchain for Windows programs on Linux: mingw-w64 with POSIX threads. CTest runs the programs under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(zv_triplet x86_64-w64-mingw32)

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Runs a Windows program under Wine and returns when the program exits. Wine's background processes stay
-# and must not keep the caller's outputs open, so the outputs are redirected to a file.
+# Runs a Windows program under Wine and exits with its code. Wine's background processes keep running and would
+# hold the caller's outputs open, so the program's outputs are redirected to a file and printed afterwards.
 said=$(mktemp)
 timeout --signal=KILL 50 wine "$@" </dev/null >"$said" 2>&1
 code=$?

@@ -1,4 +1,4 @@
-// What the driver model does with a request that is in order.
+// How the driver model treats a well-formed request.
 #include "DriverModel.h"
 
 #include <algorithm>
@@ -28,7 +28,7 @@ Bytes InformationBlock(std::span<const std::uint32_t> words)
     return block;
 }
 
-/// The record comes back, in a query with the item's data in it.
+/// Returns the record; a query fills in the item's data.
 Bytes ItemAnswer(const WireRequest& wire, ItemStore& items)
 {
     Bytes record(wire.Payload.begin(), wire.Payload.end());
@@ -76,7 +76,7 @@ void DriverModel::DealWithRead(const RequestPtr& read, Ends& ends)
 void DriverModel::DealWithRequest(const RequestPtr& request, const WireRequest& wire, Ends& ends)
 {
     if (std::ranges::find(Waiting, request) == Waiting.end())
-        return; // it was cancelled before its time came
+        return; // cancelled before it was due
     ResponseStream& stream = Stream(request->OpenId());
     std::vector<Bytes> chunks;
     if (const bool isHosts = wire.Code != Wire::InformationCode && wire.Code != Wire::ItemCode;
@@ -117,7 +117,7 @@ std::vector<DriverModel::Bytes> DriverModel::ResponseChunks(const WireRequest& w
                            : CutIntoChunks(response, Settings.Last);
 }
 
-/// How many chunks go ahead of the request's own end.
+/// Returns how many chunks are sent before the request itself completes.
 std::size_t DriverModel::ChunksInFront(std::size_t waitingReads, std::size_t chunks) const
 {
     switch (Settings.Order)

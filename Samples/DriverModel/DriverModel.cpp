@@ -50,7 +50,7 @@ void DriverModel::Cancel(const RequestPtr& request)
 {
     std::unique_lock guard(Lock);
     if (!Remove(request))
-        return; // it has ended, or is about to
+        return; // completed, or about to be
     const bool hold = Current.HoldCancelled;
     const std::chrono::milliseconds delay(Current.LateCancelMs);
     HeldCancelled.push_back(request);
@@ -78,7 +78,7 @@ catch (const DriverSettingsError& mistake)
     return false;
 }
 
-/// Ends a cancelled request, unless someone else has.
+/// Completes a cancelled request unless it has been completed already.
 void DriverModel::LetGo(const RequestPtr& request)
 {
     std::unique_lock guard(Lock);
@@ -163,7 +163,7 @@ void DriverModel::Capture(const Platform::IoRequest& request)
     Captured.push_back({request.Code(), {input.begin(), input.end()}, request.OutputRoom()});
 }
 
-/// @return the error of a request that is not taken.
+/// Returns the error of a refused request, otherwise 0.
 std::uint32_t DriverModel::Accept(const RequestPtr& request, const WireRequest& wire)
 {
     Wrong.insert(Wrong.end(), wire.Violations.begin(), wire.Violations.end());
@@ -178,7 +178,7 @@ std::uint32_t DriverModel::Accept(const RequestPtr& request, const WireRequest& 
     return 0;
 }
 
-/// Takes a request out of where it waits. @return false when it does not wait any more.
+/// Removes a waiting request. Returns false if it is no longer waiting.
 bool DriverModel::Remove(const RequestPtr& request)
 {
     return std::erase(Waiting, request) != 0 ||
@@ -190,7 +190,7 @@ ResponseStream& DriverModel::Stream(std::uint64_t openId)
     return Streams.try_emplace(openId, Settings.Eager).first->second;
 }
 
-/// Takes every request there is.
+/// Removes every waiting or held request. Returns them as completions with `error`.
 DriverModel::Ends DriverModel::TakeAll(std::uint32_t error)
 {
     Ends ends;

@@ -1,5 +1,5 @@
 /// @file
-/// A control device that answers as an adapter's driver does, strict about what it is sent.
+/// A control device that answers like an adapter's driver and checks every request.
 #pragma once
 
 #include "ControlDevice.h"
@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-/// A request as it came.
+/// A copy of a received request.
 struct DriverCapture
 {
     std::uint32_t Code = 0;
@@ -39,7 +39,7 @@ class DriverModel final : public Platform::ControlDevice
 {
 public:
     static constexpr std::size_t MostCaptures = 64;
-    static constexpr std::uint32_t BadRequest = 87; ///< Error of a request that breaks the rules.
+    static constexpr std::uint32_t BadRequest = 87; ///< Error of a request that violates the wire format.
     static constexpr std::uint32_t Cancelled = 995;
     static constexpr std::uint32_t Removed = 1617;   ///< Error of every request once unplugged.
     static constexpr std::uint32_t NoSuchDevice = 2; ///< Error of every open once unplugged.
@@ -53,26 +53,26 @@ public:
     void Close(std::uint64_t openId) override;
     void Start(const RequestPtr& request) override;
     void Cancel(const RequestPtr& request) override;
-    /// Takes switches alone, by their names in the settings.
+    /// Accepts only switches, by their names in the settings.
     bool Configure(const char* settings, char* error, std::size_t errorRoom) override;
 
     ItemStore& Items() { return StoredItems; }
-    /// Everything that was wrong with requests, oldest first.
+    /// Returns all violations of the wire format, oldest first.
     std::vector<std::string> Violations() const;
-    /// The last requests, refused ones too, oldest first.
+    /// Returns the last MostCaptures requests, including refused ones, oldest first.
     std::vector<DriverCapture> Captures() const;
     void ClearCaptures();
 
     DriverSwitches Switches() const;
     /// Applies to requests handled from now on; the chunk count restarts.
     void SetSwitches(const DriverSwitches& switches);
-    /// Whether cancelled requests are held from now on, until ReleaseCancelled.
+    /// Sets whether requests cancelled from now on are held until ReleaseCancelled.
     void HoldCancelled(bool hold);
-    /// Ends all held requests with 995.
+    /// Completes all held requests with 995.
     void ReleaseCancelled();
-    /// Waits until so many cancelled requests are held. @return false when the time is up.
+    /// Blocks until at least `count` cancelled requests are held. Returns false after `bound`.
     bool AwaitCancelled(std::size_t count, std::chrono::milliseconds bound) const;
-    /// Unplugs the device: ends every request with 1617, now and from now on.
+    /// Unplugs the device: completes all waiting, held and later requests with 1617.
     void Vanish();
 
 private:
@@ -83,7 +83,7 @@ private:
     void Deal(const RequestPtr& request, const WireRequest& wire);
     void LetGo(const RequestPtr& request);
 
-    // The lock is held during these.
+    // The caller holds the lock.
     void Capture(const Platform::IoRequest& request);
     std::uint32_t Accept(const RequestPtr& request, const WireRequest& wire);
     bool Remove(const RequestPtr& request);
@@ -99,14 +99,14 @@ private:
     const DriverSettings Settings;
     ItemStore StoredItems;
 
-    mutable std::mutex Lock;                         ///< Guards all that follows but the timer.
-    mutable std::condition_variable CancelledChange; ///< HeldCancelled has grown.
+    mutable std::mutex Lock;                         ///< Guards all members below except Timer.
+    mutable std::condition_variable CancelledChange; ///< Notified when HeldCancelled has grown.
     DriverSwitches Current;
     bool Gone = false;
     std::uint32_t ChunksServed = 0;
     std::vector<std::string> Wrong;
     std::deque<DriverCapture> Captured;
-    std::map<std::uint64_t, ResponseStream> Streams; ///< By open handle; they hold the reads.
+    std::map<std::uint64_t, ResponseStream> Streams; ///< By open handle; own the waiting reads.
     std::vector<RequestPtr> Waiting;                 ///< Requests other than reads.
     std::vector<RequestPtr> HeldCancelled;
 

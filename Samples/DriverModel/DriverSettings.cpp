@@ -13,10 +13,10 @@ namespace
 
 using nlohmann::json;
 
-constexpr std::size_t PatternPeriod = 251; // no divisor of a chunk, so that a lost one shows
+constexpr std::size_t PatternPeriod = 251; // coprime to the chunk size, so a lost chunk shows
 constexpr std::uint32_t LargestPattern = 1U << 20;
 
-/// A value and the way to it.
+/// A JSON value and its path.
 class Place
 {
 public:
@@ -69,7 +69,7 @@ private:
         return Value.get<std::string>();
     }
 
-    /// The name of a member as a number.
+    /// Returns a member's name as a number.
     std::uint32_t Key(std::string_view name) const
     {
         const bool hexadecimal = name.starts_with("0x");
@@ -82,7 +82,7 @@ private:
         return number;
     }
 
-    /// The index of a text among those that are possible.
+    /// Returns the index of the text among the permitted ones.
     std::size_t Choice(const std::array<const char*, 3>& texts) const
     {
         const std::string expected = fmt::format(R"(expected "{}", "{}" or "{}")", texts[0], texts[1], texts[2]);
@@ -178,7 +178,7 @@ constexpr auto SwitchReaders = std::to_array<Reader<DriverSwitches>>({
     {"holdCancelled", ReadMember<&DriverSwitches::HoldCancelled>},
 });
 
-/// @return false when these readers do not know the name.
+/// Returns false if no reader has this name.
 template <class Readers, class Owner>
 bool ReadNamed(const Readers& readers, const std::string& name, const Place& value, Owner& owner)
 {

@@ -8,12 +8,12 @@
 #include <span>
 #include <vector>
 
-/// What a driver keeps of the items that hosts set. Thread-safe.
+/// Stores the items that hosts set. Thread-safe.
 class ItemStore
 {
 public:
     void Set(std::uint32_t id, std::span<const std::uint8_t> data);
-    /// Fills the whole buffer; an item that is shorter, or was never set, leaves zeros.
+    /// Fills the whole buffer. Bytes beyond the stored item, or of an item never set, are zero.
     void Query(std::uint32_t id, std::span<std::uint8_t> buffer) const;
 
 private:

@@ -1,5 +1,5 @@
 /// @file
-/// A response on its way to the reads of one open handle.
+/// The response chunks for the reads of one open handle.
 #pragma once
 
 #include "ControlDevice.h"
@@ -22,7 +22,7 @@ struct RequestEnd
     std::vector<std::uint8_t> Output = {};
 };
 
-/// How the end of a response is marked. A chunk below 200 bytes is the last one.
+/// How the end of a response is marked. A chunk shorter than 200 bytes is the last one.
 enum class LastChunk
 {
     Short,   ///< Correct: an empty chunk after a multiple of 200 bytes.
@@ -32,7 +32,7 @@ enum class LastChunk
 
 std::vector<std::vector<std::uint8_t>> CutIntoChunks(std::span<const std::uint8_t> response, LastChunk last);
 
-/// Chunks and reads that wait for each other. Not thread-safe.
+/// Pairs waiting reads with chunks. Not thread-safe.
 class ResponseStream
 {
 public:
@@ -42,19 +42,19 @@ public:
     explicit ResponseStream(bool eager) : Eager(eager) {}
 
     void AddRead(const RequestPtr& read);
-    /// @return false when the read does not wait here.
+    /// Returns false if the read is not waiting here.
     bool RemoveRead(const RequestPtr& read);
     std::size_t WaitingReads() const { return Reads.size(); }
     void AddChunks(std::span<const std::vector<std::uint8_t>> chunks);
-    /// The oldest read with the next chunk, if both are there.
+    /// Takes the oldest read and the next chunk, if both exist.
     std::optional<RequestEnd> TakeEnd();
-    /// Hands over all reads and forgets all chunks.
+    /// Returns all waiting reads and drops all chunks.
     std::vector<RequestPtr> Clear();
 
 private:
     bool Eager;
     std::deque<RequestPtr> Reads;
     std::deque<std::vector<std::uint8_t>> Chunks;
-    std::size_t MostReads = 0; ///< That ever waited at once.
+    std::size_t MostReads = 0; ///< Most reads that have waited at once.
     std::size_t TurnLeft = 0;  ///< Reads that may be completed before all must be sent again.
 };

@@ -1,5 +1,5 @@
 /// @file
-/// The model's own thread, for what happens later.
+/// The model's thread for delayed work.
 #pragma once
 
 #include <chrono>
@@ -9,21 +9,21 @@
 #include <mutex>
 #include <thread>
 
-/// Runs tasks one after the other, each when its time has come. Post is thread-safe.
+/// Runs tasks one at a time, each when it is due. Post is thread-safe.
 class TimerThread
 {
 public:
     ~TimerThread() { Stop(); }
 
-    /// The first task starts the thread.
+    /// Schedules a task; the first one starts the thread.
     void Post(std::chrono::milliseconds delay, std::function<void()> task);
-    /// Waits for the running task and drops the others. Not to be called by a task.
+    /// Waits for the running task and drops the others. A task must not call this.
     void Stop();
 
 private:
     void Run();
 
-    std::mutex Lock; ///< Guards all but the thread's join.
+    std::mutex Lock; ///< Guards all members; not held while the thread is joined.
     std::condition_variable Changed;
     std::multimap<std::chrono::steady_clock::time_point, std::function<void()>> Tasks;
     bool Stopping = false;

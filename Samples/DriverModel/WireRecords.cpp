@@ -10,7 +10,7 @@ namespace
 
 using Bytes = std::span<const std::uint8_t>;
 
-/// Compares, and writes down each difference.
+/// Compares fields and records each difference.
 class Checker
 {
 public:
@@ -95,8 +95,8 @@ void ReadItem(WireRequest& request, Checker& check, Bytes input, std::size_t roo
     request.ItemId = check.Read(Wire::ItemId);
 }
 
-/// A payload above 65535 bytes is known by the size of the whole input, unless the output is larger still:
-/// then only the length field is available.
+/// The length field holds the low 16 bits only; the input size determines a longer payload. If the output is
+/// at least as large, the input is padded to it, and only the field is available.
 void ReadHostRequest(WireRequest& request, Checker& check, Bytes input, std::size_t room)
 {
     const std::size_t carried = input.size() - Wire::Overhead;

@@ -1,6 +1,6 @@
 /// @file
-/// Requests as they lie on the wire, read at numbered offsets: the model shares no record with the
-/// library, so that a field in the wrong place is seen on one side.
+/// Reads requests in the wire format at fixed offsets. The model shares no record with the library, so a
+/// field at the wrong offset on one side is detected.
 #pragma once
 
 #include <cstddef>
@@ -20,18 +20,18 @@ struct WireField
 namespace Wire
 {
 
-// Control codes; any other one is a host's own request.
+// Control codes; any other code is a host's own request.
 constexpr std::uint32_t ItemCode = 0x122414;        ///< Sets or queries an information item.
 constexpr std::uint32_t ResponseCode = 0x122418;    ///< Reads one chunk of a response.
 constexpr std::uint32_t InformationCode = 0x122428; ///< Asks for the information block.
 
-// The header in front of every request but a response read, which is the process id alone.
+// The header of every request except a response read, which consists of the process id only.
 constexpr WireField ProcessId{"process id", 0, 4};
 constexpr WireField RequestId{"request id", 4, 2};
 constexpr WireField Marker{"marker", 6, 1};
 constexpr WireField InLength{"input length", 8, 2}; ///< Low 16 bits of the payload's length.
-constexpr std::size_t HeaderSize = 10;              ///< The byte at offset 7 means nothing.
-constexpr std::size_t Overhead = 12;                ///< Header, and two bytes at the end.
+constexpr std::size_t HeaderSize = 10;              ///< The byte at offset 7 is not used.
+constexpr std::size_t Overhead = 12;                ///< Header, and two trailing bytes.
 
 // The record of an item request, which follows the header.
 constexpr WireField BodySize{"body size", 10, 4}; ///< Record size less 4.
@@ -42,7 +42,7 @@ constexpr WireField Kind{"kind", 26, 4};
 constexpr WireField RecordSize{"record size", 30, 4}; ///< Head and data.
 constexpr WireField ItemId{"item id", 34, 4};
 constexpr WireField FirstSetSize{"first set size", 38, 4};   ///< Data length plus 24, or 0 in a query.
-constexpr WireField SecondSetSize{"second set size", 42, 4}; ///< The same once more.
+constexpr WireField SecondSetSize{"second set size", 42, 4}; ///< Same value as FirstSetSize.
 constexpr WireField DataLength{"data length", 46, 4};
 constexpr std::size_t RecordHead = 40; ///< Data follows it.
 
@@ -55,18 +55,18 @@ constexpr std::size_t ChunkSize = 200;       ///< Capacity of a response read.
 
 } // namespace Wire
 
-/// The number in a field; the request must be long enough.
+/// Returns the number in a field; the request must be long enough.
 std::uint32_t ReadField(std::span<const std::uint8_t> request, const WireField& field);
 
-/// A request that was looked over. It borrows the request's input.
+/// A checked request. Refers to the request's input without owning it.
 struct WireRequest
 {
     std::uint32_t Code = 0;
     std::span<const std::uint8_t> Payload = {}; ///< A host's bytes, or an item record.
-    bool IsSet = false;                         ///< Of an item request, as is the next.
+    bool IsSet = false;                         ///< Item requests only, as is ItemId.
     std::uint32_t ItemId = 0;
-    /// Everything that is wrong, each with code, offset, what was expected and what came. The rest
-    /// means nothing when there is any.
+    /// All violations, each with code, offset, expected and actual value. If there is any, the other
+    /// members are not meaningful.
     std::vector<std::string> Violations = {};
 };
 

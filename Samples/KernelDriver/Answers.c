@@ -1,5 +1,5 @@
-/* What the driver of an adapter answers. Transfer is buffered: input and output share one buffer, as
- * large as the larger of the two. */
+/* The answers of an adapter's driver. Transfer is buffered: input and output share one buffer, which has
+ * the size of the larger of the two. */
 #include "Driver.h"
 
 static const ULONG Information[InformationSize / sizeof(ULONG)] = {0x5A560001, 0x00010000, 3, 100};
@@ -13,7 +13,7 @@ void FillEnd(PIRP irp, NTSTATUS status, const UCHAR* bytes, ULONG length, PLIST_
     AddEnd(ends, irp, status, sent);
 }
 
-/* The record comes back, in a query with the item's bytes in it. */
+/* Returns the record; a query fills in the item's bytes. */
 static void AnswerItem(struct Device* device, PIRP irp, const struct WireRequest* request, PLIST_ENTRY ends)
 {
     UCHAR* const record = request->Input + HeaderSize;
@@ -27,7 +27,7 @@ static void AnswerItem(struct Device* device, PIRP irp, const struct WireRequest
     FillEnd(irp, status, record, size, ends);
 }
 
-/* Puts a response in place of what was left of an earlier one. */
+/* Starts a response and drops what is left of an earlier one. */
 static NTSTATUS Respond(struct Open* open, const UCHAR* bytes, ULONG length)
 {
     UCHAR* const response = Allocate((SIZE_T)length + 1);
@@ -54,7 +54,8 @@ static BOOLEAN HasRead(const struct Device* device, PFILE_OBJECT file)
     return FALSE;
 }
 
-/* The payload comes back, as the output, and as the response when response reads wait for one. */
+/* Returns the payload as the output. If response reads wait, also starts a response: the rule's bytes or
+ * the payload. */
 static void AnswerHost(struct Device* device, PIRP irp, const struct WireRequest* request, PLIST_ENTRY ends)
 {
     const struct Rule* const rule = FindRule(device, request->Code);
@@ -70,7 +71,7 @@ static void AnswerHost(struct Device* device, PIRP irp, const struct WireRequest
     ServeReads(device, file, ends);
 }
 
-/* Each read gets 200 bytes; fewer, also none, are the last of a response. */
+/* Completes each waiting read with 200 bytes. A shorter chunk, which may be empty, ends the response. */
 void ServeReads(struct Device* device, PFILE_OBJECT file, PLIST_ENTRY ends)
 {
     struct Open* const open = file->FsContext;

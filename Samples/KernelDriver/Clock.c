@@ -1,8 +1,8 @@
 /* The thread that answers delayed requests. */
 #include "Driver.h"
 
-static KEVENT Wake;           /* automatic */
-static KEVENT Idle;           /* manual; not set while requests that were taken end */
+static KEVENT Wake;           /* automatic reset */
+static KEVENT Idle;           /* manual reset; cleared while AnswerDue takes and completes requests */
 static volatile LONG Stopped; /* set before the last wake */
 static HANDLE ThreadId;       /* written by the thread before it takes anything */
 static PVOID Thread;          /* constant after the start */
@@ -17,14 +17,14 @@ void WakeClock(void)
     KeSetEvent(&Wake, IO_NO_INCREMENT, FALSE);
 }
 
-/* The clock's own thread may come here from inside the end of a request. */
+/* The clock thread can arrive here while it completes a request; it must not wait for itself. */
 void AwaitClock(void)
 {
     if (PsGetCurrentThreadId() != ThreadId)
         KeWaitForSingleObject(&Idle, Executive, KernelMode, FALSE, NULL);
 }
 
-/* Returns when the next one is due. */
+/* Answers the requests that are due. Returns the time at which the next one is due. */
 static LONGLONG AnswerDue(LONGLONG now)
 {
     LONGLONG next = MAXLONGLONG;
@@ -55,7 +55,7 @@ static void NTAPI Run(PVOID context)
         const LONGLONG now = Now();
         const LONGLONG next = AnswerDue(now);
         LARGE_INTEGER timeOut;
-        timeOut.QuadPart = now - next; /* below zero: from now on */
+        timeOut.QuadPart = now - next; /* negative: relative to now */
         KeWaitForSingleObject(&Wake, Executive, KernelMode, FALSE, next == MAXLONGLONG ? NULL : &timeOut);
     }
     PsTerminateSystemThread(STATUS_SUCCESS);
@@ -71,7 +71,7 @@ NTSTATUS StartClock(void)
     NTSTATUS status = PsCreateSystemThread(&handle, THREAD_ALL_ACCESS, &attributes, NULL, NULL, Run, NULL);
     if (!NT_SUCCESS(status))
         return status;
-    /* Cannot fail for a kernel handle that is open; the thread is waited for through the object. */
+    /* Cannot fail for an open kernel handle. StopClock waits for the thread through the object. */
     ObReferenceObjectByHandle(handle, SYNCHRONIZE, NULL, KernelMode, &Thread, NULL);
     ZwClose(handle);
     return STATUS_SUCCESS;

@@ -1,4 +1,4 @@
-/* The control devices: plugged in and out through steering handles, opened and closed by programs. */
+/* The control devices: plugged in and unplugged through steering handles, opened and closed by programs. */
 #include "Driver.h"
 
 LIST_ENTRY Devices;
@@ -15,7 +15,7 @@ static BOOLEAN IsName(const char* name)
     return FALSE;
 }
 
-/* The path with NUL. */
+/* Writes prefix, name and NUL. */
 static void Compose(WCHAR* target, const WCHAR* prefix, const char* name)
 {
     while (*prefix != 0)
@@ -25,7 +25,7 @@ static void Compose(WCHAR* target, const WCHAR* prefix, const char* name)
     *target = 0;
 }
 
-/* The object has a name of its own: a name can be taken anew while old handles are still open. */
+/* Generates a unique object name, because a device's name can be reused while old handles are still open. */
 static void ComposeObjectName(WCHAR* target)
 {
     static volatile LONG last;
@@ -74,7 +74,7 @@ struct Device* FindPlugged(PFILE_OBJECT owner)
     return NULL;
 }
 
-/* Out of reach of everyone: no handle, and not in the list. */
+/* The device has no handle and is in no list, so no other thread can reach it. */
 static void Delete(struct Device* device)
 {
     FreeRules(device);
@@ -108,7 +108,7 @@ NTSTATUS Plug(PFILE_OBJECT owner, const char* name)
         device->Object->Flags &= ~(ULONG)DO_DEVICE_INITIALIZING;
         return STATUS_SUCCESS;
     }
-    /* Still being initialised, it could not be opened meanwhile. */
+    /* The device was still marked as initialising, so no program could have opened it. */
     DeleteLink(device);
     Lock(&level);
     RemoveEntryList(&device->Link);
@@ -129,7 +129,7 @@ NTSTATUS Unplug(PFILE_OBJECT owner)
         Unlock(level);
         return STATUS_INVALID_DEVICE_STATE;
     }
-    /* Unplugged from here on; it stays until this is done with it. */
+    /* Unplugged from here on; the added use keeps the device until EndUse below. */
     device->Owner = NULL;
     device->HoldsCancelled = FALSE;
     ++device->Uses;
@@ -167,8 +167,8 @@ NTSTATUS OpenDevice(struct Device* device, PFILE_OBJECT file)
     return STATUS_SUCCESS;
 }
 
-/* A Windows that closes a handle without waiting for its requests may have the clock still end some:
- * they use the handle and the device until then. */
+/* A Windows version that closes a handle without waiting for its requests may get here while the clock
+ * thread still completes some; they use the handle and the device until then. */
 void CloseDevice(struct Device* device, PFILE_OBJECT file)
 {
     LIST_ENTRY ends;

@@ -1,4 +1,4 @@
-/* Entry, end and the dispatch of what programs do with the handles of both kinds of devices. */
+/* Entry point, unloading, and dispatch of requests on the handles of both kinds of devices. */
 #include "Driver.h"
 
 PDRIVER_OBJECT DriverObject;
@@ -27,7 +27,7 @@ void Free(void* memory)
         ExFreePoolWithTag(memory, ZVK_TAG);
 }
 
-/* Null for the steering device. */
+/* Returns null for the steering device. */
 static struct Device* DeviceOf(PDEVICE_OBJECT object)
 {
     return object == SteeringDevice ? NULL : object->DeviceExtension;
@@ -48,7 +48,7 @@ static NTSTATUS NTAPI OnCreate(PDEVICE_OBJECT object, PIRP irp)
     return End(irp, device == NULL ? STATUS_SUCCESS : OpenDevice(device, file));
 }
 
-/* The last handle has gone. A Windows that sends no clean-up leaves the requests to the close. */
+/* Called when the last handle is closed. If Windows sends no clean-up, OnClose completes the requests. */
 static NTSTATUS NTAPI OnCleanup(PDEVICE_OBJECT object, PIRP irp)
 {
     struct Device* const device = DeviceOf(object);
@@ -74,7 +74,7 @@ static NTSTATUS NTAPI OnClose(PDEVICE_OBJECT object, PIRP irp)
     PFILE_OBJECT const file = IoGetCurrentIrpStackLocation(irp)->FileObject;
     if (device == NULL)
         Unplug(file);
-    else if (file->FsContext != NULL) /* null: a Windows that also closes what could not be opened */
+    else if (file->FsContext != NULL) /* null if opening failed but Windows sends a close anyway */
         CloseDevice(device, file);
     return End(irp, STATUS_SUCCESS);
 }
@@ -112,7 +112,7 @@ static void RemoveSteeringDevice(void)
     IoDeleteDevice(SteeringDevice);
 }
 
-/* Windows comes here when no handle is open any more, so that every device has been unplugged. */
+/* Called when no handle is open any more, so every device has been unplugged. */
 static void NTAPI OnUnload(PDRIVER_OBJECT driver)
 {
     (void)driver;

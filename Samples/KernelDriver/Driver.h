@@ -6,22 +6,22 @@
 
 #include "KernelDriverCodes.h"
 
-/** The codes of the wire; any other one is a host's own request. */
+/** Control codes of the wire format; any other code is a host's own request. */
 #define ZVK_ITEM_CODE 0x122414UL
 #define ZVK_READ_CODE 0x122418UL
 #define ZVK_INFORMATION_CODE 0x122428UL
 
 #define ZVK_TAG 0x4B565A00UL
 
-/** Where a request waits, in the first of its words for drivers. */
+/** What a request waits for; stored in DriverContext[0]. */
 enum Place
 {
     PlaceKept,
-    PlaceDelayed, /* due at the time in the second word */
+    PlaceDelayed, /* due at the time in DriverContext[1] */
     PlaceRead
 };
 
-/** What is to become of the requests of one code. */
+/** How the driver treats requests with one code. */
 struct Rule
 {
     LIST_ENTRY Link;
@@ -30,60 +30,60 @@ struct Rule
     UCHAR Bytes[1];
 };
 
-/** A control device, in its object's extension. Lives while it is plugged in or used. */
+/** A control device, in its object's extension. Exists while it is plugged in or in use. */
 struct Device
 {
-    LIST_ENTRY Link; /* in the list of all */
+    LIST_ENTRY Link; /* in Devices */
     PDEVICE_OBJECT Object;
-    PFILE_OBJECT Owner; /* the steering handle; null when unplugged */
+    PFILE_OBJECT Owner; /* the steering handle; null after unplugging */
     LIST_ENTRY Rules;
     LIST_ENTRY Items;
     LIST_ENTRY Waiting; /* requests that can be cancelled, oldest first */
     LIST_ENTRY Held;    /* cancelled requests that are held */
     BOOLEAN HoldsCancelled;
-    ULONG Uses;              /* handles, and whoever works with the device outside the lock */
-    struct ZvkCounts Counts; /* Waiting and Cancelled are counted when asked for */
+    ULONG Uses;              /* open handles, and Unplug while it works without the lock */
+    struct ZvkCounts Counts; /* Waiting and Cancelled are computed by Count */
     WCHAR PathLink[ZVK_NAME_SIZE + 16];
 };
 
-/** An open handle of a control device, with the response that its reads are fed from. */
+/** An open handle of a control device, with the response that its reads receive. */
 struct Open
 {
     PUCHAR Response;
     ULONG Length;
     ULONG Position;
-    BOOLEAN Responding; /* until the last chunk is out */
+    BOOLEAN Responding; /* until the last chunk is sent */
 };
 
 /* Driver.c */
 extern PDRIVER_OBJECT DriverObject; /* constant */
 void Lock(KIRQL* level);
 void Unlock(KIRQL level);
-void* Allocate(SIZE_T size); /* null when there is none */
-void Free(void* memory);     /* null too */
+void* Allocate(SIZE_T size); /* null if memory is exhausted */
+void Free(void* memory);     /* accepts null */
 
 /* Devices.c */
 extern LIST_ENTRY Devices;
 NTSTATUS Plug(PFILE_OBJECT owner, const char* name);
 NTSTATUS Unplug(PFILE_OBJECT owner);
-struct Device* FindPlugged(PFILE_OBJECT owner); /* under the lock */
+struct Device* FindPlugged(PFILE_OBJECT owner); /* call under the lock */
 NTSTATUS OpenDevice(struct Device* device, PFILE_OBJECT file);
 void CloseDevice(struct Device* device, PFILE_OBJECT file);
-void EndUse(struct Device* device); /* not under the lock; the device may be deleted afterwards */
+void EndUse(struct Device* device); /* call without the lock; may delete the device */
 
-/* Queue.c; under the lock, but for the last */
-BOOLEAN Enqueue(struct Device* device, PIRP irp, enum Place place); /* false: cancelled, is to be ended */
+/* Queue.c; all under the lock except EndAll */
+BOOLEAN Enqueue(struct Device* device, PIRP irp, enum Place place); /* false: cancelled; the caller completes it */
 PIRP TakeFirst(struct Device* device, enum Place place, ULONG code, PFILE_OBJECT file);
 PIRP TakeDue(struct Device* device, LONGLONG now, LONGLONG* next);
-void TakeAll(struct Device* device, PFILE_OBJECT file, NTSTATUS status, PLIST_ENTRY ends); /* null: of all files */
+void TakeAll(struct Device* device, PFILE_OBJECT file, NTSTATUS status, PLIST_ENTRY ends); /* null: all files */
 void TakeHeld(struct Device* device, PFILE_OBJECT file, PLIST_ENTRY ends);
 ULONG CountOf(const LIST_ENTRY* list);
 void AddEnd(PLIST_ENTRY ends, PIRP irp, NTSTATUS status, ULONG bytes);
 void EndAll(PLIST_ENTRY ends);
 
-/* Rules.c; under the lock, but for SetRule */
+/* Rules.c; all under the lock except SetRule */
 NTSTATUS SetRule(PFILE_OBJECT owner, const struct ZvkRule* head, const UCHAR* bytes, ULONG length);
-const struct Rule* FindRule(const struct Device* device, ULONG code); /* null when there is none */
+const struct Rule* FindRule(const struct Device* device, ULONG code); /* null without a rule */
 void FreeRules(struct Device* device);
 
 /* Items.c; under the lock */
@@ -91,7 +91,7 @@ NTSTATUS SetItem(struct Device* device, ULONG id, const UCHAR* bytes, ULONG leng
 void QueryItem(const struct Device* device, ULONG id, UCHAR* bytes, ULONG length);
 void FreeItems(struct Device* device);
 
-/** A request as the wire has it; it points into the request's buffer. */
+/** A request in the wire format; points into the IRP's buffer. */
 struct WireRequest
 {
     ULONG Code;
@@ -103,14 +103,14 @@ struct WireRequest
 /* Wire.c */
 struct WireRequest WireOf(PIRP irp);
 BOOLEAN IsWellFormed(const struct WireRequest* request, ULONG processId);
-ULONG PayloadLength(const struct WireRequest* request); /* of a host's request that is well formed */
+ULONG PayloadLength(const struct WireRequest* request); /* of a host's well-formed request */
 BOOLEAN IsSet(const UCHAR* record);
 ULONG ItemId(const UCHAR* record);
 
 enum
 {
     HeaderSize = 10,
-    Overhead = 12, /* the header, and two bytes at the end */
+    Overhead = 12, /* the header, and two trailing bytes */
     RecordHead = 40,
     InformationSize = 100,
     ChunkSize = 200
@@ -131,5 +131,5 @@ NTSTATUS Steer(PIRP irp);
 NTSTATUS StartClock(void);
 void StopClock(void);
 void WakeClock(void);
-void AwaitClock(void); /* until what it has taken has ended */
+void AwaitClock(void); /* waits until the clock thread has completed what it took */
 LONGLONG Now(void);    /* in units of 100 ns */

@@ -40,7 +40,7 @@ NTSTATUS SetItem(struct Device* device, ULONG id, const UCHAR* bytes, ULONG leng
     return STATUS_SUCCESS;
 }
 
-/* What the item does not have is zero. */
+/* Fills bytes beyond the item's length with zeros. */
 void QueryItem(const struct Device* device, ULONG id, UCHAR* bytes, ULONG length)
 {
     const struct Item* const item = Find(device, id);

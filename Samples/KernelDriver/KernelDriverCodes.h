@@ -1,11 +1,11 @@
 /** @file
- * How a program steers the kernel-mode test driver. For C and C++; all numbers are little-endian.
+ * The private control codes of the kernel-mode test driver. For C and C++; all numbers are little-endian.
  *
  * A program opens ZVK_STEERING_PATH and plugs one control device in through that handle. The device
- * lives until it is unplugged or the handle is closed, which the end of the program does too: its
- * requests then end with "device removed", as every later one does, and its name is gone.
+ * exists until it is unplugged or the handle is closed, at the latest when the program exits. Its pending
+ * requests then complete with "device removed", as does every later one, and its name becomes free.
  *
- * The device answers as an adapter's driver does, unless a rule says otherwise.
+ * The device answers like an adapter's driver, unless a rule says otherwise.
  */
 #pragma once
 
@@ -24,35 +24,35 @@
 
 enum
 {
-    ZVK_NAME_SIZE = 64,       /**< Of a device's name with its NUL. */
-    ZVK_MOST_OUTPUT = 0x10000 /**< Bytes that a rule or an end carries at most. */
+    ZVK_NAME_SIZE = 64,       /**< Size of a device's name, including NUL. */
+    ZVK_MOST_OUTPUT = 0x10000 /**< Most bytes that ZvkRule or ZvkEnd may be followed by. */
 };
 
 /** Plugs a device in. Input: its name with NUL, such as "Zorvane_Wifi_Device{1}", ASCII without a
- * backslash. "Object name collision" when the name is taken. */
+ * backslash. Fails with "object name collision" if the name is in use. */
 #define ZVK_PLUG ZVK_CODE(0x801U)
-/** Unplugs it. No input. */
+/** Unplugs the device. No input. */
 #define ZVK_UNPLUG ZVK_CODE(0x802U)
-/** Sets what becomes of requests of one code. Input: struct ZvkRule, directly followed by its bytes. */
+/** Sets the rule for requests with one code. Input: struct ZvkRule, directly followed by its bytes. */
 #define ZVK_SET_RULE ZVK_CODE(0x803U)
-/** Ends the oldest request of a code that a rule keeps. Input: struct ZvkEnd, directly followed by its
- * bytes. "Not found" when none is kept. */
+/** Completes the oldest request with a code that a rule keeps. Input: struct ZvkEnd, directly followed by
+ * its bytes. Fails with "not found" if none is kept. */
 #define ZVK_END_KEPT ZVK_CODE(0x804U)
-/** Whether cancelled requests are held. Input: a 32-bit number. With 0 those that are held end. */
+/** Sets whether cancelled requests are held. Input: a 32-bit number; 0 completes the held requests. */
 #define ZVK_HOLD_CANCELLED ZVK_CODE(0x805U)
-/** Reads what there is. Output: struct ZvkCounts. */
+/** Returns the device's counts. Output: struct ZvkCounts. */
 #define ZVK_COUNT ZVK_CODE(0x806U)
 
-/** What becomes of a request. A response read knows only the first three. */
+/** How a request is treated. Only the first three apply to response reads. */
 enum ZvkAction
 {
-    ZVK_ANSWER = 0,      /**< The adapter's answer; the same as no rule. */
-    ZVK_END = 1,         /**< Ends at once with the rule's status and bytes. */
+    ZVK_ANSWER = 0,      /**< Answers like an adapter's driver; the same as no rule. */
+    ZVK_END = 1,         /**< Completes at once with the rule's status and bytes. */
     ZVK_KEEP = 2,        /**< Completes on ZVK_END_KEPT or when cancelled. */
-    ZVK_DELAY = 3,       /**< The adapter's answer, after the rule's time. */
+    ZVK_DELAY = 3,       /**< Answers as with ZVK_ANSWER, after DelayMs. */
     ZVK_RESPOND = 4,     /**< As ZVK_ANSWER, with the rule's bytes as the response. */
-    ZVK_NO_RESPONSE = 5, /**< As ZVK_ANSWER, and the response reads go on waiting. */
-    ZVK_ECHO = 6,        /**< Ends at once with the rule's status and what was sent. */
+    ZVK_NO_RESPONSE = 5, /**< As ZVK_ANSWER, but the response reads keep waiting. */
+    ZVK_ECHO = 6,        /**< Completes at once with the rule's status and the input. */
     ZVK_ACTIONS = 7
 };
 
@@ -60,23 +60,23 @@ struct ZvkRule
 {
     uint32_t Code;    /**< 0: all requests without a rule, except response reads. */
     uint32_t Action;  /**< enum ZvkAction. */
-    uint32_t Status;  /**< NTSTATUS of ZVK_END and ZVK_ECHO; not "pending". */
-    uint32_t DelayMs; /**< Of ZVK_DELAY. */
+    uint32_t Status;  /**< NTSTATUS for ZVK_END and ZVK_ECHO; not "pending". */
+    uint32_t DelayMs; /**< Milliseconds, for ZVK_DELAY. */
 };
 
 struct ZvkEnd
 {
     uint32_t Code;
-    uint32_t Status; /**< NTSTATUS; not "pending". Bytes go with a success or a warning alone. */
+    uint32_t Status; /**< NTSTATUS, not "pending". Bytes are returned unless it is an error. */
 };
 
 struct ZvkCounts
 {
     uint32_t Opens;     /**< Open handles of the device. */
-    uint32_t Requests;  /**< That ever came. */
-    uint32_t Malformed; /**< Of these: refused, since they break the rules of the wire. */
-    uint32_t Waiting;   /**< Now in the driver: kept, delayed or response reads. */
-    uint32_t Cancelled; /**< Now held. */
+    uint32_t Requests;  /**< Requests received since the device was plugged in. */
+    uint32_t Malformed; /**< Requests refused because they violate the wire format. */
+    uint32_t Waiting;   /**< Requests in the driver now: kept, delayed or response reads. */
+    uint32_t Cancelled; /**< Cancelled requests held now. */
 };
 
 static_assert(sizeof(struct ZvkRule) == 16, "travels between programs and the driver");

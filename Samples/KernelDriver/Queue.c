@@ -1,5 +1,5 @@
-/* Requests that wait, each of which may be cancelled at any time. Whoever takes the cancel routine
- * out of a request owns it; when the routine has been called already, the request is left to it. */
+/* Waiting requests, each of which may be cancelled at any time. The thread that removes the cancel routine
+ * from a request owns the request; if the routine is already running, it owns the request. */
 #include "Driver.h"
 
 static PIRP IrpOf(PLIST_ENTRY link)
@@ -48,7 +48,7 @@ BOOLEAN Enqueue(struct Device* device, PIRP irp, enum Place place)
     IoMarkIrpPending(irp);
     InsertTailList(&device->Waiting, &irp->Tail.Overlay.ListEntry);
     IoSetCancelRoutine(irp, OnCancel);
-    /* Cancelled before the routine was set, so it is not called. */
+    /* Cancelled before the routine was set: Windows will not call the routine. */
     if (irp->Cancel && IoSetCancelRoutine(irp, NULL) != NULL)
     {
         RemoveEntryList(&irp->Tail.Overlay.ListEntry);
@@ -70,7 +70,7 @@ static BOOLEAN IsAt(PIRP irp, enum Place place)
     return irp->Tail.Overlay.DriverContext[0] == (void*)(ULONG_PTR)place;
 }
 
-/* Of one code, or with 0 of any; of one file, or with null of any. */
+/* Takes the oldest match. Code 0 matches every code, and a null file every file. */
 PIRP TakeFirst(struct Device* device, enum Place place, ULONG code, PFILE_OBJECT file)
 {
     for (PLIST_ENTRY link = device->Waiting.Flink; link != &device->Waiting; link = link->Flink)
@@ -83,7 +83,7 @@ PIRP TakeFirst(struct Device* device, enum Place place, ULONG code, PFILE_OBJECT
     return NULL;
 }
 
-/* `next` becomes the time of the first that is not due yet, if that is sooner. */
+/* Takes a request that is due. Lowers `next` to the earliest due time of the requests passed over. */
 PIRP TakeDue(struct Device* device, LONGLONG now, LONGLONG* next)
 {
     for (PLIST_ENTRY link = device->Waiting.Flink; link != &device->Waiting; link = link->Flink)

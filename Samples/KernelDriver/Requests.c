@@ -1,4 +1,4 @@
-/* What becomes of a request as it comes. */
+/* Handling of a request on arrival. */
 #include "Driver.h"
 
 static NTSTATUS EndNow(PIRP irp, NTSTATUS status, PLIST_ENTRY ends)
@@ -75,10 +75,10 @@ NTSTATUS TakeRequest(struct Device* device, PIRP irp)
     const struct WireRequest request = WireOf(irp);
     InitializeListHead(&ends);
     const BOOLEAN isBuffered = METHOD_FROM_CTL_CODE(request.Code) == METHOD_BUFFERED;
-    /* A control device is on top of its stack, so that this runs on the caller's thread. */
+    /* A control device is at the top of its stack, so this runs in the caller's process. */
     const BOOLEAN isWellFormed = isBuffered && IsWellFormed(&request, (ULONG)(ULONG_PTR)PsGetCurrentProcessId());
     Lock(&level);
-    /* With another method the buffer is not what all that follows takes it for. */
+    /* The code below expects the shared buffer of METHOD_BUFFERED. */
     const NTSTATUS status =
         isBuffered ? Deal(device, irp, isWellFormed, &ends) : EndNow(irp, STATUS_INVALID_DEVICE_REQUEST, &ends);
     Unlock(level);

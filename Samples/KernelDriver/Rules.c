@@ -1,4 +1,4 @@
-/* What a program has asked for instead of the adapter's answers. */
+/* Rules that replace the usual answers, set by a program. */
 #include "Driver.h"
 
 static struct Rule* RuleOf(PLIST_ENTRY link)

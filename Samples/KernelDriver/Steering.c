@@ -1,7 +1,7 @@
 /* The private codes of KernelDriverCodes.h. */
 #include "Driver.h"
 
-/** A steering request: who asks, and what came. */
+/** A steering request: the steering handle and the input. */
 struct Order
 {
     PFILE_OBJECT Owner;

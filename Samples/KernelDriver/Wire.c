@@ -1,5 +1,5 @@
-/* Requests as they lie on the wire, read at numbered offsets. Nothing that a program sends is believed:
- * every length is checked against what the system says has come. */
+/* Reads requests in the wire format at fixed offsets. Trusts no length that a program sends: each is checked
+ * against the buffer size that Windows reports. */
 #include "Driver.h"
 
 /* Offsets in a request, all numbers little-endian. */
@@ -99,8 +99,8 @@ static BOOLEAN IsInformation(const struct WireRequest* request, ULONG carried)
            Number16(request->Input + RequestIdAt) == 0 && Number16(request->Input + InLengthAt) == 0;
 }
 
-/* A payload above 65535 bytes is known by the size of the whole input, unless the room is larger
- * still: the field is then all there is to go by. */
+/* The field holds the low 16 bits only; the input size determines a longer payload. If the output is at
+ * least as large, the input is padded to it, and only the field is available. */
 ULONG PayloadLength(const struct WireRequest* request)
 {
     const ULONG carried = request->InputSize - Overhead;

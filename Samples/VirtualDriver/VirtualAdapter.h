@@ -15,15 +15,15 @@
 #include <utility>
 #include <vector>
 
-/// What the simulated driver keeps for an adapter. Thread-safe.
+/// The simulated driver's state of one adapter. Thread-safe.
 class VirtualAdapter
 {
 public:
-    /// An adapter that works; the texts must fit into their fields.
+    /// Creates a working adapter; the strings must fit into their fields.
     VirtualAdapter(const char* name, const char* driverKeyIndex, const char* deviceInstanceId,
                    const char* netCfgInstanceId, const char* service);
 
-    /// Constant after construction; without the state flags.
+    /// Returns the record, whose state flags are always 0. Constant after construction.
     const _ZV_SRVC_DEVICE_INFO& Record() const { return Description; }
 
     /// Returns 0 for a present adapter, otherwise the ZV_DEV_ bits.
@@ -32,8 +32,8 @@ public:
 
     ItemStore& Items() { return StoredItems; }
 
-    /// Reads like the registry: writes type and size of the value, and its bytes if they fit into the
-    /// capacity in `size`. A value that does not exist has the size 0.
+    /// Writes type and size of the value, and its bytes if they fit into the capacity passed in `size`.
+    /// A value that does not exist has size 0.
     void ReadValue(const std::string& subKey, const std::string& valueName, std::uint32_t& type, std::uint8_t* data,
                    std::uint32_t& size);
     void WriteValue(const std::string& subKey, const std::string& valueName, std::uint32_t type,
@@ -47,7 +47,7 @@ private:
         std::vector<std::uint8_t> Data;
     };
 
-    _ZV_SRVC_DEVICE_INFO Description = {}; ///< Its own flags stay 0.
+    _ZV_SRVC_DEVICE_INFO Description = {}; ///< StateFlags stays 0; see Flags.
     std::atomic<std::uint32_t> Flags{0};
     ItemStore StoredItems;
     std::mutex Lock;                                             ///< Guards the map below.

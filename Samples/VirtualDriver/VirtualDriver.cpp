@@ -20,7 +20,7 @@
 namespace
 {
 
-/// What Open asks of every driver.
+/// The request that Open sends to every driver.
 constexpr std::uint32_t InformationBlockCode = 0x122428;
 
 /// The information block: the four words listed in docs/SIMULATION.md, and 84 zero bytes.
@@ -36,8 +36,8 @@ std::atomic<PnPHandler> RegisteredHandler{nullptr};
 
 using AdapterArray = std::array<VirtualAdapter, 3>;
 
-/// The array itself never changes. It is not destroyed: when the process ends, that would be before
-/// the library's own end, up to which the entries are called.
+/// The array never changes. It is not destroyed, because the library calls the entry points until its own
+/// exit routine, which runs later than this module's destructors.
 AdapterArray& Adapters()
 {
     alignas(AdapterArray) static std::byte room[sizeof(AdapterArray)];
@@ -61,7 +61,7 @@ void Deliver(unsigned int message, std::uintptr_t wParam)
 constexpr unsigned int PowerMessage = 0x218;
 constexpr unsigned int DeviceMessage = 0x219;
 
-/// The flags first: the library asks for the records when it gets the message.
+/// Sets the flags before it sends the message, because the library then enumerates the records.
 void CarryOut(const VirtualScript::Step& step)
 {
     switch (step.What)
@@ -77,16 +77,16 @@ void CarryOut(const VirtualScript::Step& step)
     case VirtualScript::Verb::Suspend:
         Deliver(PowerMessage, 4);
         break;
-    case VirtualScript::Verb::Resume: // announced twice, as the system does
+    case VirtualScript::Verb::Resume: // announced twice, as Windows does
         Deliver(PowerMessage, 18);
         Deliver(PowerMessage, 7);
         break;
     }
 }
 
-/// Created with the first step. Its destructor waits for its thread, so that no message follows the
-/// driver's unloading. Windows ends the threads of a process before it runs destructors: the wait would
-/// never return there, so the script stays.
+/// Created with the first step. Its destructor joins the thread, so no message is delivered after this module
+/// is unloaded. Windows terminates the threads of a process before it runs destructors, and the join would
+/// never return; there the script is not destroyed.
 VirtualScript& Script()
 {
     if constexpr (ZV_THREADS_END_FIRST != 0)
@@ -101,7 +101,7 @@ VirtualScript& Script()
     }
 }
 
-/// Null for a name that no adapter has.
+/// Returns null if no adapter has this name.
 VirtualAdapter* Find(const char* name)
 {
     if (name == nullptr)
@@ -117,7 +117,7 @@ const char* OrEmpty(const char* text)
     return text != nullptr ? text : "";
 }
 
-/// Copies what fits and zeroes the rest. A missing buffer has no bytes.
+/// Copies what fits and fills the rest with zeros. A null buffer counts as empty.
 void Answer(void* outBuffer, std::uint32_t outLength, const void* answer, std::size_t answerLength)
 {
     const std::size_t copied = answer != nullptr ? std::min<std::size_t>(outLength, answerLength) : 0;

@@ -3,7 +3,7 @@
 /// "VirtualDriver_UWP.dll" of the current directory. For an entry point that is not exported, it uses the
 /// operating system.
 ///
-/// `name` is always the NetCfgInstanceId of the adapter concerned, a text of at most 50 bytes.
+/// `name` is always the NetCfgInstanceId of the adapter concerned, a string of at most 50 bytes.
 /// The library ignores return values. It calls the entry points on the host's threads and on library
 /// threads, several at a time. No exception may leave an entry point. Any pointer may be null, because the
 /// library passes on the host's arguments.
@@ -13,7 +13,7 @@
 
 #define VIRTUAL_DRIVER_API extern "C" __attribute__((visibility("default")))
 
-/// The library's handler of power and device messages; the window is passed on to nothing.
+/// The library's handler of power and device messages. It ignores `window`.
 using PnPHandler = std::intptr_t (*)(void* window, unsigned int message, std::uintptr_t wParam, std::intptr_t lParam);
 
 /// Second argument of Virtual_EnumZVDevice, 16 bytes.

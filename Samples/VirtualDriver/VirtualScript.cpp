@@ -18,7 +18,7 @@ constexpr std::pair<std::string_view, VirtualScript::Verb> Verbs[] = {
     {"resume", VirtualScript::Verb::Resume},
 };
 
-/// A text that is a number, and nothing besides, up to `most`.
+/// Parses a text that consists of one number up to `most`.
 std::optional<unsigned> Number(std::string_view text, std::size_t most)
 {
     unsigned number = 0;
@@ -28,7 +28,7 @@ std::optional<unsigned> Number(std::string_view text, std::size_t most)
     return number;
 }
 
-/// "MILLISECONDS:VERB" or "MILLISECONDS:VERB ADAPTER".
+/// Parses "MILLISECONDS:VERB" or "MILLISECONDS:VERB ADAPTER".
 std::optional<VirtualScript::Step> ParseStep(std::string_view text, std::size_t adapterCount)
 {
     constexpr std::size_t oneHour = 3'600'000;

@@ -1,5 +1,5 @@
 /// @file
-/// What happens to the virtual adapters by itself, step by step.
+/// Scripted arrivals and removals of virtual adapters, and power events.
 #pragma once
 
 #include <chrono>
@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-/// Carries out steps one after the other on a separate thread. Thread-safe.
+/// Runs steps one at a time on a separate thread. Thread-safe.
 class VirtualScript
 {
 public:
@@ -28,7 +28,7 @@ public:
     {
         std::chrono::milliseconds Pause; ///< Before the step.
         Verb What;
-        std::size_t Adapter; ///< Of Remove and Arrive: its place in the list.
+        std::size_t Adapter; ///< For Remove and Arrive: index in the list.
     };
 
     /// @param carryOut called on the script's thread, with no lock held.
