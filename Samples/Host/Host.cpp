@@ -22,10 +22,11 @@ int main()
     const _ZV_SRVC_DEVICE_LIST_REQ request = {ZV_DEVICE_LIST_REQ_TAG, 0, &filter};
     _ZV_SRVC_DEVICE_LIST_RSP result = {};
     std::vector<_ZV_SRVC_DEVICE_INFO> adapters;
-    unsigned int status = manager->GetZVDeviceList(&request, &result); // asks for the size
-    while (status == ZV_SRVC_ERR_BUFFER_TOO_SMALL)                     // again when the list grew in between
+    unsigned int status = manager->GetZVDeviceList(&request, &result); // returns the required size
+    while (status == ZV_SRVC_ERR_BUFFER_TOO_SMALL)                     // repeats if the list has grown since
     {
-        adapters.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO) + 1); // never null, which asks again
+        // At least one record, because a null buffer would only return the size again.
+        adapters.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO) + 1);
         result.Buffer = adapters.data();
         status = manager->GetZVDeviceList(&request, &result);
     }
@@ -36,8 +37,8 @@ int main()
         std::printf("%s  %s  %s  0x%x\n", adapter.NetCfgInstanceId, adapter.Service, adapter.DeviceName,
                     adapter.StateFlags);
 
-    // The library uses all this until the callback, or until the device is destroyed if the callback
-    // never comes. All of it is declared before the device and so outlives the device.
+    // The library uses these objects until the callback, or, if the callback never comes, until the device is
+    // destroyed. They are declared before the device and therefore outlive it.
     std::uint32_t input = 0x5A56;
     std::uint32_t output[100] = {};
     std::promise<std::uint32_t> completion;
@@ -63,7 +64,7 @@ int main()
     };
     if (status = device->SendIOCTLReq(&control); status != ZV_SRVC_SUCCESS)
         return Fail("not accepted", status);
-    // A driver that stops answering is given up 3 seconds later; a simulated one never calls back.
+    // A driver that stops answering is abandoned after 3 seconds. A simulated driver never calls back.
     std::future<std::uint32_t> completed = completion.get_future();
     if (completed.wait_for(std::chrono::seconds(4)) == std::future_status::ready)
         std::printf("callback with status %u, response 0x%x\n", completed.get(), output[0]);
