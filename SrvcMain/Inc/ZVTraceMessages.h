@@ -86,7 +86,7 @@ struct ZVTraceMessage
     X(NotifyThreadRefused, Notification, 15, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" runs already")                 \
     X(ServiceUp, Service, 10, 4, TRACE_FLAG_SERVICE, "service object is up, simulated driver loaded: %u")              \
     X(ServiceInit, Service, 11, 4, TRACE_FLAG_SERVICE, "service object initialised, simulated events: %u")             \
-    X(ServiceGoes, Service, 12, 4, TRACE_FLAG_SERVICE, "service object goes")                                          \
+    X(ServiceStopping, Service, 12, 4, TRACE_FLAG_SERVICE, "service object goes")                                          \
     X(HandlerRegistered, Service, 13, 4, TRACE_FLAG_SERVICE, "power-event handler registered, now %u")                 \
     X(WindowMessage, Service, 14, 4, TRACE_FLAG_OS_EVENT, "window message 0x%x, wParam 0x%x")                          \
     X(FactoryManager, Factory, 10, 3, TRACE_FLAG_SERVICE, "making a device manager")                                   \

@@ -13,8 +13,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using ZVAdapterRecord = std::shared_ptr<_ZV_SRVC_DEVICE_INFO>;
+using ZVAdapterRecords = std::vector<ZVAdapterRecord>;
 
 std::uint32_t LoadStateFlags(const _ZV_SRVC_DEVICE_INFO& record);
 void StoreStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t flags);
@@ -24,14 +26,13 @@ bool SetStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits);
 bool ClearStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits);
 
 std::string DriverVersionOf(const _ZV_SRVC_DEVICE_INFO& record);
-/// Copies the version of `from` where all its bytes are not those of the record's.
-/// @return true when it did.
-bool TakeDriverVersion(_ZV_SRVC_DEVICE_INFO& record, const _ZV_SRVC_DEVICE_INFO& from);
+/// Copies the version of `from`, a record that no other thread can access yet.
+void TakeDriverVersion(_ZV_SRVC_DEVICE_INFO& record, const _ZV_SRVC_DEVICE_INFO& from);
 
-/// A copy of all 724 bytes while the service may change the record.
-_ZV_SRVC_DEVICE_INFO CopyRecord(const _ZV_SRVC_DEVICE_INFO& record);
+/// Copies all 724 bytes to memory of any alignment while the service may change the record.
+void CopyRecord(const _ZV_SRVC_DEVICE_INFO& record, void* to);
 
-/// The text of a fixed-width field, up to its NUL or its end.
+/// Returns the text of a fixed-width field, up to its NUL or its end.
 template <std::size_t Size>
 std::string_view FieldText(const char (&field)[Size])
 {

@@ -1,17 +1,15 @@
 /// @file
-/// A condition variable and its mutex, the wake lock of a notification thread.
+/// The wake-up of a notification thread.
 #pragma once
 
 #include "Lock.h"
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 
-/// A wake without a waiter is remembered, so the next wait returns at once. One thread waits at a time;
-/// any thread may wake.
+/// Remembers a wake that no thread waits for, so that the next wait returns at once. One thread waits at
+/// a time; any thread may wake.
 class CWaitEvent
 {
 public:
@@ -24,17 +22,17 @@ public:
 private:
     enum class WakeState : std::uint32_t
     {
-        Idle,    ///< No wake to take, and no thread sleeps.
-        Pending, ///< A wake came that no wait has taken yet.
-        Asleep   ///< A waiter sleeps, or is about to with the wake lock held.
+        Idle,    ///< No wake is pending, and no thread sleeps.
+        Pending, ///< A wake was posted that no wait has consumed yet.
+        Asleep   ///< The waiter sleeps, or is about to while it holds the wake lock.
     };
 
     bool FallAsleep() ZV_REQUIRES(WakeLock);
 
+    /// Guards the transition to Asleep. A waker that has read Asleep and then acquired the lock knows that
+    /// the waiter is in its wait.
     CLock WakeLock;
-    std::condition_variable Condition;
-    /// Changes to and from Asleep only while holding the wake lock. So once a waker has read Asleep and
-    /// then acquired the lock, the waiter is in its wait. A wake for a thread that is awake changes only
-    /// this word and takes no lock.
-    std::atomic<WakeState> Word{WakeState::Idle};
+    CCondition Woken; ///< Used with WakeLock.
+    /// Atomic, so that a wake of a thread that is awake takes no lock.
+    std::atomic<WakeState> State{WakeState::Idle};
 };

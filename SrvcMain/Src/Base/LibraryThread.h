@@ -1,12 +1,12 @@
 /// @file
-/// Starting the library's threads, and detecting them.
+/// Starts the library's threads and recognizes them.
 #pragma once
 
 #include <system_error>
 #include <thread>
 #include <utility>
 
-/// A failure of a thread, with the same text on every platform.
+/// A thread operation that failed. Its text is the same on every platform.
 class CThreadError : public std::system_error
 {
 public:
@@ -19,15 +19,15 @@ private:
 
 inline thread_local bool ZVOnLibraryThread = false;
 
-/// True on every thread that the library has started. When the process ends on one, nothing can be
-/// joined there.
+/// Returns true on every thread that the library has started. If the process exits on such a thread,
+/// that thread cannot be joined.
 inline bool OnLibraryThread() noexcept
 {
     return ZVOnLibraryThread;
 }
 
 /// Starts a thread for which OnLibraryThread returns true.
-/// @throws CThreadError "resource unavailable try again" when no thread can be had.
+/// @throws CThreadError "resource unavailable try again" when no thread can be created.
 template <class Body>
 std::thread StartLibraryThread(Body body)
 {

@@ -1,5 +1,5 @@
 /// @file
-/// Waiting for a change of an atomic word that exists until the process ends.
+/// Waiting for a change of an atomic value that exists until the process ends.
 ///
 /// std::atomic::wait is not used. Where the runtime has no system call for it, it keeps condition variables
 /// in a table that is destroyed with the module. On Windows that happens after the other threads were
@@ -7,40 +7,46 @@
 /// there too. The objects below are never destroyed.
 #pragma once
 
+#include "Lock.h"
+
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
-#include <mutex>
 #include <new>
 
-struct CWordWaiters
+/// What a waiting thread sleeps on. The lock guards no data: it orders a change before or after the
+/// check of a thread that is about to sleep.
+struct CChangeSignal
 {
-    std::mutex Lock;
-    std::condition_variable Changed;
+    CLock Lock;
+    CCondition Changed;
 };
 
-/// Shared by all words, because each changes a few times per process. In static memory, so that a wait
+/// Shared by all values, because each changes a few times per process. In static memory, so that a wait
 /// needs no allocation, whose failure could not be reported.
-inline CWordWaiters& WordWaiters()
+inline CChangeSignal& ChangeSignal()
 {
-    alignas(CWordWaiters) static std::byte memory[sizeof(CWordWaiters)];
-    static CWordWaiters& waiters = *new (memory) CWordWaiters;
-    return waiters;
+    alignas(CChangeSignal) static std::byte memory[sizeof(CChangeSignal)];
+    static CChangeSignal& signal = *new (memory) CChangeSignal;
+    return signal;
 }
 
-/// Returns when the word has another value.
-template <class Word>
-void AwaitChange(const std::atomic<Word>& word, Word seen)
+/// Blocks until the value differs from `seen`.
+template <class Value>
+void AwaitChange(const std::atomic<Value>& value, Value seen)
 {
-    std::unique_lock lock(WordWaiters().Lock);
-    WordWaiters().Changed.wait(lock, [&] { return word.load(std::memory_order_acquire) != seen; });
+    CChangeSignal& signal = ChangeSignal();
+    const CScopedLock lock(signal.Lock);
+    while (value.load(std::memory_order_acquire) == seen)
+        signal.Changed.Wait(signal.Lock);
 }
 
-/// Must be called after each change that a thread may wait for.
+/// Wakes all waiting threads. Must be called after each change that a thread may wait for.
 inline void NotifyChange()
 {
+    CChangeSignal& signal = ChangeSignal();
     {
-        const std::lock_guard lock(WordWaiters().Lock);
+        // A thread that has checked the old value now sleeps, so the notification reaches it.
+        const CScopedLock lock(signal.Lock);
     }
-    WordWaiters().Changed.notify_all();
+    signal.Changed.NotifyAll();
 }

@@ -10,8 +10,8 @@ bool IsContinuation(char byte)
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-/// True for the three bytes of one half of a surrogate pair; `mark` is 0xA0 for the first half and
-/// 0xB0 for the second.
+/// Returns true if the text starts with one encoded half of a surrogate pair, three bytes. `mark` is 0xA0
+/// for the first half and 0xB0 for the second.
 bool IsSurrogateHalf(std::string_view bytes, unsigned char mark)
 {
     return bytes.size() >= 3 && bytes[0] == '\xED' && (static_cast<unsigned char>(bytes[1]) & 0xF0) == mark;
@@ -26,7 +26,7 @@ std::string_view CutAtCodePoint(std::string_view text, std::size_t capacity)
     std::size_t cut = capacity;
     while (cut > 0 && capacity - cut < 3 && IsContinuation(text[cut]))
         --cut;
-    // More continuation bytes than a sequence has: the text is no UTF-8, so any cut is as good.
+    // More continuation bytes than a sequence has: this is not UTF-8, so it may be cut anywhere.
     if (IsContinuation(text[cut]))
         cut = capacity;
     if (cut >= 3 && IsSurrogateHalf(text.substr(cut), 0xB0) && IsSurrogateHalf(text.substr(cut - 3), 0xA0))

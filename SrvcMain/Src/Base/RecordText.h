@@ -1,5 +1,5 @@
 /// @file
-/// How text gets into the fixed-width fields of an adapter record.
+/// Writes text into the fixed-width fields of an adapter record.
 #pragma once
 
 #include <cstddef>
@@ -14,5 +14,5 @@ std::string_view CutAtCodePoint(std::string_view text, std::size_t capacity);
 /// Fills a field with a text, truncated to leave space for the NUL, and zeroes the rest.
 void FillField(std::span<char> field, std::string_view text);
 
-/// UTF-8 of a 16-bit text, each unit encoded by itself.
+/// Converts a 16-bit text to UTF-8 unit by unit, so that an unpaired surrogate is kept.
 std::string ToUtf8(std::u16string_view text);

@@ -130,6 +130,6 @@ unsigned int CUWPDevice::GetDeviceInfo(_ZV_SRVC_DEVICE_INFO* record)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     if (record == nullptr)
         return ZV_SRVC_ERR_INVALID_PARAMETER;
-    *record = CopyRecord(*bound);
+    CopyRecord(*bound, record);
     return ZV_SRVC_SUCCESS;
 }

@@ -33,10 +33,10 @@ constinit std::atomic<bool> anyParked{false};
 } // namespace
 
 // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the inline bytes stay undefined on purpose.
-CDriverCall::CDriverCall(std::size_t inSize, std::size_t outSize, CCallMemory memory)
+CDriverCall::CDriverCall(std::size_t inSize, std::size_t outSize, CallMemory memory)
 {
     constexpr std::size_t alignment = alignof(std::max_align_t);
-    const std::size_t outOffset = memory == CCallMemory::Shared ? 0 : (inSize + alignment - 1) / alignment * alignment;
+    const std::size_t outOffset = memory == CallMemory::Shared ? 0 : (inSize + alignment - 1) / alignment * alignment;
     const std::size_t size = std::max(inSize, outOffset + outSize);
     if (size > InlineSize)
         Large = std::make_unique_for_overwrite<std::byte[]>(size);
@@ -45,10 +45,10 @@ CDriverCall::CDriverCall(std::size_t inSize, std::size_t outSize, CCallMemory me
     Out = {outSize != 0 ? bytes + outOffset : nullptr, outSize};
 }
 
-CDriverCallPtr CDriverCall::Make(std::size_t inSize, std::size_t outSize, CCallMemory memory, CCallEvent event)
+CDriverCallPtr CDriverCall::Make(std::size_t inSize, std::size_t outSize, CallMemory memory, CallEvent event)
 {
     CDriverCallPtr call(new CDriverCall(inSize, outSize, memory));
-    const BOOL isManual = event == CCallEvent::ManualSignalled ? TRUE : FALSE;
+    const BOOL isManual = event == CallEvent::ManualSignalled ? TRUE : FALSE;
     call->Completion.Reset(CreateEventW(nullptr, isManual, isManual, nullptr));
     call->Overlapped.hEvent = call->Completion.Get();
     return call;

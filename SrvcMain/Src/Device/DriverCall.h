@@ -33,14 +33,14 @@ struct CParkUnlessCompleted
 using CDriverCallPtr = std::unique_ptr<CDriverCall, CParkUnlessCompleted>;
 
 /// Whether input and output may be the same memory, which saves a copy's worth of cache and pages.
-enum class CCallMemory
+enum class CallMemory
 {
     Shared,  ///< For buffered transfer: the operating system copies the input as the request starts.
     Separate ///< For a driver that has both at the same time.
 };
 
 /// How the event of a call is created.
-enum class CCallEvent
+enum class CallEvent
 {
     ManualSignalled,
     AutoNotSignalled
@@ -55,7 +55,7 @@ class CDriverCall
 {
 public:
     /// Allocates the memory, whose content is undefined, and creates the event. Sends nothing.
-    static CDriverCallPtr Make(std::size_t inSize, std::size_t outSize, CCallMemory memory, CCallEvent event);
+    static CDriverCallPtr Make(std::size_t inSize, std::size_t outSize, CallMemory memory, CallEvent event);
 
     ~CDriverCall() = default;
     CDriverCall(const CDriverCall&) = delete;
@@ -98,7 +98,7 @@ private:
     friend struct CParkUnlessCompleted;
     friend void ReleaseCompletedCalls() noexcept;
 
-    CDriverCall(std::size_t inSize, std::size_t outSize, CCallMemory memory);
+    CDriverCall(std::size_t inSize, std::size_t outSize, CallMemory memory);
     ULONG_PTR Status() const noexcept;
 
     /// Requests and responses of a few bytes are the usual ones; they need no allocation.

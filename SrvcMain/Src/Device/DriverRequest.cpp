@@ -41,7 +41,7 @@ CDriverCallPtr MakeCall(const CDriverRequest& request, std::uint32_t size)
 {
     const bool isBuffered = IsBuffered(request.Code);
     CDriverCallPtr call = CDriverCall::Make(
-        size, request.OutLength, isBuffered ? CCallMemory::Shared : CCallMemory::Separate, CCallEvent::ManualSignalled);
+        size, request.OutLength, isBuffered ? CallMemory::Shared : CallMemory::Separate, CallEvent::ManualSignalled);
     FillInput(call->Input(), request);
     if (request.OutLength != 0 && !isBuffered)
         std::memcpy(call->Output().data(), request.OutBuffer, request.OutLength);

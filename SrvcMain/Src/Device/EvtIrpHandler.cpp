@@ -15,7 +15,7 @@ CDriverCallPtr MakeRead()
     const DWORD processId = GetCurrentProcessId();
     static_assert(sizeof processId == 4);
     CDriverCallPtr call =
-        CDriverCall::Make(sizeof processId, ZV_RSP_CHUNK_SIZE, CCallMemory::Separate, CCallEvent::AutoNotSignalled);
+        CDriverCall::Make(sizeof processId, ZV_RSP_CHUNK_SIZE, CallMemory::Separate, CallEvent::AutoNotSignalled);
     std::memcpy(call->Input().data(), &processId, sizeof processId);
     std::ranges::fill(call->Output(), std::byte{0});
     return call;
@@ -74,34 +74,34 @@ void EvtIrpHandler::Send(CRead& read)
 }
 
 /// Takes the bytes of a completed read and sends it again.
-EvtIrpHandler::CPoll EvtIrpHandler::TakeIfCompleted(CRead& read)
+EvtIrpHandler::PollResult EvtIrpHandler::TakeIfCompleted(CRead& read)
 {
     if (!read.Call->HasCompleted())
-        return CPoll::NothingCompleted;
+        return PollResult::NothingCompleted;
     read.IsOut = false;
     std::size_t bytes = 0;
     if (!read.Call->Result(ControlHandle, bytes))
-        return CPoll::ResponseEnded;
+        return PollResult::ResponseEnded;
     Output->Append(read.Call->Output().first(bytes));
     if (bytes < ZV_RSP_CHUNK_SIZE)
-        return CPoll::ResponseEnded;
+        return PollResult::ResponseEnded;
     Send(read);
-    return CPoll::ChunkTaken;
+    return PollResult::ChunkTaken;
 }
 
 /// Polls the reads in the order in which they were sent, at first that of their index. A driver
 /// fills the oldest read first, so this keeps its order. By index, a driver that completes each read
 /// as it is sent would have the first one taken over and over, and the others never.
-EvtIrpHandler::CPoll EvtIrpHandler::TakeOldest()
+EvtIrpHandler::PollResult EvtIrpHandler::TakeOldest()
 {
     std::array<CRead*, ZV_RSP_BUFFER_COUNT> inOrder{};
     std::ranges::transform(Reads, inOrder.begin(), [](CRead& read) { return &read; });
     std::ranges::sort(inOrder, {}, &CRead::SendOrder);
     for (CRead* read : inOrder)
         if (read->IsOut)
-            if (const CPoll poll = TakeIfCompleted(*read); poll != CPoll::NothingCompleted)
+            if (const PollResult poll = TakeIfCompleted(*read); poll != PollResult::NothingCompleted)
                 return poll;
-    return CPoll::NothingCompleted;
+    return PollResult::NothingCompleted;
 }
 
 /// Sleeps until a read completes.
@@ -115,10 +115,10 @@ bool EvtIrpHandler::AwaitAny() const
 void EvtIrpHandler::waitRsp()
 {
     // Completed reads are taken before any sleep, which costs far more than the copy of a chunk.
-    CPoll poll = CPoll::NothingCompleted;
+    PollResult poll = PollResult::NothingCompleted;
     do
         poll = TakeOldest();
-    while (poll == CPoll::ChunkTaken || (poll == CPoll::NothingCompleted && AwaitAny()));
+    while (poll == PollResult::ChunkTaken || (poll == PollResult::NothingCompleted && AwaitAny()));
     for (const CRead& read : Reads)
         read.Call->Cancel(ControlHandle);
     Output->Done = true;

@@ -59,7 +59,7 @@ private:
     };
 
     /// The result of one poll of the reads.
-    enum class CPoll
+    enum class PollResult
     {
         NothingCompleted,
         ChunkTaken,
@@ -68,8 +68,8 @@ private:
 
     void Send(CRead& read);
     void CollectWaitHandles();
-    CPoll TakeOldest();
-    CPoll TakeIfCompleted(CRead& read);
+    PollResult TakeOldest();
+    PollResult TakeIfCompleted(CRead& read);
     bool AwaitAny() const;
 
     HANDLE ControlHandle;

@@ -163,16 +163,3 @@ std::optional<ZVAdapterRecords> ReadSimulatedDriver()
     ZV_TRACE(SimulatedRecords, records);
     return delivered;
 }
-
-void RefreshFlags(const ZVAdapterRecords& listed, const ZVAdapterRecords& delivered)
-{
-    for (const ZVAdapterRecord& record : delivered)
-    {
-        const auto& identity = record->NetCfgInstanceId;
-        const auto found = std::ranges::find_if(listed, [&identity](const ZVAdapterRecord& entry) {
-            return std::memcmp(entry->NetCfgInstanceId, identity, sizeof identity) == 0;
-        });
-        if (found != listed.end())
-            StoreStateFlags(**found, record->StateFlags);
-    }
-}

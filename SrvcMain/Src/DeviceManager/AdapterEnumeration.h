@@ -1,9 +1,9 @@
 /// @file
-/// Makes adapter records from the machine's network devices or from the simulated driver.
+/// Creates adapter records from the machine's network devices or from the simulated driver.
 #pragma once
 
 #include "AdapterFilter.h"
-#include "AdapterList.h"
+#include "AdapterRecord.h"
 
 #include <optional>
 
@@ -13,9 +13,6 @@
 ///         the simulated driver answers.
 unsigned int EnumDeviceToList(const CAdapterFilter& filter, ZVAdapterRecords& target);
 
-/// Asks the simulated driver for its adapters. No filter applies to them.
+/// Reads the adapters of the simulated driver. No filter applies to them.
 /// @return nothing when its entry is not bound.
 std::optional<ZVAdapterRecords> ReadSimulatedDriver();
-
-/// Gives the flags of each delivered record to the first listed one of the same identity.
-void RefreshFlags(const ZVAdapterRecords& listed, const ZVAdapterRecords& delivered);

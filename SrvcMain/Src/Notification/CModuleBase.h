@@ -1,5 +1,5 @@
 /// @file
-/// What every object that the factory makes has in common.
+/// The common base of all objects that the factory creates.
 #pragma once
 
 /// Last base of every module class.

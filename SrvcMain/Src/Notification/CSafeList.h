@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-/// Every operation takes the mutex for list work alone: elements are destroyed, and nodes allocated
-/// and freed, outside it. Nodes that a consumer gives back are used again, so that a queue does not
-/// allocate on one thread what another frees.
+/// The mutex is held for list operations only: elements are destroyed, and nodes are allocated and freed,
+/// without it. Nodes that a consumer returns are reused, so that a queue does not allocate on one thread
+/// what another thread frees.
 template <class T>
 class CSafeList
 {
@@ -60,8 +60,8 @@ public:
         return {Elements.begin(), Elements.end()};
     }
 
-    /// Moves all elements to the end of `taken`, and keeps the nodes of `spent` for reuse. The
-    /// elements of `spent` must be empty already.
+    /// Moves all elements to the end of `taken` and keeps the nodes of `spent` for reuse. The caller must
+    /// have emptied the elements of `spent`, because a spare node is not reset.
     void TakeAll(CList& taken, CList& spent)
     {
         const CScopedLock lock(Mutex);
@@ -71,8 +71,8 @@ public:
         taken.splice(taken.end(), Elements);
     }
 
-    /// Calls `work` with the elements while holding the mutex; for work of a few instructions that must
-    /// be one step.
+    /// Calls `work` with the elements while holding the mutex; for a few instructions that must be one
+    /// step.
     template <class Work>
     decltype(auto) With(Work&& work)
     {
@@ -106,5 +106,5 @@ private:
     mutable CLock Mutex;
     CList Elements ZV_GUARDED_BY(Mutex);
     CList Spare ZV_GUARDED_BY(Mutex);
-    std::atomic<bool> SpareHint{false}; ///< Written under Mutex; saves a hold when there is no spare.
+    std::atomic<bool> SpareHint{false}; ///< Written under Mutex; avoids locking when there is no spare node.
 };

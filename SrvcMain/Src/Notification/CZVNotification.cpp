@@ -8,9 +8,9 @@
 namespace
 {
 
-/// How long a stop waits for a worker that has not yet begun: this many pauses of 1 ms.
+/// A stop waits for a worker that has not begun yet: at most this many pauses of 1 ms.
 constexpr int EntryPauses = 10;
-/// A worker that came to rest less than this ago may not have reached its wait.
+/// A worker that became idle less than this ago may not have reached its wait.
 constexpr std::int64_t MinimumRestMs = 3;
 constexpr std::chrono::milliseconds Pause{1};
 
@@ -111,7 +111,7 @@ bool CZVNotification::StopNotifyThread()
     return true;
 }
 
-/// Gives a worker that has just been started, or has just drained, the time to reach its wait.
+/// Gives a worker that has just started, or has just emptied the queue, the time to reach its wait.
 void CZVNotification::AwaitRest()
 {
     CWaitEvent nobodySignals;
@@ -133,8 +133,8 @@ void CZVNotification::DropQueued()
 
 void CZVNotification::Work()
 {
-    bool gone = false;
-    DestroyedFlag = &gone;
+    bool isDestroyed = false;
+    DestroyedFlag = &isDestroyed;
     currentWorker = this;
     State |= ZV_NOTIFY_ENTERED;
     LastActive = MonotonicNs();
@@ -145,16 +145,16 @@ void CZVNotification::Work()
         const std::uint32_t state = State;
         if ((state & ZV_NOTIFY_RUNNING) == 0 || (state & ZV_NOTIFY_STOPPING) != 0)
             break;
-        if (!Drain(gone))
+        if (!Drain(isDestroyed))
             return;
         LastActive = MonotonicNs();
     }
     ZV_TRACE(NotifyThreadLeft, Name);
 }
 
-/// Delivers until nothing is left, whatever has been asked of the worker meanwhile.
+/// Delivers until the queue is empty, even if a stop is requested meanwhile.
 /// @return false when a handler has destroyed this object.
-bool CZVNotification::Drain(const bool& gone)
+bool CZVNotification::Drain(const bool& isDestroyed)
 {
     if (Handler == nullptr)
         return true;
@@ -164,14 +164,14 @@ bool CZVNotification::Drain(const bool& gone)
     {
         Handler->NotifyCallback(Name, blob);
         blob.reset();
-        if (gone)
+        if (isDestroyed)
             return false;
     }
     return true;
 }
 
-/// Takes the next entry. A batch comes off the queue in one hold of its lock, so that producers and
-/// the worker meet there once a batch and not once an entry.
+/// Takes the next entry. A whole batch leaves the queue in one critical section, so that the worker and
+/// the producers contend for its lock once per batch instead of once per entry.
 bool CZVNotification::TakeNext(ZVBlob& blob, CSafeList<ZVBlob>::CList& spent)
 {
     const CScopedLock lock(TakenLock);

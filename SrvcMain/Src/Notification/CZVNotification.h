@@ -17,9 +17,9 @@
 #include <thread>
 
 /// Flag bits of a notification thread's state word.
-inline constexpr std::uint32_t ZV_NOTIFY_RUNNING = 0x1;  ///< Started and not yet joined.
-inline constexpr std::uint32_t ZV_NOTIFY_STOPPING = 0x2; ///< A stop was asked for; never cleared.
-inline constexpr std::uint32_t ZV_NOTIFY_ENTERED = 0x4;  ///< The worker has begun.
+inline constexpr std::uint32_t ZV_NOTIFY_RUNNING = 0x1;  ///< Started, and not joined yet.
+inline constexpr std::uint32_t ZV_NOTIFY_STOPPING = 0x2; ///< A stop was requested; never cleared.
+inline constexpr std::uint32_t ZV_NOTIFY_ENTERED = 0x4;  ///< The worker runs its loop.
 
 /// Runs work on a thread other than the one that requests it. A producer posts a blob and returns; the
 /// worker passes each blob to the one handler, in order, without holding a lock. Lifecycle: one start, any
@@ -35,8 +35,8 @@ public:
     CZVNotification& operator=(const CZVNotification&) = delete;
 
     /// Starts the worker without waiting for it to run.
-    /// @param handler not owned; must be valid until the thread has stopped. With null nothing is
-    ///        delivered.
+    /// @param handler not owned; must be valid until the thread has stopped. With null, nothing
+    ///        is delivered.
     /// @return false when it is already running; nothing changes then.
     /// @throws std::system_error "resource unavailable try again" when no thread can be created.
     bool RunNotifyThread(CZVNotifyHandler* handler, std::string name);
@@ -45,27 +45,27 @@ public:
     /// @return false when the thread does not run; the blob is not queued.
     bool SendNorification(const ZVBlob& blob);
 
-    /// A blob with the memory of its queue entry.
+    /// A blob in its queue entry.
     using CPrepared = CSafeList<ZVBlob>::CList;
-    /// Allocates the entry, for a caller that must not fail between a decision and its message.
+    /// Allocates the entry, for a caller that must not fail after it has committed to a message.
     /// @throws std::bad_alloc
     static CPrepared Prepare(ZVBlob blob);
     /// Queues a prepared blob as SendNorification does, without allocating.
     bool SendPrepared(CPrepared& prepared);
 
-    /// Ends the worker and returns when it has ended. A drain in progress runs to its end first.
+    /// Stops the worker and joins it. A worker that is delivering empties the queue first.
     /// @return false when the thread does not run.
-    /// @throws std::system_error "resource deadlock would occur" on the own worker.
+    /// @throws std::system_error "resource deadlock would occur" on this object's own worker.
     bool StopNotifyThread();
 
-    /// True on this object's own worker.
+    /// Returns true on this object's own worker.
     bool IsOwnThread() const noexcept;
 
 private:
     static constexpr std::size_t CacheLine = 64;
 
     void Work();
-    bool Drain(const bool& gone);
+    bool Drain(const bool& isDestroyed);
     bool TakeNext(ZVBlob& blob, CSafeList<ZVBlob>::CList& spent);
     void DropQueued();
     void AwaitRest();
@@ -73,19 +73,20 @@ private:
     // Three groups on separate cache lines: constants while the worker runs, data that producers write,
     // and data that the worker writes. So the two sides do not slow each other down.
     std::thread Thread;                  ///< Used by the starting and the stopping thread only.
-    std::string Name;                    ///< Constant while the worker lives.
-    CZVNotifyHandler* Handler = nullptr; ///< Constant while the worker lives.
-    std::atomic<std::uint32_t> State{0};
+    std::string Name;                    ///< Constant while the worker runs.
+    CZVNotifyHandler* Handler = nullptr; ///< Constant while the worker runs.
+    std::atomic<std::uint32_t> State{0}; ///< ZV_NOTIFY bits. Atomic, guarded by no lock.
     std::int64_t StopTime = 0; ///< Monotonic nanoseconds; the stopping thread only.
 
-    alignas(CacheLine) CSafeList<ZVBlob> Queue; ///< Brings its own lock, the queue lock.
-    CWaitEvent WakeEvent;                       ///< Brings its own lock, the wake lock.
+    alignas(CacheLine) CSafeList<ZVBlob> Queue; ///< Has its own lock, the queue lock.
+    CWaitEvent WakeEvent;                       ///< Has its own lock, the wake lock.
 
     /// Guards the entries that the worker took off the queue in one critical section and has not yet
     /// delivered. Only the destructor contends for it. Taken before the queue lock, never with the wake lock.
     alignas(CacheLine) CLock TakenLock;
     CSafeList<ZVBlob>::CList Taken ZV_GUARDED_BY(TakenLock);
-    std::atomic<std::int64_t> LastActive{0}; ///< Monotonic nanoseconds: the worker came to rest.
-    /// Set by a destructor that runs on the worker, to report that the object no longer exists.
+    std::atomic<std::int64_t> LastActive{0}; ///< Monotonic nanoseconds: when the worker became idle.
+    /// Set by a destructor that runs on the worker, to report that the object no longer exists. Used on
+    /// the worker only.
     bool* DestroyedFlag = nullptr;
 };

@@ -1,6 +1,6 @@
 /// @file
-/// The message blobs that travel on the queues. A blob is one byte array, all zero where its layout
-/// names no field; several queues may hold it at once.
+/// The messages in the queues. A blob is one byte array, zero where its layout has no field; several
+/// queues may share it.
 #pragma once
 
 #include <cstddef>
@@ -14,8 +14,8 @@ using ZVBlob = std::shared_ptr<unsigned char>;
 /// Type word of a forwarded window message.
 inline constexpr std::uint32_t ZV_EVT_WINDOW_MESSAGE = 0xA0000001;
 
-/// A window message on its way to the device managers, 36 bytes. Packed, since its numbers of 64
-/// bits end on a 4-byte boundary.
+/// A window message for the device managers, 36 bytes. Packed, because the 4 bytes after its 64-bit
+/// numbers would otherwise be padded to 8.
 #pragma pack(push, 4)
 struct CWindowMessageBlob
 {
@@ -35,7 +35,7 @@ static_assert(offsetof(CWindowMessageBlob, Message) == 8);
 static_assert(offsetof(CWindowMessageBlob, WParam) == 16);
 static_assert(offsetof(CWindowMessageBlob, LParam) == 24);
 
-/// An event on its way to the clients, 12 bytes.
+/// An event for the clients, 12 bytes.
 struct _ZV_WLAN_EVENT_MSG
 {
     std::uint32_t Type;
@@ -46,7 +46,7 @@ struct _ZV_WLAN_EVENT_MSG
 static_assert(sizeof(_ZV_WLAN_EVENT_MSG) == 12);
 static_assert(offsetof(_ZV_WLAN_EVENT_MSG, Payload) == 8);
 
-/// A blob of `size` zero bytes.
+/// Creates a blob of `size` zero bytes.
 inline ZVBlob MakeBlob(std::size_t size)
 {
     return {new unsigned char[size](), std::default_delete<unsigned char[]>()};
@@ -63,7 +63,13 @@ ZVBlob MakeBlobOf(const Record& record)
 
 inline ZVBlob MakeWindowMessageBlob(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam)
 {
-    return MakeBlobOf(CWindowMessageBlob{ZV_EVT_WINDOW_MESSAGE, 28, message, 0, wParam, lParam, 0});
+    return MakeBlobOf(CWindowMessageBlob{.Type = ZV_EVT_WINDOW_MESSAGE,
+                                         .Length = sizeof(CWindowMessageBlob) - offsetof(CWindowMessageBlob, Message),
+                                         .Message = message,
+                                         .Reserved1 = 0,
+                                         .WParam = wParam,
+                                         .LParam = lParam,
+                                         .Reserved2 = 0});
 }
 
 inline ZVBlob MakeEventBlob(std::uint32_t event)

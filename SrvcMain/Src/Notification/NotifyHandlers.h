@@ -11,7 +11,7 @@ class CZVNotifyHandler
 {
 public:
     /// Called on the thread's worker, one blob at a time, with no lock held.
-    /// @param name a copy of the thread's name; distinguishes the threads of one handler.
+    /// @param name a copy of the thread's name; distinguishes the threads of a handler that has several.
     /// @param blob may be in other queues at the same time; read-only.
     virtual void NotifyCallback(std::string name, const std::shared_ptr<unsigned char>& blob) = 0;
 
@@ -22,7 +22,7 @@ protected:
     CZVNotifyHandler& operator=(const CZVNotifyHandler&) = default;
 };
 
-/// Receives the power and device messages of the system.
+/// Receives the power and device messages of Windows.
 class CZVPwrEvtHandler
 {
 public:

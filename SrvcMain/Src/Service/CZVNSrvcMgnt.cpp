@@ -40,8 +40,8 @@ public:
             handler->PwrEvtHdlr(message.Message, message.WParam, message.LParam);
     }
 
-    // Destroyed from the last to the first: the managers go when their sources are silent.
-    CSafeList<std::shared_ptr<CZVPwrEvtHandler>> PwrEvtHandlers; ///< Brings its own lock.
+    // Destroyed from the last to the first, so that the managers are released when no source can call them.
+    CSafeList<std::shared_ptr<CZVPwrEvtHandler>> PwrEvtHandlers; ///< Has its own lock.
     CZVNotification Notifier;                                    ///< Thread-safe.
     const std::string NotifierName = "Srvc_Manager_WinPwr_Notification";
     std::shared_ptr<COSPrivilege> OSPrivilege; ///< Set by Init.
@@ -58,10 +58,10 @@ CZVNSrvcMgnt::CZVNSrvcMgnt() : Self(std::make_shared<Pimpl>())
 
 CZVNSrvcMgnt::~CZVNSrvcMgnt()
 {
-    // The window first: its last message still passes through the gate.
+    // The window first: its last message still enters the gate.
     Self->PwrEvtHandle.DeInitPwrEvtHandler();
     ServiceGate.Close();
-    ZV_TRACE(ServiceGoes);
+    ZV_TRACE(ServiceStopping);
     UnregisterTraceProvider();
     Self.reset();
 }

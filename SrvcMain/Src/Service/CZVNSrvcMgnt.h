@@ -11,24 +11,24 @@
 #include <memory>
 #include <utility>
 
-/// Counts the threads that reach the service through g_pSrvcMgnt, so that teardown can wait until
-/// none is inside. What they do there is list work, so the wait is short.
+/// Counts the threads that use the service through g_pSrvcMgnt, so that teardown can wait for them. They
+/// only change a list there, so the wait is short.
 class CServiceGate
 {
 public:
-    /// @return false once the gate is closed; then there is nothing to leave.
+    /// @return false once the gate is closed; the caller must not call Leave then.
     bool Enter() noexcept;
     void Leave() noexcept;
-    /// Refuses entry from here on and returns when everybody has left.
+    /// Refuses entry from now on and returns when all threads have left.
     void Close() noexcept;
 
 private:
     static constexpr std::uint32_t Closed = 0x80000000;
 
-    std::atomic<std::uint32_t> Inside{0}; ///< Threads inside, and the closed bit.
+    std::atomic<std::uint32_t> Inside{0}; ///< Threads inside, and the closed bit. Guarded by no lock.
 };
 
-/// Owns everything that exists once per process. Made by the first factory call; lives until the
+/// Owns everything that exists once per process. Created by the first factory call and destroyed when the
 /// process ends.
 class CZVNSrvcMgnt
 {
@@ -36,13 +36,13 @@ public:
     /// Starts the notification thread, binds the simulated driver and registers the trace provider,
     /// in this order.
     CZVNSrvcMgnt();
-    /// Silences the sources first and releases the device managers last.
+    /// Stops the sources of messages first and releases the device managers last.
     ~CZVNSrvcMgnt();
     CZVNSrvcMgnt(const CZVNSrvcMgnt&) = delete;
     CZVNSrvcMgnt& operator=(const CZVNSrvcMgnt&) = delete;
 
-    /// Second stage of bring-up: connects the source of window messages. Runs after g_pSrvcMgnt is
-    /// set, since messages can arrive from here on.
+    /// Second stage of bring-up: connects the source of window messages. Must run after g_pSrvcMgnt is
+    /// set, because messages can arrive from now on.
     void Init();
 
     /// Appends a handler and keeps it until the service is destroyed. Any thread.
@@ -79,8 +79,7 @@ extern CServiceOwner g_pSrvcMgnt;
 /// Must be entered before g_pSrvcMgnt is dereferenced.
 extern CServiceGate ServiceGate;
 
-/// One visit of a thread to the service. Leaves the gate on every way out of its scope: a visit that
-/// threw and stayed inside would keep the process from exiting.
+/// Holds the gate for a scope. If an exception left the gate entered, the process could not exit.
 class CServiceVisit
 {
 public:
@@ -93,7 +92,7 @@ public:
     CServiceVisit(const CServiceVisit&) = delete;
     CServiceVisit& operator=(const CServiceVisit&) = delete;
 
-    /// The service, or null when there is none or its destruction has begun.
+    /// Returns the service, or null when there is none or its destruction has begun.
     CZVNSrvcMgnt* Service() const noexcept { return IsInside ? g_pSrvcMgnt.Get() : nullptr; }
 
 private:
@@ -109,12 +108,12 @@ void WithService(Work&& work)
         std::forward<Work>(work)(*service);
 }
 
-/// Brings the service up unless it is up. Concurrent callers wait until it is, event window included.
-/// @throws what the construction throws; the next call then tries again. What Init throws: the
-///         service then is up without an event window, and the next call succeeds.
+/// Brings the service up unless it is up. Concurrent callers wait until it is, including its event window.
+/// @throws what the constructor throws; the next call then tries again. Also what Init throws; the service
+///         is then up without an event window, and the next call succeeds.
 void EnsureService();
 
 /// Copies a message into a blob and queues it for the device managers without waiting for them. With a
 /// simulated driver it runs on any of that driver's threads.
-/// @return 1 with a simulated driver, because no window handles the message; otherwise the default result.
+/// @return 1 with a simulated driver, because no window handles the message; otherwise the result of the default handling.
 LRESULT CALLBACK PwrEvtWndProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);

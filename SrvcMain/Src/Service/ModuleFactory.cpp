@@ -14,8 +14,8 @@
 namespace
 {
 
-/// A host's module may hold its last reference until the process ends, when nothing can be released in
-/// an orderly way any more.
+/// A host may hold the last reference until the process ends. Once Windows has terminated the other
+/// threads, an object cannot be destroyed any more, since its thread cannot be joined.
 struct CRelease
 {
     template <class Class>
@@ -26,7 +26,7 @@ struct CRelease
     }
 };
 
-/// Makes an object.
+/// Creates an object.
 /// @return an empty pointer when it reports that it is not ready.
 template <class Class>
 std::shared_ptr<Class> MakeObject(std::uint32_t type)
@@ -81,7 +81,8 @@ unsigned int MakeFor(std::shared_ptr<CDeviceManagerIntf>& module, _ZV_SRVC_INTER
     }
     ZV_TRACE(FactoryManager);
     std::shared_ptr<CUWPDeviceManager> manager = MakeObject<CUWPDeviceManager>(number);
-    // Registered first: a manager that could not be would receive no events.
+    // Registered before it is handed out, because registering can fail, and the manager would then receive
+    // no events.
     if (manager != nullptr)
         WithService([&](CZVNSrvcMgnt& service) { service.RegisterPwrEvtHandler(manager); });
     return HandOut(std::move(manager), module);

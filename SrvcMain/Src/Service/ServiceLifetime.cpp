@@ -21,11 +21,13 @@ enum class BringUpState
     Up
 };
 
-/// A word to wait on rather than a lock: bring-up loads a library, and no lock is held meanwhile.
+/// An atomic value to wait on rather than a lock: bring-up loads a library, and no lock may be held
+/// meanwhile.
 constinit std::atomic<BringUpState> bringUp{BringUpState::Absent};
+/// True on the thread that performs bring-up, which must not wait for itself.
 thread_local bool isBuilder = false;
 
-void Settle(BringUpState outcome)
+void FinishBringUp(BringUpState outcome)
 {
     isBuilder = false;
     bringUp.store(outcome, std::memory_order_release);
@@ -41,33 +43,34 @@ void BuildService()
     }
     catch (...)
     {
-        Settle(BringUpState::Absent);
+        FinishBringUp(BringUpState::Absent);
         throw;
     }
 }
 
-/// Connects the source of messages. Other callers wait for this too: a listing before the event window
-/// exists would miss a removal for good. Inside the gate, so that the exit routine waits for it.
+/// Connects the source of messages. Other callers wait for this too: no event would ever report an adapter
+/// that is removed between a listing and the creation of the event window. Inside the gate, so that the
+/// exit routine waits for it.
 void ConnectService()
 {
-    struct CSettler
+    struct CFinisher
     {
-        // The pointer is set, so a failure of Init is no reason to build a second service.
-        ~CSettler() { Settle(BringUpState::Up); }
+        // The service exists, so it is up even if Init fails; a second one must not be created.
+        ~CFinisher() { FinishBringUp(BringUpState::Up); }
     };
-    const CSettler settler;
+    const CFinisher finisher;
     WithService([](CZVNSrvcMgnt& service) { service.Init(); });
 }
 
-/// Returns when no other thread is bringing the service up.
+/// Blocks until no other thread is bringing the service up.
 void AwaitBringUp()
 {
     while (bringUp.load(std::memory_order_acquire) == BringUpState::Building)
         AwaitChange(bringUp, BringUpState::Building);
 }
 
-/// Waits for a bring-up in progress and prevents further ones, which would start a window that is never
-/// stopped. Threads that request one block until the process ends; on this thread the request throws.
+/// Waits for a bring-up in progress and prevents a later one, whose window nobody would stop. Any other
+/// thread that requests one blocks until the process ends; on this thread the request throws.
 void EndBringUp()
 {
     for (BringUpState seen = BringUpState::Building; seen != BringUpState::Up;)
