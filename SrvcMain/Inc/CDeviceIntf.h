@@ -10,42 +10,42 @@
 #include <memory>
 #include <string>
 
-/// One adapter that a host works with. Made by CDeviceManagerIntf::OpenDevice, or by
+/// One adapter that a host works with. Created by CDeviceManagerIntf::OpenDevice, or by
 /// `CreateZVModule<CDeviceIntf>` and then Open.
 ///
 /// Held by `std::shared_ptr`. Releasing the last reference destroys the object and waits for its
 /// thread; in a completion callback of the same device it does not wait, and the thread exits after
 /// the callback.
 ///
-/// All operations may be called from any thread at the same time, with one exception: calls of Open
-/// and Close must not overlap each other. An operation that overlaps Close either completes or
+/// All operations may be called concurrently from any thread, with one exception: calls of Open and Close
+/// must not overlap each other. An operation that overlaps Close either completes or
 /// returns ZV_SRVC_ERR_DEVICE_NOT_OPEN.
 ///
-/// No operation waits for a driver longer than its bound below, whatever the driver does. A request
-/// that timed out is cancelled and waited for up to 100 ms. If the driver has not completed it by
-/// then, the library keeps the memory that it gave to the driver until it does; the caller's own
-/// memory is free as soon as the call returns.
+/// No operation waits for a driver longer than the bound stated below, whatever the driver does. A request
+/// that timed out is cancelled and awaited for up to 100 ms. If the driver has not completed it by then,
+/// the library keeps the memory that the driver uses until it does. The library no longer uses the
+/// caller's memory when the call returns.
 class CDeviceIntf
 {
 public:
     /// Binds the object to an adapter and reads the driver's information block.
-    /// @param record the adapter; the object takes its own share. Its NetCfgInstanceId and
+    /// @param record the adapter; the object keeps a reference. Its NetCfgInstanceId and
     ///        DriverKeyIndex must be valid.
-    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_ALREADY_OPEN when bound already, and nothing changes;
+    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_ALREADY_OPEN when already bound, and nothing changes;
     ///         ZV_SRVC_ERR_DEVICE_NOT_OPEN for an empty pointer or an adapter that is faulted or
     ///         absent, and the object stays unbound; ZV_SRVC_ERR_CONTROL_DEVICE when the driver
-    ///         does not answer, and the object is bound all the same.
+    ///         does not answer, and the object is bound nevertheless.
     /// @throws std::bad_alloc when memory runs out; the object stays unbound.
     /// @note Blocks for one open of the control device, and for at most 300 ms + 100 ms for the driver.
     virtual unsigned int Open(std::shared_ptr<_ZV_SRVC_DEVICE_INFO>& record) = 0;
 
-    /// Unbinds the object and ends its thread. Asynchronous requests are not served any more, even
-    /// after a later Open.
+    /// Unbinds the object and ends its thread. Asynchronous requests are no longer processed, even after a
+    /// later Open.
     ///
-    /// The request that the thread is working on, and those that it takes up before it sees the stop,
-    /// complete with their callbacks. Any other waiting request never runs and its callback never
-    /// comes; see `_ZV_SRVC_IOCTL_REQ`.
-    /// @return ZV_SRVC_SUCCESS, whatever state the object is in.
+    /// The request that the thread is processing, and those that it starts before it detects the stop,
+    /// complete with their callbacks. Any other waiting request never runs, and its callback is never called;
+    /// see `_ZV_SRVC_IOCTL_REQ`.
+    /// @return ZV_SRVC_SUCCESS, even if the object is not bound.
     /// @throws std::system_error when called in a completion callback of the same device.
     /// @note Blocks until the asynchronous requests that still run have completed: for each its
     ///       time-out, and then 3000 ms + 100 ms after the driver's last response chunk.
@@ -88,7 +88,8 @@ public:
     ///         memory with a length.
     /// @throws std::bad_alloc when memory runs out; the request was not accepted then.
     /// @note A synchronous request blocks for at most its time-out + 100 ms. An asynchronous one does
-    ///       not block; its callback comes at most 3000 ms + 100 ms after the driver fell silent.
+    ///       not block; its callback is called at most 3000 ms + 100 ms after the driver's last
+    ///       response chunk.
     virtual unsigned int SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request) = 0;
 
     /// Reads, writes or deletes a value in the adapter's driver key.
@@ -111,6 +112,6 @@ protected:
     CDeviceIntf() = default;
     CDeviceIntf(const CDeviceIntf&) = default;
     CDeviceIntf& operator=(const CDeviceIntf&) = default;
-    /// Not virtual: the shared pointer that the factory made destroys the object as what it is.
+    /// Not virtual: the shared pointer from the factory destroys the complete object.
     ~CDeviceIntf() = default;
 };

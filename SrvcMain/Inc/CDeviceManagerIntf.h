@@ -29,7 +29,7 @@ public:
     ///         enumeration fails. With the last three `result` is unchanged.
     /// @note Makes no platform call when it answers from the list. Otherwise blocks for one enumeration of
     ///       the network devices, or for two if a message changes the list meanwhile, however many
-    ///       messages follow. The first call of a process waits for the event window too.
+    ///       messages follow. The first call of a process also waits for the event window.
     virtual unsigned int GetZVDeviceList(const _ZV_SRVC_DEVICE_LIST_REQ* request, _ZV_SRVC_DEVICE_LIST_RSP* result) = 0;
 
     /// Creates a device for one adapter of the list and opens it.
@@ -57,15 +57,15 @@ public:
     /// Enables or disables a device's adapter.
     /// @param device a bound device.
     /// @param enable 0 disables, anything else enables.
-    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_FAILURE when the system's devices cannot be listed;
+    /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_FAILURE when the devices cannot be listed;
     ///         ZV_SRVC_ERR_INVALID_PARAMETER when no present device is this adapter; otherwise the
-    ///         platform's own error number.
+    ///         error number of Windows.
     virtual unsigned int NicChangeState(std::shared_ptr<CDeviceIntf>& device, std::uint8_t enable) = 0;
 
 protected:
     CDeviceManagerIntf() = default;
     CDeviceManagerIntf(const CDeviceManagerIntf&) = default;
     CDeviceManagerIntf& operator=(const CDeviceManagerIntf&) = default;
-    /// Not virtual: the shared pointer that the factory made destroys the object as what it is.
+    /// Not virtual: the shared pointer from the factory destroys the complete object.
     ~CDeviceManagerIntf() = default;
 };

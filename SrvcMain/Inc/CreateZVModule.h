@@ -9,7 +9,7 @@
 
 #include <memory>
 
-/// Creates an object behind one of the two interfaces. The first call in a process, for either type,
+/// Creates an object that implements one of the two interfaces. The first call in a process, for either type,
 /// starts the service: a thread, tracing, and the simulated driver if the current directory contains
 /// "VirtualDriver_UWP.dll". The service runs until the process ends.
 ///
@@ -18,7 +18,7 @@
 /// itself. Host and library exchange `std::shared_ptr` and `std::string`, so both must be built against
 /// the same C++ runtime.
 ///
-/// @param module receives the object and loses what it held; untouched unless the call succeeds.
+/// @param module receives the object and releases its previous one; untouched unless the call succeeds.
 /// @param type `CDeviceManagerIntf`: ZV_SRVC_DEVICE_MANAGER_UWP. `CDeviceIntf`: ZV_SRVC_DEVICE_UWP.
 /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_INTERFACE_TYPE for any other type;
 ///         ZV_SRVC_ERR_MODULE_CREATE when the new object is not ready.

@@ -1,6 +1,6 @@
 /// @file
-/// The adapter record and the records of GetZVDeviceList. All of them cross the interface byte for
-/// byte; values are little-endian and pointers are 64 bits wide.
+/// The adapter record and the records of GetZVDeviceList. Their layout is fixed: values are little-endian
+/// and pointers are 64 bits wide.
 #pragma once
 
 #include <cstddef>
@@ -50,15 +50,15 @@ static_assert(offsetof(_ZV_SRVC_DEVICE_INFO, StateFlags) == 720);
 /// Width of `_ZV_SRVC_DEVICE_FILTER::FilterText` in bytes, its NUL included.
 inline constexpr std::size_t ZV_FILTER_TEXT_SIZE = 50;
 
-/// What GetZVDeviceList is to list. The record has an open end: a host lays it into a block large
-/// enough for its pattern text and writes that text from `InstanceIdList` on.
+/// What GetZVDeviceList is to list. The record has a variable length: a host allocates a block large enough
+/// for its pattern text and writes that text to `InstanceIdList`.
 struct _ZV_SRVC_DEVICE_FILTER
 {
     /// `ZV_ALL`, `ZV_USB`, `ZV_SDIO`, `ZV_PCIE`, or a text of driver service names in lower case.
     /// NUL-terminated, at most 49 characters.
     char FilterText[ZV_FILTER_TEXT_SIZE];
     /// Patterns separated by ";", NUL-terminated, of any length. An adapter passes when one of them
-    /// occurs in its `DeviceInstanceID` (case-sensitive). Empty: no restriction.
+    /// is part of its `DeviceInstanceID` (case-sensitive). Empty: no restriction.
     char InstanceIdList[1];
 };
 
@@ -70,7 +70,7 @@ struct _ZV_SRVC_DEVICE_LIST_REQ
 {
     std::uint32_t Type;                       ///< ZV_DEVICE_LIST_REQ_TAG.
     std::uint32_t Reserved;                   ///< Not read.
-    const _ZV_SRVC_DEVICE_FILTER* Parameters; ///< The filter; stays the host's.
+    const _ZV_SRVC_DEVICE_FILTER* Parameters; ///< The filter; owned by the host.
 };
 
 static_assert(sizeof(_ZV_SRVC_DEVICE_LIST_REQ) == 16);

@@ -6,23 +6,23 @@
 #include <cstdint>
 
 /// @name Event codes
-/// A client receives exactly these. An event names no adapter: what changed is read from the
-/// records of GetZVDeviceList.
+/// A client receives no other codes. An event does not identify an adapter; the records of
+/// GetZVDeviceList show what changed.
 /// @{
 
 /// An adapter left, failed, recovered or changed its driver version.
 inline constexpr std::uint32_t ZV_EVT_DEVICE_STATUS_CHANGED = 0x10001;
-/// An adapter came or came back.
+/// An adapter arrived, or returned.
 inline constexpr std::uint32_t ZV_EVT_DEVICE_ARRIVED = 0x10002;
-/// The system asks to suspend or is suspending.
+/// Windows asks to suspend or is suspending.
 inline constexpr std::uint32_t ZV_EVT_SYSTEM_SUSPEND = 0x10003;
-/// The system has resumed. One resume can be announced twice.
+/// Windows has resumed. One resume can be reported twice.
 inline constexpr std::uint32_t ZV_EVT_SYSTEM_RESUME = 0x10004;
 /// The driver of a listed adapter was uninstalled.
 inline constexpr std::uint32_t ZV_EVT_DRIVER_UNINSTALLED = 0x10005;
 /// @}
 
-/// The block that a client callback gets, 16 bytes; valid only during the call.
+/// The data of a client callback, 16 bytes; valid only during the call.
 struct _ZV_WLAN_NOTIFY_DATA
 {
     std::uint32_t Reserved;      ///< 0 for events.
@@ -41,7 +41,7 @@ using ZV_NOTIFY_CALLBACK = void (*)(void* context, std::uint32_t event, const _Z
 /// A notification client, 24 bytes. RegisterNotification copies it.
 struct _ZV_WLAN_NOTIFY_HDLR
 {
-    ZV_NOTIFY_CALLBACK Callback; ///< May be null; such a client is passed over.
+    ZV_NOTIFY_CALLBACK Callback; ///< May be null; such a client is skipped.
     void* Context;               ///< First argument of `Callback`.
     std::uint32_t ClientId;      ///< Written by RegisterNotification.
     std::uint32_t ClientType;    ///< ZV_INFO_REQ_MAGIC: the second list; anything else: the first.

@@ -21,7 +21,7 @@ inline constexpr std::uint32_t ZV_ASYNC_IOCTL_DONE = 0x30001;
 
 struct _ZV_SRVC_IOCTL_REQ;
 
-/// What a completion callback gets, 16 bytes; valid only during the call.
+/// The result of a completion callback, 16 bytes; valid only during the call.
 struct _ZV_ASYNC_RESULT
 {
     std::uint32_t Type;          ///< ZV_ASYNC_IOCTL_DONE.
@@ -33,20 +33,20 @@ static_assert(sizeof(_ZV_ASYNC_RESULT) == 16);
 static_assert(offsetof(_ZV_ASYNC_RESULT, Length) == 4);
 static_assert(offsetof(_ZV_ASYNC_RESULT, Request) == 8);
 
-/// Completion callback: the request's context; 0 when the driver took the request and 1 when it
-/// could not be sent; the result. It runs on the device's own thread, which serves no further
-/// request until it returns. It may send requests and drop the last reference to the device; it must
-/// not call Close of the device, which throws there. The simulated driver never calls back.
+/// Completion callback. `status` is 0 when the driver accepted the request and 1 when it could not be sent.
+/// It runs on the device's own thread, which processes no further request until it returns. It may send
+/// requests and release the last reference to the device. It must not call Close of the device, which
+/// throws there. Requests to a simulated driver have no callback.
 using ZV_ASYNC_CALLBACK = void (*)(void* context, std::uint32_t status, const _ZV_ASYNC_RESULT* result);
 
 /// One control request, 64 bytes. The host fills it and the library only reads it.
 ///
-/// A synchronous request is over when the call returns. An asynchronous one lends the record, its
-/// input and its output memory to the library until the completion callback.
+/// A synchronous request has completed when the call returns. For an asynchronous one the record, its input
+/// and its output memory must stay valid until the completion callback.
 ///
-/// The callback never comes when the request has none, when the simulated driver took the request,
-/// and when the device was closed or released before its thread took the request up. Such a record
-/// stays lent until the device object is destroyed.
+/// There is no callback if the request names none, if a simulated driver took the request, or if the device
+/// was closed or released before its thread started the request. The memory of such a request must stay
+/// valid until the device object is destroyed.
 struct _ZV_SRVC_IOCTL_REQ
 {
     std::uint32_t IoctlCode;    ///< Control code, passed to the driver unchanged.
@@ -61,7 +61,7 @@ struct _ZV_SRVC_IOCTL_REQ
     std::uint8_t IsAsync;       ///< 0: synchronous. Any other value: asynchronous.
     std::uint8_t Padding3[7];   ///< Not read.
     ZV_ASYNC_CALLBACK NotifyFn; ///< Completion callback of an asynchronous request; may be null.
-    void* NotifyContext;        ///< Its first argument; with null there is no callback at all.
+    void* NotifyContext;        ///< First argument of `NotifyFn`; with null there is no callback.
 };
 
 static_assert(sizeof(_ZV_SRVC_IOCTL_REQ) == 64);

@@ -17,7 +17,7 @@ inline constexpr unsigned int ZV_SRVC_SUCCESS = 0;
 inline constexpr unsigned int ZV_SRVC_ERR_FAILURE = 1;
 /// SetQueryInfo: the driver refused the request or did not answer it in time.
 inline constexpr unsigned int ZV_SRVC_ERR_DRIVER_REQUEST = 2;
-/// CreateZVModule: this entry point does not make the given interface type.
+/// CreateZVModule: this entry point does not create the given interface type.
 inline constexpr unsigned int ZV_SRVC_ERR_INTERFACE_TYPE = 3;
 /// CreateZVModule: the new object reported that it is not ready.
 inline constexpr unsigned int ZV_SRVC_ERR_MODULE_CREATE = 4;
@@ -44,9 +44,9 @@ inline constexpr unsigned int ZV_SRVC_ERR_ASYNC_PENDING = 16;
 enum _ZV_SRVC_INTERFACE_TYPE : std::uint32_t
 {
     ZV_SRVC_DEVICE_MANAGER_BASE = 0x10000, ///< Device managers as a family.
-    ZV_SRVC_DEVICE_MANAGER_UWP = 0x10001,  ///< Makes a device manager.
+    ZV_SRVC_DEVICE_MANAGER_UWP = 0x10001,  ///< Creates a device manager.
     ZV_SRVC_DEVICE_BASE = 0x20000,         ///< Devices as a family.
-    ZV_SRVC_DEVICE_UWP = 0x20001,          ///< Makes a device.
+    ZV_SRVC_DEVICE_UWP = 0x20001,          ///< Creates a device.
     ZV_SRVC_DEVICE_RESERVED = 0x20002,     ///< Reserved by the device family.
 };
 
@@ -58,10 +58,10 @@ inline constexpr std::uint32_t ZV_DEVICE_LIST_RSP_TAG = 0x20001;
 /// word of the driver's information records.
 inline constexpr std::uint32_t ZV_INFO_REQ_MAGIC = 0x81A7C000;
 
-/// The name of a status as text, for logs and messages.
+/// Returns the name of a status, for logs and messages.
 /// @param status any number; never fails.
-/// @return a text with static lifetime; "unknown status" for a number that is not assigned (the
-///         platform error numbers that NicChangeState hands through end up there too).
+/// @return a text with static lifetime; "unknown status" for any other number, such as a Windows error
+///         number from NicChangeState.
 constexpr const char* ZVStatusName(unsigned int status) noexcept
 {
     switch (status)

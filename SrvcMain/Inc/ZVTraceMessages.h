@@ -35,12 +35,12 @@ inline constexpr std::uint32_t TRACE_FLAG_OS_EVENT = 0x10;
 
 /// @name Levels
 /// @{
-inline constexpr std::uint8_t ZV_TRACE_LEVEL_FATAL = 1;   ///< Something that must not happen.
+inline constexpr std::uint8_t ZV_TRACE_LEVEL_FATAL = 1;   ///< A programming error.
 inline constexpr std::uint8_t ZV_TRACE_LEVEL_INFO = 3;    ///< The ordinary trace point.
-inline constexpr std::uint8_t ZV_TRACE_LEVEL_VERBOSE = 4; ///< Frequent points; the service's own start and end.
+inline constexpr std::uint8_t ZV_TRACE_LEVEL_VERBOSE = 4; ///< Frequent points, and the start and end of the service.
 /// @}
 
-/// The source units; each has its own message-class GUID and counts its messages from 10.
+/// The source units. Each has its own message-class GUID and numbers its messages from 10.
 enum class ZVTraceUnit : std::uint8_t
 {
     Notification,
@@ -81,17 +81,17 @@ struct ZVTraceMessage
     X(NotifyThreadStarted, Notification, 10, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" started")                      \
     X(NotifyThreadEntered, Notification, 11, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" entered its loop")             \
     X(NotifyThreadLeft, Notification, 12, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" left its loop")                   \
-    X(NotifyThreadStopping, Notification, 13, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" is asked to stop")            \
+    X(NotifyThreadStopping, Notification, 13, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" is being stopped")            \
     X(NotifyThreadStopped, Notification, 14, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" has stopped")                  \
-    X(NotifyThreadRefused, Notification, 15, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" runs already")                 \
+    X(NotifyThreadRefused, Notification, 15, 3, TRACE_FLAG_NOTIFICATION, "thread \"%s\" already runs")                 \
     X(ServiceUp, Service, 10, 4, TRACE_FLAG_SERVICE, "service object is up, simulated driver loaded: %u")              \
     X(ServiceInit, Service, 11, 4, TRACE_FLAG_SERVICE, "service object initialised, simulated events: %u")             \
-    X(ServiceStopping, Service, 12, 4, TRACE_FLAG_SERVICE, "service object goes")                                          \
+    X(ServiceStopping, Service, 12, 4, TRACE_FLAG_SERVICE, "service object is being destroyed")                        \
     X(HandlerRegistered, Service, 13, 4, TRACE_FLAG_SERVICE, "power-event handler registered, now %u")                 \
     X(WindowMessage, Service, 14, 4, TRACE_FLAG_OS_EVENT, "window message 0x%x, wParam 0x%x")                          \
     X(FactoryManager, Factory, 10, 3, TRACE_FLAG_SERVICE, "making a device manager")                                   \
     X(FactoryDevice, Factory, 11, 3, TRACE_FLAG_SERVICE, "making a device")                                            \
-    X(FactoryUnknownType, Factory, 12, 3, TRACE_FLAG_SERVICE, "no such interface type: 0x%x")                          \
+    X(FactoryUnknownType, Factory, 12, 3, TRACE_FLAG_SERVICE, "unknown interface type 0x%x")                           \
     X(FactoryNotReady, Factory, 13, 3, TRACE_FLAG_SERVICE, "the new object of type 0x%x is not ready")                 \
     X(ManagerThreadFailed, DeviceManager, 10, 3, TRACE_FLAG_DEVICE_MANAGER, "thread \"%s\" could not be started")      \
     X(ListRequest, DeviceManager, 11, 3, TRACE_FLAG_DEVICE_MANAGER, "listing \"%s\" as services \"%s\"")               \
@@ -99,8 +99,8 @@ struct ZVTraceMessage
     X(ListPattern, DeviceManager, 13, 3, TRACE_FLAG_DEVICE_MANAGER, "instance-ID pattern \"%s\"")                      \
     X(ListResult, DeviceManager, 14, 3, TRACE_FLAG_DEVICE_MANAGER, "listing ends with status %u, %u bytes")            \
     X(WalkNoFilter, DeviceManager, 15, 3, TRACE_FLAG_DEVICE_MANAGER, "no service names to enumerate")                  \
-    X(WalkNoClass, DeviceManager, 16, 3, TRACE_FLAG_DEVICE_MANAGER, "network class has no GUID, error %u")             \
-    X(WalkNoSet, DeviceManager, 17, 3, TRACE_FLAG_DEVICE_MANAGER, "no set of network devices, error %u")               \
+    X(WalkNoClass, DeviceManager, 16, 3, TRACE_FLAG_DEVICE_MANAGER, "GUID of the network class not found, error %u")   \
+    X(WalkNoSet, DeviceManager, 17, 3, TRACE_FLAG_DEVICE_MANAGER, "network devices cannot be listed, error %u")        \
     X(WalkNoClassRoot, DeviceManager, 18, 3, TRACE_FLAG_DEVICE_MANAGER, "class root key cannot be opened, error %u")   \
     X(WalkHardwareId, DeviceManager, 19, 4, TRACE_FLAG_DEVICE_MANAGER, "testing device with hardware ID \"%s\"")       \
     X(WalkAccepted, DeviceManager, 20, 3, TRACE_FLAG_DEVICE_MANAGER,                                                   \
@@ -111,8 +111,8 @@ struct ZVTraceMessage
     X(MessageRouted, DeviceManager, 23, 3, TRACE_FLAG_DEVICE_MANAGER,                                                  \
       "message 0x%x, wParam 0x%x concerns the adapters or the power")                                                  \
     X(SweepDone, DeviceManager, 24, 3, TRACE_FLAG_DEVICE_MANAGER,                                                      \
-      "sweep sighted %u records, %u suspects, changed: %u")                                                            \
-    X(ProbeFailed, DeviceManager, 25, 3, TRACE_FLAG_DEVICE_MANAGER, "%s could not be probed, no thread or no memory")  \
+      "sweep found %u records present, %u suspects, changed: %u")                                                      \
+    X(ProbeFailed, DeviceManager, 25, 3, TRACE_FLAG_DEVICE_MANAGER, "%s could not be probed: no thread or no memory")  \
     X(MergedRecord, DeviceManager, 26, 4, TRACE_FLAG_DEVICE_MANAGER, "merged %s, flags now 0x%x")                      \
     X(DriverUninstalled, DeviceManager, 27, 3, TRACE_FLAG_DEVICE_MANAGER, "the driver of %s is uninstalled")           \
     X(StateChangeDone, DeviceManager, 28, 3, TRACE_FLAG_DEVICE_MANAGER, "enable %u of %s ends with status %u")         \
@@ -120,34 +120,32 @@ struct ZVTraceMessage
     X(OpenFailed, Device, 11, 3, TRACE_FLAG_DEVICE, "%s does not answer the information query")                        \
     X(Closed, Device, 12, 3, TRACE_FLAG_DEVICE, "closed %s")                                                           \
     X(ControlDeviceFailed, Device, 13, 3, TRACE_FLAG_DEVICE, "%s cannot be opened, error %u")                          \
-    X(SendRefused, Device, 14, 3, TRACE_FLAG_DEVICE, "request 0x%x was refused at once, error %u")                     \
-    X(SendTimedOut, Device, 15, 3, TRACE_FLAG_DEVICE, "request 0x%x was not ended in %u ms")                           \
+    X(SendRefused, Device, 14, 3, TRACE_FLAG_DEVICE, "request 0x%x was refused, error %u")                             \
+    X(SendTimedOut, Device, 15, 3, TRACE_FLAG_DEVICE, "request 0x%x was not completed within %u ms")                   \
     X(SendTooLarge, Device, 16, 3, TRACE_FLAG_DEVICE, "request 0x%x of %u bytes does not fit its header")              \
     X(ItemDone, Device, 17, 3, TRACE_FLAG_DEVICE, "set %u of item 0x%x ends with status %u")                           \
     X(RequestDone, Device, 18, 3, TRACE_FLAG_DEVICE, "request 0x%x, id %u ends with status %u")                        \
-    X(AsyncNothingPending, Device, 19, 3, TRACE_FLAG_DEVICE, "woken with no request waiting")                          \
-    X(AsyncUnknownThread, Device, 20, 3, TRACE_FLAG_DEVICE, "message of another thread: \"%s\"")                       \
+    X(AsyncNothingPending, Device, 19, 3, TRACE_FLAG_DEVICE, "woken without a waiting request")                        \
+    X(AsyncUnknownThread, Device, 20, 3, TRACE_FLAG_DEVICE, "message from an unknown thread: \"%s\"")                  \
     X(AsyncCollected, Device, 21, 3, TRACE_FLAG_DEVICE, "response of request id %u has %u bytes")                      \
     X(AsyncDone, Device, 22, 3, TRACE_FLAG_DEVICE, "asynchronous request id %u ends with status %u")                   \
     X(RegistryAccess, Device, 23, 3, TRACE_FLAG_SERVICE, "registry operation 0x%x on \"%s\", value \"%s\"")            \
     X(RegistryResult, Device, 24, 3, TRACE_FLAG_SERVICE, "registry operation 0x%x ends with error %u")                 \
     X(CallParked, Device, 25, 3, TRACE_FLAG_DEVICE, "the driver keeps a cancelled request of %u bytes")                \
     X(RegistryCallFailed, OSAPIWrapper, 10, 3, TRACE_FLAG_OS_EVENT, "registry \"%s\", value \"%s\": error %u")         \
-    X(WindowThreadLeaves, OSAPIWrapper, 11, 3, TRACE_FLAG_OS_EVENT,                                                    \
-      "event window thread leaves, state 0x%x, result 0x%x")                                                           \
-    X(WindowThreadMessage, OSAPIWrapper, 12, 4, TRACE_FLAG_OS_EVENT, "event window thread has message 0x%x")           \
+    X(WindowThreadLeft, OSAPIWrapper, 11, 3, TRACE_FLAG_OS_EVENT,                                                      \
+      "event window thread left its loop, state 0x%x, result 0x%x")                                                    \
+    X(WindowThreadMessage, OSAPIWrapper, 12, 4, TRACE_FLAG_OS_EVENT, "event window thread received message 0x%x")      \
     X(InterfaceNotRegistered, OSAPIWrapper, 13, 3, TRACE_FLAG_OS_EVENT,                                                \
-      "no notification of a device interface, error %u")                                                               \
-    X(CheckNotStarted, OSAPIWrapper, 14, 3, TRACE_FLAG_OS_EVENT,                                                       \
-      "no thread to watch %u records for an uninstallation")                                                           \
-    X(CheckStarted, OSAPIWrapper, 15, 4, TRACE_FLAG_OS_EVENT, "watching %u records for an uninstallation")             \
-    X(CheckFoundGone, OSAPIWrapper, 16, 3, TRACE_FLAG_OS_EVENT, "driver key \"%s\" is gone")                           \
-    X(CheckWithoutVerdict, OSAPIWrapper, 17, 4, TRACE_FLAG_OS_EVENT, "driver key \"%s\" has stayed")                   \
+      "no registration for device notifications, error %u")                                                            \
+    X(CheckNotStarted, OSAPIWrapper, 14, 3, TRACE_FLAG_OS_EVENT, "no thread to check %u records for uninstallation")   \
+    X(CheckStarted, OSAPIWrapper, 15, 4, TRACE_FLAG_OS_EVENT, "checking %u records for uninstallation")                \
+    X(CheckFoundDeleted, OSAPIWrapper, 16, 3, TRACE_FLAG_OS_EVENT, "driver key \"%s\" was deleted")                    \
+    X(CheckFoundNothing, OSAPIWrapper, 17, 4, TRACE_FLAG_OS_EVENT, "driver key \"%s\" still exists")                   \
     X(TrackedThreadStarted, TrackedThread, 10, 3, TRACE_FLAG_SERVICE, "thread started at %s, %s, line %u")             \
-    X(TrackedThreadJoined, TrackedThread, 11, 3, TRACE_FLAG_SERVICE,                                                   \
-      "thread joined that was started at %s, %s, line %u")                                                             \
-    X(TrackedThreadLeft, TrackedThread, 12, 1, TRACE_FLAG_SERVICE,                                                     \
-      "thread still stands that was started at %s, %s, line %u")
+    X(TrackedThreadJoined, TrackedThread, 11, 3, TRACE_FLAG_SERVICE, "joined the thread started at %s, %s, line %u")   \
+    X(TrackedThreadNotJoined, TrackedThread, 12, 1, TRACE_FLAG_SERVICE,                                                \
+      "thread was not joined by its owner, started at %s, %s, line %u")
 
 /// Names of the trace points, in the order of ZV_TRACE_MESSAGES.
 enum class ZVTracePoint : std::uint16_t

@@ -66,6 +66,10 @@ void BeginSlowBringUp()
 
 TEST(BringUp, OtherCallersWaitForTheEventWindow)
 {
+    // Including a thread whose own bring-up has failed.
+    std::shared_ptr<CDeviceManagerIntf> manager;
+    FailThreadStart(1);
+    EXPECT_THROW(CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP), std::system_error);
     BeginSlowBringUp();
     MakeManager();
     CWinPwrEvtHandle::AwaitWindow();

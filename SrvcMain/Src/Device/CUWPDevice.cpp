@@ -17,8 +17,7 @@ bool IsAvailable(const _ZV_SRVC_DEVICE_INFO& record)
 
 /// Requests the driver's information block.
 ///
-/// With a simulated driver the block contains what that driver wrote, and the open succeeds. A host can
-/// so distinguish a working device from one whose driver does not answer.
+/// With a simulated driver the query always succeeds, and the block contains what that driver wrote.
 bool QueryDeviceInfo(const _ZV_SRVC_DEVICE_INFO& record, const std::string& path, _ZV_DRV_INFO_BLOCK& block)
 {
     const CDriverRequest query{.Code = IOCTL_ZV_DEVICE_INFO,
@@ -71,7 +70,7 @@ CUWPDevice::CBinding CUWPDevice::Ready() const
 
 /// Binds the object in one step.
 /// @param words the start of the information block; null when the driver did not answer.
-/// @return false when the object is bound already.
+/// @return false when the object is already bound.
 bool CUWPDevice::Bind(const ZVAdapterRecord& record, CPath path, const std::array<std::uint32_t, 4>* words)
 {
     const CScopedLock lock(BindLock);
@@ -91,8 +90,7 @@ void CUWPDevice::Unbind()
     released.swap(DeviceInfo);
 }
 
-/// Everything that can fail for want of memory comes before the binding: an Open that throws leaves
-/// the object unbound.
+/// Allocates all memory before the binding, so that an Open that throws leaves the object unbound.
 unsigned int CUWPDevice::Open(std::shared_ptr<_ZV_SRVC_DEVICE_INFO>& record)
 {
     if (Bound().Record != nullptr)

@@ -22,7 +22,7 @@
 class CUWPDevice final : public CDeviceIntf, public CZVNotifyHandler, public CModuleBase
 {
 public:
-    /// Starts the device's thread, which runs from now on, before and independent of Open.
+    /// Starts the device's thread, which does not depend on Open.
     CUWPDevice();
     /// Waits for the thread. On the thread itself, where a join is impossible, it detaches the thread.
     ~CUWPDevice() override;
@@ -44,16 +44,16 @@ private:
     /// An asynchronous request that waits for the thread.
     struct CPendingReq
     {
-        _ZV_SRVC_IOCTL_REQ* Request; ///< The host's; read by the thread alone, when it runs the request.
-        std::uint16_t RequestId;     ///< Kept here: the host may free a record that will never run.
+        _ZV_SRVC_IOCTL_REQ* Request; ///< Owned by the host; read by the thread only, when it runs the request.
+        std::uint16_t RequestId;     ///< A copy, because the host may free a record that will never run.
     };
 
-    /// What Open binds the object to. Each operation copies the references, because Close may unbind the
-    /// object meanwhile.
+    /// What Open binds the object to. Each operation copies the references, because Close may run
+    /// concurrently.
     struct CBinding
     {
         ZVAdapterRecord Record; ///< Empty when the object is not bound.
-        CPath Path;             ///< Of the control device; kept by Close, for requests that still run.
+        CPath Path;             ///< Of the control device. Close keeps it for requests that still run.
     };
 
     CBinding Bound() const ZV_EXCLUDES(BindLock);
@@ -71,13 +71,13 @@ private:
 
     static constexpr char ThreadName[] = "DEV_ASYNC_IOCTL_NOTIFY";
 
-    /// Guards what Open and Close change; held for the copy of a pointer.
+    /// Guards what Open and Close change. Held while pointers are copied.
     mutable CLock BindLock;
     ZVAdapterRecord DeviceInfo ZV_GUARDED_BY(BindLock);
     CPath ControlPath ZV_GUARDED_BY(BindLock) = std::make_shared<const std::string>();
     /// The first words of the information block that the driver returned.
     std::array<std::uint32_t, 4> DriverInfo ZV_GUARDED_BY(BindLock){};
-    CZVNotification Notifier;
+    CZVNotification Notifier; ///< Thread-safe.
     CLock PendingLock;
     std::list<CPendingReq> PendingReqs ZV_GUARDED_BY(PendingLock); ///< Oldest first.
 };

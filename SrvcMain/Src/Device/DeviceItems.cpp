@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr std::uint32_t HeadSize = sizeof(_ZV_DRV_INFO_REQ);
-/// The largest data whose record and header still count in 32 bits.
+/// The largest data whose record and header have a size of 32 bits.
 constexpr std::uint32_t MaxLength = std::numeric_limits<std::uint32_t>::max() - HeadSize - ZV_REQ_OVERHEAD;
 
 _ZV_DRV_INFO_REQ MakeHead(bool set, std::uint32_t infoId, std::uint32_t length)
@@ -32,8 +32,8 @@ _ZV_DRV_INFO_REQ MakeHead(bool set, std::uint32_t infoId, std::uint32_t length)
             .DataLength = length};
 }
 
-/// Sends the record and takes the answer from the same memory; what the driver does not write comes
-/// back unchanged.
+/// Sends the record and reads the answer from the same memory, so bytes that the driver does not write
+/// stay unchanged.
 bool ExchangeItem(const std::string& path, const _ZV_DRV_INFO_REQ& head, void* buffer)
 {
     const auto record = std::make_unique_for_overwrite<std::byte[]>(head.RecordSize);

@@ -15,9 +15,9 @@
 namespace
 {
 
-constexpr std::size_t AbilityRoom = 56;
+constexpr std::size_t AbilityCapacity = 56;
 
-/// Decimal text by the rules of atoi, with an end to what it can count.
+/// Converts decimal text like atoi, but clamps to the range of 32 bits, which atoi leaves undefined.
 std::uint32_t NumberOf(const char* text)
 {
     using Limits = std::numeric_limits<std::int32_t>;
@@ -25,8 +25,8 @@ std::uint32_t NumberOf(const char* text)
     return static_cast<std::uint32_t>(std::clamp<long long>(number, Limits::min(), Limits::max()));
 }
 
-/// The status for arguments that no registry call accepts, the same with a simulated driver; success
-/// for all others.
+/// Returns the status for arguments that no registry call accepts, and success for all others. Checked
+/// before a simulated driver is called, so that both paths refuse the same arguments.
 unsigned int CheckArguments(std::uint32_t operation, const std::uint32_t* type, const std::uint8_t* data,
                             const std::uint32_t* size)
 {
@@ -42,7 +42,8 @@ unsigned int CheckArguments(std::uint32_t operation, const std::uint32_t* type, 
     }
 }
 
-/// Performs one operation. @return the platform's error number.
+/// Performs one operation.
+/// @return the error number of Windows.
 std::uint32_t AccessKey(std::uint32_t operation, const std::string& path, const std::string& valueName,
                         std::uint32_t* type, std::uint8_t* data, std::uint32_t* size)
 {
@@ -96,10 +97,10 @@ unsigned int CUWPDevice::GetAbility(std::uint32_t* result)
         return ZV_SRVC_ERR_DEVICE_NOT_OPEN;
     if (result == nullptr)
         return ZV_SRVC_ERR_INVALID_PARAMETER;
-    // One byte more than the read may fill, so that a text always has an end.
-    std::array<std::uint8_t, AbilityRoom + 1> data{};
+    // One byte more than the read may fill, so that a text is always terminated.
+    std::array<std::uint8_t, AbilityCapacity + 1> data{};
     std::uint32_t type = 0;
-    std::uint32_t size = AbilityRoom;
+    std::uint32_t size = AbilityCapacity;
     if (AccessRegistry(ZV_REG_OP_READ, "", "ZVSrvcLibSupport", &type, data.data(), &size) != ZV_SRVC_SUCCESS)
         return ZV_SRVC_ERR_ABILITY_QUERY;
     switch (type)

@@ -1,4 +1,4 @@
-/// SendIOCTLReq, at once or on the device's own thread.
+/// SendIOCTLReq, synchronous or on the device's own thread.
 
 #include "CUWPDevice.h"
 
@@ -17,7 +17,7 @@ namespace
 constexpr std::uint32_t AsyncResultLength = sizeof(_ZV_ASYNC_RESULT) - offsetof(_ZV_ASYNC_RESULT, Request);
 static_assert(AsyncResultLength == 8);
 
-/// True when the memory that a record names can be used.
+/// Returns true when the record has memory for each nonzero length.
 bool HasItsMemory(const _ZV_SRVC_IOCTL_REQ& request)
 {
     return (request.InBuffer != nullptr || request.InLength == 0) &&
@@ -76,9 +76,9 @@ unsigned int CUWPDevice::SendIOCTLReq(_ZV_SRVC_IOCTL_REQ* request)
 
 unsigned int CUWPDevice::AcceptAsync(_ZV_SRVC_IOCTL_REQ* request)
 {
-    // Prepared first: once the record is in the list nothing may fail, or the host would take an
-    // accepted request for a refused one. The record is not read after it was added, since the
-    // request may complete at once.
+    // Prepared first: if something failed after the record is in the list, the host would consider an
+    // accepted request refused. The record is not read after it was added, because the request may
+    // complete immediately.
     CZVNotification::CPrepared wake = CZVNotification::Prepare(MakeBlob(ZV_ASYNC_WAKE_SIZE));
     if (!AddPending(request))
         return ZV_SRVC_ERR_ASYNC_PENDING;
@@ -86,7 +86,7 @@ unsigned int CUWPDevice::AcceptAsync(_ZV_SRVC_IOCTL_REQ* request)
     return ZV_SRVC_SUCCESS;
 }
 
-/// @return false when a request with the same RequestId is waiting already.
+/// @return false when a request with the same RequestId is already waiting.
 bool CUWPDevice::AddPending(_ZV_SRVC_IOCTL_REQ* request)
 {
     const std::uint16_t id = request->RequestId;
@@ -98,7 +98,7 @@ bool CUWPDevice::AddPending(_ZV_SRVC_IOCTL_REQ* request)
     return true;
 }
 
-/// @return the oldest request, or null.
+/// Removes and returns the oldest request, or null.
 _ZV_SRVC_IOCTL_REQ* CUWPDevice::TakePending()
 {
     std::list<CPendingReq> taken;
@@ -131,12 +131,12 @@ void CUWPDevice::HandlingAsyncIOCTLReq()
     if (request->NotifyFn == nullptr || request->NotifyContext == nullptr)
         return;
     const _ZV_ASYNC_RESULT result{ZV_ASYNC_IOCTL_DONE, AsyncResultLength, request};
-    // Last of all: the host may drop this object in its callback.
+    // Last: the host may release this object in its callback.
     request->NotifyFn(request->NotifyContext, status, &result);
 }
 
-/// Runs the request and collects its response. What the driver does not give back in time is parked.
-/// @return the status of the callback: 0 when the driver took the request.
+/// Runs the request and collects its response. Calls that the driver does not complete in time are parked.
+/// @return the status for the callback: 0 when the driver accepted the request.
 std::uint32_t CUWPDevice::RunAsync(const _ZV_SRVC_IOCTL_REQ& request) const
 {
     const CDriverRequest driverRequest = AsDriverRequest(request);
@@ -146,7 +146,7 @@ std::uint32_t CUWPDevice::RunAsync(const _ZV_SRVC_IOCTL_REQ& request) const
     CDriverCallPtr call;
     std::shared_ptr<OutputBuffer> output = preAsyncIOCTLHandling(handle.Get(), request);
     const bool sent = IOCTL_Send(handle.Get(), driverRequest, call);
-    // The cancelled reads end the wait below at once.
+    // The wait below ends when it finds the cancelled reads.
     if (!sent)
         CancelIo(handle.Get());
     output->Handler->waitRsp();
@@ -154,7 +154,7 @@ std::uint32_t CUWPDevice::RunAsync(const _ZV_SRVC_IOCTL_REQ& request) const
     output->Handler->AwaitReads(deadline);
     if (call != nullptr && call->AwaitCompletion(deadline))
         CopyLateOutput(call.get(), driverRequest);
-    // Over the output of the request itself.
+    // After the output of the request itself, which the response replaces.
     CopyResponse(*output, request);
     output.reset();
     handle.Reset();

@@ -19,7 +19,7 @@ struct CParkedCalls
     CDriverCall* First ZV_GUARDED_BY(Lock) = nullptr;
 };
 
-/// In static memory and never destroyed: a call can be parked at any time, and while the process ends.
+/// In static memory and never destroyed, because a call can be parked even while the process ends.
 CParkedCalls& Parked()
 {
     alignas(CParkedCalls) static std::byte memory[sizeof(CParkedCalls)];
@@ -27,7 +27,7 @@ CParkedCalls& Parked()
     return calls;
 }
 
-/// Whether there are parked calls; written under their lock, and read without it.
+/// Whether there are parked calls. Atomic: written under their lock and read without it.
 constinit std::atomic<bool> anyParked{false};
 
 } // namespace
@@ -56,7 +56,7 @@ CDriverCallPtr CDriverCall::Make(std::size_t inSize, std::size_t outSize, CallMe
 
 ULONG_PTR CDriverCall::Status() const noexcept
 {
-    // The last word that is written on completion; what was written before it is then visible.
+    // Windows writes this field last on completion, so the acquire makes all other results visible.
     return std::atomic_ref(const_cast<ULONG_PTR&>(Overlapped.Internal)).load(std::memory_order_acquire);
 }
 
@@ -68,7 +68,7 @@ std::size_t CDriverCall::CopiedBytes() const noexcept
 
 std::uint32_t CDriverCall::Start(HANDLE handle, std::uint32_t code)
 {
-    // A call that fails before it reaches the driver leaves the record alone.
+    // A call that fails before it reaches the driver does not change the record.
     std::atomic_ref(Overlapped.Internal).store(STATUS_PENDING, std::memory_order_relaxed);
     Taken = true;
     DWORD returned = 0;

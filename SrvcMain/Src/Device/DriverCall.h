@@ -12,8 +12,8 @@
 #include <memory>
 #include <span>
 
-/// How long a cancelled request is awaited. A correct driver completes one within microseconds; the
-/// wait only needs to be long enough for a busy machine.
+/// How long to wait for a cancelled request. A correct driver completes it within microseconds; the rest
+/// is reserve for a busy machine.
 inline constexpr std::chrono::milliseconds ZV_CANCEL_WAIT{100};
 
 /// The end of a wait that starts now.
@@ -32,7 +32,7 @@ struct CParkUnlessCompleted
 
 using CDriverCallPtr = std::unique_ptr<CDriverCall, CParkUnlessCompleted>;
 
-/// Whether input and output may be the same memory, which saves a copy's worth of cache and pages.
+/// Whether input and output share memory, which halves the memory of a request.
 enum class CallMemory
 {
     Shared,  ///< For buffered transfer: the operating system copies the input as the request starts.
@@ -48,9 +48,9 @@ enum class CallEvent
 
 /// A request to a driver: overlapped record, event, input and output. Used by one thread at a time.
 ///
-/// Dropping a call never frees memory that a driver still uses: a call that has not completed is
-/// parked, which takes no memory, and ReleaseCompletedCalls frees it later. A driver that never
-/// completes a request therefore costs its memory and nothing else.
+/// Releasing a call never frees memory that a driver still uses. A call that has not completed is parked,
+/// which allocates nothing, and ReleaseCompletedCalls frees it later. A driver that never completes a
+/// request costs the memory of that request and nothing else.
 class CDriverCall
 {
 public:
@@ -62,31 +62,31 @@ public:
     CDriverCall& operator=(const CDriverCall&) = delete;
 
     std::span<std::byte> Input() const noexcept { return In; }
-    std::span<std::byte> Output() const noexcept { return Out; } ///< Null address when it is empty.
+    std::span<std::byte> Output() const noexcept { return Out; } ///< Has a null address when empty.
     /// Null when the event could not be created.
     HANDLE Event() const noexcept { return Completion.Get(); }
 
-    /// Hands the request to the driver. May be repeated after the request has completed.
-    /// @return the result of the platform call: 0, ERROR_IO_PENDING, or the reason of a refusal.
+    /// Sends the request to the driver. May be repeated after the request has completed.
+    /// @return 0, ERROR_IO_PENDING, or the error number of a refusal.
     std::uint32_t Start(HANDLE handle, std::uint32_t code);
 
-    /// True when the last Start reached the driver: the request completed at once, is in flight, or
-    /// completed at once with a warning.
+    /// Returns true when the last Start reached the driver: the request is in flight or has completed, with
+    /// success or with a warning.
     bool WasTaken() const noexcept { return Taken; }
 
-    /// False while the operating system may touch the memory. The record's status decides, since a
-    /// driver can complete a request with any error number, those of an unfinished request included.
+    /// Returns false while the operating system may access the memory. The status of the record decides: the
+    /// error number of a completed request can be any, even that of an unfinished one.
     bool HasCompleted() const noexcept { return !Taken || Status() != STATUS_PENDING; }
 
-    /// Output bytes that the operating system has written, for a code with buffered transfer: it copies
-    /// the driver's output when the request completes, and none after an error.
+    /// Returns the number of output bytes for a code with buffered transfer. The operating system copies the
+    /// driver's output when the request completes, and none after an error.
     std::size_t CopiedBytes() const noexcept;
 
     /// Waits until the request has completed.
-    /// @return false when it has not by the deadline.
+    /// @return false when it has not completed by the deadline.
     bool AwaitCompletion(std::chrono::steady_clock::time_point deadline) const;
 
-    /// Cancels this request alone.
+    /// Cancels this request only.
     void Cancel(HANDLE handle) noexcept { CancelIoEx(handle, &Overlapped); }
 
     /// Reads the outcome of a completed request.
@@ -101,18 +101,18 @@ private:
     CDriverCall(std::size_t inSize, std::size_t outSize, CallMemory memory);
     ULONG_PTR Status() const noexcept;
 
-    /// Requests and responses of a few bytes are the usual ones; they need no allocation.
+    /// Most requests and responses are short and need no further allocation.
     static constexpr std::size_t InlineSize = 512;
 
     OVERLAPPED Overlapped{};
     CEventHandle Completion;
     alignas(std::max_align_t) std::array<std::byte, InlineSize> Inline;
-    std::unique_ptr<std::byte[]> Large; ///< Null when all fits into Inline.
+    std::unique_ptr<std::byte[]> Large; ///< Null when everything fits into Inline.
     std::span<std::byte> In;
     std::span<std::byte> Out;
     bool Taken = false;
     CDriverCall* NextParked = nullptr; ///< Guarded by the lock of the parked calls.
 };
 
-/// Frees the parked calls that have completed meanwhile. Any thread; costs one load when there is none.
+/// Frees the parked calls that have completed meanwhile. Any thread; a single load if none is parked.
 void ReleaseCompletedCalls() noexcept;

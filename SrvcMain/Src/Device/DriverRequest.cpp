@@ -27,16 +27,16 @@ void FillInput(std::span<std::byte> input, const CDriverRequest& request)
     std::memset(rest.data(), 0, rest.size());
 }
 
-/// With buffered transfer a driver never has the caller's memory: the operating system copies its
-/// output on completion. With the other methods it may read and write the memory at any time.
+/// With buffered transfer the driver never accesses the caller's memory: the operating system copies the
+/// output on completion. With the other methods the driver may access the memory at any time.
 bool IsBuffered(std::uint32_t code)
 {
     constexpr std::uint32_t methodBits = 3;
     return (code & methodBits) == 0;
 }
 
-/// Where the driver has the output memory, it starts with the caller's bytes: what the driver does
-/// not write keeps its content.
+/// A driver that accesses the output memory directly finds the caller's bytes there, so bytes that it does
+/// not write stay unchanged.
 CDriverCallPtr MakeCall(const CDriverRequest& request, std::uint32_t size)
 {
     const bool isBuffered = IsBuffered(request.Code);
@@ -55,7 +55,8 @@ void CopyOutput(const CDriverCall& call, const CDriverRequest& request)
         std::memcpy(request.OutBuffer, call.Output().data(), size);
 }
 
-/// Starts the call and waits for it. @return false when it was refused or timed out.
+/// Starts the call and waits for it.
+/// @return false when it was refused or timed out.
 bool Run(HANDLE handle, const CDriverRequest& request, CDriverCall& call)
 {
     const std::uint32_t error = call.Start(handle, request.Code);

@@ -1,5 +1,5 @@
 /// @file
-/// What travels between the library and an adapter's driver: little-endian, byte for byte.
+/// The records that the library and an adapter's driver exchange; little-endian.
 #pragma once
 
 #include "ZVRequests.h"
@@ -43,7 +43,7 @@ static_assert(offsetof(_ZV_DRV_REQ_HDR, RequestId) == 4);
 static_assert(offsetof(_ZV_DRV_REQ_HDR, Marker) == 6);
 static_assert(offsetof(_ZV_DRV_REQ_HDR, InLength) == 8);
 
-/// What a request buffer has beyond the larger of the caller's two lengths: the header and 2 bytes.
+/// The size of a request buffer beyond the larger of the caller's two lengths: the header and 2 bytes.
 inline constexpr std::uint32_t ZV_REQ_OVERHEAD = 12;
 
 /// Head of an information record; the item's data follow.
@@ -74,7 +74,7 @@ inline constexpr std::uint32_t ZV_INFO_TIMEOUT_MS = 50;
 /// The driver's answer to IOCTL_ZV_DEVICE_INFO.
 struct _ZV_DRV_INFO_BLOCK
 {
-    std::array<std::uint32_t, 4> Words; ///< Kept by an open device; their meaning is the driver's.
+    std::array<std::uint32_t, 4> Words; ///< Stored by an open device; the driver defines their meaning.
     std::array<std::uint8_t, 84> Rest;  ///< Not read.
 };
 
@@ -83,5 +83,5 @@ static_assert(sizeof(_ZV_DRV_INFO_BLOCK) == 100);
 inline constexpr std::uint32_t ZV_DEVICE_INFO_TIMEOUT_MS = 300;
 
 inline constexpr std::size_t ZV_RSP_BUFFER_COUNT = 5;   ///< Response reads in flight for one request.
-inline constexpr std::uint32_t ZV_RSP_WAIT_MS = 3000;   ///< Silence that ends a response.
+inline constexpr std::uint32_t ZV_RSP_WAIT_MS = 3000;   ///< A response ends when no chunk arrives for this long.
 inline constexpr std::uint32_t ZV_ASYNC_WAKE_SIZE = 12; ///< The message that wakes a device's thread.

@@ -23,7 +23,7 @@ CDriverCallPtr MakeRead()
 
 } // namespace
 
-/// The host has asked for `Limit` bytes; a driver that never stops must not fill the memory.
+/// Stores at most `Limit` bytes, so that a driver that never stops does not exhaust the memory.
 void OutputBuffer::Append(std::span<const std::byte> chunk)
 {
     Received += chunk.size();
@@ -48,8 +48,8 @@ EvtIrpHandler::~EvtIrpHandler()
     CancelIo(ControlHandle);
 }
 
-/// Leaves out what could not be created, since a wait fails for an empty handle. Another account may
-/// own the name of the terminate event; the reads are then waited for alone.
+/// Omits events that could not be created, because a wait fails for an empty handle. The terminate event
+/// cannot be created if another account owns its name.
 void EvtIrpHandler::CollectWaitHandles()
 {
     const auto add = [this](HANDLE event) {
@@ -62,8 +62,7 @@ void EvtIrpHandler::CollectWaitHandles()
     add(TerminateEvent.Get());
 }
 
-/// Sends a read. A read that cannot be sent never completes; neither does one without an event, because
-/// its completion could not be detected.
+/// Sends a read. A read without an event is not sent, because no wait could detect its completion.
 void EvtIrpHandler::Send(CRead& read)
 {
     if (read.Call->Event() == nullptr)
@@ -89,9 +88,9 @@ EvtIrpHandler::PollResult EvtIrpHandler::TakeIfCompleted(CRead& read)
     return PollResult::ChunkTaken;
 }
 
-/// Polls the reads in the order in which they were sent, at first that of their index. A driver
-/// fills the oldest read first, so this keeps its order. By index, a driver that completes each read
-/// as it is sent would have the first one taken over and over, and the others never.
+/// Polls the reads in the order in which they were sent. A driver fills the oldest read first, so this
+/// keeps the order of its chunks. Polled by index, the first read would be taken over and over if the
+/// driver completes each read as soon as it is sent, and the others never.
 EvtIrpHandler::PollResult EvtIrpHandler::TakeOldest()
 {
     std::array<CRead*, ZV_RSP_BUFFER_COUNT> inOrder{};
@@ -105,8 +104,8 @@ EvtIrpHandler::PollResult EvtIrpHandler::TakeOldest()
 }
 
 /// Sleeps until a read completes.
-/// @return false when the response is over: a signal from outside, silence, or a failed wait, which
-///         would fail again for ever.
+/// @return false when the response has ended: the terminate event was signalled, no chunk arrived in time,
+///         or the wait failed, as it would again.
 bool EvtIrpHandler::AwaitAny() const
 {
     return WaitForMultipleObjects(WaitCount, WaitHandles.data(), FALSE, ZV_RSP_WAIT_MS) < ReadEventCount;

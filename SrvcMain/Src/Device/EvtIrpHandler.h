@@ -16,12 +16,12 @@
 
 class EvtIrpHandler;
 
-/// Collects the response of one request. Used by the device's notification thread alone.
+/// The response of one request. Used by the device's notification thread only.
 struct OutputBuffer
 {
     std::shared_ptr<EvtIrpHandler> Handler;
     std::uint16_t RequestId = 0;
-    bool Done = false;              ///< The response has ended, for whatever reason.
+    bool Done = false;              ///< The response has ended, for any reason.
     std::vector<std::uint8_t> Data; ///< The response so far, at most `Limit` bytes.
     std::uint32_t Limit = 0;        ///< Capacity of the host's buffer in bytes; further bytes are only counted.
     std::uint64_t Received = 0;     ///< Bytes that arrived.
@@ -30,12 +30,13 @@ struct OutputBuffer
 };
 
 /// The response reads of one request. Used by the device's notification thread only; the thread
-/// that constructs it must also destroy it. Reads that the driver keeps are parked on destruction.
+/// that constructs it must also destroy it. Reads that the driver has not completed are parked on
+/// destruction.
 class EvtIrpHandler
 {
 public:
-    /// Puts the reads in flight.
-    /// @param handle the request's control handle, open for longer than this object.
+    /// Sends the reads.
+    /// @param handle the request's control handle; must stay open longer than this object exists.
     /// @param output owns this object and outlives it.
     EvtIrpHandler(HANDLE handle, OutputBuffer* output);
     /// Cancels the remaining reads without waiting.
@@ -43,8 +44,8 @@ public:
     EvtIrpHandler(const EvtIrpHandler&) = delete;
     EvtIrpHandler& operator=(const EvtIrpHandler&) = delete;
 
-    /// Collects until a short chunk, a failed read, a signal from outside or 3000 ms of silence; then
-    /// cancels the reads and marks the response as done.
+    /// Collects chunks until a short one, a failed read, a signal of the terminate event, or 3000 ms without a
+    /// chunk; then cancels the reads and marks the response as done.
     void waitRsp();
 
     /// Waits until the cancelled reads have completed, up to the deadline.
@@ -54,8 +55,8 @@ private:
     struct CRead
     {
         CDriverCallPtr Call;
-        std::uint64_t SendOrder = 0; ///< Counts the reads that were sent; the oldest has the lowest.
-        bool IsOut = false;          ///< Taken by the driver, and its completion not yet seen.
+        std::uint64_t SendOrder = 0; ///< The oldest read has the lowest number.
+        bool IsOut = false;          ///< The driver has taken it, and its completion was not detected yet.
     };
 
     /// The result of one poll of the reads.
@@ -76,7 +77,7 @@ private:
     OutputBuffer* Output;
     std::array<CRead, ZV_RSP_BUFFER_COUNT> Reads;
     std::uint64_t LastSendOrder = 0;
-    CEventHandle TerminateEvent; ///< Shared by name; a signal from outside ends one collection.
+    CEventHandle TerminateEvent; ///< Shared by name: another process may end one collection.
     /// The events that exist: those of the reads in their order, then the terminate event.
     std::array<HANDLE, ZV_RSP_BUFFER_COUNT + 1> WaitHandles{};
     DWORD WaitCount = 0;

@@ -1,6 +1,6 @@
 /// @file
-/// The branches to the simulated driver. Each returns false, without an effect, when its entry is not
-/// bound; whatever a bound entry returns is ignored.
+/// Requests to the simulated driver. Each returns false without an effect when its entry is not bound. The
+/// result of a bound entry is ignored.
 #pragma once
 
 #include "DriverRequest.h"

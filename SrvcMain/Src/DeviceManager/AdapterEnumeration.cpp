@@ -52,8 +52,8 @@ std::string ChooseName(const CDeviceNode& device)
     return "<Unknown Device>";
 }
 
-/// Returns the part after the last backslash, or nothing if it does not fit: a shortened number is the
-/// number of another adapter's key.
+/// Returns the part after the last backslash, or nothing if it does not fit: a truncated number would be
+/// the number of another adapter's key.
 std::string DriverKeyIndexOf(const std::string& driverKey)
 {
     const std::string index = driverKey.substr(driverKey.rfind('\\') + 1);
@@ -67,7 +67,7 @@ void TraceAccepted(const _ZV_SRVC_DEVICE_INFO& record)
              record.DriverVersion, record.InfSection, record.Service, flags);
 }
 
-/// Makes the record of a device that passes the filter.
+/// Creates the record of a device that passes the filter.
 /// @return an empty pointer for a device that is not listed.
 ZVAdapterRecord MakeRecord(const CNetClassWalk& walk, const CDeviceNode& device, const CAdapterFilter& filter)
 {
@@ -123,7 +123,7 @@ unsigned int WalkToList(const CAdapterFilter& filter, ZVAdapterRecords& target)
 }
 
 constexpr std::size_t MaxSimulatedRecords = 10;
-constexpr std::size_t SimulatedRoom = 7500;
+constexpr std::size_t SimulatedBufferSize = 7500;
 constexpr std::size_t RecordSize = sizeof(_ZV_SRVC_DEVICE_INFO);
 
 } // namespace
@@ -148,7 +148,7 @@ std::optional<ZVAdapterRecords> ReadSimulatedDriver()
     const ZVVirtualEnum enumerate = Virtual_EnumZVDevice;
     if (enumerate == nullptr)
         return std::nullopt;
-    alignas(_ZV_SRVC_DEVICE_INFO) std::array<std::byte, SimulatedRoom> buffer{};
+    alignas(_ZV_SRVC_DEVICE_INFO) std::array<std::byte, SimulatedBufferSize> buffer{};
     CVirtualEnumDescriptor descriptor{MaxSimulatedRecords * RecordSize, 0, buffer.data()};
     enumerate(buffer.data(), &descriptor);
 

@@ -129,11 +129,7 @@ unsigned int CAdapterList::Enumerate(CAdapterFilter filter, _ZV_SRVC_DEVICE_LIST
 CListState CAdapterList::Current() const
 {
     const CScopedLock lock(ListLock);
-    return {.Filter = Filter,
-            .Records = Records,
-            .Rebuilds = RebuildCount,
-            .Sweeps = SweepCount,
-            .Merges = MergeCount};
+    return {.Filter = Filter, .Records = Records, .Rebuilds = RebuildCount, .Sweeps = SweepCount, .Merges = MergeCount};
 }
 
 ZVAdapterRecord CAdapterList::Find(std::string_view netCfgInstanceId) const

@@ -12,7 +12,7 @@ namespace
 
 /// Returns true when the adapter's registry entry has been deleted. After any other failure, such as
 /// access denied, the entry may still be deleted later.
-bool IsDriverGone(const std::string& path)
+bool IsDriverDeleted(const std::string& path)
 {
     std::array<std::uint8_t, 100> value{};
     std::uint32_t type = 0;
@@ -21,7 +21,7 @@ bool IsDriverGone(const std::string& path)
            ERROR_FILE_NOT_FOUND;
 }
 
-/// A sleep may return early; the pause does not.
+/// Pauses for the full time, although a sleep may return early.
 void PauseFor(std::chrono::milliseconds pause)
 {
     const auto end = std::chrono::steady_clock::now() + pause;
@@ -74,13 +74,13 @@ void CDrvUninstallCheck::CheckRecord(const ZVAdapterRecord& record)
     const std::string path = ZV_NETWORK_CLASS_PATH + std::string(FieldText(record->DriverKeyIndex));
     for (int reads = 0; reads < ZV_CHECK_READS; ++reads)
     {
-        if (IsDriverGone(path))
+        if (IsDriverDeleted(path))
         {
-            ZV_TRACE(CheckFoundGone, path);
+            ZV_TRACE(CheckFoundDeleted, path);
             Handler->DrvUninstallHdlr(record);
             return;
         }
         PauseFor(Pause);
     }
-    ZV_TRACE(CheckWithoutVerdict, path);
+    ZV_TRACE(CheckFoundNothing, path);
 }

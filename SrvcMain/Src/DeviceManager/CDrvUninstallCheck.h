@@ -1,5 +1,5 @@
 /// @file
-/// Watches whether the drivers of adapters that a sweep found missing are being uninstalled.
+/// Detects that the drivers of missing adapters are uninstalled.
 #pragma once
 
 #include "AdapterRecord.h"
@@ -24,27 +24,27 @@ protected:
     CDrvUninstallNotifyHdlr& operator=(const CDrvUninstallNotifyHdlr&) = default;
 };
 
-/// The thread is started and not yet through its records.
+/// The thread was started and still has records to check.
 inline constexpr std::uint32_t ZV_CHECK_RUNNING = 0x1;
 
-/// How often the registry is read for one record at most, and the pause between two reads.
+/// Maximum number of registry reads for one record, and the pause between two reads.
 inline constexpr int ZV_CHECK_READS = 50;
 inline constexpr std::chrono::milliseconds ZV_CHECK_PAUSE{50};
 
-/// Serves one sweep: it is filled, started and destroyed once. An uninstallation deletes the adapter's
-/// driver key some time after the adapter has disappeared, so a thread polls for it.
+/// The watcher of one sweep's suspects; filled, started and destroyed once. An uninstallation deletes the
+/// adapter's driver key some time after the adapter has disappeared, so a thread polls for it.
 class CDrvUninstallCheck
 {
 public:
     explicit CDrvUninstallCheck(std::chrono::milliseconds pause = ZV_CHECK_PAUSE) : Pause(pause) {}
-    /// Waits for the thread: at most 2.5 seconds for each record. Not on the thread itself.
+    /// Waits for the thread: at most 2.5 seconds for each record. Must not run on that thread.
     ~CDrvUninstallCheck();
     CDrvUninstallCheck(const CDrvUninstallCheck&) = delete;
     CDrvUninstallCheck& operator=(const CDrvUninstallCheck&) = delete;
 
-    /// Adds a record, before the start only. A record may be added twice and is then checked twice. One
-    /// without a DriverKeyIndex is not added: the path would be that of the class, which has no such
-    /// value, and the driver would wrongly count as uninstalled.
+    /// Adds a record; only before the start. A record that is added twice is checked twice. A record without
+    /// a DriverKeyIndex is not added: its path would be that of the class key, which has no such value, so
+    /// the driver would be reported as uninstalled.
     void Add(const ZVAdapterRecord& record)
     {
         if (record->DriverKeyIndex[0] != '\0')
@@ -53,8 +53,8 @@ public:
 
     /// Starts the thread.
     /// @param handler not owned; must be valid until this object has been destroyed.
-    /// @return false without records, when started already, and when no thread can be created. The last
-    ///         case is traced, and no check is made.
+    /// @return false without records, when already started, and when no thread can be created. The last
+    ///         case is traced, and nothing is checked.
     bool StartCheck(CDrvUninstallNotifyHdlr* handler);
 
     bool IsRunning() const { return (CheckState & ZV_CHECK_RUNNING) != 0; }
@@ -64,8 +64,8 @@ private:
     void CheckRecord(const ZVAdapterRecord& record);
 
     const std::chrono::milliseconds Pause;
-    CDrvUninstallNotifyHdlr* Handler = nullptr; ///< Constant while the thread lives.
-    CSafeList<ZVAdapterRecord> Records;         ///< Brings its own lock.
-    std::thread Thread;                         ///< The starting and the destroying thread's.
-    std::atomic<std::uint32_t> CheckState{0};
+    CDrvUninstallNotifyHdlr* Handler = nullptr; ///< Constant while the thread runs.
+    CSafeList<ZVAdapterRecord> Records;         ///< Has its own lock.
+    std::thread Thread;                         ///< Used by the starting and the destroying thread.
+    std::atomic<std::uint32_t> CheckState{0};   ///< ZV_CHECK bits. Guarded by no lock.
 };

@@ -8,8 +8,7 @@
 bool CClientQueue::Remove(std::uint32_t clientId)
 {
     return Clients.With([clientId](CClientList::CList& list) {
-        const auto found =
-            std::ranges::find(list, clientId, [](const auto& entry) { return entry->Record.ClientId; });
+        const auto found = std::ranges::find(list, clientId, [](const auto& entry) { return entry->Record.ClientId; });
         if (found == list.end())
             return false;
         (*found)->IsRegistered = false;

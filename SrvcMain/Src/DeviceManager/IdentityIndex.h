@@ -1,5 +1,5 @@
 /// @file
-/// Finds which of many identities occur in a text.
+/// Finds which of many identities are part of a text.
 #pragma once
 
 #include <cstddef>
@@ -8,9 +8,9 @@
 #include <unordered_map>
 #include <vector>
 
-/// Numbers identities in the order of their addition. Each search costs one hash look-up for each place
-/// and each length that an identity can have in the text: a single one when all are of equal length,
-/// which is the rule.
+/// Numbers identities in the order of their addition. A search needs one hash look-up for each position and
+/// each length that an identity can have in the text. If the text and all identities are equally long,
+/// which is the usual case, that is one look-up.
 class CIdentityIndex
 {
 public:

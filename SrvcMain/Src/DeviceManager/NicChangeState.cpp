@@ -1,4 +1,4 @@
-/// Enabling and disabling an adapter through the system's device installer.
+/// Enables and disables an adapter through the device installer of Windows.
 
 #include "CUWPDeviceManager.h"
 #include "DriverKeyText.h"
@@ -19,7 +19,7 @@ struct CFoundDevice
     CRegistryKey DriverKey;
 };
 
-/// Finds the present device of that identity, of whatever class.
+/// Finds the present device of an identity in any class.
 std::optional<CFoundDevice> FindDevice(CDeviceWalk& walk, std::string_view netCfgInstanceId)
 {
     while (const std::optional<CDeviceNode> node = walk.Next())
@@ -33,8 +33,8 @@ std::optional<CFoundDevice> FindDevice(CDeviceWalk& walk, std::string_view netCf
     return std::nullopt;
 }
 
-/// An adapter that was disabled for all profiles needs the first stage, any the second; so the
-/// result is the second's.
+/// The first call enables an adapter that was disabled for all hardware profiles. Only the second is
+/// needed in every case, so its result counts.
 DWORD Enable(const CDeviceNode& node)
 {
     node.ChangeState(DICS_ENABLE, DICS_FLAG_GLOBAL);
@@ -48,7 +48,7 @@ DWORD Disable(const CDeviceNode& node)
 
 unsigned int ChangeAdapter(std::string_view netCfgInstanceId, bool enable)
 {
-    std::array<GUID, 1> guids{}; // Not used further: the adapter is looked for in all classes.
+    std::array<GUID, 1> guids{}; // Only checked: the adapter is searched in all classes.
     if (!FindNetworkClass(guids.data(), guids.size()))
         return ZV_SRVC_ERR_FAILURE;
     CDeviceWalk walk(SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_PRESENT | DIGCF_ALLCLASSES));

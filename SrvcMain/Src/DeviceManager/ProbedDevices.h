@@ -1,5 +1,5 @@
 /// @file
-/// Keeps the devices of finished probes for a moment.
+/// Delays the destruction of probed devices.
 #pragma once
 
 #include "CDeviceIntf.h"
@@ -11,9 +11,9 @@
 #include <thread>
 #include <utility>
 
-/// A device that is destroyed right after its thread has started pauses for a millisecond or two, until
-/// the thread reaches its wait. A sweep creates many devices in a row. Each is therefore destroyed only
-/// after enough later ones were created, and the last ones when each is old enough.
+/// The destructor of a device blocks for a millisecond or two if its thread has only just started, until
+/// the thread reaches its wait. A sweep creates many devices in a row, so each is destroyed only after
+/// enough later ones were created, and the last ones when each is old enough.
 class CProbedDevices
 {
 public:
@@ -23,7 +23,7 @@ public:
     ~CProbedDevices()
     {
         for (; !Devices.empty(); Devices.pop_front())
-            std::this_thread::sleep_until(Devices.front().second + Rest);
+            std::this_thread::sleep_until(Devices.front().second + MinimumAge);
     }
 
     void Keep(std::shared_ptr<CDeviceIntf> device)
@@ -37,7 +37,8 @@ private:
     using Clock = std::chrono::steady_clock;
 
     static constexpr std::size_t Capacity = 64;
-    static constexpr std::chrono::milliseconds Rest{3};
+    static constexpr std::chrono::milliseconds MinimumAge{3};
 
-    std::deque<std::pair<std::shared_ptr<CDeviceIntf>, Clock::time_point>> Devices; ///< With the time of its probe.
+    std::deque<std::pair<std::shared_ptr<CDeviceIntf>, Clock::time_point>>
+        Devices; ///< Each with the time of its probe.
 };

@@ -76,7 +76,7 @@ private:
     std::string Name;                    ///< Constant while the worker runs.
     CZVNotifyHandler* Handler = nullptr; ///< Constant while the worker runs.
     std::atomic<std::uint32_t> State{0}; ///< ZV_NOTIFY bits. Atomic, guarded by no lock.
-    std::int64_t StopTime = 0; ///< Monotonic nanoseconds; the stopping thread only.
+    std::int64_t StopTime = 0;           ///< Monotonic nanoseconds; the stopping thread only.
 
     alignas(CacheLine) CSafeList<ZVBlob> Queue; ///< Has its own lock, the queue lock.
     CWaitEvent WakeEvent;                       ///< Has its own lock, the wake lock.

@@ -115,5 +115,6 @@ void EnsureService();
 
 /// Copies a message into a blob and queues it for the device managers without waiting for them. With a
 /// simulated driver it runs on any of that driver's threads.
-/// @return 1 with a simulated driver, because no window handles the message; otherwise the result of the default handling.
+/// @return 1 with a simulated driver, because no window handles the message; otherwise the result of the default
+/// handling.
 LRESULT CALLBACK PwrEvtWndProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);

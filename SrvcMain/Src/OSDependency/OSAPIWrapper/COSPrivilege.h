@@ -1,6 +1,6 @@
 /// @file
-/// The rights that the service asks of the system. It needs none beyond the host's own today; the
-/// interface is where a platform that requires privileges requests them.
+/// The privileges that the service requests. It needs none beyond those of the host; a platform that
+/// requires privileges implements the interface.
 #pragma once
 
 class COSPrivilege

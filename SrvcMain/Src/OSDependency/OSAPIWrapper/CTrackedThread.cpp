@@ -9,7 +9,7 @@ CTrackedThread::~CTrackedThread()
 {
     if (Count == 0)
         return;
-    ZV_TRACE(TrackedThreadLeft, File.data(), Function.data(), Line);
+    ZV_TRACE(TrackedThreadNotJoined, File.data(), Function.data(), Line);
     Join();
 }
 

@@ -21,11 +21,11 @@ public:
     CTrackedThread(const CTrackedThread&) = delete;
     CTrackedThread& operator=(const CTrackedThread&) = delete;
 
-    /// @return false when the thread is started already.
-    /// @throws std::system_error "resource unavailable try again" when no thread can be had.
+    /// @return false when the thread is already started.
+    /// @throws std::system_error "resource unavailable try again" when no thread can be created.
     bool Start(CBody body, void* argument, std::source_location where = std::source_location::current());
 
-    /// Waits for the end of the thread; does nothing when none is started.
+    /// Waits until the thread has ended; does nothing if none is started.
     void Join();
 
 private:
@@ -34,7 +34,7 @@ private:
 
     static void KeepTail(std::string_view text, CNameTail& tail);
 
-    std::thread Thread;                 ///< The owner's.
+    std::thread Thread;                 ///< Used by the owner only, like all fields without a note.
     std::atomic<std::int32_t> Count{0}; ///< 1 while the thread is started.
     CNameTail File{};
     CNameTail Function{};

@@ -12,11 +12,11 @@ constinit std::atomic<ZVVirtualIoctl> Virtual_SendIOCTLReq{nullptr};
 namespace
 {
 
-/// The name is the same on every platform, so that a host's folder needs no second file.
+/// The same name on every platform, so that one file in a host's folder serves all of them.
 constexpr char FileName[] = "VirtualDriver_UWP.dll";
 
-/// A bound entry keeps its module loaded until the process ends: a host's thread may still be executing
-/// inside it then.
+/// Keeps the module of a bound entry loaded until the process ends, because a host's thread may still be
+/// executing it when the binding is destroyed.
 template <class Entry>
 void Bind(std::atomic<Entry>& entry, HMODULE module, const char* name)
 {
@@ -37,7 +37,7 @@ bool CVirtualDriverBinding::Load()
         return false;
     Module = LoadLibraryA(FileName);
     LoadFlags |= Loaded;
-    // Without a module the look-up would search the host program's exports.
+    // With a null module GetProcAddress would search the exports of the host program.
     if (Module == nullptr)
         return true;
     Bind(Virtual_RegisterPnPHandler, Module, "Virtual_RegisterPnPHandler");

@@ -9,7 +9,7 @@
 #include <atomic>
 #include <cstdint>
 
-/// Shape of the window procedure that a simulated driver calls to deliver a message.
+/// Type of the window procedure that a simulated driver calls to deliver a message.
 using ZVWindowProcedure = LRESULT(CALLBACK*)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 /// Second argument of Virtual_EnumZVDevice.
@@ -22,9 +22,9 @@ struct CVirtualEnumDescriptor
 
 static_assert(sizeof(CVirtualEnumDescriptor) == 16);
 
-/// The entry points, bound while not null. Written during bring-up, before any device or manager
-/// exists, and cleared at teardown when objects that outlive the service may still test them; hence
-/// atomics. Whatever an entry returns is ignored.
+/// The entry points; null while not bound. Written during bring-up, before any device or manager exists,
+/// and cleared at teardown. Atomic, because objects that outlive the service may read them at that time.
+/// The result of an entry is ignored.
 /// @{
 using ZVVirtualRegister = void(WINAPI*)(ZVWindowProcedure handler);
 using ZVVirtualEnum = void(WINAPI*)(void* buffer, CVirtualEnumDescriptor* descriptor);
@@ -45,7 +45,7 @@ extern std::atomic<ZVVirtualIoctl> Virtual_SendIOCTLReq;
 /// @}
 
 /// Loads the simulated driver and binds its entry points; unloads it when destroyed. Used by
-/// bring-up and teardown alone.
+/// bring-up and teardown only.
 class CVirtualDriverBinding
 {
 public:
@@ -54,8 +54,8 @@ public:
     CVirtualDriverBinding(const CVirtualDriverBinding&) = delete;
     CVirtualDriverBinding& operator=(const CVirtualDriverBinding&) = delete;
 
-    /// Loads the file from the current directory if it exists. An entry point that it does not export
-    /// stays unbound; if it cannot be loaded, all of them stay unbound.
+    /// Loads the file from the current directory if it exists. Entry points that it does not export stay
+    /// unbound; if it cannot be loaded, all stay unbound.
     /// @return false when there is no such file, the normal case.
     bool Load();
     void Unload();
@@ -69,6 +69,6 @@ private:
     HMODULE Module = nullptr;
 };
 
-/// Keeps the module with this address in the process until it ends, so that no host can unload code
-/// from under a running thread.
+/// Keeps the module that contains this address loaded until the process ends, so that no host can unload
+/// code that a thread still runs.
 void PinModule(const void* address);

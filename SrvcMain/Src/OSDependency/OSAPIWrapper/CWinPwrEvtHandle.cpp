@@ -10,12 +10,12 @@ namespace
 {
 
 constexpr CWideText WindowName{"ZVUWPSrvcLib"};
-/// The message that ends the thread.
+/// The message that stops the thread.
 constexpr UINT StopMessage = WM_QUIT;
 static_assert(StopMessage == 18);
 
-/// A thread that has exited already is reported in either of two ways.
-bool IsThreadGone(DWORD error)
+/// Windows reports a thread that has already exited in either of two ways.
+bool HasThreadExited(DWORD error)
 {
     return error == ERROR_INVALID_THREAD_ID || error == ERROR_INVALID_PARAMETER;
 }
@@ -44,13 +44,13 @@ void CWinPwrEvtHandle::DeInitPwrEvtHandler()
     if ((PwrEvtState & ZV_PWREVT_ACTIVE) != 0)
     {
         PwrEvtState |= ZV_PWREVT_STOPPING;
-        // Until then there is no window to send to.
+        // Before that there is no window to send to.
         AwaitChange(WindowThreadId, 0U);
         SendMessageW(Window, StopMessage, 0, 0);
         // SendMessage reaches the procedure but does not make GetMessage return; PostThreadMessage does.
         // Posted to the thread, because the window may not exist. Retried, because the thread's queue may
-        // be full for a moment, and without the message the join would hang.
-        while (!PostThreadMessageW(WindowThreadId, StopMessage, 0, 0) && !IsThreadGone(GetLastError()))
+        // be full temporarily, and without the message the join would hang.
+        while (!PostThreadMessageW(WindowThreadId, StopMessage, 0, 0) && !HasThreadExited(GetLastError()))
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         WindowThread.Join();
     }
@@ -70,7 +70,7 @@ void CWinPwrEvtHandle::ServeWindow(void* self)
     handle.PumpMessages();
 }
 
-/// Failures are not looked at: without a window the thread waits for its stop, and no events come.
+/// Ignores failures: without a window the thread waits to be stopped, and no events arrive.
 void CWinPwrEvtHandle::OpenWindow()
 {
     const HINSTANCE program = GetModuleHandleW(nullptr);
@@ -107,7 +107,7 @@ void CWinPwrEvtHandle::RegisterInterfaces()
         static_assert(sizeof filter == 32);
         filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
         filter.dbcc_classguid = interfaceClass;
-        // Lives as long as the window, and so as long as the process.
+        // Never unregistered: the registration is needed as long as the window exists.
         if (RegisterDeviceNotificationW(Window, &filter, DEVICE_NOTIFY_WINDOW_HANDLE) == nullptr)
         {
             const std::uint32_t error = GetLastError();
@@ -128,7 +128,7 @@ void CWinPwrEvtHandle::PumpMessages() const
         if (number == StopMessage || (state & ZV_PWREVT_STOPPING) != 0 || result == -1)
         {
             const auto outcome = static_cast<std::uint32_t>(result);
-            ZV_TRACE(WindowThreadLeaves, state, outcome);
+            ZV_TRACE(WindowThreadLeft, state, outcome);
             return;
         }
         ZV_TRACE(WindowThreadMessage, number);

@@ -16,7 +16,7 @@ constexpr DWORD MaxClassGuids = 10;
 
 std::optional<std::u16string> CDeviceNode::Property(DWORD code, DWORD capacity) const
 {
-    // One unit more than the size passed to the platform, so that the text is always terminated.
+    // One unit more than the size passed to the call, so that the text is always terminated.
     std::vector<WCHAR> buffer(capacity / sizeof(WCHAR) + 1);
     SP_DEVINFO_DATA device = Data;
     DWORD required = 0;
@@ -33,7 +33,7 @@ CRegistryKey CDeviceNode::OpenDriverKey() const
 {
     SP_DEVINFO_DATA device = Data;
     const HKEY key = SetupDiOpenDevRegKey(Set, &device, DICS_FLAG_GLOBAL, 0, DIREG_DRV, KEY_ALL_ACCESS);
-    // As SetupDiOpenClassRegKey does, it reports a missing key as an invalid handle.
+    // Like SetupDiOpenClassRegKey, this call reports a missing key as an invalid handle.
     return static_cast<void*>(key) == INVALID_HANDLE_VALUE ? CRegistryKey() : CRegistryKey(key);
 }
 
@@ -49,7 +49,7 @@ DWORD CDeviceNode::ChangeState(DWORD state, DWORD scope) const
     if (SetupDiSetClassInstallParamsW(Set, &device, &parameters.ClassInstallHeader, sizeof parameters) &&
         SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, Set, &device))
         return ERROR_SUCCESS;
-    // A failure that left no reason is one all the same.
+    // A failure without an error number is still a failure.
     const DWORD error = GetLastError();
     return error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE;
 }
@@ -76,7 +76,7 @@ bool CNetClassWalk::Open()
         ZV_TRACE(WalkNoSet, error);
         return false;
     }
-    // One of the platform's calls that report a missing key as an invalid handle.
+    // This call reports a missing key as an invalid handle.
     const HKEY root = SetupDiOpenClassRegKey(nullptr, KEY_READ);
     if (static_cast<void*>(root) == INVALID_HANDLE_VALUE)
     {
@@ -97,7 +97,7 @@ std::optional<CDeviceNode> CDeviceWalk::Next()
     while (SetupDiEnumDeviceInfo(Set.Get(), Index, &data))
     {
         ++Index;
-        // Set beforehand, since a platform may report success and write neither.
+        // Initialized, because the call may report success without writing them.
         ULONG status = 0;
         ULONG problem = 0;
         if (CM_Get_DevNode_Status(&status, &problem, data.DevInst, 0) != CR_SUCCESS)
@@ -111,7 +111,7 @@ std::optional<CDeviceNode> CDeviceWalk::Next()
 CRegistryKey CNetClassWalk::OpenDriverKey(const std::u16string& path) const
 {
     CRegistryKey key;
-    // For an empty path the platform gives the root key itself, which is not the device's to close.
+    // For an empty path Windows returns the root key itself, which must not be closed here.
     if (path.empty())
         return key;
     std::vector<WCHAR> text(path.begin(), path.end());

@@ -1,5 +1,5 @@
 /// @file
-/// Walks over the devices of the machine.
+/// Enumerates the devices of the machine.
 #pragma once
 
 #include "OSPlatform.h"
@@ -19,19 +19,19 @@ public:
     {
     }
 
-    /// Problem number of the node; 0 when it works.
+    /// Returns the problem number of the node; 0 when it works.
     std::uint32_t Problem() const { return ProblemNumber; }
 
-    /// The first string of a 16-bit property.
-    /// @param capacity bytes at most, the NUL included.
+    /// Returns the first string of a 16-bit property.
+    /// @param capacity maximum number of bytes, including the NUL.
     /// @return nothing when the device has no such property or it does not fit.
     std::optional<std::u16string> Property(DWORD code, DWORD capacity) const;
 
-    /// Opens the device's driver key for reading and writing; empty without one, and for a caller
-    /// without the rights.
+    /// Opens the device's driver key for reading and writing.
+    /// @return an empty handle when there is no key or the caller has not the rights.
     CRegistryKey OpenDriverKey() const;
 
-    /// Has the device installer change the node's state.
+    /// Changes the node's state through the device installer.
     /// @param state DICS_ENABLE or DICS_DISABLE.
     /// @param scope DICS_FLAG_GLOBAL or DICS_FLAG_CONFIGSPECIFIC.
     /// @return 0, or the platform's error number.
@@ -43,15 +43,15 @@ private:
     std::uint32_t ProblemNumber;
 };
 
-/// Bytes read of a property of any length.
+/// Maximum number of bytes that are read of a property without a length limit of its own.
 inline constexpr DWORD ZV_PROPERTY_CAPACITY = 1000;
 
-/// Gets the GUIDs of the network class.
-/// @param capacity how many there may be.
-/// @return false when there are more, or none can be had.
+/// Reads the GUIDs of the network class.
+/// @param capacity maximum number of GUIDs.
+/// @return false when there are more, or when they cannot be read.
 bool FindNetworkClass(GUID* guids, DWORD capacity);
 
-/// A set of devices, visited in the order of the platform. Used on one thread, with no lock held.
+/// A set of devices in the order of Windows. Used on one thread, with no lock held.
 class CDeviceWalk
 {
 public:
@@ -60,8 +60,7 @@ public:
 
     explicit operator bool() const { return static_cast<bool>(Set); }
 
-    /// The next device; those that cannot be read or that the system hides are passed over. Nothing
-    /// at the end.
+    /// Returns the next device, or nothing at the end. Skips devices that cannot be read or are hidden.
     std::optional<CDeviceNode> Next();
 
 protected:
@@ -75,8 +74,8 @@ private:
 class CNetClassWalk : public CDeviceWalk
 {
 public:
-    /// Gets the class, the set and the root key.
-    /// @return false when one of them cannot be had; the reason is traced.
+    /// Opens the set and the root key.
+    /// @return false when one of them cannot be opened; the reason is traced.
     bool Open();
 
     /// Opens a device's driver key.

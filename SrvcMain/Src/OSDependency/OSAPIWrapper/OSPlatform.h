@@ -1,6 +1,6 @@
 /// @file
-/// The seam: the one place where the library meets the platform. Everything else in SrvcMain/Src
-/// calls the published Windows names through this header.
+/// Includes the Windows headers or their stand-in. All other code in SrvcMain/Src uses the published
+/// Windows names through this header, so that only it depends on the platform.
 #pragma once
 
 #ifdef _WIN32
@@ -19,7 +19,7 @@
 #include <setupapi.h>
 #include <wmistr.h>
 
-// Published for drivers and runtimes alone, so that these headers leave it out.
+// Documented for drivers and runtimes only, so these headers do not declare it.
 extern "C" __declspec(dllimport) BOOLEAN NTAPI RtlDllShutdownInProgress();
 
 #else

@@ -1,5 +1,5 @@
 /// @file
-/// What is left to do when the process ends.
+/// Detects the end of the process.
 #pragma once
 
 #include "OSPlatform.h"
@@ -14,7 +14,7 @@ inline bool ThreadsHaveBeenEnded() noexcept
     return RtlDllShutdownInProgress() != FALSE;
 }
 
-/// Set when the exit routine begins.
+/// Set when the exit routine begins. Atomic, guarded by no lock.
 inline std::atomic<bool> ZVExitHasBegun{false};
 
 /// Returns true once the exit routine waits for the library's threads. Long work, such as the probes of a

@@ -6,7 +6,7 @@
 namespace
 {
 
-/// The platform's and the interface's 32-bit words are different types on some platforms.
+/// DWORD and std::uint32_t are different types on Windows, although both have 32 bits.
 DWORD* AsWord(std::uint32_t* word)
 {
     static_assert(sizeof(DWORD) == sizeof(std::uint32_t));

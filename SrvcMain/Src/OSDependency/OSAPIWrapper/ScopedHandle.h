@@ -1,12 +1,12 @@
 /// @file
-/// Owners of the platform's handles. Nothing else in the library closes one.
+/// Owners of Windows handles. No other code in the library closes one.
 #pragma once
 
 #include "OSPlatform.h"
 
 #include <utility>
 
-/// Keeps the thread's last error over a scope, so that cleaning up never hides why a call failed.
+/// Restores the thread's last error at the end of a scope, so that a close does not hide why a call failed.
 class CLastErrorKeeper
 {
 public:
@@ -19,8 +19,8 @@ private:
     DWORD Saved;
 };
 
-/// Owns one handle. `Policy` gives the type, the value that means none, and the close call. The
-/// last error survives a close.
+/// Owns one handle. `Policy` defines the type, the value for no handle, and the close call. Closing keeps
+/// the last error.
 template <class Policy>
 class CScopedHandle
 {

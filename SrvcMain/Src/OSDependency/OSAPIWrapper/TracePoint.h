@@ -1,6 +1,6 @@
 /// @file
-/// The guard of a trace point and its control record. In a low layer, so that every module can trace
-/// without including the service.
+/// Trace points and their control record. In a low layer, so that every module can trace without
+/// including the service.
 #pragma once
 
 #include "OSPlatform.h"
@@ -14,8 +14,8 @@
 #include <string>
 #include <tuple>
 
-/// What the enabled session asked for. The trace controller's thread writes it while every thread
-/// reads it, so the three words are atomics; a point that races with a disable may be lost.
+/// What the session has enabled. The trace controller's thread writes it while any thread reads it, so
+/// three of the fields are atomic. A point that races with a disable may be lost.
 struct CTraceControl
 {
     CTraceControl* Next = nullptr;        ///< Always null: there is one provider.
@@ -27,10 +27,10 @@ struct CTraceControl
     std::atomic<std::uint32_t> Flags{0};  ///< 0 when the provider is disabled.
 };
 
-extern CTraceControl TraceControl;
+inline constinit CTraceControl TraceControl;
 
-/// Holds its own address while tracing is not set up, and the address of TraceControl while it is.
-extern std::atomic<const void*> TraceControlPtr;
+/// Holds the address of TraceControl while the provider is registered, otherwise its own address.
+inline constinit std::atomic<const void*> TraceControlPtr{&TraceControlPtr};
 
 /// Returns true when the session has enabled points of this level and component.
 inline bool TraceWanted(std::uint8_t level, std::uint32_t flag) noexcept
@@ -43,7 +43,7 @@ inline bool TraceWanted(std::uint8_t level, std::uint32_t flag) noexcept
 namespace TraceDetail
 {
 
-/// One argument as the trace service takes it: an address and a length.
+/// One argument as TraceMessage takes it: an address and a length.
 using CArgument = std::tuple<const void*, std::size_t>;
 
 inline CArgument AsArgument(const std::uint32_t& number) noexcept
@@ -84,8 +84,8 @@ void Write(ZVTracePoint point, const Arguments&... arguments)
 
 } // namespace TraceDetail
 
-/// A trace point. Level and component come from the point's row; the arguments are computed only
-/// when the session has enabled the point.
+/// A trace point. Level and component are those of the point's row. The arguments are evaluated only if
+/// the session has enabled the point.
 #define ZV_TRACE(point, ...)                                                                                           \
     do                                                                                                                 \
     {                                                                                                                  \

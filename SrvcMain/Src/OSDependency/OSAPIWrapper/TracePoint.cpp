@@ -1,4 +1,0 @@
-#include "TracePoint.h"
-
-constinit CTraceControl TraceControl;
-constinit std::atomic<const void*> TraceControlPtr{&TraceControlPtr};
