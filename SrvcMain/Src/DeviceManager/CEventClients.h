@@ -20,7 +20,7 @@ struct CEventClient
     explicit CEventClient(const _ZV_WLAN_NOTIFY_HDLR& record) : Record(record) {}
 
     const _ZV_WLAN_NOTIFY_HDLR Record;
-    std::atomic<bool> IsRegistered{true};
+    std::atomic<bool> IsRegistered{true}; ///< Guarded by no lock.
 };
 
 /// One client list and the thread that calls its clients. Any thread may call any operation.
@@ -65,7 +65,7 @@ public:
 private:
     CClientQueue& QueueOfType(std::uint32_t clientType);
 
-    std::atomic<std::uint32_t> LastClientId{0}; ///< Atomic, guarded by no lock.
-    CClientQueue UserQueue{"Dev_Manager_User_Notification"};
-    CClientQueue ZVQueue{"Dev_Manager_ZV_Notification"};
+    std::atomic<std::uint32_t> LastClientId{0};              ///< Atomic, guarded by no lock.
+    CClientQueue UserQueue{"Dev_Manager_User_Notification"}; ///< Thread-safe.
+    CClientQueue ZVQueue{"Dev_Manager_ZV_Notification"};     ///< Thread-safe; for clients of ZV_INFO_REQ_MAGIC.
 };

@@ -54,7 +54,7 @@ public:
     class Pimpl;
 
 private:
-    std::shared_ptr<Pimpl> Self;
+    std::shared_ptr<Pimpl> Self; ///< Constant until the destructor.
 };
 
 /// Owner of the service object. Its destructor is the exit routine of the library.

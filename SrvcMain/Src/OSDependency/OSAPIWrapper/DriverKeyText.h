@@ -11,11 +11,11 @@
 #include <string>
 
 /// Reads from one key and its subkeys. All code that compares a value with a record's field reads the
-/// value through this class, so that both sides are cut in the same way.
+/// value through this class, so that both sides are truncated in the same way.
 class CDriverKeyText
 {
 public:
-    /// Returns the value's text, cut to what a field of `fieldSize` bytes holds including its NUL.
+    /// Returns the value's text, truncated to what a field of `fieldSize` bytes holds including its NUL.
     /// @return nothing for a value that is missing or longer than the field.
     std::optional<std::string> Query(const CRegistryKey& key, const char* name, std::size_t fieldSize);
     /// Returns an empty text instead of nothing.
