@@ -54,7 +54,7 @@ static NTSTATUS MakeDevice(const char* name, struct Device** made)
     InitializeListHead(&device->Items);
     InitializeListHead(&device->Waiting);
     InitializeListHead(&device->Held);
-    Compose(device->PathLink, L"\\DosDevices\\", name);
+    Compose(device->PathLink, L"\\DosDevices\\Global\\", name);
     RtlInitUnicodeString(&link, device->PathLink);
     status = IoCreateSymbolicLink(&link, &objectName);
     if (!NT_SUCCESS(status))
