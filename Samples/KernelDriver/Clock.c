@@ -1,4 +1,4 @@
-/* The thread that answers delayed requests. */
+/* The thread that answers delayed requests and completes those held too long. */
 #include "Driver.h"
 
 static KEVENT Wake;           /* automatic reset */
@@ -39,6 +39,7 @@ static LONGLONG AnswerDue(LONGLONG now)
         struct Device* const device = CONTAINING_RECORD(link, struct Device, Link);
         while ((irp = TakeDue(device, now, &next)) != NULL)
             Answer(device, irp, &ends);
+        TakeHeldDue(device, now, &next, &ends);
     }
     Unlock(level);
     EndAll(&ends);

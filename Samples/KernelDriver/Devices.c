@@ -54,9 +54,12 @@ static NTSTATUS MakeDevice(const char* name, struct Device** made)
     InitializeListHead(&device->Items);
     InitializeListHead(&device->Waiting);
     InitializeListHead(&device->Held);
-    Compose(device->PathLink, L"\\DosDevices\\", name);
+    /* This runs in the program's context, where a link without "Global" is visible in its logon session only. */
+    Compose(device->PathLink, L"\\DosDevices\\Global\\", name);
     RtlInitUnicodeString(&link, device->PathLink);
     status = IoCreateSymbolicLink(&link, &objectName);
+    if (status == STATUS_INVALID_HANDLE) /* how Wine reports a name in use */
+        status = STATUS_OBJECT_NAME_COLLISION;
     if (!NT_SUCCESS(status))
         IoDeleteDevice(object);
     *made = device;

@@ -1,5 +1,6 @@
 /* Entry point, unloading, and dispatch of requests on the handles of both kinds of devices. */
 #include "Driver.h"
+#include "Security.h"
 
 PDRIVER_OBJECT DriverObject;
 
@@ -18,7 +19,7 @@ void Unlock(KIRQL level)
 
 void* Allocate(SIZE_T size)
 {
-    return ExAllocatePoolWithTag(NonPagedPool, size, ZVK_TAG);
+    return ExAllocatePoolWithTag(NonPagedPoolNx, size, ZVK_TAG);
 }
 
 void Free(void* memory)
@@ -99,7 +100,9 @@ static NTSTATUS MakeSteeringDevice(void)
         IoCreateDevice(DriverObject, 0, &name, FILE_DEVICE_UNKNOWN, FILE_DEVICE_SECURE_OPEN, FALSE, &SteeringDevice);
     if (!NT_SUCCESS(status))
         return status;
-    status = IoCreateSymbolicLink(&link, &name);
+    status = AllowAdministratorsOnly(SteeringDevice);
+    if (NT_SUCCESS(status))
+        status = IoCreateSymbolicLink(&link, &name);
     if (!NT_SUCCESS(status))
         IoDeleteDevice(SteeringDevice);
     return status;

@@ -17,7 +17,7 @@
 enum Place
 {
     PlaceKept,
-    PlaceDelayed, /* due at the time in DriverContext[1] */
+    PlaceDelayed, /* due at the time that SetDue stores */
     PlaceRead
 };
 
@@ -38,12 +38,13 @@ struct Device
     PFILE_OBJECT Owner; /* the steering handle; null after unplugging */
     LIST_ENTRY Rules;
     LIST_ENTRY Items;
+    SIZE_T ItemBytes;   /* memory of Items */
     LIST_ENTRY Waiting; /* requests that can be cancelled, oldest first */
     LIST_ENTRY Held;    /* cancelled requests that are held */
     BOOLEAN HoldsCancelled;
     ULONG Uses;              /* open handles, and Unplug while it works without the lock */
     struct ZvkCounts Counts; /* Waiting and Cancelled are computed by Count */
-    WCHAR PathLink[ZVK_NAME_SIZE + 16];
+    WCHAR PathLink[ZVK_NAME_SIZE + 24];
 };
 
 /** An open handle of a control device, with the response that its reads receive. */
@@ -77,6 +78,8 @@ PIRP TakeFirst(struct Device* device, enum Place place, ULONG code, PFILE_OBJECT
 PIRP TakeDue(struct Device* device, LONGLONG now, LONGLONG* next);
 void TakeAll(struct Device* device, PFILE_OBJECT file, NTSTATUS status, PLIST_ENTRY ends); /* null: all files */
 void TakeHeld(struct Device* device, PFILE_OBJECT file, PLIST_ENTRY ends);
+void TakeHeldDue(struct Device* device, LONGLONG now, LONGLONG* next, PLIST_ENTRY ends); /* as TakeDue */
+void SetDue(PIRP irp, LONGLONG due); /* stores the time in DriverContext[1] and wakes the clock thread */
 ULONG CountOf(const LIST_ENTRY* list);
 void AddEnd(PLIST_ENTRY ends, PIRP irp, NTSTATUS status, ULONG bytes);
 void EndAll(PLIST_ENTRY ends);
@@ -114,6 +117,12 @@ enum
     RecordHead = 40,
     InformationSize = 100,
     ChunkSize = 200
+};
+
+enum
+{
+    LongestHold = 60 * 10000000, /* in units of 100 ns */
+    MostItemBytes = 1024 * 1024  /* of one device; items come from any host */
 };
 
 /* Answers.c; under the lock */

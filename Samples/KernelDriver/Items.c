@@ -25,9 +25,14 @@ static struct Item* Find(const struct Device* device, ULONG id)
 NTSTATUS SetItem(struct Device* device, ULONG id, const UCHAR* bytes, ULONG length)
 {
     struct Item* const old = Find(device, id);
-    struct Item* const item = Allocate(sizeof *item + length);
+    const SIZE_T freed = old != NULL ? sizeof *old + old->Length : 0;
+    const SIZE_T size = sizeof *old + length;
+    if (device->ItemBytes - freed + size > MostItemBytes)
+        return STATUS_INSUFFICIENT_RESOURCES;
+    struct Item* const item = Allocate(size);
     if (item == NULL)
         return STATUS_INSUFFICIENT_RESOURCES;
+    device->ItemBytes += size - freed;
     item->Id = id;
     item->Length = length;
     RtlCopyMemory(item->Bytes, bytes, length);

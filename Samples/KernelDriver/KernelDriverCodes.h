@@ -1,7 +1,7 @@
 /** @file
  * The private control codes of the kernel-mode test driver. For C and C++; all numbers are little-endian.
  *
- * A program opens ZVK_STEERING_PATH and plugs one control device in through that handle. The device
+ * An administrator's program opens ZVK_STEERING_PATH and plugs one control device in through that handle. The device
  * exists until it is unplugged or the handle is closed, at the latest when the program exits. Its pending
  * requests then complete with "device removed", as does every later one, and its name becomes free.
  *
@@ -38,7 +38,8 @@ enum
 /** Completes the oldest request with a code that a rule keeps. Input: struct ZvkEnd, directly followed by
  * its bytes. Fails with "not found" if none is kept. */
 #define ZVK_END_KEPT ZVK_CODE(0x804U)
-/** Sets whether cancelled requests are held. Input: a 32-bit number; 0 completes the held requests. */
+/** Sets whether cancelled requests are held. Input: a 32-bit number; 0 completes the held requests. Each is
+ * held for a minute at most, because Windows keeps a process that exits until its requests complete. */
 #define ZVK_HOLD_CANCELLED ZVK_CODE(0x805U)
 /** Returns the device's counts. Output: struct ZvkCounts. */
 #define ZVK_COUNT ZVK_CODE(0x806U)

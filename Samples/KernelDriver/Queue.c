@@ -25,6 +25,18 @@ void EndAll(PLIST_ENTRY ends)
         IoCompleteRequest(IrpOf(RemoveHeadList(ends)), IO_NO_INCREMENT);
 }
 
+static LONGLONG DueOf(PIRP irp)
+{
+    return (LONGLONG)(ULONG_PTR)irp->Tail.Overlay.DriverContext[1];
+}
+
+void SetDue(PIRP irp, LONGLONG due)
+{
+    static_assert(sizeof(void*) == sizeof(LONGLONG), "the time is stored in a pointer");
+    irp->Tail.Overlay.DriverContext[1] = (void*)(ULONG_PTR)due;
+    WakeClock();
+}
+
 static void NTAPI OnCancel(PDEVICE_OBJECT object, PIRP irp)
 {
     struct Device* const device = object->DeviceExtension;
@@ -35,7 +47,10 @@ static void NTAPI OnCancel(PDEVICE_OBJECT object, PIRP irp)
     Lock(&level);
     RemoveEntryList(&irp->Tail.Overlay.ListEntry);
     if (device->HoldsCancelled)
+    {
+        SetDue(irp, Now() + LongestHold);
         InsertTailList(&device->Held, &irp->Tail.Overlay.ListEntry);
+    }
     else
         AddEnd(&ends, irp, STATUS_CANCELLED, 0);
     Unlock(level);
@@ -89,7 +104,7 @@ PIRP TakeDue(struct Device* device, LONGLONG now, LONGLONG* next)
     for (PLIST_ENTRY link = device->Waiting.Flink; link != &device->Waiting; link = link->Flink)
     {
         PIRP const irp = IrpOf(link);
-        const LONGLONG due = (LONGLONG)(ULONG_PTR)irp->Tail.Overlay.DriverContext[1];
+        const LONGLONG due = DueOf(irp);
         if (!IsAt(irp, PlaceDelayed))
             continue;
         if (due > now)
@@ -119,6 +134,21 @@ void TakeHeld(struct Device* device, PFILE_OBJECT file, PLIST_ENTRY ends)
         link = link->Flink;
         if (file != NULL && FileOf(irp) != file)
             continue;
+        RemoveEntryList(&irp->Tail.Overlay.ListEntry);
+        AddEnd(ends, irp, STATUS_CANCELLED, 0);
+    }
+}
+
+void TakeHeldDue(struct Device* device, LONGLONG now, LONGLONG* next, PLIST_ENTRY ends)
+{
+    while (!IsListEmpty(&device->Held))
+    {
+        PIRP const irp = IrpOf(device->Held.Flink); /* the oldest, so the first that is due */
+        if (DueOf(irp) > now)
+        {
+            *next = min(*next, DueOf(irp));
+            return;
+        }
         RemoveEntryList(&irp->Tail.Overlay.ListEntry);
         AddEnd(ends, irp, STATUS_CANCELLED, 0);
     }

@@ -24,10 +24,7 @@ static NTSTATUS WaitForRead(struct Device* device, PIRP irp, PLIST_ENTRY ends)
 
 static NTSTATUS WaitForTime(struct Device* device, PIRP irp, ULONG delayMs, PLIST_ENTRY ends)
 {
-    static_assert(sizeof(void*) == sizeof(LONGLONG), "the time lies in a pointer");
-    const LONGLONG due = Now() + (LONGLONG)delayMs * 10000;
-    irp->Tail.Overlay.DriverContext[1] = (void*)(ULONG_PTR)due;
-    WakeClock();
+    SetDue(irp, Now() + (LONGLONG)delayMs * 10000);
     return Wait(device, irp, PlaceDelayed, ends);
 }
 

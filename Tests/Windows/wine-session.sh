@@ -1,8 +1,8 @@
 #!/bin/bash
 # Runs a command in a separate Wine prefix and ends all processes that it started.
-# usage: wine-session.sh PREFIX DRIVER_TOOL DRIVER COMMAND [ARGUMENT...]
-# A missing prefix is created. The tool loads the driver before the command, which inherits the environment
-# for its programs.
+# usage: wine-session.sh PREFIX ZVDRIVER DRIVER COMMAND [ARGUMENT...]
+# A missing prefix is created. zvdriver.exe loads the driver before the command, which inherits the
+# environment for its programs.
 set -eu
 prefix=$(realpath -m -- "$1") tool=$2 driver=$3
 shift 3
@@ -44,6 +44,9 @@ trap end_all EXIT
 # keep its outputs open, so they are discarded.
 wineserver -p >/dev/null 2>&1
 wine_quietly wineboot
+# A driver that is left of an interrupted run may be another file.
+timeout 60 wine "$tool" uninstall
 # shellcheck disable=SC1003 # one backslash for tr, not a quote
-timeout 60 wine "$tool" load "Z:$(realpath -- "$driver" | tr / '\\')"
+timeout 60 wine "$tool" install "Z:$(realpath -- "$driver" | tr / '\\')"
+timeout 60 wine "$tool" start
 "$@"

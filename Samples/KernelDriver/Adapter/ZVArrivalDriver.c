@@ -1,5 +1,6 @@
-/* The driver of a root-enumerated adapter without hardware. It does what brings about the system's own
- * messages: it offers the network class's device interface while its device is started. */
+/* The driver of a root-enumerated adapter without hardware. It enables the device interface of the network
+ * class while its device is started, so that Windows sends its own messages of arrival and removal. Create
+ * requests fail: hosts open the control device of ZVKernelDriver instead. */
 
 #include <ntddk.h>
 
@@ -46,7 +47,7 @@ static NTSTATUS Remove(PDEVICE_OBJECT device, Extension* extension, PIRP irp)
 {
     NTSTATUS status;
 
-    IoSetDeviceInterfaceState(&extension->Link, FALSE);
+    IoSetDeviceInterfaceState(&extension->Link, FALSE); /* already disabled after a surprise removal */
     RtlFreeUnicodeString(&extension->Link);
     irp->IoStatus.Status = STATUS_SUCCESS;
     IoSkipCurrentIrpStackLocation(irp);
@@ -56,33 +57,56 @@ static NTSTATUS Remove(PDEVICE_OBJECT device, Extension* extension, PIRP irp)
     return status;
 }
 
-static NTSTATUS NTAPI PlugAndPlay(PDEVICE_OBJECT device, PIRP irp)
+static NTSTATUS NTAPI PassOn(PDEVICE_OBJECT device, PIRP irp)
 {
     Extension* const extension = device->DeviceExtension;
 
+    IoSkipCurrentIrpStackLocation(irp);
+    return IoCallDriver(extension->Lower, irp);
+}
+
+static NTSTATUS NTAPI PlugAndPlay(PDEVICE_OBJECT device, PIRP irp)
+{
+    Extension* const extension = device->DeviceExtension;
     switch (IoGetCurrentIrpStackLocation(irp)->MinorFunction)
     {
     case IRP_MN_START_DEVICE:
         return Start(extension, irp);
     case IRP_MN_REMOVE_DEVICE:
         return Remove(device, extension, irp);
-    case IRP_MN_QUERY_REMOVE_DEVICE:
     case IRP_MN_SURPRISE_REMOVAL:
+        IoSetDeviceInterfaceState(&extension->Link, FALSE);
+        irp->IoStatus.Status = STATUS_SUCCESS;
+        break;
+    case IRP_MN_QUERY_REMOVE_DEVICE:
     case IRP_MN_CANCEL_REMOVE_DEVICE:
+    case IRP_MN_QUERY_STOP_DEVICE:
+    case IRP_MN_CANCEL_STOP_DEVICE:
+    case IRP_MN_STOP_DEVICE:
         irp->IoStatus.Status = STATUS_SUCCESS;
         break;
     default:
         break;
     }
+    return PassOn(device, irp);
+}
+
+/* Suspending Windows fails unless every driver passes power requests on. */
+static NTSTATUS NTAPI Power(PDEVICE_OBJECT device, PIRP irp)
+{
+    Extension* const extension = device->DeviceExtension;
+
+    PoStartNextPowerIrp(irp);
     IoSkipCurrentIrpStackLocation(irp);
-    return IoCallDriver(extension->Lower, irp);
+    return PoCallDriver(extension->Lower, irp);
 }
 
 static NTSTATUS NTAPI AddDevice(PDRIVER_OBJECT driver, PDEVICE_OBJECT physical)
 {
     PDEVICE_OBJECT device;
     Extension* extension;
-    NTSTATUS status = IoCreateDevice(driver, sizeof(Extension), NULL, FILE_DEVICE_UNKNOWN, 0, FALSE, &device);
+    NTSTATUS status =
+        IoCreateDevice(driver, sizeof(Extension), NULL, FILE_DEVICE_UNKNOWN, FILE_DEVICE_SECURE_OPEN, FALSE, &device);
 
     if (!NT_SUCCESS(status))
         return status;
@@ -98,6 +122,7 @@ static NTSTATUS NTAPI AddDevice(PDRIVER_OBJECT driver, PDEVICE_OBJECT physical)
         IoDeleteDevice(device);
         return status;
     }
+    device->Flags |= extension->Lower->Flags & (DO_BUFFERED_IO | DO_DIRECT_IO | DO_POWER_PAGABLE);
     device->Flags &= ~(ULONG)DO_DEVICE_INITIALIZING;
     return STATUS_SUCCESS;
 }
@@ -112,6 +137,8 @@ NTSTATUS NTAPI DriverEntry(PDRIVER_OBJECT driver, PUNICODE_STRING path)
     (void)path;
     driver->DriverExtension->AddDevice = AddDevice;
     driver->MajorFunction[IRP_MJ_PNP] = PlugAndPlay;
+    driver->MajorFunction[IRP_MJ_POWER] = Power;
+    driver->MajorFunction[IRP_MJ_SYSTEM_CONTROL] = PassOn;
     driver->DriverUnload = Unload;
     return STATUS_SUCCESS;
 }
