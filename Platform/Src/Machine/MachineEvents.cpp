@@ -1,6 +1,7 @@
 // Events of a computer: each changes the tree and sends messages to the windows.
 #include "DeviceNotifications.h"
 #include "MachineImpl.h"
+#include "ThreadQueue.h"
 #include "WindowTable.h"
 
 #include <chrono>
@@ -16,7 +17,7 @@ namespace
 
 constexpr std::uint32_t DisabledProblem = 22;
 constexpr std::uint32_t ReinstallProblem = 18;
-constexpr std::chrono::seconds Patience{5};
+constexpr std::chrono::seconds Patience{5}; // the timeout of Windows for a window that does not respond
 
 using InterfaceRecord = std::shared_ptr<const DEV_BROADCAST_DEVICEINTERFACE_W>;
 
@@ -28,13 +29,13 @@ bool IsUp(const AdapterDescription& adapter)
 void TellAll(UINT message, WPARAM wParam)
 {
     for (const WindowPtr& window : WindowTable::Instance().All())
-        MessageQueue::Send(window, {message, wParam, 0}, Patience);
+        ThisThreadsQueue()->Send(window, {message, wParam, 0}, Patience);
 }
 
 std::optional<LRESULT> TellOfInterface(const WindowPtr& window, WPARAM event, const InterfaceRecord& record)
 {
-    return MessageQueue::Send(window, {WM_DEVICECHANGE, event, reinterpret_cast<LPARAM>(record.get()), record},
-                              Patience);
+    return ThisThreadsQueue()->Send(window, {WM_DEVICECHANGE, event, reinterpret_cast<LPARAM>(record.get()), record},
+                                    Patience);
 }
 
 /// One event of one adapter. Other events of the machine wait until it is over.
@@ -45,17 +46,18 @@ public:
 
     AdapterDescription Now() const
     {
-        const std::lock_guard lock(Own.Lock);
+        const ScopedLock lock(Own.Lock);
         return Own.AdapterNodes.All().at(Id).Description;
     }
 
-    /// Asks before an orderly removal; false when somebody denies it.
+    /// Sends the query of an orderly removal. Returns false if a window denies it.
     bool AskForRemoval() const
     {
         const AdapterDescription adapter = Now();
         return !IsUp(adapter) || AskForRemoval(MakeInterfaceRecord(adapter));
     }
 
+    /// Changes the tree first, so that a window that enumerates inside its message finds the new state.
     void Change(const std::function<void(AdapterDescription&)>& edit) const
     {
         const auto [before, after] = ChangeTree(edit);
@@ -72,7 +74,7 @@ public:
 
     void DeleteDriver() const
     {
-        const std::lock_guard lock(Own.Lock);
+        const ScopedLock lock(Own.Lock);
         Own.AdapterNodes.Uninstall(Id);
     }
 
@@ -96,7 +98,7 @@ private:
         const std::function<void(AdapterDescription&)>& edit) const
     {
         LeavingDevice leaving;
-        const std::lock_guard lock(Own.Lock);
+        const ScopedLock lock(Own.Lock);
         AdapterDescription before = Own.AdapterNodes.All().at(Id).Description;
         AdapterDescription after = before;
         edit(after);
@@ -109,6 +111,7 @@ private:
     const EventSequencer::Holder Sequence;
 };
 
+// An explicit value of the driver key takes precedence over the field, so it is removed.
 void SetVersion(AdapterDescription& adapter, std::string_view version)
 {
     adapter.DriverVersion = version;
@@ -163,6 +166,7 @@ bool Machine::UpdateDriver(AdapterId id, std::string_view version)
     if (!event.Now().Present || !event.AskForRemoval())
         return false;
     const std::uint32_t problem = event.Now().Problem;
+    // An adapter that did not run is not stopped, so its interface sends nothing.
     if (problem == 0)
         event.Change([](AdapterDescription& adapter) { adapter.Problem = ReinstallProblem; });
     event.Change([version, problem](AdapterDescription& adapter) {

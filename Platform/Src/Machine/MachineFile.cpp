@@ -233,7 +233,7 @@ void Machine::Impl::Load(std::string_view text, std::string_view origin, const s
         made.emplace(name, source.Make(folder));
     if (!folder.empty())
         WarnOfUnlisted(contents, std::string(origin));
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     for (const auto& [name, source] : contents.Devices)
         if (Devices.Contains(name))
             source.Place.Fail("a device of this name is attached already");

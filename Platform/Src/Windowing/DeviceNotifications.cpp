@@ -1,8 +1,7 @@
 #include "DeviceNotifications.h"
 
-#include "Errors.h"
+#include "ThreadQueue.h"
 #include "WindowTable.h"
-#include "WindowingCall.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,10 +1,9 @@
 // Classes and windows.
 #include "Windowing.h"
 
-#include "Errors.h"
 #include "ModuleTable.h"
+#include "ThreadQueue.h"
 #include "WindowTable.h"
-#include "WindowingCall.h"
 
 #include <unistd.h>
 
@@ -46,7 +45,7 @@ bool IsComplete(const WNDCLASSEXW* windowClass)
            std::u16string_view(windowClass->lpszClassName).size() <= LongestClassName;
 }
 
-/// A stock resource's number is its handle too; those of another module's are above.
+/// Uses a stock resource's number as its handle. Modules have no resources.
 std::uintptr_t StockResource(HINSTANCE module, const WCHAR* name)
 {
     constexpr std::uintptr_t first = 32512;
@@ -65,7 +64,7 @@ LRESULT Call(const Window& window, UINT message, const void* record = nullptr)
     return window.Procedure(window.Handle, message, 0, reinterpret_cast<LPARAM>(record));
 }
 
-/// False when that is under way already. On the window's own thread.
+/// Returns false if the window is being destroyed already. Runs on the window's thread.
 bool Destroy(Window& window)
 {
     if (std::exchange(window.Leaving, true))
@@ -76,9 +75,10 @@ bool Destroy(Window& window)
     return true;
 }
 
-/// The procedure's part in the making; false when it refuses.
+/// Sends the messages of a creation. Returns false if the procedure refuses or destroys the window.
 bool Introduce(Window& window, const CREATESTRUCTW& create)
 {
+    // The order in which Windows sends them.
     const SizeLimits limits{};
     Call(window, WM_GETMINMAXINFO, &limits);
     if (Call(window, WM_NCCREATE, &create) == 0)
@@ -145,7 +145,7 @@ try
         SetLastError(procedure == nullptr ? ERROR_CANNOT_FIND_WND_CLASS : ERROR_INVALID_WINDOW_HANDLE);
         return nullptr;
     }
-    const WindowPtr window = table.Add(procedure, MessageQueue::Mine());
+    const WindowPtr window = table.Add(procedure, ThisThreadsQueue());
     if (!window)
     {
         SetLastError(ERROR_INVALID_THREAD_ID);
@@ -190,7 +190,7 @@ BOOL DestroyWindow(HWND window)
     const WindowPtr found = WindowTable::Instance().Find(window);
     if (!found)
         return FailWith(ERROR_INVALID_WINDOW_HANDLE);
-    if (found->Queue != MessageQueue::Mine())
+    if (found->Queue != ThisThreadsQueue())
         return FailWith(ERROR_ACCESS_DENIED);
     return Destroy(*found) ? TRUE : FailWith(ERROR_INVALID_WINDOW_HANDLE);
 }
