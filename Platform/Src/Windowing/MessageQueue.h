@@ -3,7 +3,7 @@
 #pragma once
 
 #include "AnnotatedLock.h"
-#include "Windowing.h"
+#include "Messages.h"
 
 #include <chrono>
 #include <deque>

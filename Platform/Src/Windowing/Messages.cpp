@@ -1,4 +1,5 @@
-// Getting, sending and posting messages.
+#include "Messages.h"
+
 #include "ThreadQueue.h"
 #include "WindowTable.h"
 
