@@ -40,6 +40,7 @@ DeviceNames::Entry DeviceNames::Remove(std::string_view name)
     return entry;
 }
 
+// A new object for each arrival, so that handles from before the removal stay without a device.
 AttachedDevicePtr DeviceNames::SetPresent(std::string_view name, bool present)
 {
     const auto found = Entries.find(name);

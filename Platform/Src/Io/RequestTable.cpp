@@ -19,6 +19,7 @@ Request::Request(std::shared_ptr<OpenFile> file, std::uint64_t thread, DWORD cod
     std::atomic_ref(Caller.Record->Internal).store(STATUS_PENDING, std::memory_order_relaxed);
 }
 
+// The table holds no references, so a request that its driver drops is destroyed here while it is still in the table.
 Request::~Request()
 {
     Complete(ERROR_OPERATION_ABORTED, {});
@@ -68,7 +69,7 @@ std::optional<RequestEnd> Request::LeaveStart()
         if (Now == Phase::Ended)
             return EndedInStart ? std::optional(End) : std::nullopt;
         Now = Phase::InFlight;
-        file = CancelAsked ? File : nullptr;
+        file = CancelAsked ? File : nullptr; // a cancellation during Start was only recorded
     }
     PassCancel(file);
     return std::nullopt;

@@ -100,6 +100,7 @@ void ScriptedDevice::Cancel(const RequestPtr& request)
 {
     {
         const ScopedLock lock(Lock);
+        // Held must not return a cancelled request.
         Kept.remove(request);
         Aside.remove(request);
         if (HoldsCancelled)
@@ -114,7 +115,7 @@ void ScriptedDevice::Cancel(const RequestPtr& request)
 
 void ScriptedDevice::Cleanup(std::uint64_t openId)
 {
-    RequestList ending;
+    RequestList ending; // completed without the lock, since a completion may call this device again
     {
         const ScopedLock lock(Lock);
         for (auto next = CancelledRequests.begin(); ReleasesOnClose && next != CancelledRequests.end();)

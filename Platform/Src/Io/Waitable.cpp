@@ -17,6 +17,8 @@ struct Waiter
 
 Waitable::Waitable(bool manualReset, bool signalled) : ManualReset(manualReset), Signalled(signalled) {}
 
+// Decides under the lock which waiters are released. A waiter that is only woken and checks again could miss a signal
+// that is reset before it runs.
 void Waitable::Signal()
 {
     const ScopedLock lock(Lock);
@@ -48,6 +50,7 @@ void Waitable::Append(Link& link)
     *end = &link;
 }
 
+// A waiter may be in the list more than once, if it passed the same handle twice.
 void Waitable::Remove(const Waiter& who)
 {
     for (Link** next = &Waiters; *next != nullptr;)

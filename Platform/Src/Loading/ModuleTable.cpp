@@ -57,6 +57,7 @@ HMODULE ModuleTable::Add(void* loaded, bool pinned)
 {
     const auto module = static_cast<HMODULE>(loaded);
     const ScopedLock lock(Lock);
+    // A pin is not a load: FreeLibrary must not be able to undo it.
     Entry& entry = Modules[module];
     entry.References += pinned ? 0 : 1;
     entry.Pinned = entry.Pinned || pinned;

@@ -140,6 +140,7 @@ void AdapterTree::Remove(AdapterId id)
     Nodes.erase(id);
 }
 
+// Without its driver key the adapter has no registry image; its other properties stay for its return.
 void AdapterTree::Uninstall(AdapterId id)
 {
     AdapterNode& node = Nodes.at(id);

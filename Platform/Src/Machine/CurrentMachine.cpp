@@ -44,6 +44,7 @@ std::shared_ptr<Machine> MakeDefaultMachine()
     return machine;
 }
 
+// Created by the first call that needs it, so that a process that installs its own machine reads no file.
 const std::shared_ptr<Machine>& DefaultMachine()
 {
     static const std::shared_ptr<Machine>& machine = *new std::shared_ptr<Machine>(MakeDefaultMachine());

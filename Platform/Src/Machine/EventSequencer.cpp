@@ -12,6 +12,7 @@ EventSequencer::Holder::Holder(EventSequencer& sequencer) : Sequencer(sequencer)
     const auto self = std::this_thread::get_id();
     const MessageQueuePtr mine = ThisThreadsQueue();
     const ScopedLock lock(WindowLock);
+    // A window procedure may cause the next event from inside the current one.
     if (Sequencer.Owner == self)
         return;
     Sequencer.Waiting.push_back(mine);

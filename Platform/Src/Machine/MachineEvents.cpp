@@ -26,6 +26,7 @@ bool IsUp(const AdapterDescription& adapter)
     return adapter.Present && adapter.Problem == 0;
 }
 
+// A window that is created meanwhile does not receive the message; it can see the new state already.
 void TellAll(UINT message, WPARAM wParam)
 {
     for (const WindowPtr& window : WindowTable::Instance().All())
@@ -86,6 +87,7 @@ private:
         {
             if (TellOfInterface(windows[i], DBT_DEVICEQUERYREMOVE, record) == BROADCAST_QUERY_DENY)
             {
+                // Windows that agreed are notified that the removal is off; the one that denied it is not.
                 for (const WindowPtr& asked : std::span(windows).first(i))
                     TellOfInterface(asked, DBT_DEVICEQUERYREMOVEFAILED, record);
                 return false;
@@ -94,6 +96,7 @@ private:
         return true;
     }
 
+    // The edits come from this file only, so they may run under the lock.
     std::pair<AdapterDescription, AdapterDescription> ChangeTree(
         const std::function<void(AdapterDescription&)>& edit) const
     {
@@ -176,6 +179,7 @@ bool Machine::UpdateDriver(AdapterId id, std::string_view version)
     return true;
 }
 
+// The driver key is deleted last: during the messages a host still reads its values, as on Windows.
 bool Machine::Uninstall(AdapterId id)
 {
     const AdapterEvent event(*Self, id);

@@ -27,6 +27,7 @@ using Field =
     std::variant<std::optional<std::string> AdapterDescription::*, std::optional<std::u16string> AdapterDescription::*,
                  bool AdapterDescription::*, std::uint32_t AdapterDescription::*, ValueTable AdapterDescription::*>;
 
+// The keys of an adapter. They are documented in Platform/README.md.
 constexpr std::array AdapterFields = std::to_array<std::pair<std::string_view, Field>>({
     {"netCfgInstanceId", &AdapterDescription::NetCfgInstanceId},
     {"deviceInstanceId", &AdapterDescription::DeviceInstanceId},
@@ -239,8 +240,10 @@ try
     // Everything is read before the machine changes, so an error leaves it unchanged.
     const Contents contents = ReadContents(document.Root());
     std::map<std::string, std::shared_ptr<ControlDevice>> made;
+    // Drivers are created without the lock, because they are foreign code.
     for (const auto& [name, source] : contents.Devices)
         made.emplace(name, source.Make(folder));
+    // Only for files: a test that loads a text describes such adapters on purpose.
     if (!folder.empty())
         WarnOfUnlisted(contents, std::string(origin));
     const ScopedLock lock(Lock);

@@ -58,6 +58,7 @@ NewKey::NewKey(RegistryKey& from, std::string_view path) : Parent(from.shared_fr
         const auto below = std::make_shared<RegistryKey>();
         below->Name = part;
         below->Parent = Leaf;
+        // The first missing key waits in Branch; those below it are already linked to it.
         (Leaf == Parent ? Branch : Leaf->Subkeys).emplace(part, below);
         Leaf = below;
     }
@@ -71,6 +72,7 @@ void RegistryKey::Delete()
     MarkDeleted();
 }
 
+// Open handles keep the keys alive, and calls on them must fail with ERROR_KEY_DELETED.
 void RegistryKey::MarkDeleted()
 {
     Deleted = true;

@@ -44,7 +44,7 @@ bool TraceHub::Unregister(TRACEHANDLE handle)
         if (found == Providers.end())
             return false;
         provider = *found;
-        provider->Registered = false;
+        provider->Registered = false; // makes the setting "disabled", which the call below reports
         Providers.erase(found);
     }
     Notify(*provider);
@@ -98,6 +98,7 @@ TraceHub::Session TraceHub::Find(TRACEHANDLE logger) const
     return found == Sessions.end() ? nullptr : *found;
 }
 
+// A copy of the list, because the callbacks run without the lock and may register or unregister.
 void TraceHub::NotifyProviders(const GUID& control)
 {
     std::vector<std::shared_ptr<TraceProvider>> concerned;

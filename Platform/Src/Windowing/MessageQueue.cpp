@@ -29,6 +29,7 @@ std::optional<LRESULT> MessageQueue::Send(const WindowPtr& window, const WindowM
         lock.Unlock();
         return Call(*window, message);
     }
+    // Shared with the receiver, because the sender may give up first.
     const auto sent = std::make_shared<Sent>(Sent{window, message, shared_from_this()});
     window->Queue->Incoming.push_back(sent);
     window->Queue->Wake();
@@ -37,6 +38,7 @@ std::optional<LRESULT> MessageQueue::Send(const WindowPtr& window, const WindowM
     return sent->Answer;
 }
 
+// Wakes the sender even if it has given up; it then only checks its next condition.
 void MessageQueue::Finish(Sent& sent, std::optional<LRESULT> answer)
 {
     sent.Over = true;
@@ -80,6 +82,7 @@ void MessageQueue::PostQuit(int exitCode)
 
 bool MessageQueue::Take(MSG& message, bool wait, bool remove)
 {
+    // Sent messages come first, as on Windows, even when messages are posted.
     const auto posted = [this]() PLATFORM_REQUIRES(WindowLock) { return !Posted.empty() || ExitCode; };
     DispatchUntil(std::nullopt,
                   [&]() PLATFORM_REQUIRES(WindowLock) { return Incoming.empty() && (!wait || posted()); });

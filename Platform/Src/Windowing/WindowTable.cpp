@@ -40,6 +40,7 @@ WNDPROC WindowTable::FindClass(HINSTANCE module, const WCHAR* name) const
 WindowPtr WindowTable::Add(WNDPROC procedure, const MessageQueuePtr& queue)
 {
     const ScopedLock lock(WindowLock);
+    // Checked under the same lock that the end of the thread takes, so that no window is left behind.
     if (queue->IsEnded())
         return nullptr;
     const std::uintptr_t number = NextNumber();
@@ -55,6 +56,7 @@ WindowPtr WindowTable::Find(HWND window) const
     return found == Windows.end() ? nullptr : found->second;
 }
 
+// Releases the senders and forgets the registrations, but leaves the entry to the caller, which may be iterating.
 void WindowTable::Drop(Window& window)
 {
     window.Gone = true;
@@ -79,6 +81,7 @@ void WindowTable::RemoveOf(const MessageQueue& queue)
     });
 }
 
+// A copy, because the caller sends to the windows without the lock.
 std::vector<WindowPtr> WindowTable::All() const
 {
     const ScopedLock lock(WindowLock);

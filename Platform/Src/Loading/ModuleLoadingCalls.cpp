@@ -1,3 +1,5 @@
+// The functions of ModuleLoading.h. The dynamic loader runs constructors and destructors of modules, so no lock is held
+// around its calls.
 #include "ModuleLoading.h"
 
 #include "ModuleTable.h"

@@ -81,6 +81,7 @@ void Machine::RemoveAdapter(AdapterId id)
 {
     LeavingDevice leaving;
     const ScopedLock lock(Self->Lock);
+    // The device stays attached, for an adapter that is added later under the same name.
     leaving.Device = Self->Devices.SetPresent(Self->AdapterNodes.All().at(id).Description.ControlDeviceName, false);
     Self->AdapterNodes.Remove(id);
 }
@@ -108,6 +109,7 @@ AttachedDevicePtr Machine::Impl::FindDevice(std::string_view name)
     return Devices.Find(name);
 }
 
+// Only an absent adapter hides a device: a device that no adapter names is always reachable.
 void Machine::Impl::Attach(const std::string& name, std::shared_ptr<ControlDevice> device)
 {
     const bool absent = std::ranges::any_of(AdapterNodes.All(), [&](const auto& entry) {

@@ -1,3 +1,4 @@
+// The functions of Messages.h.
 #include "Messages.h"
 
 #include "ThreadQueue.h"
@@ -39,6 +40,7 @@ BOOL PostTo(MessageQueue& queue, const MSG& message) PLATFORM_REQUIRES(WindowLoc
     return queue.Post(message) ? TRUE : FailWith(ERROR_NOT_ENOUGH_QUOTA);
 }
 
+// The window may have been destroyed after it was looked up.
 BOOL PostToWindow(const Window& window, const MSG& message)
 {
     const ScopedLock lock(WindowLock);
@@ -124,7 +126,7 @@ try
     if (WindowingCallFails("PostMessageW"))
         return FALSE;
     const MSG posted = MakeMessage(window, message, wParam, lParam);
-    if (window == nullptr)
+    if (window == nullptr) // as published: a message to the calling thread
     {
         const MessageQueuePtr mine = ThisThreadsQueue();
         const ScopedLock lock(WindowLock);

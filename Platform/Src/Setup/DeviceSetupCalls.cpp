@@ -1,3 +1,5 @@
+// The functions of DeviceSetup.h for sets, properties and node status. Properties and status are read at the time of
+// the call; only the list of devices is a snapshot, as on Windows.
 #include "DeviceSetup.h"
 
 #include "DeviceSet.h"
@@ -75,6 +77,7 @@ DWORD ReadProperty(Machine::Impl& machine, DEVINST device, DWORD property, std::
     return text ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
+// A node with a problem is not started; a hidden one may be either.
 ULONG StatusBits(const AdapterDescription& adapter)
 {
     const ULONG state = adapter.Problem == 0 ? DN_DRIVER_LOADED | DN_STARTED : DN_HAS_PROBLEM;
@@ -220,7 +223,7 @@ try
     const ScopedLock lock(data.Lock);
     const AdapterNode* node = data.AdapterNodes.Find(device);
     if (node == nullptr || !node->Description.Present || !node->Description.Readable)
-        return CR_NO_SUCH_DEVINST;
+        return CR_NO_SUCH_DEVINST; // the outputs stay unchanged, which callers must cope with
     *status = StatusBits(node->Description);
     *problem = node->Description.Problem;
     return CR_SUCCESS;

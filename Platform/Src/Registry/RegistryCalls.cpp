@@ -1,3 +1,4 @@
+// The functions of Registry.h. Each one runs while holding its machine's lock, because no foreign code is called.
 #include "Registry.h"
 
 #include "KeyHandle.h"
@@ -43,6 +44,7 @@ bool MayWrite(const Machine& machine)
 
 std::shared_ptr<KeyHandle> Resolve(HKEY key)
 {
+    // The predefined key is no entry of the handle table: it is always open and refers to the current machine.
     if (key != HKEY_LOCAL_MACHINE)
         return HandleTable::Instance().Find<KeyHandle>(key);
     auto machine = CurrentMachine();
@@ -111,6 +113,7 @@ bool IsText(DWORD type)
     return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
 }
 
+// The size is reported even when the buffer is too small, so that the caller can allocate it.
 LSTATUS Read(const RegistryValue& value, BYTE* data, DWORD* size)
 {
     const std::vector<BYTE>& stored = value.Data;
@@ -213,6 +216,7 @@ LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName)
         return fault;
     const std::string_view path = OrEmpty(subKey);
     return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
+        // A subkey is opened again for this call, with the rights of now.
         if (subKey == nullptr ? !open.Writable : !MayWrite(*open.Owner))
             return ERROR_ACCESS_DENIED;
         return below->Values.erase(OrEmpty(valueName)) != 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
@@ -226,6 +230,7 @@ LSTATUS RegDeleteKeyA(HKEY key, const char* subKey)
     if (subKey == nullptr)
         return ERROR_INVALID_PARAMETER;
     return WithKeyBelow(key, subKey, [](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
+        // RegDeleteKey deletes no tree: callers delete from the leaves up.
         if (below->HasSubkeys() || below->IsRoot() || !MayWrite(*open.Owner))
             return ERROR_ACCESS_DENIED;
         below->Delete();

@@ -1,3 +1,5 @@
+// The functions of DeviceIo.h. They follow the published rules for which of event, byte count and last error a caller
+// receives, because the library and its hosts rely on each of them.
 #include "DeviceIo.h"
 
 #include "FileHandle.h"

@@ -1,4 +1,4 @@
-// A device's driver key, and the class installer that enables and disables it.
+// The functions of DeviceSetup.h for the driver key and for the class installer, which enables and disables devices.
 #include "DeviceSet.h"
 #include "KeyHandle.h"
 #include "PublishedCall.h"
@@ -32,12 +32,14 @@ DWORD OpenDriverKey(const DeviceSet& set, AdapterId device, REGSAM access, HKEY&
         name ? machine.Registry->Find(std::string(ClassRootPath) + '\\' + ToUtf8(*name)) : RegistryKeyPtr();
     if (!key)
         return ERROR_KEY_DOES_NOT_EXIST;
+    // Unlike the registry calls, this one asks for exact rights and fails without them.
     if ((access & ~KEY_READ) != 0 && !machine.Administrator)
         return ERROR_ACCESS_DENIED;
     result = AddKeyHandle(set.Owner, std::move(key), (access & KEY_SET_VALUE) != 0);
     return ERROR_SUCCESS;
 }
 
+// Windows accepts a disable in one profile only, and an enable in one or in all.
 bool IsKnownChange(const SP_PROPCHANGE_PARAMS& change)
 {
     const bool enable = change.StateChange == DICS_ENABLE &&

@@ -1,3 +1,4 @@
+// The functions of Waiting.h, and the names of events.
 #include "Waiting.h"
 
 #include "AnnotatedLock.h"

@@ -1,3 +1,4 @@
+// The functions of EventTrace.h, and the controller's side, TraceSession.
 #include "EventTrace.h"
 
 #include "PublishedCall.h"
@@ -133,6 +134,7 @@ TRACEHANDLE GetTraceLoggerHandle(void* buffer)
     return header->HistoricalContext;
 }
 
+// Level and flags are read from the handle itself, so they work even after the session has ended.
 UCHAR GetTraceEnableLevel(TRACEHANDLE logger)
 {
     return CallFails("GetTraceEnableLevel") ? UCHAR{0} : static_cast<UCHAR>(logger >> 16);

@@ -1,4 +1,5 @@
-// Classes and windows.
+// The functions of Windowing.h for classes and windows. Procedures run without WindowLock, so a window may be destroyed
+// during any of these calls.
 #include "Windowing.h"
 
 #include "ModuleTable.h"
@@ -25,13 +26,14 @@ struct Rectangle
     LONG Edges[4];
 };
 
-constexpr std::size_t LongestClassName = 256;
+constexpr std::size_t LongestClassName = 256; // published limit
 
 bool IsNumber(const WCHAR* name)
 {
     return reinterpret_cast<std::uintptr_t>(name) <= 0xFFFF;
 }
 
+// Windows registers a class without a module for the program.
 HINSTANCE OrProgram(HINSTANCE module)
 {
     return module != nullptr ? module : ProgramModule();
@@ -95,7 +97,7 @@ bool Introduce(Window& window, const CREATESTRUCTW& create)
         Destroy(window);
         return false;
     }
-    return !window.Leaving;
+    return !window.Leaving; // the procedure may have destroyed the window inside WM_CREATE
 }
 
 } // namespace
@@ -145,6 +147,7 @@ try
         SetLastError(procedure == nullptr ? ERROR_CANNOT_FIND_WND_CLASS : ERROR_INVALID_WINDOW_HANDLE);
         return nullptr;
     }
+    // A thread that runs its last destructors has an ended queue, and nobody would destroy its window.
     const WindowPtr window = table.Add(procedure, ThisThreadsQueue());
     if (!window)
     {
@@ -160,6 +163,7 @@ try
     }
     catch (const std::bad_alloc&)
     {
+        // Without WM_DESTROY: the creation failed, so the procedure does not expect it.
         table.Remove(*window);
         throw;
     }
@@ -190,6 +194,7 @@ BOOL DestroyWindow(HWND window)
     const WindowPtr found = WindowTable::Instance().Find(window);
     if (!found)
         return FailWith(ERROR_INVALID_WINDOW_HANDLE);
+    // The procedure may run on its own thread only, so another thread cannot send it WM_DESTROY.
     if (found->Queue != ThisThreadsQueue())
         return FailWith(ERROR_ACCESS_DENIED);
     return Destroy(*found) ? TRUE : FailWith(ERROR_INVALID_WINDOW_HANDLE);
