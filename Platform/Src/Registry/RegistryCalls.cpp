@@ -216,7 +216,7 @@ LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName)
         return fault;
     const std::string_view path = OrEmpty(subKey);
     return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
-        // A subkey is opened again for this call, with the rights of now.
+        // A subkey is opened for this call with the current rights.
         if (subKey == nullptr ? !open.Writable : !MayWrite(*open.Owner))
             return ERROR_ACCESS_DENIED;
         return below->Values.erase(OrEmpty(valueName)) != 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
