@@ -1,6 +1,6 @@
 /// @file
-/// What a driver is to the stand-in: an object that gets each control request of a named device and
-/// ends it when it likes.
+/// The interface of a driver: an object that receives each control request of a named device and completes it
+/// whenever it chooses.
 #pragma once
 
 #include "PlatformExport.h"
@@ -14,19 +14,21 @@
 namespace Platform
 {
 
-/// One control request between its start and its end. Transfer is buffered: the driver works on a
-/// copy of the caller's input, and its output reaches the caller's memory when the request ends.
+/// One control request until its completion. Transfer is buffered: the driver reads a copy of the caller's input,
+/// and its output reaches the caller's memory on completion.
 /// Thread-safe.
 class IoRequest
 {
 public:
     virtual ~IoRequest() = default;
 
-    virtual std::uint32_t Code() const = 0;
+    virtual std::uint32_t Code() const = 0; ///< The control code.
+    /// Valid as long as the request exists.
     virtual std::span<const std::uint8_t> Input() const = 0;
     virtual std::size_t OutputRoom() const = 0; ///< Capacity of the caller's buffer in bytes.
     /// Identifies the open handle that the request came through.
     virtual std::uint64_t OpenId() const = 0;
+    /// Reports a cancellation, even before Cancel is called.
     virtual bool IsCancelRequested() const = 0;
 
     /// Completes the request; only the first call counts. May call the device's Close, so a driver must
@@ -39,18 +41,20 @@ public:
     virtual bool Complete(std::uint32_t error, std::span<const std::uint8_t> output = {}) = 0;
 };
 
-/// A driver's control device. The stand-in holds none of its locks during these calls.
+/// A driver's control device. The stand-in holds no lock during these calls. They come from the caller's threads,
+/// several at a time.
 class ControlDevice
 {
 public:
     virtual ~ControlDevice() = default;
 
-    /// A caller opens the device. @return 0, or the error with which CreateFileA fails.
+    /// Called when a caller opens the device. @param openId identifies the handle; never reused. @return 0, or the
+    /// error with which CreateFileA fails.
     virtual std::uint32_t Open(std::uint64_t openId);
     /// Called when the last reference to an open handle is dropped and its requests have been cancelled.
     virtual void Close(std::uint64_t openId);
-    /// A request begins, on the caller's thread. It may be ended here, or kept and ended later from
-    /// any thread. A request that is dropped without an end ends with 995.
+    /// Receives a request, on the caller's thread. The driver completes it here, or keeps a reference and completes
+    /// it later on any thread. A request whose last reference is dropped completes with 995.
     virtual void Start(const std::shared_ptr<IoRequest>& request) = 0;
     /// Called when the caller cancels a request, its thread ends or its handle is closed: once per request,
     /// after its Start has returned. The driver may complete the request now, later or never; until then it
@@ -61,8 +65,8 @@ public:
     /// @return false for an invalid setting; `error`, a buffer of `errorRoom` bytes, then describes it. The
     ///         default accepts no settings.
     virtual bool Configure(const char* settings, char* error, std::size_t errorRoom);
-    /// The caller closes its handle; the cancellation of the requests that it has in flight was asked
-    /// for before this call. The last chance to end them: Close comes only after the last one has ended.
+    /// Called when the caller closes its handle, after the cancellation of its requests in flight. Close is called
+    /// only after the last of them has completed, so a driver that holds cancelled requests completes them here.
     virtual void Cleanup(std::uint64_t openId);
 };
 
@@ -80,19 +84,17 @@ inline void ControlDevice::Cancel(const std::shared_ptr<IoRequest>& request)
 
 inline bool ControlDevice::Configure(const char* /*settings*/, char* error, std::size_t errorRoom)
 {
-    std::snprintf(error, errorRoom, "this driver cannot be steered");
+    std::snprintf(error, errorRoom, "this driver accepts no settings");
     return false;
 }
 
 inline void ControlDevice::Cleanup(std::uint64_t /*openId*/) {}
 
 /// What a loadable driver exports under the name "CreateControlDevice". A machine file names the
-/// module; the machine owns the result and calls it through its virtual operations alone.
-/// @param deviceName the name under which the device will be opened, without its "\\.\" in front.
-/// @param settings the JSON text of the machine file's settings for this device, "{}" when there are
-///        none.
-/// @return null when the settings make no sense; a text for the user is then at `error`, a buffer of
-///         `errorRoom` bytes.
+/// module; the machine owns the result.
+/// @param deviceName the name under which the device will be opened, without the leading "\\.\".
+/// @param settings the settings of the machine file for this device as JSON text, "{}" if there are none.
+/// @return null for invalid settings; `error`, a buffer of `errorRoom` bytes, then describes the error.
 using CreateControlDeviceFunction = ControlDevice* (*)(const char* deviceName, const char* settings, char* error,
                                                        std::size_t errorRoom);
 

@@ -17,12 +17,15 @@ struct OVERLAPPED
     ULONG_PTR InternalHigh; ///< Bytes that were transferred.
     DWORD Offset;
     DWORD OffsetHigh;
-    HANDLE hEvent; ///< Reset as a request starts, signalled when it ends; null: the file is signalled.
+    HANDLE hEvent; ///< Reset when a request starts, signalled on completion. If null, the file is signalled.
 };
 static_assert(sizeof(OVERLAPPED) == 32);
 
+/// Value of OVERLAPPED::Internal while a request is in flight.
 inline constexpr DWORD STATUS_PENDING = 0x103;
 
+/// @name Arguments of CreateFileA
+/// @{
 inline constexpr DWORD GENERIC_READ = 0x80000000;
 inline constexpr DWORD GENERIC_WRITE = 0x40000000;
 inline constexpr DWORD GENERIC_ALL = 0x10000000;
@@ -31,6 +34,7 @@ inline constexpr DWORD FILE_WRITE_DATA = 0x2;
 inline constexpr DWORD FILE_SHARE_READ = 0x1;
 inline constexpr DWORD OPEN_EXISTING = 3;
 inline constexpr DWORD FILE_FLAG_OVERLAPPED = 0x40000000;
+/// @}
 
 extern "C"
 {
@@ -53,14 +57,13 @@ extern "C"
 
     /// Cancels this thread's requests in flight on a file; TRUE even if there are none.
     PLATFORM_API BOOL CancelIo(HANDLE file);
-    /// Asks for the cancellation of one request on a file, or of all with null, whichever threads began
+    /// Requests the cancellation of one request on a file, or of all with null, whichever threads sent
     /// them. ERROR_NOT_FOUND when there is nothing to cancel.
     PLATFORM_API BOOL CancelIoEx(HANDLE file, OVERLAPPED* overlapped);
 
-    /// Gives a request's end: TRUE or its error, with its bytes in either case. While it is in flight:
-    /// ERROR_IO_INCOMPLETE, or with `wait` a wait for its event, or for the file when it has none. That
-    /// wait consumes an automatic event, and when it was signalled by another hand the result means
-    /// nothing.
+    /// Returns a request's result: TRUE or its error, with the transferred bytes in either case. While the request
+    /// is in flight: ERROR_IO_INCOMPLETE, or with `wait` blocks on its event, or on the file if it has none. The
+    /// wait consumes an automatic event. If another thread signalled the event, the result is meaningless.
     PLATFORM_API BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred, BOOL wait);
 
     /// Closes a file or an event. Cancels the requests in flight on a file.

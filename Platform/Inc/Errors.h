@@ -10,6 +10,8 @@ extern "C"
     /// Returns the error that a call of this thread set last. Successful calls mostly leave it unchanged, so
     /// check the call's result first.
     PLATFORM_API DWORD GetLastError();
+    /// Sets the last error of the calling thread.
     PLATFORM_API void SetLastError(DWORD error);
+    /// Returns the number of the process. Cannot fail.
     PLATFORM_API DWORD GetCurrentProcessId();
 }

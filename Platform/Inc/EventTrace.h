@@ -1,19 +1,22 @@
 /// @file
-/// The provider's side of event tracing. Functions with a ULONG result return their error number.
+/// The provider's side of event tracing. Functions with a ULONG result return their error number. All may be called
+/// from any thread. The controller's side is Platform::TraceSession in Machine.h.
 #pragma once
 
 #include "PlatformExport.h"
 #include "WinTypes.h"
 
+/// A registration or a logger. A logger's handle contains its level and flags.
 using TRACEHANDLE = ULONG64;
 
+/// Why the enable callback is called.
 enum WMIDPREQUESTCODE
 {
     WMI_ENABLE_EVENTS = 4,
     WMI_DISABLE_EVENTS = 5
 };
 
-/// Head of the buffer that the enable callback gets.
+/// The buffer that the enable callback receives.
 struct WNODE_HEADER
 {
     ULONG BufferSize;
@@ -36,16 +39,20 @@ struct TRACE_GUID_REGISTRATION
 };
 static_assert(sizeof(TRACE_GUID_REGISTRATION) == 16);
 
+/// The enable callback. `buffer` is a WNODE_HEADER. No lock of the stand-in is held during the call.
 using WMIDPREQUEST = ULONG (*)(WMIDPREQUESTCODE requestCode, void* context, ULONG* bufferSize, void* buffer);
 
+/// @name Parts of a message that the stand-in fills in
+/// @{
 inline constexpr ULONG TRACE_MESSAGE_SEQUENCE = 0x1;
 inline constexpr ULONG TRACE_MESSAGE_GUID = 0x2;
 inline constexpr ULONG TRACE_MESSAGE_TIMESTAMP = 0x8;
 inline constexpr ULONG TRACE_MESSAGE_SYSTEMINFO = 0x20;
+/// @}
 
 extern "C"
 {
-    /// Registers a provider. When a controller has enabled it already, the callback runs before this
+    /// Registers a provider. The GUID is copied. If a controller has enabled it already, the callback runs before this
     /// returns, and `*registration` is valid by then; later it runs on the controller's thread. Calls of
     /// one provider's callback never overlap.
     PLATFORM_API ULONG RegisterTraceGuidsW(WMIDPREQUEST callback, void* context, const GUID* control, ULONG guidCount,
@@ -56,14 +63,14 @@ extern "C"
     /// and never afterwards.
     PLATFORM_API ULONG UnregisterTraceGuids(TRACEHANDLE registration);
 
-    /// The logger in the buffer of an enable callback; INVALID_HANDLE_VALUE's number for any other buffer.
+    /// Returns the logger in the buffer of an enable callback; INVALID_HANDLE_VALUE's number for any other buffer.
     PLATFORM_API TRACEHANDLE GetTraceLoggerHandle(void* buffer);
     PLATFORM_API UCHAR GetTraceEnableLevel(TRACEHANDLE logger);
     PLATFORM_API ULONG GetTraceEnableFlags(TRACEHANDLE logger);
 
     /// Writes a message. The arguments are pairs of a `const void*` and a `size_t`, ended by a null
-    /// pointer. Gives ERROR_INVALID_HANDLE once the session has ended. The number is published as a USHORT;
-    /// C++ does not let that stand before the dots of a function that is written in it.
+    /// pointer. Returns ERROR_INVALID_HANDLE once the session has ended. The session's sink runs on the calling
+    /// thread. The number is published as a USHORT, which va_start in C++ does not accept as the last parameter.
     PLATFORM_API ULONG TraceMessage(TRACEHANDLE logger, ULONG messageFlags, const GUID* messageClass,
                                     UINT messageNumber, ...);
 }

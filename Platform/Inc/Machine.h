@@ -1,6 +1,6 @@
 /// @file
-/// The simulated computer: adapters, registry, faults and a trace controller, controlled by a test or a
-/// host tool. No Windows name appears here.
+/// The simulated computer: adapters, registry, faults and a trace controller, controlled by a test or a host tool. No
+/// Windows name appears here, so that its users do not depend on the stand-in's Windows types.
 #pragma once
 
 #include "ControlDevice.h"
@@ -42,7 +42,7 @@ struct AdapterDescription
     std::optional<std::string> InfSection = {};
     std::optional<std::string> Service = {}; ///< Value "Service" of the driver key's "NDI".
 
-    // Device properties, 16-bit as the system keeps them.
+    // Device properties, 16-bit as Windows stores them.
     std::optional<std::u16string> HardwareId = {};
     std::optional<std::u16string> FriendlyName = {};
     std::optional<std::u16string> Description = {};
@@ -62,20 +62,20 @@ struct AdapterDescription
     bool Readable = true;      ///< CM_Get_DevNode_Status succeeds.
     std::uint32_t Problem = 0; ///< Problem number of the node; 22 for a disabled adapter.
 
-    /// What the class installer answers an enable or disable with; 0 carries it out.
+    /// Error with which the class installer refuses an enable or disable; 0 performs it.
     std::uint32_t StateChangeError = 0;
 
     /// Name of the attached device that appears and disappears with this adapter's `Present`; empty for none.
     std::string ControlDeviceName = {};
 
-    /// Further values of the driver key, by name; they win over the fields above.
+    /// Further values of the driver key, by name; they take precedence over the fields above.
     std::map<std::string, RegistryValue> Values = {};
 };
 
 /// Identifies an adapter of a machine for as long as the machine lives.
 using AdapterId = std::uint32_t;
 
-/// What the process holds open at the stand-in; all zero when nothing leaks.
+/// Counts of what the process has open; all zero when nothing leaks.
 struct OpenObjects
 {
     std::size_t RegistryKeys = 0;
@@ -85,7 +85,7 @@ struct OpenObjects
 
     std::size_t Files = 0;
     std::size_t Events = 0;           ///< Handles, not events.
-    std::size_t RequestsInFlight = 0; ///< Begun and not ended, whether or not their handle is open.
+    std::size_t RequestsInFlight = 0; ///< Not completed yet, whether or not their handle is open.
     std::size_t Windows = 0;          ///< Not in the total: a window may live as long as the process.
 
     std::size_t Total() const
@@ -94,7 +94,7 @@ struct OpenObjects
     }
 };
 
-/// One message that a provider wrote.
+/// A message that a provider wrote.
 struct TraceRecord
 {
     std::uint8_t MessageClass[16] = {}; ///< GUID in memory layout.
@@ -137,16 +137,16 @@ public:
     /// @throws std::out_of_range for a removed adapter, like all operations that take an id.
     void ChangeAdapter(AdapterId id, const std::function<void(AdapterDescription&)>& edit);
     AdapterDescription Adapter(AdapterId id) const;
-    /// Removes the node and its registry keys. Its control device is out of reach until another adapter names it.
+    /// Removes the node and its registry keys. Its control device is unreachable until another adapter names it.
     void RemoveAdapter(AdapterId id);
     /// All adapters in the order in which they were added.
     std::vector<AdapterId> Adapters() const;
 
-    /// @name What happens to a computer
-    /// Each changes the tree and the registry, as far as something changes, and sends the messages that
-    /// Windows sends for it; none does anything to an adapter that is in that state already. What changes
-    /// of an absent adapter sends nothing. They return when each window has handled its messages, or after 5 seconds
-    /// for one that does not. Messages of two callers do not mix.
+    /// @name Events of a computer
+    /// Each changes the tree and the registry and sends the messages that Windows sends for the event. An event
+    /// that would leave the adapter's state unchanged does nothing, and changes of an absent adapter send no message.
+    /// The functions return when each window has handled its messages; a window that does not respond delays each
+    /// message by 5 seconds. Messages of two callers do not mix.
     ///
     /// An adapter belongs to one interface class, GUID_NDIS_LAN_CLASS; its interface is up while it is
     /// present and has no problem. Windows registered for the class receive 0x8000 (DBT_DEVICEARRIVAL)
@@ -154,8 +154,7 @@ public:
     /// change of the tree every top-level window receives 7 (DBT_DEVNODES_CHANGED). Before an orderly
     /// removal (all but Unplug) registered windows receive the query 0x8001 (DBT_DEVICEQUERYREMOVE). A
     /// window that answers BROADCAST_QUERY_DENY stops it: windows queried before receive 0x8002, and the
-    /// result is
-    /// false.
+    /// result is false.
     /// @{
 
     /// Inserts an adapter. If its driver was uninstalled, installs it under a new driver key.
@@ -164,9 +163,9 @@ public:
     void Unplug(AdapterId id);
     /// Sets problem 22, like a disable in the Device Manager. False for an absent adapter.
     bool Disable(AdapterId id);
-    /// Ends problem 22 and no other. False for an absent adapter.
+    /// Clears problem 22 and no other. False for an absent adapter.
     bool Enable(AdapterId id);
-    /// Gives the node a problem number, 0 for none. A driver that fails is not asked.
+    /// Gives the node a problem number, 0 for none. No window is queried, as for a driver that fails.
     void SetProblem(AdapterId id, std::uint32_t problem);
     /// Stops the adapter (problem 18 meanwhile, CM_PROB_REINSTALL), replaces its "DriverVersion" and
     /// starts it again. An adapter with a problem keeps it and is not queried. False for an absent adapter.
@@ -174,13 +173,13 @@ public:
     /// Removes the adapter, and after the messages its driver key, like Windows. Sets of absent devices no
     /// longer contain it.
     bool Uninstall(AdapterId id);
-    /// 0x218 with 4 (PBT_APMSUSPEND) to every top-level window.
+    /// Sends 0x218 with 4 (PBT_APMSUSPEND) to every top-level window.
     void Suspend();
-    /// 0x218 with 18 (PBT_APMRESUMEAUTOMATIC) and 7 (PBT_APMRESUMESUSPEND).
+    /// Sends 0x218 with 18 (PBT_APMRESUMEAUTOMATIC) and then 7 (PBT_APMRESUMESUSPEND).
     void Resume();
-    /// Any message to every top-level window, with no other effect.
+    /// Sends any message to every top-level window, with no other effect.
     void Broadcast(std::uint32_t message, std::uint64_t wParam);
-    /// Whether callers have the rights to change devices; true at the start.
+    /// Sets whether callers have administrator rights; true at the start.
     void SetCallerRights(bool administrator);
     /// @}
 
@@ -189,11 +188,11 @@ public:
     /// @{
     /// @throws std::invalid_argument for a name that is empty or attached already, and for no device.
     void AttachDevice(const std::string& name, std::shared_ptr<ControlDevice> device);
-    /// The device vanishes: opens find none, new requests on open handles fail with 1617
-    /// (ERROR_DEVICE_REMOVED), and for those in flight the cancellation is asked for; the device may end
-    /// them with 1617. Does nothing for a name that is not attached.
+    /// Makes the device vanish: opens find none, new requests on open handles fail with 1617
+    /// (ERROR_DEVICE_REMOVED), and requests in flight are cancelled; the device may complete them with 1617. Does
+    /// nothing for a name that is not attached.
     void DetachDevice(std::string_view name);
-    /// What an open would reach; null for none.
+    /// Returns the device that an open would reach, or null.
     std::shared_ptr<ControlDevice> Device(std::string_view name) const;
     /// @}
 
@@ -210,12 +209,12 @@ public:
     /// @{
     /// The `nth` call (1: the next one) of the function with this published name fails with `error`;
     /// with `count` above 1 the following ones too. An error number of 0 keeps the function's plain
-    /// failure result and leaves the last error alone; where the result is itself the error number,
+    /// failure result and leaves the last error unchanged; where the result is itself the error number,
     /// it is then ERROR_GEN_FAILURE (31), or CR_FAILURE (0x13) of the configuration manager.
     /// @throws std::invalid_argument for a name that the stand-in does not publish, as OnCall does.
     void FailCall(std::string_view function, unsigned nth, std::uint32_t error, unsigned count = 1);
     void ClearFaults();
-    /// How often the function was called on this machine, failed calls included.
+    /// Returns how often the function was called on this machine, failed calls included.
     std::uint64_t Calls(std::string_view function) const;
     /// Runs on the calling thread at the start of each call of that function, with no lock of the
     /// stand-in held, so that a test can hold a call at a gate. Null removes it.
@@ -253,6 +252,7 @@ private:
     std::shared_ptr<Machine> Previous;
 };
 
+/// Counts the open objects of the process, of all machines.
 PLATFORM_API OpenObjects CountOpenObjects();
 
 /// A running trace session. It enables the provider with that control GUID, now or as soon as it
@@ -261,7 +261,7 @@ class PLATFORM_API TraceSession
 {
 public:
     /// @param provider 16 bytes, GUID in memory layout.
-    /// @param sink gets every message, on the writing thread, one at a time.
+    /// @param sink receives every message, on the writing thread, one at a time, with no lock held.
     TraceSession(const void* provider, std::uint8_t level, std::uint32_t flags,
                  std::function<void(const TraceRecord&)> sink);
     ~TraceSession();

@@ -1,10 +1,12 @@
 /// @file
-/// Loading of shared libraries. A failure leaves its reason in the last error.
+/// Loading of shared libraries. Functions report the reason of a failure in the last error. All may be called
+/// from any thread; the dynamic loader runs without a lock of the stand-in.
 #pragma once
 
 #include "PlatformExport.h"
 #include "WinTypes.h"
 
+/// An exported function; cast to its real type before the call.
 using FARPROC = std::intptr_t (*)();
 
 inline constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_PIN = 0x1;
@@ -12,14 +14,14 @@ inline constexpr DWORD GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS = 0x4;
 
 extern "C"
 {
-    /// Loads a library. A bare name is looked for in the program's folder, then in the current one, then
-    /// on the system's path; the first file of that name decides. So is one with a relative path, but for
-    /// the system's path; an absolute one is used as it stands. Null and ERROR_MOD_NOT_FOUND on failure.
-    /// Each load of a library counts.
+    /// Loads a library. A bare name is searched for in the program's folder, then in the current one, then
+    /// on the system's path; the first file of that name decides. A relative path is searched for in the first two;
+    /// an absolute one is used unchanged. Null with ERROR_MOD_NOT_FOUND on failure. Each load needs a FreeLibrary.
     PLATFORM_API HMODULE LoadLibraryA(const char* name);
 
     /// Returns an export of that module, not of its dependencies; null stands for the program.
     PLATFORM_API FARPROC GetProcAddress(HMODULE module, const char* name);
+    /// Drops one load; the last one unloads the library. ERROR_MOD_NOT_FOUND for a module that is not loaded.
     PLATFORM_API BOOL FreeLibrary(HMODULE module);
 
     /// Returns the program's module for a null name, without counting. No other name is supported:
@@ -31,7 +33,7 @@ extern "C"
     /// process ends.
     PLATFORM_API BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module);
 
-    /// Whether the process is ending and the system has ended its other threads for that. Never here:
-    /// the threads of a process end with it and not before.
+    /// Returns whether the process is exiting and Windows has already terminated its other threads. Never the case
+    /// here, because Linux ends all threads together.
     PLATFORM_API BOOLEAN RtlDllShutdownInProgress();
 }

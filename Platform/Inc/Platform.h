@@ -6,6 +6,7 @@
 #include "DeviceSetup.h"
 #include "Errors.h"
 #include "EventTrace.h"
+#include "Messages.h"
 #include "ModuleLoading.h"
 #include "Registry.h"
 #include "Waiting.h"

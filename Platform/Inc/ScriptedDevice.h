@@ -1,19 +1,18 @@
 /// @file
-/// A control device in the hands of a test or a bench: it records every request, answers by script,
-/// and keeps requests until its user ends them, so that a race is brought about on purpose.
+/// A control device that a test or a bench controls. It records every request, answers by script, and holds
+/// requests until its user completes them, so that a race is brought about on purpose.
 #pragma once
 
+#include "AnnotatedLock.h"
 #include "ControlDevice.h"
 #include "PlatformExport.h"
 
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace Platform
@@ -35,28 +34,29 @@ public:
         std::size_t Room;
     };
 
-    /// Answers requests of a code. Without a script, or with null, they end at once with success and
-    /// no output.
+    /// Sets the answer for requests of a code. Without an answer, or with null, they complete at once with success
+    /// and no output.
     void On(std::uint32_t code, Answer answer);
-    /// Ends requests at once.
+    /// Returns an answer that completes requests at once.
+    /// @param error platform error number, 0 for success.
     static Answer EndWith(std::uint32_t error, std::vector<std::uint8_t> output = {});
-    /// Keeps requests for Held.
+    /// Returns an answer that holds requests for Held. The device must outlive its use.
     Answer Hold();
 
-    /// Takes the oldest kept request of a code; waits for one.
+    /// Removes and returns the oldest held request of a code. Blocks until there is one.
     RequestPtr Held(std::uint32_t code);
-    /// Makes Held skip the kept requests of a code that came through this handle. They stay in flight
+    /// Makes Held skip the requests of a code that came through this handle and are held now. They stay in flight
     /// until they are cancelled.
     void IgnoreRequests(std::uint32_t code, std::uint64_t openId);
 
-    /// From now on cancelled requests are kept for Cancelled, or no longer are.
+    /// Sets whether requests cancelled from now on are held for Cancelled. Otherwise they complete with 995.
     void HoldCancelled(bool holds = true);
-    /// From now on a cancelled request is kept until its caller closes the handle, and then ends with 995.
+    /// Holds requests cancelled from now on until their caller closes the handle; they then complete with 995.
     void HoldCancelledUntilClose();
-    /// Takes the oldest cancelled request; waits for one.
+    /// Removes and returns the oldest held cancelled request. Blocks until there is one.
     RequestPtr Cancelled();
 
-    /// Takes the record of all requests so far.
+    /// Returns the requests since the last call, oldest first, and clears the record.
     std::vector<Seen> Requests();
 
     void Start(const RequestPtr& request) override;
@@ -66,17 +66,19 @@ public:
 private:
     using RequestList = std::list<RequestPtr>;
 
-    RequestPtr Take(RequestList& list, const std::function<bool(const IoRequest&)>& fits);
+    using Filter = std::function<bool(const IoRequest&)>;
 
-    std::mutex Mutex; ///< Guards everything below.
-    std::condition_variable Changed;
-    std::map<std::uint32_t, Answer> Scripts;
-    std::vector<Seen> All;
-    RequestList Kept;
-    RequestList Aside; ///< Referred to, since a request without a reference would end.
-    RequestList CancelledRequests;
-    bool HoldsCancelled = false;
-    bool ReleasesOnClose = false;
+    RequestPtr Take(RequestList& list, const Filter& fits) PLATFORM_REQUIRES(Lock);
+
+    Mutex Lock;
+    Condition Changed;
+    std::map<std::uint32_t, Answer> Scripts PLATFORM_GUARDED_BY(Lock);
+    std::vector<Seen> All PLATFORM_GUARDED_BY(Lock);
+    RequestList Kept PLATFORM_GUARDED_BY(Lock);
+    RequestList Aside PLATFORM_GUARDED_BY(Lock); ///< Keeps a reference, because a request without one completes.
+    RequestList CancelledRequests PLATFORM_GUARDED_BY(Lock);
+    bool HoldsCancelled PLATFORM_GUARDED_BY(Lock) = false;
+    bool ReleasesOnClose PLATFORM_GUARDED_BY(Lock) = false;
 };
 
 } // namespace Platform

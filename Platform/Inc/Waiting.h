@@ -1,5 +1,5 @@
 /// @file
-/// Events and waits. A failure leaves its reason in the last error. All may be called from any thread.
+/// Events and waits. Functions report the reason of a failure in the last error. All may be called from any thread.
 #pragma once
 
 #include "PlatformExport.h"
@@ -7,6 +7,7 @@
 
 struct SECURITY_ATTRIBUTES;
 
+/// A time without a bound. All times are in milliseconds.
 inline constexpr DWORD INFINITE = 0xFFFFFFFF;
 inline constexpr DWORD MAXIMUM_WAIT_OBJECTS = 64;
 
@@ -22,15 +23,17 @@ extern "C"
     /// it to 0.
     PLATFORM_API HANDLE CreateEventW(SECURITY_ATTRIBUTES* security, BOOL manualReset, BOOL initialState,
                                      const WCHAR* name);
-    /// Signals an event. An automatic one lets a single wait through, now or later.
+    /// Signals an event. An automatic one releases a single wait, now or later; a manual one all until it is reset.
     PLATFORM_API BOOL SetEvent(HANDLE event);
+    /// Ends the signal of an event. Waits that it has released still return.
     PLATFORM_API BOOL ResetEvent(HANDLE event);
 
-    /// Waits for an event, or for a file that no request is in flight on. A time of 0 looks and returns.
+    /// Blocks until an event is signalled, or a request without an event has completed on a file. A time of 0 only
+    /// checks.
     /// WAIT_FAILED for a bad handle.
     PLATFORM_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 
-    /// Waits for any of up to 64 objects: WAIT_OBJECT_0 + the lowest index that is signalled; only that
+    /// Blocks until one of up to 64 objects is signalled: WAIT_OBJECT_0 + the lowest index that is signalled; only that
     /// one is consumed. Waiting for all is refused with ERROR_INVALID_PARAMETER. A bad handle among them
     /// fails the call and consumes nothing.
     PLATFORM_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds);

@@ -8,6 +8,9 @@
 #define WINAPI
 #define CALLBACK
 
+/// @name Basic types
+/// `long` has 32 bits on 64-bit Windows, so LONG is not `long` here.
+/// @{
 using BYTE = std::uint8_t;
 using UCHAR = std::uint8_t;
 using WORD = std::uint16_t;
@@ -24,8 +27,13 @@ using ULONG_PTR = std::uint64_t;
 using LPARAM = std::int64_t;
 using WPARAM = std::uint64_t;
 using LRESULT = std::int64_t;
-using WCHAR = char16_t;
+using WCHAR = char16_t; ///< A UTF-16 code unit, unlike wchar_t on Linux.
+/// @}
 
+/// @name Handles
+/// Numbers of a table, never pointers: a closed or invented handle is detected. The types differ as in Windows, so
+/// that the compiler rejects a handle of the wrong kind.
+/// @{
 using HANDLE = void*;
 using HDEVINFO = void*;
 using HKEY = struct HKEY__*;
@@ -36,8 +44,11 @@ using HICON = struct HICON__*;
 using HCURSOR = HICON;
 using HBRUSH = struct HBRUSH__*;
 using HMENU = struct HMENU__*;
-using ATOM = WORD;
+/// @}
 
+using ATOM = WORD; ///< The number of a window class.
+
+/// A 128-bit identifier, in the memory layout of Windows.
 struct GUID
 {
     std::uint32_t Data1;
@@ -52,9 +63,11 @@ static_assert(sizeof(GUID) == 16);
 inline constexpr BOOL FALSE = 0;
 inline constexpr BOOL TRUE = 1;
 
+/// The failure result of CreateFileA and of the calls that open device sets and their keys.
 inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(~std::uintptr_t{0});
 
 /// @name Error numbers
+/// Those that several headers share, as GetLastError returns them.
 /// @{
 inline constexpr LONG ERROR_SUCCESS = 0;
 inline constexpr LONG ERROR_FILE_NOT_FOUND = 2;

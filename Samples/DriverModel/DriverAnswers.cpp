@@ -53,7 +53,7 @@ Bytes HostAnswer(const WireRequest& wire, const std::map<std::uint32_t, Bytes>& 
 void DriverModel::Deal(const RequestPtr& request, const WireRequest& wire)
 {
     Ends ends;
-    std::unique_lock guard(Lock);
+    Platform::ScopedLock guard(Lock);
     if (Current.Refuse != 0)
     {
         if (Remove(request))
@@ -63,7 +63,7 @@ void DriverModel::Deal(const RequestPtr& request, const WireRequest& wire)
         DealWithRead(request, ends);
     else
         DealWithRequest(request, wire, ends);
-    guard.unlock();
+    guard.Unlock();
     CarryOut(ends);
 }
 

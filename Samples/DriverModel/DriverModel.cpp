@@ -13,31 +13,34 @@ DriverModel::DriverModel(DriverSettings settings) : Settings(std::move(settings)
 DriverModel::~DriverModel()
 {
     Timer.Stop();
-    CarryOut(TakeAll(Cancelled));
+    Platform::ScopedLock guard(Lock);
+    const Ends ends = TakeAll(Cancelled);
+    guard.Unlock();
+    CarryOut(ends);
 }
 
 std::uint32_t DriverModel::Open(std::uint64_t /*openId*/)
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     return Gone ? NoSuchDevice : Current.RefuseOpen;
 }
 
 void DriverModel::Close(std::uint64_t openId)
 {
-    std::unique_lock guard(Lock);
+    Platform::ScopedLock guard(Lock);
     const auto closed = Streams.extract(openId);
-    guard.unlock(); // the rest of the stream is destroyed without a lock
+    guard.Unlock(); // the rest of the stream is destroyed without a lock
 }
 
 void DriverModel::Start(const RequestPtr& request)
 {
     const WireRequest wire = ReadWireRequest(request->Code(), request->Input(), request->OutputRoom());
-    std::unique_lock guard(Lock);
+    Platform::ScopedLock guard(Lock);
     Capture(*request);
     const std::uint32_t refusal = Accept(request, wire);
     const std::chrono::milliseconds delay(Current.SlowMs);
     const bool later = Current.Pend || Current.SlowMs > 0;
-    guard.unlock();
+    guard.Unlock();
     if (refusal != 0)
         request->Complete(refusal);
     else if (later)
@@ -48,14 +51,14 @@ void DriverModel::Start(const RequestPtr& request)
 
 void DriverModel::Cancel(const RequestPtr& request)
 {
-    std::unique_lock guard(Lock);
+    Platform::ScopedLock guard(Lock);
     if (!Remove(request))
         return; // completed, or about to be
     const bool hold = Current.HoldCancelled;
     const std::chrono::milliseconds delay(Current.LateCancelMs);
     HeldCancelled.push_back(request);
-    CancelledChange.notify_all();
-    guard.unlock();
+    CancelledChange.NotifyAll();
+    guard.Unlock();
     if (hold)
         return;
     if (delay.count() > 0)
@@ -67,7 +70,7 @@ void DriverModel::Cancel(const RequestPtr& request)
 bool DriverModel::Configure(const char* settings, char* error, std::size_t errorRoom)
 try
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     Current = ReadDriverSwitches(settings, Current);
     ChunksServed = 0;
     return true;
@@ -81,71 +84,75 @@ catch (const DriverSettingsError& mistake)
 /// Completes a cancelled request unless it has been completed already.
 void DriverModel::LetGo(const RequestPtr& request)
 {
-    std::unique_lock guard(Lock);
+    Platform::ScopedLock guard(Lock);
     const bool held = std::erase(HeldCancelled, request) != 0;
-    guard.unlock();
+    guard.Unlock();
     if (held)
         request->Complete(Cancelled);
 }
 
 std::vector<std::string> DriverModel::Violations() const
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     return Wrong;
 }
 
 std::vector<DriverCapture> DriverModel::Captures() const
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     return {Captured.begin(), Captured.end()};
 }
 
 void DriverModel::ClearCaptures()
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     Captured.clear();
 }
 
 DriverSwitches DriverModel::Switches() const
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     return Current;
 }
 
 void DriverModel::SetSwitches(const DriverSwitches& switches)
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     Current = switches;
     ChunksServed = 0;
 }
 
 void DriverModel::HoldCancelled(bool hold)
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     Current.HoldCancelled = hold;
 }
 
 void DriverModel::ReleaseCancelled()
 {
-    std::unique_lock guard(Lock);
+    Platform::ScopedLock guard(Lock);
     const std::vector<RequestPtr> released = std::exchange(HeldCancelled, {});
-    guard.unlock();
+    guard.Unlock();
     for (const RequestPtr& request : released)
         request->Complete(Cancelled);
 }
 
 bool DriverModel::AwaitCancelled(std::size_t count, std::chrono::milliseconds bound) const
 {
-    std::unique_lock guard(Lock);
-    return CancelledChange.wait_for(guard, bound, [&] { return HeldCancelled.size() >= count; });
+    const Platform::ScopedLock guard(Lock);
+    const auto end = std::chrono::steady_clock::now() + bound;
+    while (HeldCancelled.size() < count)
+        if (!CancelledChange.WaitUntil(Lock, end))
+            return HeldCancelled.size() >= count;
+    return true;
 }
 
 void DriverModel::Vanish()
 {
-    std::unique_lock guard(Lock);
+    Platform::ScopedLock guard(Lock);
     Gone = true;
     const Ends ends = TakeAll(Removed);
-    guard.unlock();
+    guard.Unlock();
     CarryOut(ends);
 }
 

@@ -2,6 +2,7 @@
 /// A control device that answers like an adapter's driver and checks every request.
 #pragma once
 
+#include "AnnotatedLock.h"
 #include "ControlDevice.h"
 #include "DriverSettings.h"
 #include "ItemStore.h"
@@ -10,13 +11,11 @@
 #include "WireRecords.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -83,32 +82,33 @@ private:
     void Deal(const RequestPtr& request, const WireRequest& wire);
     void LetGo(const RequestPtr& request);
 
-    // The caller holds the lock.
-    void Capture(const Platform::IoRequest& request);
-    std::uint32_t Accept(const RequestPtr& request, const WireRequest& wire);
-    bool Remove(const RequestPtr& request);
-    ResponseStream& Stream(std::uint64_t openId);
-    void DealWithRead(const RequestPtr& read, Ends& ends);
-    void DealWithRequest(const RequestPtr& request, const WireRequest& wire, Ends& ends);
-    void Serve(ResponseStream& stream, Ends& ends);
-    Ends TakeAll(std::uint32_t error);
-    std::vector<Bytes> ResponseChunks(const WireRequest& wire) const;
+    void Capture(const Platform::IoRequest& request) PLATFORM_REQUIRES(Lock);
+    std::uint32_t Accept(const RequestPtr& request, const WireRequest& wire) PLATFORM_REQUIRES(Lock);
+    bool Remove(const RequestPtr& request) PLATFORM_REQUIRES(Lock);
+    ResponseStream& Stream(std::uint64_t openId) PLATFORM_REQUIRES(Lock);
+    void DealWithRead(const RequestPtr& read, Ends& ends) PLATFORM_REQUIRES(Lock);
+    void DealWithRequest(const RequestPtr& request, const WireRequest& wire, Ends& ends) PLATFORM_REQUIRES(Lock);
+    void Serve(ResponseStream& stream, Ends& ends) PLATFORM_REQUIRES(Lock);
+    Ends TakeAll(std::uint32_t error) PLATFORM_REQUIRES(Lock);
+    std::vector<Bytes> ResponseChunks(const WireRequest& wire) const PLATFORM_REQUIRES(Lock);
     std::size_t ChunksInFront(std::size_t waitingReads, std::size_t chunks) const;
-    Bytes Answer(const WireRequest& wire, std::size_t room);
+    Bytes Answer(const WireRequest& wire, std::size_t room) PLATFORM_REQUIRES(Lock);
+
+    mutable Platform::Mutex Lock; ///< Not held while a request is completed.
 
     const DriverSettings Settings;
     ItemStore StoredItems;
 
-    mutable std::mutex Lock;                         ///< Guards all members below except Timer.
-    mutable std::condition_variable CancelledChange; ///< Notified when HeldCancelled has grown.
-    DriverSwitches Current;
-    bool Gone = false;
-    std::uint32_t ChunksServed = 0;
-    std::vector<std::string> Wrong;
-    std::deque<DriverCapture> Captured;
-    std::map<std::uint64_t, ResponseStream> Streams; ///< By open handle; own the waiting reads.
-    std::vector<RequestPtr> Waiting;                 ///< Requests other than reads.
-    std::vector<RequestPtr> HeldCancelled;
+    mutable Platform::Condition CancelledChange; ///< Notified when HeldCancelled has grown.
+    DriverSwitches Current PLATFORM_GUARDED_BY(Lock);
+    bool Gone PLATFORM_GUARDED_BY(Lock) = false;
+    std::uint32_t ChunksServed PLATFORM_GUARDED_BY(Lock) = 0;
+    std::vector<std::string> Wrong PLATFORM_GUARDED_BY(Lock);
+    std::deque<DriverCapture> Captured PLATFORM_GUARDED_BY(Lock);
+    /// By open handle; own the waiting reads.
+    std::map<std::uint64_t, ResponseStream> Streams PLATFORM_GUARDED_BY(Lock);
+    std::vector<RequestPtr> Waiting PLATFORM_GUARDED_BY(Lock); ///< Requests other than reads.
+    std::vector<RequestPtr> HeldCancelled PLATFORM_GUARDED_BY(Lock);
 
     TimerThread Timer;
 };

@@ -4,14 +4,14 @@
 
 void ItemStore::Set(std::uint32_t id, std::span<const std::uint8_t> data)
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     Items[id].assign(data.begin(), data.end());
 }
 
 void ItemStore::Query(std::uint32_t id, std::span<std::uint8_t> buffer) const
 {
     std::ranges::fill(buffer, std::uint8_t{0});
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     if (const auto item = Items.find(id); item != Items.end())
         std::copy_n(item->second.begin(), std::min(item->second.size(), buffer.size()), buffer.begin());
 }

@@ -2,9 +2,10 @@
 /// Information items by their number.
 #pragma once
 
+#include "AnnotatedLock.h"
+
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <span>
 #include <vector>
 
@@ -17,6 +18,6 @@ public:
     void Query(std::uint32_t id, std::span<std::uint8_t> buffer) const;
 
 private:
-    mutable std::mutex Lock; ///< Guards the map.
-    std::map<std::uint32_t, std::vector<std::uint8_t>> Items;
+    mutable Platform::Mutex Lock;
+    std::map<std::uint32_t, std::vector<std::uint8_t>> Items PLATFORM_GUARDED_BY(Lock);
 };

@@ -4,42 +4,44 @@
 
 void TimerThread::Post(std::chrono::milliseconds delay, std::function<void()> task)
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     if (Stopping)
         return;
     Tasks.emplace(std::chrono::steady_clock::now() + delay, std::move(task));
     if (!Thread.joinable())
         Thread = std::thread(&TimerThread::Run, this);
-    Changed.notify_one();
+    Changed.NotifyOne();
 }
 
 void TimerThread::Stop()
 {
+    std::thread ending;
     {
-        const std::scoped_lock guard(Lock);
-        Stopping = true;
-        Changed.notify_one();
+        const Platform::ScopedLock guard(Lock);
+        Stopping = true; // from here on no task can start the thread
+        ending.swap(Thread);
+        Changed.NotifyOne();
     }
-    if (Thread.joinable())
-        Thread.join();
+    if (ending.joinable())
+        ending.join();
 }
 
 void TimerThread::Run()
 {
-    std::unique_lock guard(Lock);
+    Platform::ScopedLock guard(Lock);
     while (!Stopping)
     {
         if (Tasks.empty())
-            Changed.wait(guard);
+            Changed.Wait(Lock);
         else if (const auto due = Tasks.begin()->first; due > std::chrono::steady_clock::now())
-            Changed.wait_until(guard, due);
+            Changed.WaitUntil(Lock, due);
         else
         {
             auto task = Tasks.extract(Tasks.begin());
-            guard.unlock();
+            guard.Unlock();
             task.mapped()();
             task = {}; // destroys its captures without a lock
-            guard.lock();
+            guard.Lock();
         }
     }
 }

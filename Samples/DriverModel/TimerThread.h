@@ -2,11 +2,11 @@
 /// The model's thread for delayed work.
 #pragma once
 
+#include "AnnotatedLock.h"
+
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <thread>
 
 /// Runs tasks one at a time, each when it is due. Post is thread-safe.
@@ -23,9 +23,11 @@ public:
 private:
     void Run();
 
-    std::mutex Lock; ///< Guards all members; not held while the thread is joined.
-    std::condition_variable Changed;
-    std::multimap<std::chrono::steady_clock::time_point, std::function<void()>> Tasks;
-    bool Stopping = false;
-    std::thread Thread;
+    using Clock = std::chrono::steady_clock;
+
+    Platform::Mutex Lock; ///< Not held while a task runs or the thread is joined.
+    Platform::Condition Changed;
+    std::multimap<Clock::time_point, std::function<void()>> Tasks PLATFORM_GUARDED_BY(Lock);
+    bool Stopping PLATFORM_GUARDED_BY(Lock) = false;
+    std::thread Thread PLATFORM_GUARDED_BY(Lock);
 };

@@ -30,7 +30,7 @@ VirtualAdapter::VirtualAdapter(const char* name, const char* driverKeyIndex, con
 void VirtualAdapter::ReadValue(const std::string& subKey, const std::string& valueName, std::uint32_t& type,
                                std::uint8_t* data, std::uint32_t& size)
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     const auto value = Values.find({subKey, valueName});
     const std::uint32_t room = std::exchange(size, 0);
     if (value == Values.end())
@@ -44,12 +44,12 @@ void VirtualAdapter::ReadValue(const std::string& subKey, const std::string& val
 void VirtualAdapter::WriteValue(const std::string& subKey, const std::string& valueName, std::uint32_t type,
                                 std::span<const std::uint8_t> data)
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     Values[{subKey, valueName}] = {type, {data.begin(), data.end()}};
 }
 
 void VirtualAdapter::DeleteValue(const std::string& subKey, const std::string& valueName)
 {
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     Values.erase({subKey, valueName});
 }

@@ -2,6 +2,7 @@
 /// One adapter that exists in memory only.
 #pragma once
 
+#include "AnnotatedLock.h"
 #include "ItemStore.h"
 
 #include <ZVDeviceInfo.h>
@@ -9,7 +10,6 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <span>
 #include <string>
 #include <utility>
@@ -50,6 +50,6 @@ private:
     _ZV_SRVC_DEVICE_INFO Description = {}; ///< StateFlags stays 0; see Flags.
     std::atomic<std::uint32_t> Flags{0};
     ItemStore StoredItems;
-    std::mutex Lock;                                             ///< Guards the map below.
-    std::map<std::pair<std::string, std::string>, Value> Values; ///< By subkey and name.
+    Platform::Mutex Lock;
+    std::map<std::pair<std::string, std::string>, Value> Values PLATFORM_GUARDED_BY(Lock); ///< By subkey and name.
 };

@@ -52,16 +52,26 @@ std::optional<VirtualScript::Step> ParseStep(std::string_view text, std::size_t 
 } // namespace
 
 VirtualScript::VirtualScript(std::size_t adapters, std::function<void(const Step&)> carryOut)
-    : AdapterCount(adapters), CarryOut(std::move(carryOut)), Thread([this](const std::stop_token& stop) { Run(stop); })
+    : AdapterCount(adapters), CarryOut(std::move(carryOut)), Thread([this] { Run(); })
 {
+}
+
+VirtualScript::~VirtualScript()
+{
+    {
+        const Platform::ScopedLock guard(Lock);
+        Stopping = true;
+        Changed.NotifyAll();
+    }
+    Thread.join();
 }
 
 void VirtualScript::Append(std::string_view text)
 {
     const std::vector<Step> steps = Parse(text);
-    const std::scoped_lock guard(Lock);
+    const Platform::ScopedLock guard(Lock);
     Steps.insert(Steps.end(), steps.begin(), steps.end());
-    Changed.notify_all();
+    Changed.NotifyAll();
 }
 
 std::vector<VirtualScript::Step> VirtualScript::Parse(std::string_view text) const
@@ -82,17 +92,28 @@ std::vector<VirtualScript::Step> VirtualScript::Parse(std::string_view text) con
     return steps;
 }
 
-void VirtualScript::Run(const std::stop_token& stop)
+void VirtualScript::Run()
 {
-    std::unique_lock guard(Lock);
-    while (Changed.wait(guard, stop, [this] { return !Steps.empty(); }))
+    Platform::ScopedLock guard(Lock);
+    for (Step step{}; TakeStep(step);)
     {
-        const Step step = Steps.front();
-        Steps.pop_front();
-        if (Changed.wait_for(guard, stop, step.Pause, [&stop] { return stop.stop_requested(); }))
-            return;
-        guard.unlock();
+        guard.Unlock();
         CarryOut(step);
-        guard.lock();
+        guard.Lock();
     }
+}
+
+/// Waits for the next step and then for its delay. Returns false when the script stops.
+bool VirtualScript::TakeStep(Step& step)
+{
+    while (!Stopping && Steps.empty())
+        Changed.Wait(Lock);
+    if (Stopping)
+        return false;
+    step = Steps.front();
+    Steps.pop_front();
+    const auto due = std::chrono::steady_clock::now() + step.Pause;
+    while (!Stopping && std::chrono::steady_clock::now() < due)
+        Changed.WaitUntil(Lock, due);
+    return !Stopping;
 }

@@ -2,13 +2,12 @@
 /// Scripted arrivals and removals of virtual adapters, and power events.
 #pragma once
 
+#include "AnnotatedLock.h"
+
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <mutex>
-#include <stop_token>
 #include <string_view>
 #include <thread>
 #include <vector>
@@ -33,6 +32,10 @@ public:
 
     /// @param carryOut called on the script's thread, with no lock held.
     VirtualScript(std::size_t adapters, std::function<void(const Step&)> carryOut);
+    /// Waits for the current step and drops the others.
+    ~VirtualScript();
+    VirtualScript(const VirtualScript&) = delete;
+    VirtualScript& operator=(const VirtualScript&) = delete;
 
     /// Appends the steps of a text such as "500:remove 2;500:arrive 2;200:suspend;200:resume".
     /// @throws std::invalid_argument on a syntax error; then nothing is appended.
@@ -40,12 +43,14 @@ public:
 
 private:
     std::vector<Step> Parse(std::string_view text) const;
-    void Run(const std::stop_token& stop);
+    void Run();
+    bool TakeStep(Step& step) PLATFORM_REQUIRES(Lock);
 
     const std::size_t AdapterCount;
     const std::function<void(const Step&)> CarryOut;
-    std::mutex Lock; ///< Guards the steps.
-    std::deque<Step> Steps;
-    std::condition_variable_any Changed;
-    std::jthread Thread; ///< Last member: stopped and joined before the others are destroyed.
+    Platform::Mutex Lock; ///< Not held while a step is carried out.
+    Platform::Condition Changed;
+    std::deque<Step> Steps PLATFORM_GUARDED_BY(Lock);
+    bool Stopping PLATFORM_GUARDED_BY(Lock) = false;
+    std::thread Thread; ///< Last member, because it uses the others from its start.
 };

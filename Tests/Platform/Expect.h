@@ -1,8 +1,9 @@
 /// @file
-/// Short checks for the platform's tests.
+/// Fixtures of the platform's tests.
 #pragma once
 
 #include "../Conformance/Checks.h"
+#include "../Conformance/TestWindows.h"
 #include "Machine.h"
 
 /// A separate machine for each test; no handle may be open at its end.
@@ -12,4 +13,15 @@ protected:
     void TearDown() override { EXPECT_EQ(Platform::CountOpenObjects().Total(), 0U); }
 
     Platform::ScopedMachine Box;
+};
+
+/// Adds the window class of the conformance tests.
+class WindowingTest : public OnMachine
+{
+protected:
+    WindowingTest()
+    {
+        const WNDCLASSEXW record = TestClass();
+        EXPECT_NE(RegisterClassExW(&record), 0);
+    }
 };

@@ -1,6 +1,7 @@
-#include "WindowFixture.h"
+#include "Expect.h"
 
 #include <cstring>
+#include <latch>
 #include <tuple>
 
 namespace
@@ -26,7 +27,7 @@ protected:
             const auto* record = reinterpret_cast<const DEV_BROADCAST_DEVICEINTERFACE_W*>(lParam);
             Path.resize((record->dbcc_size - 30) / 2);
             std::memcpy(Path.data(), reinterpret_cast<const char*>(record) + 28, Path.size() * 2);
-            EXPECT_EQ(LanClass, record->dbcc_classguid);
+            EXPECT_EQ(record->dbcc_classguid, LanClass);
         }
         return window == S && wParam == DBT_DEVICEQUERYREMOVE && Deny ? BROADCAST_QUERY_DENY : 1;
     }
@@ -98,51 +99,16 @@ TEST_F(EventsTest, ChangesTheAdapterBeforeItNotifiesTheWindows)
     for (const auto& [event, result, messages, state] : cases)
     {
         const auto row = &event - &std::get<0>(cases[0]);
-        EXPECT_EQ(result, event(*Box)) << row;
-        EXPECT_EQ(messages, std::exchange(Seen, "")) << row;
-        EXPECT_EQ(state, State()) << row;
+        EXPECT_EQ(event(*Box), result) << row;
+        EXPECT_EQ(std::exchange(Seen, ""), messages) << row;
+        EXPECT_EQ(State(), state) << row;
     }
     EXPECT_EQ(Path, u"\\\\?\\PCI#VEN_1#2#{ad498944-762f-11d0-8dcb-00c04fc3358c}");
     EXPECT_EQ(Box->Adapter(Id).DriverVersion, "2");
     EXPECT_THROW(Box->Unplug(Id + 1), std::out_of_range);
 }
 
-class ClassInstallerTest : public EventsTest
-{
-protected:
-    ClassInstallerTest()
-    {
-        Set = SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_ALLCLASSES);
-        EXPECT_TRUE(SetupDiEnumDeviceInfo(Set, 0, &Device));
-    }
-    void TearDown() override
-    {
-        EXPECT_TRUE(SetupDiDestroyDeviceInfoList(Set));
-        EventsTest::TearDown();
-    }
-
-    /// The error of a property change, 0 for none.
-    DWORD Change(DWORD change, DWORD scope, DWORD size = sizeof(SP_PROPCHANGE_PARAMS),
-                 SP_CLASSINSTALL_HEADER header = {sizeof(SP_CLASSINSTALL_HEADER), DIF_PROPERTYCHANGE})
-    {
-        SP_PROPCHANGE_PARAMS parameters{header, change, scope, 0};
-        const bool done = SetupDiSetClassInstallParamsW(Set, &Device, &parameters.ClassInstallHeader, size) &&
-                          SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, Set, &Device);
-        return done ? 0 : GetLastError();
-    }
-
-    /// The error of opening the driver key, 0 for none.
-    DWORD OpenKey(REGSAM access, DWORD type = DIREG_DRV)
-    {
-        const HKEY key = SetupDiOpenDevRegKey(Set, &Device, DICS_FLAG_GLOBAL, 0, type, access);
-        return key == INVALID_HANDLE_VALUE ? GetLastError() : static_cast<DWORD>(RegCloseKey(key));
-    }
-
-    HDEVINFO Set{};
-    SP_DEVINFO_DATA Device{sizeof(SP_DEVINFO_DATA), {}, 0, 0};
-};
-
-TEST_F(ClassInstallerTest, DeniedRemovalLeavesTheAdapterAlone)
+TEST_F(EventsTest, DeniedRemovalLeavesTheAdapterAlone)
 {
     handler = Noting();
     R = MakeWindow();
@@ -153,56 +119,27 @@ TEST_F(ClassInstallerTest, DeniedRemovalLeavesTheAdapterAlone)
     EXPECT_FALSE(Box->Disable(Id));
     EXPECT_FALSE(Box->UpdateDriver(Id, "2"));
     EXPECT_FALSE(Box->Uninstall(Id));
-    EXPECT_EQ(Change(DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC), ERROR_NOT_DISABLEABLE);
     const std::string denied = "R8001+ S8001+ R8002+ ";
-    EXPECT_EQ(denied + denied + denied + denied, std::exchange(Seen, ""));
+    EXPECT_EQ(std::exchange(Seen, ""), denied + denied + denied);
     Box->Unplug(Id);
     EXPECT_EQ(Seen, "R8004- S8004- R7- S7- ") << "nobody is asked";
 }
 
-TEST_F(ClassInstallerTest, ChangesTheNodeBeforeItReturns)
+TEST_F(EventsTest, EndOfAThreadReleasesItsSenders)
 {
-    EXPECT_FAILS_WITH(ERROR_NO_CLASSINSTALL_PARAMS, SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, Set, &Device));
-    using Edit = void (*)(Platform::AdapterDescription&);
-    constexpr Edit same = [](auto&) {};
-    // In this order: what the adapter becomes, rights, change, scope; the error, and the state at the end.
-    const std::tuple<Edit, bool, DWORD, DWORD, DWORD, char> cases[] = {
-        {same, true, DICS_DISABLE, DICS_FLAG_GLOBAL, ERROR_INVALID_PARAMETER, '+'},
-        {same, false, DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, ERROR_ACCESS_DENIED, '+'},
-        {same, true, DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, 0, '-'},
-        {same, true, DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, 0, '-'},
-        {same, true, DICS_ENABLE, DICS_FLAG_GLOBAL, 0, '-'},
-        {same, true, DICS_ENABLE, DICS_FLAG_CONFIGSPECIFIC, 0, '+'},
-        {[](auto& node) { node.StateChangeError = 0x234; }, true, DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, 0x234, '+'},
-        {[](auto& node) { node.Present = false; }, true, DICS_ENABLE, DICS_FLAG_GLOBAL, ERROR_NO_SUCH_DEVINST, '-'},
-    };
-    for (const auto& [edit, rights, change, scope, error, state] : cases)
+    for (int round = 0; round < 200; ++round)
     {
-        Box->ChangeAdapter(Id, edit);
-        Box->SetCallerRights(rights);
-        EXPECT_EQ(error, Change(change, scope));
-        EXPECT_EQ(state, State());
+        std::latch sending{2};
+        std::promise<HWND> made;
+        const std::jthread owner([&] {
+            made.set_value(MakeWindow());
+            sending.arrive_and_wait();
+        });
+        const HWND window = made.get_future().get();
+        sending.arrive_and_wait();
+        EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, SendMessageW(window, WM_USER, 0, 0));
     }
-    EXPECT_EQ(Change(DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, 19), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(Change(DICS_DISABLE, DICS_FLAG_CONFIGSPECIFIC, 20, {20, DIF_PROPERTYCHANGE}), ERROR_INVALID_USER_BUFFER);
-    EXPECT_TRUE(SetupDiSetClassInstallParamsW(Set, &Device, nullptr, 0));
-    EXPECT_FAILS_WITH(ERROR_NO_CLASSINSTALL_PARAMS, SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, Set, &Device));
-}
-
-TEST_F(ClassInstallerTest, DriverKeyOpensWithTheRightsOfTheCaller)
-{
-    EXPECT_EQ(OpenKey(KEY_ALL_ACCESS), 0U);
-    EXPECT_EQ(OpenKey(KEY_READ, 1), DWORD{ERROR_INVALID_PARAMETER});
-    Box->SetCallerRights(false);
-    EXPECT_EQ(OpenKey(KEY_READ), 0U);
-    EXPECT_EQ(OpenKey(KEY_ALL_ACCESS), DWORD{ERROR_ACCESS_DENIED});
-    Box->ChangeAdapter(Id, [](auto& node) { node.HasDriverKey = false; });
-    EXPECT_EQ(OpenKey(KEY_READ), ERROR_KEY_DOES_NOT_EXIST);
-    EXPECT_TRUE(Box->Uninstall(Id));
-    EXPECT_EQ(OpenKey(KEY_READ), ERROR_NO_SUCH_DEVINST);
-    EXPECT_TRUE(SetupDiDestroyDeviceInfoList(Set));
-    Set = SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_ALLCLASSES);
-    EXPECT_FAILS_WITH(ERROR_NO_MORE_ITEMS, SetupDiEnumDeviceInfo(Set, 0, &Device)) << "it is not among the absent";
+    EXPECT_EQ(Platform::CountOpenObjects().Windows, 0U);
 }
 
 } // namespace

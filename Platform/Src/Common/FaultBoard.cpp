@@ -27,7 +27,7 @@ FaultBoard::Function& FaultBoard::Entry(std::string_view function)
     return found != Functions.end() ? found->second : Functions[std::string(function)];
 }
 
-// Without memory for an entry there was none, so neither a fault nor a hook: only this count is lost.
+// If there is no memory for a new entry, the function has neither a fault nor a hook. Only this count is lost.
 FaultBoard::Function* FaultBoard::EntryIfPossible(std::string_view function)
 try
 {
@@ -43,18 +43,20 @@ std::optional<std::uint32_t> FaultBoard::Enter(std::string_view function)
     std::optional<std::uint32_t> error;
     std::shared_ptr<const std::function<void()>> hook;
     {
-        const std::lock_guard lock(Lock);
+        const ScopedLock lock(Lock);
         Function* const known = EntryIfPossible(function);
         if (known == nullptr)
             return std::nullopt;
         Function& entry = *known;
         ++entry.Calls;
         hook = entry.Hook;
+        // A fault that has passed would be checked on every later call.
         std::erase_if(entry.Faults, [&](const Fault& fault) { return fault.LastCall < entry.Calls; });
         for (const Fault& fault : entry.Faults)
             if (fault.FirstCall <= entry.Calls)
                 error = fault.Error;
     }
+    // The shared pointer keeps a hook alive that another thread replaces while it runs.
     if (hook)
         (*hook)();
     return error;
@@ -65,21 +67,21 @@ void FaultBoard::Fail(std::string_view function, unsigned nth, std::uint32_t err
     RequirePublished(std::string(function));
     if (nth == 0 || count == 0)
         throw std::invalid_argument("calls are counted from 1");
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     Function& entry = Entry(function);
     entry.Faults.push_back({entry.Calls + nth, entry.Calls + nth + count - 1, error});
 }
 
 void FaultBoard::Clear()
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     for (auto& [name, entry] : Functions)
         entry.Faults.clear();
 }
 
 std::uint64_t FaultBoard::Calls(std::string_view function) const
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     const auto found = Functions.find(function);
     return found == Functions.end() ? 0 : found->second.Calls;
 }
@@ -88,7 +90,7 @@ void FaultBoard::SetHook(std::string_view function, std::function<void()> hook)
 {
     RequirePublished(std::string(function));
     auto shared = hook ? std::make_shared<const std::function<void()>>(std::move(hook)) : nullptr;
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     Entry(function).Hook.swap(shared); // the old hook is destroyed after the lock is released
 }
 

@@ -6,10 +6,11 @@ namespace Platform
 ForeignCallGate::Holder::Holder(ForeignCallGate& gate) : Gate(gate)
 {
     const auto self = std::this_thread::get_id();
-    std::unique_lock lock(Gate.Lock);
+    const ScopedLock lock(Gate.Lock);
     if (Gate.Owner == self)
         return;
-    Gate.Free.wait(lock, [this] { return Gate.Owner == std::thread::id(); });
+    while (Gate.Owner != std::thread::id())
+        Gate.Free.Wait(Gate.Lock);
     Gate.Owner = self;
     Taken = true;
 }
@@ -18,9 +19,9 @@ ForeignCallGate::Holder::~Holder()
 {
     if (Taken)
     {
-        const std::lock_guard lock(Gate.Lock);
+        const ScopedLock lock(Gate.Lock);
         Gate.Owner = {};
-        Gate.Free.notify_one();
+        Gate.Free.NotifyOne();
     }
 }
 

@@ -2,24 +2,25 @@
 /// Lets one thread at a time call foreign code.
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
+#include "AnnotatedLock.h"
+
 #include <thread>
 
 namespace Platform
 {
 
-/// Unlike a mutex, it detects that the thread already owns it: foreign code may call back.
-class ForeignCallGate
+/// Unlike a mutex, it detects that the thread already owns it, because foreign code may call back. To the lock
+/// analysis it is a lock: fields can be guarded by it.
+class PLATFORM_CAPABILITY("gate") ForeignCallGate
 {
 public:
-    /// Holds the gate for a scope. It converts to false when this thread held it before; nothing is then
-    /// given back at the end.
-    class Holder
+    /// Holds the gate for a scope. Converts to false if this thread held the gate before; the outer holder then
+    /// keeps it.
+    class PLATFORM_SCOPED_CAPABILITY Holder
     {
     public:
-        explicit Holder(ForeignCallGate& gate);
-        ~Holder();
+        explicit Holder(ForeignCallGate& gate) PLATFORM_ACQUIRE(gate);
+        ~Holder() PLATFORM_RELEASE();
         Holder(const Holder&) = delete;
         Holder& operator=(const Holder&) = delete;
 
@@ -31,9 +32,9 @@ public:
     };
 
 private:
-    std::mutex Lock;
-    std::condition_variable Free;
-    std::thread::id Owner; // guarded by Lock; default value when the gate is free
+    Mutex Lock;
+    Condition Free;
+    std::thread::id Owner PLATFORM_GUARDED_BY(Lock); // default value while the gate is free
 };
 
 } // namespace Platform

@@ -14,22 +14,22 @@ HandleTable& HandleTable::Instance()
 
 HANDLE HandleTable::Add(std::shared_ptr<HandleObject> object)
 {
-    const std::lock_guard lock(Lock);
-    LastNumber += 4; // as on Windows, where the two low bits are free for the caller
+    const ScopedLock lock(Lock);
+    LastNumber += 4; // as on Windows, which leaves the two low bits to the caller
     Objects.emplace(LastNumber, std::move(object));
     return reinterpret_cast<HANDLE>(LastNumber);
 }
 
 std::size_t HandleTable::Count(HandleKind kind) const
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     return static_cast<std::size_t>(
         std::ranges::count_if(Objects, [kind](const auto& entry) { return entry.second->KindOf() == kind; }));
 }
 
 std::shared_ptr<HandleObject> HandleTable::FindAny(const void* handle, HandleKind kind) const
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     const auto found = Objects.find(reinterpret_cast<std::uintptr_t>(handle));
     return found != Objects.end() && found->second->KindOf() == kind ? found->second : nullptr;
 }
@@ -37,7 +37,7 @@ std::shared_ptr<HandleObject> HandleTable::FindAny(const void* handle, HandleKin
 bool HandleTable::CloseAny(const void* handle, HandleKind kind)
 {
     std::shared_ptr<HandleObject> closed; // may be the last reference: destroyed after the lock is released
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     const auto found = Objects.find(reinterpret_cast<std::uintptr_t>(handle));
     if (found == Objects.end() || found->second->KindOf() != kind)
         return false;

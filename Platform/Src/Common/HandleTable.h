@@ -3,12 +3,12 @@
 /// handle is detected.
 #pragma once
 
+#include "AnnotatedLock.h"
 #include "WinTypes.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <utility>
 
@@ -32,22 +32,24 @@ public:
     virtual HandleKind KindOf() const = 0;
 };
 
-/// Thread-safe; one for the process. Who looked an object up keeps it alive over a close.
+/// Thread-safe; one for the process. A caller that has looked up an object keeps it alive if another thread
+/// closes the handle.
 class HandleTable
 {
 public:
     static HandleTable& Instance();
 
+    /// @throws std::bad_alloc; no handle is then open.
     HANDLE Add(std::shared_ptr<HandleObject> object);
 
-    /// Null when the handle is not open, or of another kind.
+    /// Returns null if the handle is not open or is of another kind.
     template <class Object>
     std::shared_ptr<Object> Find(const void* handle) const
     {
         return std::static_pointer_cast<Object>(FindAny(handle, Object::Kind));
     }
 
-    /// Takes the handle out; false when it is not open, or of another kind.
+    /// Removes the handle. Returns false if it is not open or is of another kind.
     template <class Object>
     bool Close(const void* handle)
     {
@@ -60,10 +62,10 @@ private:
     std::shared_ptr<HandleObject> FindAny(const void* handle, HandleKind kind) const;
     bool CloseAny(const void* handle, HandleKind kind);
 
-    mutable std::mutex Lock;
-    // Both guarded by Lock. Numbers are not used again: an old handle never means something new.
-    std::unordered_map<std::uintptr_t, std::shared_ptr<HandleObject>> Objects;
-    std::uintptr_t LastNumber = 0x100;
+    mutable Mutex Lock;
+    std::unordered_map<std::uintptr_t, std::shared_ptr<HandleObject>> Objects PLATFORM_GUARDED_BY(Lock);
+    // Numbers are not reused, so that an old handle never refers to a new object.
+    std::uintptr_t LastNumber PLATFORM_GUARDED_BY(Lock) = 0x100;
 };
 
 } // namespace Platform

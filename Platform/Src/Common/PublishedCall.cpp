@@ -1,30 +1,37 @@
 #include "PublishedCall.h"
 
-#include "Errors.h"
-#include "MachineImpl.h"
-
-namespace Platform
-{
+#include <unistd.h>
 
 namespace
 {
 
-// Without memory for the default machine there is no machine yet, so none on which the call was to fail.
-std::optional<std::uint32_t> Enter(const char* function)
-try
-{
-    return CurrentMachine()->Internal().Faults.Enter(function);
-}
-catch (const std::bad_alloc&)
-{
-    return std::nullopt;
-}
+// One number per thread, as on Windows: a call of another thread cannot overwrite the reason of a failure.
+thread_local DWORD lastError = 0;
 
 } // namespace
 
+DWORD GetLastError()
+{
+    return lastError;
+}
+
+void SetLastError(DWORD error)
+{
+    lastError = error;
+}
+
+DWORD GetCurrentProcessId()
+{
+    return static_cast<DWORD>(getpid());
+}
+
+namespace Platform
+{
+
 bool CallFails(const char* function)
 {
-    const auto fault = Enter(function);
+    const auto fault = EnterCall(function);
+    // An error of 0 stands for a failure that leaves the last error alone: hosts must cope with a stale one.
     if (fault && *fault != 0)
         SetLastError(*fault);
     return fault.has_value();
@@ -32,7 +39,8 @@ bool CallFails(const char* function)
 
 DWORD CallFault(const char* function, DWORD plainFailure)
 {
-    const auto fault = Enter(function);
+    const auto fault = EnterCall(function);
+    // The result is the error itself, so a failure cannot be reported as 0.
     return fault ? (*fault != 0 ? *fault : plainFailure) : 0;
 }
 

@@ -5,18 +5,27 @@
 #include "Errors.h"
 #include "WinTypes.h"
 
+#include <cstdint>
 #include <new>
+#include <optional>
 
 namespace Platform
 {
 
-/// For a function that reports through the last error: true when it is to fail; the error is set.
+/// Counts a call on the current machine and runs its hook, with no lock of the stand-in held.
+/// @return the error to fail with, if the call must fail.
+///
+/// The machine implements this (CurrentMachine.cpp). It is declared here because every group of functions calls
+/// it, while the machine includes those groups.
+std::optional<std::uint32_t> EnterCall(const char* function);
+
+/// For a function that reports through the last error: returns true if the call must fail, with the last error set.
 bool CallFails(const char* function);
 
-/// For a function whose result is the error number: 0, or what it is to return.
+/// For a function whose result is the error number: returns 0, or the number to return.
 DWORD CallFault(const char* function, DWORD plainFailure = ERROR_GEN_FAILURE);
 
-/// Sets the last error and gives FALSE.
+/// Sets the last error and returns FALSE.
 BOOL FailWith(DWORD error);
 
 /// Returns the failure result after exhausted memory. No exception leaves a published function: its

@@ -11,12 +11,13 @@ namespace Platform
 namespace
 {
 
-// Not std::tolower: the host's locale must not change what a name means.
+// Not std::tolower, because the host's locale must not change which names are equal.
 char Fold(char c)
 {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+// Whether a surrogate pair starts at this position.
 bool IsPair(std::u16string_view text, std::size_t at)
 {
     return text[at] >= 0xD800 && text[at] < 0xDC00 && at + 1 < text.size() && text[at + 1] >= 0xDC00 &&
@@ -84,6 +85,7 @@ std::u16string ToUtf16(std::string_view text)
     std::mbstate_t state{};
     const char8_t* read = nullptr;
     char16_t* written = nullptr;
+    // The classic locale always has this facet, and setlocale does not replace it.
     std::use_facet<Converter>(std::locale::classic())
         .in(state, in.data(), in.data() + in.size(), read, out.data(), out.data() + out.size(), written);
     out.resize(static_cast<std::size_t>(written - out.data()));

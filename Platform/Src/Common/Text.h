@@ -8,6 +8,7 @@
 namespace Platform
 {
 
+/// Compares names without regard to the case of ASCII letters, as the registry and device names are compared.
 bool EqualNames(std::string_view left, std::string_view right);
 
 /// Orders names without regard to the case of ASCII letters.
@@ -19,7 +20,7 @@ struct NameLess
 
 /// Encodes half of a surrogate pair as a separate character, so that every text can be converted.
 std::string ToUtf8(std::u16string_view text);
-/// The text must be well-formed.
+/// The text must be well-formed; an invalid sequence ends the result.
 std::u16string ToUtf16(std::string_view text);
 
 } // namespace Platform

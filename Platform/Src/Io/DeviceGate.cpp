@@ -1,7 +1,5 @@
 #include "DeviceGate.h"
 
-#include "RequestTable.h"
-
 #include <utility>
 
 namespace Platform
@@ -9,40 +7,33 @@ namespace Platform
 
 ControlDevice* DeviceGate::Enter()
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     Visitors += Device != nullptr ? 1 : 0;
     return Device;
 }
 
 void DeviceGate::Leave()
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     --Visitors;
     if (Visitors == 0)
-        Empty.notify_all(); // while holding the lock: the device may be destroyed right after
+        Empty.NotifyAll(); // while holding the lock, because the device may be destroyed right after
 }
 
 void DeviceGate::Shut()
 {
-    std::unique_lock lock(Lock);
-    Empty.wait(lock, [this] { return Visitors == 0; });
+    const ScopedLock lock(Lock);
+    while (Visitors != 0)
+        Empty.Wait(Lock);
     Device = nullptr;
 }
 
-AttachedDevice::AttachedDevice(std::shared_ptr<ControlDevice> device)
-    : Device(std::move(device)), Gate(std::make_shared<DeviceGate>(*Device))
-{
-}
+OpenFile::OpenFile(std::shared_ptr<DeviceGate> gate, std::uint64_t openId) : Gate(std::move(gate)), OpenId(openId) {}
 
-AttachedDevice::~AttachedDevice()
+OpenFile::~OpenFile()
 {
-    Gate->Shut();
-}
-
-void AttachedDevice::Detach()
-{
-    Detached = true;
-    RequestTable::Instance().Cancel([this](const Request& request) { return request.Gate == Gate; });
+    if (Opened)
+        Gate->Visit([this](ControlDevice& device) { device.Close(OpenId); });
 }
 
 } // namespace Platform

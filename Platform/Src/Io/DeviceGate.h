@@ -1,21 +1,22 @@
 /// @file
-/// The path from requests to their device. It does not keep the device alive.
+/// The path from open files and requests to their device. It does not keep the device alive.
 #pragma once
 
+#include "AnnotatedLock.h"
 #include "ControlDevice.h"
+#include "Waitable.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
-#include <mutex>
 #include <new>
 
 namespace Platform
 {
 
-/// A driver's own thread may end the last request of a handle. Did requests keep their device, that
-/// thread could be the one that destroys the driver, and would wait for itself. Thread-safe.
+/// A driver's thread may complete the last request of a handle. If requests kept their device alive, that thread
+/// could be the one that destroys the driver, and would wait for itself. Thread-safe.
 class DeviceGate
 {
 public:
@@ -42,39 +43,35 @@ public:
         return done;
     }
 
-    /// Waits until all visits have ended; there are none afterwards.
+    /// Blocks until all visits have ended. No visit reaches the device afterwards.
     void Shut();
 
 private:
     ControlDevice* Enter();
     void Leave();
 
-    std::mutex Lock;
-    std::condition_variable Empty;
-    // Both guarded by Lock.
-    ControlDevice* Device; // null when shut
-    std::size_t Visitors = 0;
+    Mutex Lock;
+    Condition Empty;
+    ControlDevice* Device PLATFORM_GUARDED_BY(Lock); // null once shut
+    std::size_t Visitors PLATFORM_GUARDED_BY(Lock) = 0;
 };
 
-/// A device as long as it can be reached under its name, and as long as handles on it are open. It is
-/// attached again as another one: handles from before stay without a device.
-class AttachedDevice
+/// What a file handle and its requests in flight share. Notifies the device of the close when the last of them is
+/// released, as a Windows driver is closed only after its requests have completed.
+class OpenFile
 {
 public:
-    explicit AttachedDevice(std::shared_ptr<ControlDevice> device);
-    ~AttachedDevice();
-    AttachedDevice(const AttachedDevice&) = delete;
-    AttachedDevice& operator=(const AttachedDevice&) = delete;
+    OpenFile(std::shared_ptr<DeviceGate> gate, std::uint64_t openId);
+    ~OpenFile();
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
 
-    /// Lets no new request through and asks for the cancellation of all that are in flight.
-    void Detach();
-    bool IsDetached() const { return Detached; }
-
-    const std::shared_ptr<ControlDevice> Device;
     const std::shared_ptr<DeviceGate> Gate;
-
-private:
-    std::atomic<bool> Detached = false;
+    const std::uint64_t OpenId;
+    /// Signalled when a request without an event has completed.
+    const std::shared_ptr<Waitable> Done = std::make_shared<Waitable>(true, false);
+    std::atomic<bool> Closed = false;
+    std::atomic<bool> Opened = false; ///< The device accepted the open; a refused one receives no Close.
 };
 
 } // namespace Platform

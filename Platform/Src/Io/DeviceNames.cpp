@@ -1,9 +1,28 @@
 #include "DeviceNames.h"
 
+#include "RequestTable.h"
+
 #include <utility>
 
 namespace Platform
 {
+
+AttachedDevice::AttachedDevice(std::shared_ptr<ControlDevice> device)
+    : Device(std::move(device)), Gate(std::make_shared<DeviceGate>(*Device))
+{
+}
+
+AttachedDevice::~AttachedDevice()
+{
+    Gate->Shut(); // first: after this the driver may be destroyed
+}
+
+void AttachedDevice::Detach()
+{
+    // Before the cancellation, so that a request that starts meanwhile is either refused or in the table.
+    Detached = true;
+    RequestTable::Instance().Cancel([this](const Request& request) { return request.Gate == Gate; });
+}
 
 void DeviceNames::Add(const std::string& name, std::shared_ptr<ControlDevice> device, bool present)
 {
@@ -21,6 +40,7 @@ DeviceNames::Entry DeviceNames::Remove(std::string_view name)
     return entry;
 }
 
+// A new object for each arrival, so that handles from before the removal stay without a device.
 AttachedDevicePtr DeviceNames::SetPresent(std::string_view name, bool present)
 {
     const auto found = Entries.find(name);

@@ -5,6 +5,7 @@
 #include "DeviceGate.h"
 #include "Text.h"
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
@@ -13,27 +14,51 @@
 namespace Platform
 {
 
+/// A device for as long as it is reachable under its name or open handles refer to it. A device that is attached
+/// again gets a new object, so that handles opened before stay without a device.
+class AttachedDevice
+{
+public:
+    explicit AttachedDevice(std::shared_ptr<ControlDevice> device);
+    ~AttachedDevice();
+    AttachedDevice(const AttachedDevice&) = delete;
+    AttachedDevice& operator=(const AttachedDevice&) = delete;
+
+    /// Refuses new requests and asks for the cancellation of those in flight. Calls the device: hold no lock.
+    void Detach();
+    bool IsDetached() const { return Detached; }
+
+    const std::shared_ptr<ControlDevice> Device;
+    const std::shared_ptr<DeviceGate> Gate;
+
+private:
+    std::atomic<bool> Detached = false;
+};
 using AttachedDevicePtr = std::shared_ptr<AttachedDevice>;
 
-/// Guarded by the machine's lock. What is given back from here is to be detached when the lock is free,
-/// since that calls the device.
+/// Returns the device that an open on the current machine would reach, or null. The machine implements this
+/// (CurrentMachine.cpp), because it includes this header.
+AttachedDevicePtr FindDevice(std::string_view name);
+
+/// Guarded by the machine's lock. The caller must detach a returned device after it has released that lock,
+/// because Detach calls the driver.
 class DeviceNames
 {
 public:
     struct Entry
     {
         std::shared_ptr<ControlDevice> Device;
-        AttachedDevicePtr Current; ///< Null while out of reach.
+        AttachedDevicePtr Current; ///< Null while unreachable.
     };
 
     bool Contains(std::string_view name) const { return Entries.contains(name); }
     /// The name must be free.
     void Add(const std::string& name, std::shared_ptr<ControlDevice> device, bool present);
-    /// Empty when there was none.
+    /// Returns an empty entry if there is none of that name.
     [[nodiscard]] Entry Remove(std::string_view name);
     /// Makes a device reachable or unreachable. @return the device that became unreachable, or null.
     [[nodiscard]] AttachedDevicePtr SetPresent(std::string_view name, bool present);
-    /// Null when there is none within reach.
+    /// Returns null if no device of that name is reachable.
     AttachedDevicePtr Find(std::string_view name) const;
 
 private:

@@ -7,14 +7,6 @@
 namespace Platform
 {
 
-OpenFile::OpenFile(std::shared_ptr<DeviceGate> gate, std::uint64_t openId) : Gate(std::move(gate)), OpenId(openId) {}
-
-OpenFile::~OpenFile()
-{
-    if (Opened)
-        Gate->Visit([this](ControlDevice& device) { device.Close(OpenId); });
-}
-
 FileHandle::FileHandle(std::shared_ptr<AttachedDevice> target, std::uint64_t openId, DWORD access, DWORD flags)
     : Target(std::move(target)), File(std::make_shared<OpenFile>(Target->Gate, openId)),
       IsOverlapped((flags & FILE_FLAG_OVERLAPPED) != 0), Access(access)
@@ -23,6 +15,7 @@ FileHandle::FileHandle(std::shared_ptr<AttachedDevice> target, std::uint64_t ope
 
 bool FileHandle::Allows(DWORD code) const
 {
+    // Bits 14 and 15 of a control code, published as FILE_READ_ACCESS and FILE_WRITE_ACCESS.
     constexpr DWORD readBit = 0x4000;
     constexpr DWORD writeBit = 0x8000;
     const bool mayRead = (Access & (GENERIC_READ | GENERIC_ALL | FILE_READ_DATA)) != 0;
@@ -33,6 +26,15 @@ bool FileHandle::Allows(DWORD code) const
 DWORD FileHandle::Refusal() const
 {
     return Target->IsDetached() ? ERROR_DEVICE_REMOVED : File->Closed ? ERROR_INVALID_HANDLE : ERROR_SUCCESS;
+}
+
+std::shared_ptr<Waitable> FindWaitable(HANDLE handle)
+{
+    const HandleTable& handles = HandleTable::Instance();
+    if (const auto event = handles.Find<EventHandle>(handle))
+        return event->Event;
+    const auto file = handles.Find<FileHandle>(handle);
+    return file ? file->File->Done : nullptr;
 }
 
 } // namespace Platform

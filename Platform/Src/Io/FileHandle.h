@@ -1,36 +1,18 @@
 /// @file
-/// Open files: handles on control devices.
+/// Handles on control devices, and the objects of all handles that can be waited for.
 #pragma once
 
-#include "DeviceGate.h"
+#include "DeviceNames.h"
 #include "HandleTable.h"
 #include "Waitable.h"
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 
 namespace Platform
 {
 
-/// What the handle and its requests in flight share. The device is notified of the close when the last of
-/// them is released.
-class OpenFile
-{
-public:
-    OpenFile(std::shared_ptr<DeviceGate> gate, std::uint64_t openId);
-    ~OpenFile();
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-
-    const std::shared_ptr<DeviceGate> Gate;
-    const std::uint64_t OpenId;
-    /// Signalled when a request without an event has ended.
-    const std::shared_ptr<Waitable> Done = std::make_shared<Waitable>(true, false);
-    std::atomic<bool> Closed = false;
-    std::atomic<bool> Opened = false; ///< The device has agreed; what it refused it does not see closed.
-};
-
+/// An open handle of CreateFileA.
 class FileHandle final : public HandleObject
 {
 public:
@@ -39,9 +21,9 @@ public:
     FileHandle(std::shared_ptr<AttachedDevice> target, std::uint64_t openId, DWORD access, DWORD flags);
     HandleKind KindOf() const override { return Kind; }
 
-    /// The code's two access bits name what the handle must have been opened for.
+    /// Checks the two access bits of a control code against the access that the handle was opened with.
     bool Allows(DWORD code) const;
-    /// The error for a request that comes too late, or 0.
+    /// Returns the error of a request that arrives after a close or a detach, otherwise 0.
     DWORD Refusal() const;
 
     const std::shared_ptr<AttachedDevice> Target;
@@ -51,5 +33,8 @@ public:
 private:
     const DWORD Access;
 };
+
+/// Returns the object that a wait on a handle waits for, or null for a bad handle.
+std::shared_ptr<Waitable> FindWaitable(HANDLE handle);
 
 } // namespace Platform

@@ -9,9 +9,10 @@ namespace Platform
 
 inline constexpr ULONG_PTR StatusCancelled = 0xC0000120;
 inline constexpr ULONG_PTR StatusBufferOverflow = 0x80000005;
-inline constexpr ULONG_PTR StatusOfErrors = 0xC0070000; ///< With an error number in its low half.
+inline /// Drivers complete with error numbers; an OVERLAPPED holds the NT status that Windows would store.
+    constexpr ULONG_PTR StatusOfErrors = 0xC0070000; ///< With an error number in its low half.
 
-/// ERROR_MORE_DATA is but a warning: the request's output counts.
+/// ERROR_MORE_DATA is only a warning on Windows: the output is delivered.
 constexpr bool IsFailure(DWORD error)
 {
     return error != ERROR_SUCCESS && error != ERROR_MORE_DATA;
@@ -32,7 +33,7 @@ constexpr ULONG_PTR StatusOf(DWORD error)
     }
 }
 
-/// 0 for every status of a success, of which STATUS_PENDING is one.
+/// Returns 0 for every status below the error range, which includes STATUS_PENDING.
 constexpr DWORD ErrorOf(ULONG_PTR status)
 {
     if (status < 0x80000000)

@@ -19,6 +19,7 @@ Request::Request(std::shared_ptr<OpenFile> file, std::uint64_t thread, DWORD cod
     std::atomic_ref(Caller.Record->Internal).store(STATUS_PENDING, std::memory_order_relaxed);
 }
 
+// The table holds no references, so a request that its driver drops is destroyed here while it is still in the table.
 Request::~Request()
 {
     Complete(ERROR_OPERATION_ABORTED, {});
@@ -26,17 +27,17 @@ Request::~Request()
 
 bool Request::IsCancelRequested() const
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     return CancelAsked;
 }
 
 bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output)
 {
     std::shared_ptr<OpenFile> released; // may be the last reference: closes the device after the lock is released
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     if (Now == Phase::Ended)
         return false;
-    // Another thread can end it only because the driver has kept it: to the caller it was in flight.
+    // Another thread can complete it only if the driver has kept it, so for the caller it was in flight.
     EndedInStart = Now == Phase::Starting && std::this_thread::get_id() == Starter;
     const bool refused = EndedInStart && IsFailure(error);
     Now = Phase::Ended;
@@ -49,8 +50,8 @@ bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output
     return true;
 }
 
-// The caller may free its memory as soon as it sees the status, so that is the last thing touched; the
-// event lives by itself.
+// The status is stored last, with release order: as soon as the caller reads it, it may free its memory. The event
+// has an owner of its own.
 void Request::Deliver(std::span<const std::uint8_t> output)
 {
     if (End.Bytes != 0)
@@ -64,11 +65,11 @@ std::optional<RequestEnd> Request::LeaveStart()
 {
     std::shared_ptr<OpenFile> file;
     {
-        const std::lock_guard lock(Lock);
+        const ScopedLock lock(Lock);
         if (Now == Phase::Ended)
             return EndedInStart ? std::optional(End) : std::nullopt;
         Now = Phase::InFlight;
-        file = CancelAsked ? File : nullptr;
+        file = CancelAsked ? File : nullptr; // a cancellation during Start was only recorded
     }
     PassCancel(file);
     return std::nullopt;
@@ -78,18 +79,19 @@ void Request::AskCancel()
 {
     std::shared_ptr<OpenFile> file;
     {
-        const std::lock_guard lock(Lock);
+        const ScopedLock lock(Lock);
         file = Now == Phase::InFlight && !CancelAsked ? File : nullptr;
         CancelAsked = true;
     }
     PassCancel(file);
 }
 
-// Holds the file, so that the device is not closed before or during the cancellation.
+// `file` keeps the device open during the cancellation. No lock is held, because the driver may complete the request.
 void Request::PassCancel(const std::shared_ptr<OpenFile>& file)
 {
     if (file && !Gate->Visit([this](ControlDevice& device) { device.Cancel(shared_from_this()); }))
-        Complete(ERROR_OPERATION_ABORTED, {}); // it would be forgotten: cancellation comes once
+        Complete(ERROR_OPERATION_ABORTED,
+                 {}); // the driver gets no second cancellation, so nobody else would complete it
 }
 
 RequestTable& RequestTable::Instance()
@@ -101,26 +103,26 @@ RequestTable& RequestTable::Instance()
 
 void RequestTable::Add(Request& request)
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(RequestTableLock);
     request.Number = ++Last;
     Requests.splice(Requests.end(), request.Place);
 }
 
 void RequestTable::Remove(Request& request)
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(RequestTableLock);
     request.Place.splice(request.Place.end(), Requests, request.InTable);
 }
 
 std::size_t RequestTable::Count() const
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(RequestTableLock);
     return Requests.size();
 }
 
 std::uint64_t RequestTable::LastNumber() const
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(RequestTableLock);
     return Last;
 }
 

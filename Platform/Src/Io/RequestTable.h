@@ -2,14 +2,14 @@
 /// Control requests in flight.
 #pragma once
 
+#include "AnnotatedLock.h"
 #include "ControlDevice.h"
+#include "DeviceGate.h"
 #include "DeviceIo.h"
-#include "FileHandle.h"
 
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -17,28 +17,32 @@
 namespace Platform
 {
 
-/// The caller's side of a request: what may be touched until it has ended.
+/// Guards the table and the places of requests in it. May be taken inside a request's lock, never outside one.
+inline constinit Mutex RequestTableLock;
+
+/// The caller's memory of a request. It may be written until the request has completed.
 struct CallerMemory
 {
     void* Output;
     std::size_t Room;
     OVERLAPPED* Record;
-    std::shared_ptr<Waitable> Done; ///< Signalled at the end.
+    std::shared_ptr<Waitable> Done; ///< Signalled on completion.
 };
 
+/// How a request completed.
 struct RequestEnd
 {
     DWORD Error;
     std::size_t Bytes;
 };
 
-/// Its maker adds it to the table; it leaves by itself as it ends.
+/// A control request. Its creator adds it to the table; completion removes it.
 class Request final : public IoRequest, public std::enable_shared_from_this<Request>
 {
 public:
     Request(std::shared_ptr<OpenFile> file, std::uint64_t thread, DWORD code, std::span<const std::uint8_t> input,
             CallerMemory caller);
-    /// A driver that drops a request has ended it.
+    /// Completes the request if the driver has dropped its last reference without completing it.
     ~Request() override;
 
     std::uint32_t Code() const override { return ControlCode; }
@@ -48,9 +52,10 @@ public:
     bool IsCancelRequested() const override;
     bool Complete(std::uint32_t error, std::span<const std::uint8_t> output) override;
 
-    /// The device has returned from Start. Empty for a request that is in flight from now on, or was
-    /// until another thread ended it; a cancellation that was asked for meanwhile reaches the device now, never before
-    /// its Start.
+    /// Called when the device has returned from Start. A cancellation that was asked for meanwhile reaches the
+    /// device now, because a driver must not receive it before its Start.
+    /// @return the result if the driver completed the request inside Start. Empty if the request is in flight, or
+    ///         another thread has completed it: DeviceIoControl then reports it as pending.
     std::optional<RequestEnd> LeaveStart();
     /// Notifies the device of the cancellation, once.
     void AskCancel();
@@ -58,7 +63,7 @@ public:
     // Constant.
     const std::shared_ptr<DeviceGate> Gate;
     const std::uint64_t FileId;
-    const std::uint64_t Thread; ///< Number of the thread that began it.
+    const std::uint64_t Thread; ///< Number of the thread that sent it.
     const std::thread::id Starter = std::this_thread::get_id();
     const DWORD ControlCode;
     const std::vector<std::uint8_t> InputCopy;
@@ -74,22 +79,22 @@ private:
     };
 
     void PassCancel(const std::shared_ptr<OpenFile>& file);
-    void Deliver(std::span<const std::uint8_t> output);
+    void Deliver(std::span<const std::uint8_t> output) PLATFORM_REQUIRES(Lock);
 
-    mutable std::mutex Lock;
-    // All guarded by Lock.
-    std::shared_ptr<OpenFile> File; // null when it has ended
-    Phase Now = Phase::Starting;
-    bool CancelAsked = false;
-    bool EndedInStart = false;
-    RequestEnd End{};
+    mutable Mutex Lock;
+    std::shared_ptr<OpenFile> File PLATFORM_GUARDED_BY(Lock); // null once completed
+    Phase Now PLATFORM_GUARDED_BY(Lock) = Phase::Starting;
+    bool CancelAsked PLATFORM_GUARDED_BY(Lock) = false;
+    bool EndedInStart PLATFORM_GUARDED_BY(Lock) = false;
+    RequestEnd End PLATFORM_GUARDED_BY(Lock){};
 
-    std::uint64_t Number = 0;        // grows with each request of the process; constant once it is in the table
-    std::list<Request*> Place{this}; // its own while it is not in the table, so that adding cannot fail
-    const std::list<Request*>::iterator InTable = Place.begin(); // stays good as the node moves
+    std::uint64_t Number = 0; // grows with each request of the process; constant once in the table
+    // Owns the node while the request is not in the table, so that adding it cannot fail.
+    std::list<Request*> Place PLATFORM_GUARDED_BY(RequestTableLock){this};
+    const std::list<Request*>::iterator InTable = Place.begin(); // stays valid when the node moves
 };
 
-/// All requests of the process between their start and their end. Thread-safe.
+/// All requests of the process between their start and their completion. Thread-safe.
 class RequestTable
 {
 public:
@@ -99,12 +104,13 @@ public:
     void Remove(Request& request);
     std::size_t Count() const;
 
-    /// Cancels the matching requests, oldest first; the filter reads only constant fields.
-    /// @return how many there were.
+    /// Cancels the matching requests, oldest first. The filter runs under the lock and may read only constant
+    /// fields. @return how many requests were cancelled.
     template <class Matches>
     std::size_t Cancel(Matches matches)
     {
-        // One at a time, since a list of them would need memory, which a closing call must not fail for.
+        // One at a time: a list of them would need memory, and CloseHandle must not fail for lack of it. The
+        // bound excludes requests that a driver sends while it handles a cancellation.
         std::size_t count = 0;
         const std::uint64_t last = LastNumber();
         std::uint64_t from = 0;
@@ -120,16 +126,16 @@ public:
 private:
     std::uint64_t LastNumber() const;
 
-    /// The first one that matches and whose number is above `from` and at most `last`; null for none.
+    /// Returns the first match with a number above `from` and at most `last`, or null.
     template <class Matches>
     std::shared_ptr<Request> Next(std::uint64_t from, std::uint64_t last, Matches& matches) const
     {
-        const std::lock_guard lock(Lock);
+        const ScopedLock lock(RequestTableLock);
         for (Request* request : Requests)
         {
             if (request->Number > from && request->Number <= last && matches(*request))
             {
-                // One that its driver has just dropped cannot be held any more, and ends without help.
+                // A request that its driver has just dropped cannot be locked any more; its destructor completes it.
                 if (std::shared_ptr<Request> held = request->weak_from_this().lock())
                     return held;
             }
@@ -137,10 +143,8 @@ private:
         return nullptr;
     }
 
-    mutable std::mutex Lock; // may be taken under a request's lock, never around one
-    // Both guarded by Lock; a request leaves before it is destroyed.
-    std::list<Request*> Requests;
-    std::uint64_t Last = 0;
+    std::list<Request*> Requests PLATFORM_GUARDED_BY(RequestTableLock); // each leaves before it is destroyed
+    std::uint64_t Last PLATFORM_GUARDED_BY(RequestTableLock) = 0;
 };
 
 } // namespace Platform

@@ -8,7 +8,7 @@ namespace Platform
 
 void ScriptedDevice::On(std::uint32_t code, Answer answer)
 {
-    const std::lock_guard lock(Mutex);
+    const ScopedLock lock(Lock);
     Scripts[code] = std::move(answer);
 }
 
@@ -20,20 +20,20 @@ ScriptedDevice::Answer ScriptedDevice::EndWith(std::uint32_t error, std::vector<
 ScriptedDevice::Answer ScriptedDevice::Hold()
 {
     return [this](const RequestPtr& request) {
-        const std::lock_guard lock(Mutex);
+        const ScopedLock lock(Lock);
         Kept.push_back(request);
-        Changed.notify_all();
+        Changed.NotifyAll();
     };
 }
 
-ScriptedDevice::RequestPtr ScriptedDevice::Take(RequestList& list, const std::function<bool(const IoRequest&)>& fits)
+ScriptedDevice::RequestPtr ScriptedDevice::Take(RequestList& list, const Filter& fits)
 {
-    std::unique_lock lock(Mutex);
-    auto found = list.end();
-    Changed.wait(lock, [&] {
-        found = std::ranges::find_if(list, [&](const RequestPtr& request) { return fits(*request); });
-        return found != list.end();
-    });
+    const auto find = [&] {
+        return std::ranges::find_if(list, [&](const RequestPtr& request) { return fits(*request); });
+    };
+    auto found = find();
+    for (; found == list.end(); found = find())
+        Changed.Wait(Lock);
     RequestPtr request = *found;
     list.erase(found);
     return request;
@@ -41,12 +41,13 @@ ScriptedDevice::RequestPtr ScriptedDevice::Take(RequestList& list, const std::fu
 
 ScriptedDevice::RequestPtr ScriptedDevice::Held(std::uint32_t code)
 {
+    const ScopedLock lock(Lock);
     return Take(Kept, [code](const IoRequest& request) { return request.Code() == code; });
 }
 
 void ScriptedDevice::IgnoreRequests(std::uint32_t code, std::uint64_t openId)
 {
-    const std::lock_guard lock(Mutex);
+    const ScopedLock lock(Lock);
     for (auto next = Kept.begin(); next != Kept.end();)
     {
         const auto request = next++;
@@ -57,33 +58,34 @@ void ScriptedDevice::IgnoreRequests(std::uint32_t code, std::uint64_t openId)
 
 void ScriptedDevice::HoldCancelled(bool holds)
 {
-    const std::lock_guard lock(Mutex);
+    const ScopedLock lock(Lock);
     HoldsCancelled = holds;
 }
 
 void ScriptedDevice::HoldCancelledUntilClose()
 {
-    const std::lock_guard lock(Mutex);
+    const ScopedLock lock(Lock);
     HoldsCancelled = true;
     ReleasesOnClose = true;
 }
 
 ScriptedDevice::RequestPtr ScriptedDevice::Cancelled()
 {
+    const ScopedLock lock(Lock);
     return Take(CancelledRequests, [](const IoRequest&) { return true; });
 }
 
 std::vector<ScriptedDevice::Seen> ScriptedDevice::Requests()
 {
-    const std::lock_guard lock(Mutex);
+    const ScopedLock lock(Lock);
     return std::exchange(All, {});
 }
 
 void ScriptedDevice::Start(const RequestPtr& request)
 {
-    Answer answer;
+    Answer answer; // a copy, because it runs without the lock and may call On
     {
-        const std::lock_guard lock(Mutex);
+        const ScopedLock lock(Lock);
         All.push_back({request->Code(), {request->Input().begin(), request->Input().end()}, request->OutputRoom()});
         if (const auto script = Scripts.find(request->Code()); script != Scripts.end())
             answer = script->second;
@@ -97,13 +99,14 @@ void ScriptedDevice::Start(const RequestPtr& request)
 void ScriptedDevice::Cancel(const RequestPtr& request)
 {
     {
-        const std::lock_guard lock(Mutex);
+        const ScopedLock lock(Lock);
+        // Held must not return a cancelled request.
         Kept.remove(request);
         Aside.remove(request);
         if (HoldsCancelled)
         {
             CancelledRequests.push_back(request);
-            Changed.notify_all();
+            Changed.NotifyAll();
             return;
         }
     }
@@ -112,9 +115,9 @@ void ScriptedDevice::Cancel(const RequestPtr& request)
 
 void ScriptedDevice::Cleanup(std::uint64_t openId)
 {
-    RequestList ending;
+    RequestList ending; // completed without the lock, since a completion may call this device again
     {
-        const std::lock_guard lock(Mutex);
+        const ScopedLock lock(Lock);
         for (auto next = CancelledRequests.begin(); ReleasesOnClose && next != CancelledRequests.end();)
         {
             const auto request = next++;

@@ -4,37 +4,31 @@
 
 #include <array>
 #include <chrono>
-#include <condition_variable>
 
 namespace Platform
 {
 
 struct Waiter
 {
-    std::condition_variable Wake;
-    std::optional<std::size_t> Result; // guarded by Waitable's lock
+    Condition Wake;
+    std::optional<std::size_t> Result PLATFORM_GUARDED_BY(Waitable::Lock);
     std::array<Waitable::Link, MAXIMUM_WAIT_OBJECTS> Links{};
 };
 
 Waitable::Waitable(bool manualReset, bool signalled) : ManualReset(manualReset), Signalled(signalled) {}
 
-std::mutex& Waitable::Lock()
-{
-    // Never destroyed: threads may call while the process ends.
-    static std::mutex& lock = *new std::mutex;
-    return lock;
-}
-
+// Decides under the lock which waiters are released. A waiter that is only woken and checks again could miss a signal
+// that is reset before it runs.
 void Waitable::Signal()
 {
-    const std::lock_guard lock(Lock());
+    const ScopedLock lock(Lock);
     Signalled = true;
     for (const Link* link = Waiters; link != nullptr; link = link->Next)
     {
         if (!link->Who->Result)
         {
             link->Who->Result = link->Index;
-            link->Who->Wake.notify_one(); // under the lock: the waiter ends with its wait
+            link->Who->Wake.NotifyOne(); // while holding the lock, because the waiter is destroyed after its wait
             Signalled = ManualReset;
             if (!ManualReset)
                 return;
@@ -44,7 +38,7 @@ void Waitable::Signal()
 
 void Waitable::Reset()
 {
-    const std::lock_guard lock(Lock());
+    const ScopedLock lock(Lock);
     Signalled = false;
 }
 
@@ -56,6 +50,7 @@ void Waitable::Append(Link& link)
     *end = &link;
 }
 
+// A waiter may be in the list more than once, if it passed the same handle twice.
 void Waitable::Remove(const Waiter& who)
 {
     for (Link** next = &Waiters; *next != nullptr;)
@@ -81,7 +76,7 @@ std::optional<std::size_t> Waitable::TakeAny(std::span<const std::shared_ptr<Wai
 
 std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Waitable>> objects, DWORD milliseconds)
 {
-    std::unique_lock lock(Lock());
+    const ScopedLock lock(Lock);
     const std::optional<std::size_t> taken = TakeAny(objects);
     if (taken || milliseconds == 0)
         return taken;
@@ -91,14 +86,16 @@ std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Wai
         self.Links[i] = {&self, i, nullptr};
         objects[i]->Append(self.Links[i]);
     }
-    const auto decided = [&self] { return self.Result.has_value(); };
-    if (milliseconds == INFINITE)
-        self.Wake.wait(lock, decided);
-    else
-        self.Wake.wait_until(lock, std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds), decided);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    bool inTime = true;
+    while (!self.Result && inTime)
+        if (milliseconds == INFINITE)
+            self.Wake.Wait(Lock);
+        else
+            inTime = self.Wake.WaitUntil(Lock, end);
     for (const auto& object : objects)
         object->Remove(self);
-    return self.Result;
+    return self.Result; // may have been set after the time was over; the signal is consumed either way
 }
 
 } // namespace Platform

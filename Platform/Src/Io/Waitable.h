@@ -1,23 +1,25 @@
 /// @file
-/// What threads wait for, and the wait itself.
+/// Events, what else threads wait for, and the wait itself.
 #pragma once
 
+#include "AnnotatedLock.h"
+#include "HandleTable.h"
 #include "WinTypes.h"
 
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 
 namespace Platform
 {
 
-/// One waiting thread. Who signals an object decides whom that lets through, and wakes those alone.
+/// One waiting thread. The signalling thread decides which waiters a signal releases and wakes only those, so that a
+/// later Reset cannot take the signal back.
 struct Waiter;
 
-/// An object that is signalled or not. One lock for all of them keeps a wait for any exact; it is held
-/// for a few instructions at a time. Thread-safe.
+/// An object that is signalled or not. One lock for all objects makes a wait for any of them atomic; it is held for a
+/// few instructions at a time. Thread-safe.
 class Waitable
 {
 public:
@@ -26,13 +28,14 @@ public:
     void Signal();
     void Reset();
 
-    /// Waits until an object is signalled and consumes it if it is automatic; the lowest index wins. Empty
-    /// on time-out. At most MAXIMUM_WAIT_OBJECTS objects.
+    /// Blocks until an object is signalled and consumes it if it is automatic; the lowest index wins.
+    /// @param objects at most MAXIMUM_WAIT_OBJECTS.
+    /// @return its index; empty on time-out.
     static std::optional<std::size_t> WaitAny(std::span<const std::shared_ptr<Waitable>> objects, DWORD milliseconds);
 
 private:
     friend struct Waiter;
-    /// Part of the waiter, since a wait must not fail for want of memory.
+    /// Part of the waiter, because a wait must not fail for lack of memory.
     struct Link
     {
         Waiter* Who;
@@ -40,16 +43,29 @@ private:
         Link* Next;
     };
 
-    void Append(Link& link);
-    void Remove(const Waiter& who);
+    static inline constinit Mutex Lock;
 
-    static std::mutex& Lock();
-    static std::optional<std::size_t> TakeAny(std::span<const std::shared_ptr<Waitable>> objects);
+    void Append(Link& link) PLATFORM_REQUIRES(Lock);
+    void Remove(const Waiter& who) PLATFORM_REQUIRES(Lock);
+    static std::optional<std::size_t> TakeAny(std::span<const std::shared_ptr<Waitable>> objects)
+        PLATFORM_REQUIRES(Lock);
 
     const bool ManualReset;
-    // Both guarded by Lock().
-    bool Signalled;
-    Link* Waiters = nullptr; // longest first
+    bool Signalled PLATFORM_GUARDED_BY(Lock);
+    Link* Waiters PLATFORM_GUARDED_BY(Lock) = nullptr; // longest wait first
+};
+
+/// An open event. All handles on a named event share one of these. Requests in flight refer only to the Waitable
+/// inside, so they do not keep the name.
+class EventHandle final : public HandleObject
+{
+public:
+    static constexpr HandleKind Kind = HandleKind::Event;
+
+    EventHandle(bool manualReset, bool signalled) : Event(std::make_shared<Waitable>(manualReset, signalled)) {}
+    HandleKind KindOf() const override { return Kind; }
+
+    const std::shared_ptr<Waitable> Event;
 };
 
 } // namespace Platform

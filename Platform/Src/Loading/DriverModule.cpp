@@ -1,6 +1,6 @@
 #include "DriverModule.h"
 
-#include "ModuleFile.h"
+#include "ModuleTable.h"
 
 #include <dlfcn.h>
 
@@ -19,12 +19,13 @@ std::string FileOf(const std::string& folder, const std::string& module)
 {
     const std::filesystem::path beside = std::filesystem::path(folder) / module;
     std::error_code ignored;
-    // With its folder, since the loader would search its own path for a bare name.
+    // With the folder, because the loader searches its own path for a bare name.
     return !folder.empty() && std::filesystem::exists(beside, ignored) ? beside.string() : ModuleFile(module);
 }
 
 CreateControlDeviceFunction LoadMaker(const std::string& folder, const std::string& module)
 {
+    // Never unloaded: threads of the driver may run until the process ends.
     void* loaded = dlopen(FileOf(folder, module).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (loaded == nullptr)
         throw DriverModuleError("cannot be loaded: " + std::string(dlerror()));
@@ -44,7 +45,7 @@ std::shared_ptr<ControlDevice> MakeControlDevice(const std::string& folder, cons
     std::shared_ptr<ControlDevice> device(make(deviceName.c_str(), settings.c_str(), error.data(), error.size()));
     if (!device)
     {
-        error.back() = '\0';
+        error.back() = '\0'; // the driver may have filled the buffer
         throw DriverModuleError("makes no device: " + std::string(error.data()));
     }
     return device;

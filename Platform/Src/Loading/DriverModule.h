@@ -1,5 +1,5 @@
 /// @file
-/// Control devices that loadable drivers make.
+/// Control devices that loadable drivers create.
 #pragma once
 
 #include "ControlDevice.h"
@@ -11,15 +11,15 @@
 namespace Platform
 {
 
-/// Why a module gave no device.
+/// `what()` says why a module created no device.
 class DriverModuleError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Loads a driver, which stays for the life of the process, and has it make a device.
-/// @param folder where the module is looked for first; empty for none.
+/// Loads a driver, which stays loaded until the process ends, and has it create a device.
+/// @param folder is searched for the module first; empty for none.
 /// @param settings JSON text.
 /// @throws DriverModuleError
 std::shared_ptr<ControlDevice> MakeControlDevice(const std::string& folder, const std::string& module,

@@ -9,7 +9,7 @@ namespace Platform
 namespace
 {
 
-// What an adapter shows in the registry: its keys by path, each with its values.
+// The registry keys of an adapter by path, each with its values.
 using KeyImage = std::map<std::string, ValueMap, NameLess>;
 
 std::string RegistryPath(const std::u16string& driverKey)
@@ -30,6 +30,7 @@ ValueMap DriverKeyValues(const AdapterDescription& adapter)
     PutText(values, "InfSection", adapter.InfSection);
     PutText(values, "NetCfgInstanceId", adapter.NetCfgInstanceId);
     PutText(values, "DeviceInstanceID", adapter.DeviceInstanceId);
+    // Last, because explicit values take precedence over the fields.
     for (const auto& [name, value] : adapter.Values)
         values.insert_or_assign(name, value);
     return values;
@@ -65,7 +66,7 @@ void FollowValues(RegistryKey& root, const std::string& path, const ValueMap& be
     }
 }
 
-// Touches only what differs, so that values which others wrote stay.
+// Changes only what differs between the images, so that values written by a host stay.
 void Follow(RegistryKey& root, const KeyImage& before, const KeyImage& after)
 {
     for (const auto& [path, values] : before)
@@ -94,6 +95,7 @@ AdapterTree::AdapterTree(RegistryKeyPtr root) : Root(std::move(root))
 
 std::u16string AdapterTree::FreeDriverKey() const
 {
+    // A description may name a key that does not exist in the registry, so both are checked.
     const auto taken = [this](const std::u16string& key) {
         return Root->Find(RegistryPath(key)) != nullptr ||
                std::ranges::any_of(Nodes, [&](const auto& node) { return node.second.Description.DriverKey == key; });
@@ -122,6 +124,7 @@ void AdapterTree::Change(AdapterId id, AdapterDescription description)
     AdapterNode& node = Nodes.at(id);
     if (node.Uninstalled && description.Present)
     {
+        // Windows installs a driver again for hardware that returns, under the next free key.
         node.Uninstalled = false;
         if (!description.DriverKey)
             description.DriverKey = FreeDriverKey();
@@ -137,6 +140,7 @@ void AdapterTree::Remove(AdapterId id)
     Nodes.erase(id);
 }
 
+// Without its driver key the adapter has no registry image; its other properties stay for its return.
 void AdapterTree::Uninstall(AdapterId id)
 {
     AdapterNode& node = Nodes.at(id);

@@ -18,21 +18,22 @@ struct AdapterNode
 {
     AdapterDescription Description;
     std::uint64_t Version = 0; ///< Grows with each change.
-    bool Uninstalled = false;  ///< Its driver; it comes back as the adapter is present again.
+    bool Uninstalled = false;  ///< Of the driver. Reset when the adapter is present again.
 };
 
-/// Guarded by the machine's lock, with the registry that it keeps in step.
+/// Guarded by the machine's lock, together with the registry that it keeps up to date.
 class AdapterTree
 {
 public:
     /// @param root of the registry.
     explicit AdapterTree(RegistryKeyPtr root);
 
+    /// Assigns the next free driver key if the description asks for one.
     AdapterId Add(AdapterDescription adapter);
     /// @throws std::out_of_range for a removed adapter, like Remove.
     void Change(AdapterId id, AdapterDescription description);
     void Remove(AdapterId id);
-    /// Takes the driver and its key from an adapter that is absent, and does nothing to one that is not.
+    /// Removes the driver and its key from an absent adapter. Does nothing to a present one.
     void Uninstall(AdapterId id);
     /// Null for a removed adapter.
     const AdapterNode* Find(AdapterId id) const;

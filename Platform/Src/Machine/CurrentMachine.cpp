@@ -1,9 +1,9 @@
-// Which machine the published functions see.
-#include "Machine.h"
+// Which machine the published functions use.
+#include "MachineImpl.h"
+#include "PublishedCall.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
 #include <utility>
 
 namespace Platform
@@ -14,11 +14,11 @@ namespace
 
 struct InstalledMachine
 {
-    std::mutex Lock;
-    std::shared_ptr<Machine> Innermost; // guarded by Lock; null outside every scope
+    Mutex Lock;
+    std::shared_ptr<Machine> Innermost PLATFORM_GUARDED_BY(Lock); // null outside every scope
 };
 
-// Never destroyed, as the default machine: threads may call while the process ends.
+// Never destroyed, like the default machine: threads may call while the process ends.
 InstalledMachine& Slot()
 {
     static InstalledMachine& installed = *new InstalledMachine;
@@ -37,13 +37,14 @@ std::shared_ptr<Machine> MakeDefaultMachine()
         catch (const MachineFileError& error)
         {
             std::fprintf(stderr, "%s\n", error.what());
-            // Not exit(): its destructors could come back here.
+            // Not exit(), whose destructors could call a published function and thus this one.
             std::_Exit(2);
         }
     }
     return machine;
 }
 
+// Created by the first call that needs it, so that a process that installs its own machine reads no file.
 const std::shared_ptr<Machine>& DefaultMachine()
 {
     static const std::shared_ptr<Machine>& machine = *new std::shared_ptr<Machine>(MakeDefaultMachine());
@@ -53,7 +54,7 @@ const std::shared_ptr<Machine>& DefaultMachine()
 std::shared_ptr<Machine> Exchange(std::shared_ptr<Machine> machine)
 {
     InstalledMachine& installed = Slot();
-    const std::lock_guard lock(installed.Lock);
+    const ScopedLock lock(installed.Lock);
     return std::exchange(installed.Innermost, std::move(machine));
 }
 
@@ -63,11 +64,27 @@ std::shared_ptr<Machine> CurrentMachine()
 {
     InstalledMachine& installed = Slot();
     {
-        const std::lock_guard lock(installed.Lock);
+        const ScopedLock lock(installed.Lock);
         if (installed.Innermost)
             return installed.Innermost;
     }
     return DefaultMachine();
+}
+
+std::optional<std::uint32_t> EnterCall(const char* function)
+try
+{
+    return CurrentMachine()->Internal().Faults.Enter(function);
+}
+catch (const std::bad_alloc&)
+{
+    // There was no memory for the default machine, so there is no machine that could fail the call.
+    return std::nullopt;
+}
+
+AttachedDevicePtr FindDevice(std::string_view name)
+{
+    return CurrentMachine()->Internal().FindDevice(name);
 }
 
 ScopedMachine::ScopedMachine() : ScopedMachine(std::make_shared<Machine>()) {}

@@ -1,5 +1,7 @@
 #include "EventSequencer.h"
 
+#include "ThreadQueue.h"
+
 #include <algorithm>
 
 namespace Platform
@@ -8,12 +10,14 @@ namespace Platform
 EventSequencer::Holder::Holder(EventSequencer& sequencer) : Sequencer(sequencer)
 {
     const auto self = std::this_thread::get_id();
-    const MessageQueuePtr mine = MessageQueue::Mine();
-    std::unique_lock lock(WindowLock());
+    const MessageQueuePtr mine = ThisThreadsQueue();
+    const ScopedLock lock(WindowLock);
+    // A window procedure may cause the next event from inside the current one.
     if (Sequencer.Owner == self)
         return;
     Sequencer.Waiting.push_back(mine);
-    mine->CarryOutUntil(lock, std::nullopt, [this] { return Sequencer.Owner == std::thread::id(); });
+    mine->DispatchUntil(std::nullopt,
+                        [this]() PLATFORM_REQUIRES(WindowLock) { return Sequencer.Owner == std::thread::id(); });
     Sequencer.Waiting.erase(std::ranges::find(Sequencer.Waiting, mine));
     Sequencer.Owner = self;
     Taken = true;
@@ -23,8 +27,9 @@ EventSequencer::Holder::~Holder()
 {
     if (Taken)
     {
-        const std::lock_guard lock(WindowLock());
+        const ScopedLock lock(WindowLock);
         Sequencer.Owner = {};
+        // All of them: each checks the owner again, and the first one takes it.
         for (const MessageQueuePtr& queue : Sequencer.Waiting)
             queue->Wake();
     }

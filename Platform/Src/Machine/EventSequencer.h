@@ -10,8 +10,8 @@
 namespace Platform
 {
 
-/// Like a ForeignCallGate, but a waiting thread dispatches the messages sent to its windows meanwhile: the holder may
-/// be waiting for that.
+/// Like a ForeignCallGate, but a waiting thread dispatches the messages sent to its windows meanwhile, because the
+/// holder may be waiting for an answer of such a window.
 class EventSequencer
 {
 public:
@@ -30,9 +30,8 @@ public:
     };
 
 private:
-    // Both guarded by WindowLock().
-    std::thread::id Owner; // default value when the sequencer is free
-    std::vector<MessageQueuePtr> Waiting;
+    std::thread::id Owner PLATFORM_GUARDED_BY(WindowLock); // default value while the sequencer is free
+    std::vector<MessageQueuePtr> Waiting PLATFORM_GUARDED_BY(WindowLock);
 };
 
 } // namespace Platform

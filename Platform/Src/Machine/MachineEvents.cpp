@@ -1,6 +1,7 @@
 // Events of a computer: each changes the tree and sends messages to the windows.
 #include "DeviceNotifications.h"
 #include "MachineImpl.h"
+#include "ThreadQueue.h"
 #include "WindowTable.h"
 
 #include <chrono>
@@ -16,7 +17,7 @@ namespace
 
 constexpr std::uint32_t DisabledProblem = 22;
 constexpr std::uint32_t ReinstallProblem = 18;
-constexpr std::chrono::seconds Patience{5};
+constexpr std::chrono::seconds Patience{5}; // the timeout of Windows for a window that does not respond
 
 using InterfaceRecord = std::shared_ptr<const DEV_BROADCAST_DEVICEINTERFACE_W>;
 
@@ -25,16 +26,17 @@ bool IsUp(const AdapterDescription& adapter)
     return adapter.Present && adapter.Problem == 0;
 }
 
+// A window that is created meanwhile does not receive the message; it can see the new state already.
 void TellAll(UINT message, WPARAM wParam)
 {
     for (const WindowPtr& window : WindowTable::Instance().All())
-        MessageQueue::Send(window, {message, wParam, 0}, Patience);
+        ThisThreadsQueue()->Send(window, {message, wParam, 0}, Patience);
 }
 
 std::optional<LRESULT> TellOfInterface(const WindowPtr& window, WPARAM event, const InterfaceRecord& record)
 {
-    return MessageQueue::Send(window, {WM_DEVICECHANGE, event, reinterpret_cast<LPARAM>(record.get()), record},
-                              Patience);
+    return ThisThreadsQueue()->Send(window, {WM_DEVICECHANGE, event, reinterpret_cast<LPARAM>(record.get()), record},
+                                    Patience);
 }
 
 /// One event of one adapter. Other events of the machine wait until it is over.
@@ -45,17 +47,18 @@ public:
 
     AdapterDescription Now() const
     {
-        const std::lock_guard lock(Own.Lock);
+        const ScopedLock lock(Own.Lock);
         return Own.AdapterNodes.All().at(Id).Description;
     }
 
-    /// Asks before an orderly removal; false when somebody denies it.
+    /// Sends the query of an orderly removal. Returns false if a window denies it.
     bool AskForRemoval() const
     {
         const AdapterDescription adapter = Now();
         return !IsUp(adapter) || AskForRemoval(MakeInterfaceRecord(adapter));
     }
 
+    /// Changes the tree first, so that a window that enumerates inside its message finds the new state.
     void Change(const std::function<void(AdapterDescription&)>& edit) const
     {
         const auto [before, after] = ChangeTree(edit);
@@ -72,7 +75,7 @@ public:
 
     void DeleteDriver() const
     {
-        const std::lock_guard lock(Own.Lock);
+        const ScopedLock lock(Own.Lock);
         Own.AdapterNodes.Uninstall(Id);
     }
 
@@ -84,6 +87,7 @@ private:
         {
             if (TellOfInterface(windows[i], DBT_DEVICEQUERYREMOVE, record) == BROADCAST_QUERY_DENY)
             {
+                // Windows that agreed are notified that the removal is off; the one that denied it is not.
                 for (const WindowPtr& asked : std::span(windows).first(i))
                     TellOfInterface(asked, DBT_DEVICEQUERYREMOVEFAILED, record);
                 return false;
@@ -92,11 +96,12 @@ private:
         return true;
     }
 
+    // The edits come from this file only, so they may run under the lock.
     std::pair<AdapterDescription, AdapterDescription> ChangeTree(
         const std::function<void(AdapterDescription&)>& edit) const
     {
         LeavingDevice leaving;
-        const std::lock_guard lock(Own.Lock);
+        const ScopedLock lock(Own.Lock);
         AdapterDescription before = Own.AdapterNodes.All().at(Id).Description;
         AdapterDescription after = before;
         edit(after);
@@ -109,6 +114,7 @@ private:
     const EventSequencer::Holder Sequence;
 };
 
+// An explicit value of the driver key takes precedence over the field, so it is removed.
 void SetVersion(AdapterDescription& adapter, std::string_view version)
 {
     adapter.DriverVersion = version;
@@ -163,6 +169,7 @@ bool Machine::UpdateDriver(AdapterId id, std::string_view version)
     if (!event.Now().Present || !event.AskForRemoval())
         return false;
     const std::uint32_t problem = event.Now().Problem;
+    // An adapter that did not run is not stopped, so its interface sends nothing.
     if (problem == 0)
         event.Change([](AdapterDescription& adapter) { adapter.Problem = ReinstallProblem; });
     event.Change([version, problem](AdapterDescription& adapter) {
@@ -172,6 +179,7 @@ bool Machine::UpdateDriver(AdapterId id, std::string_view version)
     return true;
 }
 
+// The driver key is deleted last: during the messages a host still reads its values, as on Windows.
 bool Machine::Uninstall(AdapterId id)
 {
     const AdapterEvent event(*Self, id);

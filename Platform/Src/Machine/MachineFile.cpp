@@ -1,11 +1,9 @@
 // Reads a machine file: adapters and registry values from JSON, or an error with its position.
 #include "DriverModule.h"
-#include "FileNode.h"
+#include "JsonNode.h"
 #include "Machine.h"
 #include "MachineImpl.h"
 #include "Text.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
@@ -14,8 +12,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <set>
 #include <sstream>
 #include <utility>
 #include <variant>
@@ -26,13 +22,12 @@ namespace Platform
 namespace
 {
 
-using nlohmann::json;
-
+using ValueTable = std::map<std::string, RegistryValue>;
 using Field =
     std::variant<std::optional<std::string> AdapterDescription::*, std::optional<std::u16string> AdapterDescription::*,
-                 bool AdapterDescription::*, std::uint32_t AdapterDescription::*,
-                 std::map<std::string, RegistryValue> AdapterDescription::*>;
+                 bool AdapterDescription::*, std::uint32_t AdapterDescription::*, ValueTable AdapterDescription::*>;
 
+// The keys of an adapter. They are documented in Platform/README.md.
 constexpr std::array AdapterFields = std::to_array<std::pair<std::string_view, Field>>({
     {"netCfgInstanceId", &AdapterDescription::NetCfgInstanceId},
     {"deviceInstanceId", &AdapterDescription::DeviceInstanceId},
@@ -57,10 +52,74 @@ constexpr std::array AdapterFields = std::to_array<std::pair<std::string_view, F
     {"values", &AdapterDescription::Values},
 });
 
+// The published numbers of value types that have no function in RegistryValue.
+constexpr std::uint32_t ExpandTextType = 2;
+constexpr std::uint32_t TextListType = 7;
+
+RegistryValue ReadTextList(const JsonNode& list)
+{
+    RegistryValue value{TextListType, {}};
+    for (const JsonNode& element : list.Elements())
+    {
+        const std::string text = element.Text();
+        value.Data.insert(value.Data.end(), text.begin(), text.end());
+        value.Data.push_back(0);
+    }
+    value.Data.push_back(0); // the list ends with an empty text
+    return value;
+}
+
+/// Reads {"type": ..., "value": ...}.
+RegistryValue ReadValue(const JsonNode& node)
+{
+    node.AllowMembers({"type", "value"});
+    const JsonNode typeNode = node.Member("type");
+    const std::string type = typeNode.Text();
+    const JsonNode value = node.Member("value");
+    if (type == "dword")
+        return RegistryValue::Number(value.Number());
+    if (type == "sz")
+        return RegistryValue::Text(value.Text());
+    if (type == "expand_sz")
+        return {ExpandTextType, RegistryValue::Text(value.Text()).Data};
+    if (type == "multi_sz")
+        return ReadTextList(value);
+    if (type == "binary")
+        return RegistryValue::Binary(value.Hexadecimal());
+    typeNode.Fail(R"(expected "dword", "sz", "expand_sz", "multi_sz" or "binary")");
+}
+
+// One overload for each type of a field in AdapterFields.
+void Read(const JsonNode& node, bool& out)
+{
+    out = node.Flag();
+}
+
+void Read(const JsonNode& node, std::uint32_t& out)
+{
+    out = node.Number();
+}
+
+void Read(const JsonNode& node, std::optional<std::string>& out)
+{
+    out = node.Text();
+}
+
+void Read(const JsonNode& node, std::optional<std::u16string>& out)
+{
+    out = ToUtf16(node.Text());
+}
+
+void Read(const JsonNode& node, ValueTable& out)
+{
+    node.ForMembers(
+        [&](const std::string& name, const JsonNode& value) { out.insert_or_assign(name, ReadValue(value)); });
+}
+
 /// The driver that creates an adapter's control device.
 struct DeviceSource
 {
-    FileNode Place;
+    JsonNode Place;
     std::string Name;
     std::string Module;
     std::string Settings;
@@ -82,14 +141,14 @@ struct Contents
 {
     std::vector<AdapterDescription> Adapters;
     std::map<std::string, DeviceSource, NameLess> Devices;
-    std::map<std::string, std::map<std::string, RegistryValue>> Keys;
+    std::map<std::string, ValueTable> Keys;
 };
 
 /// @return the name of the device.
-std::string ReadControlDevice(const FileNode& node, Contents& contents)
+std::string ReadControlDevice(const JsonNode& node, Contents& contents)
 {
     node.AllowMembers({"name", "module", "settings"});
-    const FileNode nameNode = node.Member("name");
+    const JsonNode nameNode = node.Member("name");
     const std::string name = nameNode.Text();
     if (name.empty() || contents.Devices.contains(name))
         nameNode.Fail("expected a name that no other device has");
@@ -98,10 +157,10 @@ std::string ReadControlDevice(const FileNode& node, Contents& contents)
     return name;
 }
 
-AdapterDescription ReadAdapter(const FileNode& node, Contents& contents)
+AdapterDescription ReadAdapter(const JsonNode& node, Contents& contents)
 {
     AdapterDescription adapter;
-    node.ForMembers([&](const std::string& name, const FileNode& value) {
+    node.ForMembers([&](const std::string& name, const JsonNode& value) {
         if (name == "controlDevice")
         {
             adapter.ControlDeviceName = ReadControlDevice(value, contents);
@@ -110,13 +169,13 @@ AdapterDescription ReadAdapter(const FileNode& node, Contents& contents)
         const auto field = std::ranges::find(AdapterFields, name, [](const auto& entry) { return entry.first; });
         if (field == AdapterFields.end())
             value.Fail("unknown key");
-        std::visit([&](auto member) { value.Read(adapter.*member); }, field->second);
+        std::visit([&](auto member) { Read(value, adapter.*member); }, field->second);
     });
     return adapter;
 }
 
 /// Adapters are identified by this text, compared exactly. Absent adapters count, because they may return.
-void RequireOwnIdentity(const FileNode& node, const AdapterDescription& adapter, const Contents& contents)
+void RequireOwnIdentity(const JsonNode& node, const AdapterDescription& adapter, const Contents& contents)
 {
     const auto& identity = adapter.NetCfgInstanceId;
     const bool taken = identity && std::ranges::any_of(contents.Adapters, [&](const AdapterDescription& other) {
@@ -126,22 +185,23 @@ void RequireOwnIdentity(const FileNode& node, const AdapterDescription& adapter,
         node.Member("netCfgInstanceId").Fail("another adapter has this identity");
 }
 
-Contents ReadContents(const FileNode& root)
+Contents ReadContents(const JsonNode& root)
 {
     Contents contents;
-    root.ForMembers([&](const std::string& name, const FileNode& section) {
+    root.ForMembers([&](const std::string& name, const JsonNode& section) {
         if (name == "adapters")
         {
-            section.ForElements([&](const FileNode& node) {
+            for (const JsonNode& node : section.Elements())
+            {
                 AdapterDescription adapter = ReadAdapter(node, contents);
                 RequireOwnIdentity(node, adapter, contents);
                 contents.Adapters.push_back(std::move(adapter));
-            });
+            }
         }
         else if (name == "registry")
         {
             section.ForMembers(
-                [&](const std::string& path, const FileNode& values) { values.Read(contents.Keys[path]); });
+                [&](const std::string& path, const JsonNode& values) { Read(values, contents.Keys[path]); });
         }
         else
         {
@@ -149,56 +209,6 @@ Contents ReadContents(const FileNode& root)
         }
     });
     return contents;
-}
-
-/// Watches over what the parser itself lets through: depth, which the stack bounds wherever a document is
-/// written out or destroyed, and keys that occur twice, the first of which it would drop silently.
-class DocumentRules
-{
-public:
-    explicit DocumentRules(std::string_view origin) : Origin(origin) {}
-
-    bool operator()(int depth, json::parse_event_t event, const json& value)
-    {
-        using Event = json::parse_event_t;
-        if (depth > DeepestNesting)
-            throw MachineFileError(Origin + ": nested deeper than " + std::to_string(DeepestNesting) + " levels");
-        if (event == Event::object_start)
-        {
-            Keys.emplace_back();
-        }
-        else if (event == Event::object_end)
-        {
-            Keys.pop_back();
-        }
-        else if (event == Event::key && !Keys.back().insert(value.get<std::string>()).second)
-        {
-            throw MachineFileError(Origin + ": the key \"" + value.get<std::string>() +
-                                   "\" occurs twice in one object");
-        }
-        return true;
-    }
-
-private:
-    static constexpr int DeepestNesting = 64;
-
-    const std::string Origin;
-    std::vector<std::set<std::string>> Keys; // of the objects that are open, outermost first
-};
-
-json Parse(std::string_view text, std::string_view origin)
-{
-    try
-    {
-        DocumentRules rules{origin};
-        return json::parse(text, std::ref(rules));
-    }
-    catch (const json::exception& error)
-    {
-        // Without the parser's own number in brackets; line and column follow it.
-        const std::string_view message = error.what();
-        throw MachineFileError(std::string(origin) + ": " + std::string(message.substr(message.find("] ") + 2)));
-    }
 }
 
 /// Warns of adapters that no host can list or open, because a field is missing. This is not an error: a machine may
@@ -224,16 +234,19 @@ void Machine::Load(std::string_view text, std::string_view origin)
 }
 
 void Machine::Impl::Load(std::string_view text, std::string_view origin, const std::string& folder)
+try
 {
-    const json document = Parse(text, origin);
-    // Everything is parsed before the machine changes, so an error leaves it unchanged.
-    const Contents contents = ReadContents(FileNode(document, std::string(origin), ""));
+    const JsonDocument document(text);
+    // Everything is read before the machine changes, so an error leaves it unchanged.
+    const Contents contents = ReadContents(document.Root());
     std::map<std::string, std::shared_ptr<ControlDevice>> made;
+    // Drivers are created without the lock, because they are foreign code.
     for (const auto& [name, source] : contents.Devices)
         made.emplace(name, source.Make(folder));
+    // Only for files: a test that loads a text describes such adapters on purpose.
     if (!folder.empty())
         WarnOfUnlisted(contents, std::string(origin));
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     for (const auto& [name, source] : contents.Devices)
         if (Devices.Contains(name))
             source.Place.Fail("a device of this name is attached already");
@@ -248,12 +261,16 @@ void Machine::Impl::Load(std::string_view text, std::string_view origin, const s
     for (auto& [name, device] : made)
         Attach(name, std::move(device));
 }
+catch (const JsonError& error)
+{
+    throw MachineFileError(std::string(origin) + ": " + error.what());
+}
 
 void Machine::LoadFile(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream text;
-    // A folder opens well and fails only when it is read.
+    // A folder can be opened; only reading it fails.
     if (!file || (file.peek(), file.bad()))
         throw MachineFileError(path + ": cannot be read: " + std::strerror(errno));
     text << file.rdbuf();

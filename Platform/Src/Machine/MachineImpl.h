@@ -3,6 +3,7 @@
 #pragma once
 
 #include "AdapterTree.h"
+#include "AnnotatedLock.h"
 #include "DeviceNames.h"
 #include "EventSequencer.h"
 #include "FaultBoard.h"
@@ -10,13 +11,12 @@
 #include "RegistryTree.h"
 
 #include <atomic>
-#include <mutex>
 
 namespace Platform
 {
 
-/// Notifies a device that became unreachable under the machine's lock after the lock is released: declare
-/// it before the lock.
+/// Detaches a device after the machine's lock is released. Declare it before the lock, so that its destructor runs
+/// after the lock's.
 class LeavingDevice
 {
 public:
@@ -32,28 +32,29 @@ public:
     AttachedDevicePtr Device;
 };
 
+/// The state of a machine. Lock order: only the lock of the handle table is taken inside these locks.
 class Machine::Impl
 {
 public:
-    FaultBoard Faults;     // brings its own lock
-    EventSequencer Events; // brings its own lock
+    FaultBoard Faults;     // has its own lock
+    EventSequencer Events; // has its own lock
     std::atomic<bool> Administrator = true;
 
-    /// Held only for short work on the members below, never while anything foreign runs.
-    std::mutex Lock;
-    RegistryKeyPtr Registry = RegistryKey::MakeRoot(); // the pointer is constant; the keys are guarded by Lock
-    AdapterTree AdapterNodes{Registry};                // guarded by Lock
-    DeviceNames Devices;                               // guarded by Lock
+    /// Held only for short work on the members below, never during a driver call, callback or hook.
+    Mutex Lock;
+    RegistryKeyPtr Registry PLATFORM_GUARDED_BY(Lock) = RegistryKey::MakeRoot(); // guarded with all keys below it
+    AdapterTree AdapterNodes PLATFORM_GUARDED_BY(Lock){Registry};
+    DeviceNames Devices PLATFORM_GUARDED_BY(Lock);
 
-    /// Replaces a description and updates the control device. The caller holds the lock.
-    /// @return the device to notify that it became unreachable, or null.
-    [[nodiscard]] AttachedDevicePtr Change(AdapterId id, AdapterDescription description);
-    /// @param folder where modules are looked for first; empty for none. @throws MachineFileError
+    /// Replaces a description and updates the control device.
+    /// @return the device that became unreachable and must be detached, or null.
+    [[nodiscard]] AttachedDevicePtr Change(AdapterId id, AdapterDescription description) PLATFORM_REQUIRES(Lock);
+    /// @param folder is searched for modules first; empty for none. @throws MachineFileError
     void Load(std::string_view text, std::string_view origin, const std::string& folder);
-    /// Null when there is none within reach.
+    /// Returns null if no device of that name is reachable.
     AttachedDevicePtr FindDevice(std::string_view name);
-    /// Attaches a device, out of reach when its adapter is absent. Lock is held.
-    void Attach(const std::string& name, std::shared_ptr<ControlDevice> device);
+    /// Attaches a device, unreachable if its adapter is absent.
+    void Attach(const std::string& name, std::shared_ptr<ControlDevice> device) PLATFORM_REQUIRES(Lock);
 };
 
 } // namespace Platform

@@ -1,10 +1,9 @@
 /// @file
-/// Handles on registry keys, for the registry calls and for those that open a key on the way.
+/// Handles on registry keys, for the registry calls and the device calls that open a key.
 #pragma once
 
 #include "HandleTable.h"
-#include "Machine.h"
-#include "RegistryTree.h"
+#include "MachineImpl.h"
 #include "WinTypes.h"
 
 namespace Platform
@@ -20,10 +19,12 @@ public:
     HandleKind KindOf() const override { return Kind; }
 
     const std::shared_ptr<Machine> Owner;
-    const RegistryKeyPtr Key; // what it points at is guarded by the owner's lock
+    Machine::Impl& Data; // of the owner
+    const RegistryKeyPtr Key PLATFORM_GUARDED_BY(Data.Lock);
     const bool Writable;
 };
 
+/// @param writable whether values may be set through the handle. @throws std::bad_alloc
 HKEY AddKeyHandle(std::shared_ptr<Machine> owner, RegistryKeyPtr key, bool writable);
 
 } // namespace Platform

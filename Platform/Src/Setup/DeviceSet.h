@@ -4,7 +4,7 @@
 
 #include "DeviceSetup.h"
 #include "HandleTable.h"
-#include "Machine.h"
+#include "MachineImpl.h"
 
 #include <algorithm>
 #include <map>
@@ -24,12 +24,12 @@ public:
     static constexpr HandleKind Kind = HandleKind::DeviceSet;
 
     DeviceSet(std::shared_ptr<Machine> owner, std::vector<AdapterId> devices)
-        : Owner(std::move(owner)), Devices(std::move(devices))
+        : Owner(std::move(owner)), Data(Owner->Internal()), Devices(std::move(devices))
     {
     }
     HandleKind KindOf() const override { return Kind; }
 
-    /// The record is a right one, of a device of this set.
+    /// Checks the size of the record and whether its device is in this set.
     bool Holds(const SP_DEVINFO_DATA* device) const
     {
         return device != nullptr && device->cbSize == sizeof(SP_DEVINFO_DATA) &&
@@ -37,8 +37,9 @@ public:
     }
 
     const std::shared_ptr<Machine> Owner;
+    Machine::Impl& Data; // of the owner
     const std::vector<AdapterId> Devices;
-    std::map<AdapterId, SP_PROPCHANGE_PARAMS> InstallParameters; // guarded by the owner's lock
+    std::map<AdapterId, SP_PROPCHANGE_PARAMS> InstallParameters PLATFORM_GUARDED_BY(Data.Lock);
 };
 
 } // namespace Platform

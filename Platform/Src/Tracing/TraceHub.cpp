@@ -27,39 +27,39 @@ TraceHub& TraceHub::Instance()
 void TraceHub::Register(const std::shared_ptr<TraceProvider>& provider, TRACEHANDLE* handle)
 {
     {
-        const std::lock_guard lock(Lock);
-        Providers.push_back(provider); // first: it can fail
+        const ScopedLock lock(TraceLock);
+        Providers.push_back(provider); // first, because it can fail
         provider->Handle = ++LastProvider;
         *handle = provider->Handle;
     }
-    Tell(*provider);
+    Notify(*provider);
 }
 
 bool TraceHub::Unregister(TRACEHANDLE handle)
 {
     std::shared_ptr<TraceProvider> provider;
     {
-        const std::lock_guard lock(Lock);
+        const ScopedLock lock(TraceLock);
         const auto found = std::ranges::find(Providers, handle, &TraceProvider::Handle);
         if (found == Providers.end())
             return false;
         provider = *found;
-        provider->Registered = false;
+        provider->Registered = false; // makes the setting "disabled", which the call below reports
         Providers.erase(found);
     }
-    Tell(*provider);
+    Notify(*provider);
     return true;
 }
 
 std::size_t TraceHub::ProviderCount() const
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(TraceLock);
     return Providers.size();
 }
 
 void TraceHub::Start(const Session& session)
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(TraceLock);
     session->LoggerId = ++LastLoggerId;
     Sessions.push_back(session);
 }
@@ -67,52 +67,53 @@ void TraceHub::Start(const Session& session)
 void TraceHub::Enable(const Session& session, std::uint8_t level, std::uint32_t flags)
 {
     {
-        const std::lock_guard lock(Lock);
+        const ScopedLock lock(TraceLock);
         session->Version = ++LastVersion;
         session->Logger = MakeLogger(session->LoggerId, level, flags);
     }
-    TellProviders(session->Control);
+    NotifyProviders(session->Control);
 }
 
 void TraceHub::Disable(const Session& session)
 {
     {
-        const std::lock_guard lock(Lock);
+        const ScopedLock lock(TraceLock);
         session->Version = 0;
     }
-    TellProviders(session->Control);
+    NotifyProviders(session->Control);
 }
 
 void TraceHub::Stop(const Session& session)
 {
     Disable(session);
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(TraceLock);
     std::erase(Sessions, session);
 }
 
 TraceHub::Session TraceHub::Find(TRACEHANDLE logger) const
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(TraceLock);
     const auto id = static_cast<std::uint16_t>(logger);
     const auto found = std::ranges::find(Sessions, id, [](const Session& session) { return session->LoggerId; });
     return found == Sessions.end() ? nullptr : *found;
 }
 
-void TraceHub::TellProviders(const GUID& control)
+// A copy of the list, because the callbacks run without the lock and may register or unregister.
+void TraceHub::NotifyProviders(const GUID& control)
 {
     std::vector<std::shared_ptr<TraceProvider>> concerned;
     {
-        const std::lock_guard lock(Lock);
+        const ScopedLock lock(TraceLock);
         std::ranges::copy_if(Providers, std::back_inserter(concerned),
                              [&](const auto& provider) { return provider->Control == control; });
     }
     for (const auto& provider : concerned)
-        Tell(*provider);
+        Notify(*provider);
 }
 
-// Calls until the provider has the current setting, so that any thread may report a change. A change made
-// inside the callback is reported by the outer loop.
-void TraceHub::Tell(TraceProvider& provider)
+// Calls until the provider has the current setting, so that whichever thread holds the gate reports all changes. A
+// change made inside the callback is reported by the outer loop.
+void TraceHub::Notify(TraceProvider& provider)
 {
     const ForeignCallGate::Holder turn(provider.CallbackTurn);
     while (turn)
@@ -132,8 +133,8 @@ void TraceHub::Tell(TraceProvider& provider)
 
 std::optional<TraceHub::Request> TraceHub::NextRequest(TraceProvider& provider)
 {
-    const std::lock_guard lock(Lock);
-    // A provider serves one session: the one that was set last.
+    const ScopedLock lock(TraceLock);
+    // As on Windows, a provider serves only one session: the one that enabled it last.
     const TraceSession::State* newest = nullptr;
     for (const Session& session : Sessions)
     {
@@ -142,9 +143,9 @@ std::optional<TraceHub::Request> TraceHub::NextRequest(TraceProvider& provider)
             newest = session.get();
     }
     const std::uint64_t version = newest != nullptr ? newest->Version : 0;
-    if (std::exchange(provider.ToldVersion, version) == version)
+    if (std::exchange(provider.ReportedVersion, version) == version)
         return std::nullopt;
-    const TRACEHANDLE previous = std::exchange(provider.ToldLogger, newest != nullptr ? newest->Logger : 0);
+    const TRACEHANDLE previous = std::exchange(provider.ReportedLogger, newest != nullptr ? newest->Logger : 0);
     return newest != nullptr ? Request{WMI_ENABLE_EVENTS, newest->Logger} : Request{WMI_DISABLE_EVENTS, previous};
 }
 

@@ -2,16 +2,19 @@
 /// Connects trace sessions and providers, in whatever order they appear and disappear.
 #pragma once
 
+#include "AnnotatedLock.h"
 #include "EventTrace.h"
 #include "ForeignCallGate.h"
 #include "Machine.h"
 
-#include <mutex>
 #include <optional>
 #include <vector>
 
 namespace Platform
 {
+
+/// Guards the hub, and the settings of providers and sessions. Never held during a callback or a sink.
+inline constinit Mutex TraceLock;
 
 /// A registered provider.
 struct TraceProvider
@@ -24,10 +27,10 @@ struct TraceProvider
 
     ForeignCallGate CallbackTurn; // held while the callback runs
 
-    // Guarded by the hub's lock.
-    bool Registered = true;
-    TRACEHANDLE ToldLogger = 0;    // passed to the last callback; 0 for disabled
-    std::uint64_t ToldVersion = 0; // and the version of the session's setting
+    bool Registered PLATFORM_GUARDED_BY(TraceLock) = true;
+    /// Passed to the last callback, 0 for disabled, and the version of that setting.
+    TRACEHANDLE ReportedLogger PLATFORM_GUARDED_BY(TraceLock) = 0;
+    std::uint64_t ReportedVersion PLATFORM_GUARDED_BY(TraceLock) = 0;
 };
 
 /// A running session.
@@ -38,16 +41,15 @@ struct TraceSession::State
     std::uint16_t LoggerId = 0;
     std::function<void(const TraceRecord&)> Sink;
 
-    ForeignCallGate SinkTurn;   // held while the sink runs
-    bool Closed = false;        // guarded by SinkTurn
-    std::uint64_t Sequence = 0; // guarded by SinkTurn
+    ForeignCallGate SinkTurn; // held while the sink runs
+    bool Closed PLATFORM_GUARDED_BY(SinkTurn) = false;
+    std::uint64_t Sequence PLATFORM_GUARDED_BY(SinkTurn) = 0;
 
-    // Guarded by the hub's lock.
-    std::uint64_t Version = 0; // grows with each setting; 0 while disabled
-    TRACEHANDLE Logger = 0;
+    std::uint64_t Version PLATFORM_GUARDED_BY(TraceLock) = 0; // grows with each setting; 0 while disabled
+    TRACEHANDLE Logger PLATFORM_GUARDED_BY(TraceLock) = 0;
 };
 
-/// One for the process. A callback or sink never runs under the hub's lock.
+/// One for the process; thread-safe.
 class TraceHub
 {
 public:
@@ -55,8 +57,9 @@ public:
 
     static TraceHub& Instance();
 
-    /// Gives the provider its handle, which is stored in `*handle` before any callback runs.
+    /// Stores the provider's handle in `*handle` before any callback runs, because a callback may use it.
     void Register(const std::shared_ptr<TraceProvider>& provider, TRACEHANDLE* handle);
+    /// Disables an enabled provider. Returns false for an unknown handle.
     bool Unregister(TRACEHANDLE handle);
     std::size_t ProviderCount() const;
 
@@ -64,7 +67,7 @@ public:
     void Enable(const Session& session, std::uint8_t level, std::uint32_t flags);
     void Disable(const Session& session);
     void Stop(const Session& session);
-    /// Null when the logger's session has ended.
+    /// Returns null if the logger's session has ended.
     Session Find(TRACEHANDLE logger) const;
 
 private:
@@ -74,17 +77,15 @@ private:
         TRACEHANDLE Logger;
     };
 
-    void TellProviders(const GUID& control);
-    static void Tell(TraceProvider& provider);
+    void NotifyProviders(const GUID& control);
+    static void Notify(TraceProvider& provider);
     std::optional<Request> NextRequest(TraceProvider& provider);
 
-    mutable std::mutex Lock;
-    // All guarded by Lock.
-    std::vector<std::shared_ptr<TraceProvider>> Providers;
-    std::vector<Session> Sessions;
-    TRACEHANDLE LastProvider = 0;
-    std::uint16_t LastLoggerId = 0;
-    std::uint64_t LastVersion = 0;
+    std::vector<std::shared_ptr<TraceProvider>> Providers PLATFORM_GUARDED_BY(TraceLock);
+    std::vector<Session> Sessions PLATFORM_GUARDED_BY(TraceLock);
+    TRACEHANDLE LastProvider PLATFORM_GUARDED_BY(TraceLock) = 0;
+    std::uint16_t LastLoggerId PLATFORM_GUARDED_BY(TraceLock) = 0;
+    std::uint64_t LastVersion PLATFORM_GUARDED_BY(TraceLock) = 0;
 };
 
 } // namespace Platform

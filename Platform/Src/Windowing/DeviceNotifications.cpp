@@ -1,8 +1,7 @@
 #include "DeviceNotifications.h"
 
-#include "Errors.h"
+#include "ThreadQueue.h"
 #include "WindowTable.h"
-#include "WindowingCall.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -16,6 +15,7 @@ using namespace Platform;
 namespace
 {
 
+// The published form of an interface path: instance with "#" for each backslash, then the interface class.
 std::u16string InterfacePath(const AdapterDescription& adapter)
 {
     std::string instance = adapter.DeviceInstanceId.value_or("");
@@ -49,6 +49,7 @@ try
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
+    // The size is checked as Windows does: at least the fixed part of the record.
     if (wanted->dbcc_size < sizeof(*wanted) || wanted->dbcc_devicetype != DBT_DEVTYP_DEVICEINTERFACE)
     {
         SetLastError(ERROR_INVALID_DATA);

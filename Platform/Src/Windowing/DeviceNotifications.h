@@ -14,7 +14,7 @@ namespace Platform
 inline constexpr GUID LanInterfaceClass = {
     0xAD498944, 0x762F, 0x11D0, {0x8D, 0xCB, 0x00, 0xC0, 0x4F, 0xC3, 0x35, 0x8C}};
 
-/// The record that a message about an adapter's interface points at.
+/// Creates the record that a message about an adapter's interface points at.
 std::shared_ptr<const DEV_BROADCAST_DEVICEINTERFACE_W> MakeInterfaceRecord(const AdapterDescription& adapter);
 
 } // namespace Platform

@@ -1,8 +1,5 @@
 #include "MessageQueue.h"
 
-#include "WindowTable.h"
-
-#include <unordered_map>
 #include <utility>
 
 namespace Platform
@@ -11,90 +8,37 @@ namespace Platform
 namespace
 {
 
-constexpr std::size_t MostPosted = 10000;
+constexpr std::size_t MostPosted = 10000; // the published default of Windows
 
-// By thread; guarded by WindowLock(). Never destroyed: threads may call while the process ends.
-std::unordered_map<DWORD, MessageQueuePtr>& Queues()
+LRESULT Call(const Window& window, const WindowMessage& message)
 {
-    static auto& queues = *new std::unordered_map<DWORD, MessageQueuePtr>;
-    return queues;
+    return window.Procedure(window.Handle, message.Message, message.WParam, message.LParam);
 }
-
-// Has no destructor, so that it can be read after those of the thread's other objects.
-thread_local bool threadEnded = false;
 
 } // namespace
-
-std::mutex& WindowLock()
-{
-    static std::mutex& lock = *new std::mutex;
-    return lock;
-}
-
-/// Takes the thread's windows and queue away as the thread ends.
-struct MessageQueue::ThreadEnd
-{
-    ThreadEnd() : Queue(std::make_shared<MessageQueue>()), Thread(GetCurrentThreadId())
-    {
-        const std::lock_guard lock(WindowLock());
-        Queues().insert_or_assign(Thread, Queue);
-    }
-    ~ThreadEnd()
-    {
-        threadEnded = true;
-        const std::lock_guard lock(WindowLock());
-        Queue->Ended = true;
-        WindowTable::Instance().RemoveOf(*Queue);
-        Queues().erase(Thread);
-    }
-    ThreadEnd(const ThreadEnd&) = delete;
-    ThreadEnd& operator=(const ThreadEnd&) = delete;
-
-    const MessageQueuePtr Queue;
-    const DWORD Thread;
-};
-
-MessageQueue::ThreadEnd& MessageQueue::OfThisThread()
-{
-    static thread_local ThreadEnd end;
-    return end;
-}
-
-MessageQueuePtr MessageQueue::Mine()
-{
-    if (!threadEnded)
-        return OfThisThread().Queue;
-    auto queue = std::make_shared<MessageQueue>();
-    queue->Ended = true;
-    return queue;
-}
-
-MessageQueuePtr MessageQueue::OfThread(DWORD thread)
-{
-    const auto found = Queues().find(thread);
-    return found == Queues().end() ? nullptr : found->second;
-}
 
 std::optional<LRESULT> MessageQueue::Send(const WindowPtr& window, const WindowMessage& message,
                                           std::optional<std::chrono::milliseconds> patience)
 {
-    const MessageQueuePtr mine = Mine();
-    std::unique_lock lock(WindowLock());
+    ScopedLock lock(WindowLock);
     if (window->Gone)
         return std::nullopt;
-    if (window->Queue == mine)
+    if (window->Queue.get() == this)
     {
-        lock.unlock();
-        return window->Procedure(window->Handle, message.Message, message.WParam, message.LParam);
+        // On the window's own thread Windows calls the procedure directly, ahead of queued messages.
+        lock.Unlock();
+        return Call(*window, message);
     }
-    const auto sent = std::make_shared<Sent>(Sent{window, message, mine, false, std::nullopt});
+    // Shared with the receiver, because the sender may give up first.
+    const auto sent = std::make_shared<Sent>(Sent{window, message, shared_from_this()});
     window->Queue->Incoming.push_back(sent);
     window->Queue->Wake();
     const auto end = patience ? std::optional(std::chrono::steady_clock::now() + *patience) : std::nullopt;
-    mine->CarryOutUntil(lock, end, [&] { return sent->Over; });
+    DispatchUntil(end, [&]() PLATFORM_REQUIRES(WindowLock) { return sent->Over; });
     return sent->Answer;
 }
 
+// Wakes the sender even if it has given up; it then only checks its next condition.
 void MessageQueue::Finish(Sent& sent, std::optional<LRESULT> answer)
 {
     sent.Over = true;
@@ -102,25 +46,23 @@ void MessageQueue::Finish(Sent& sent, std::optional<LRESULT> answer)
     sent.Sender->Wake();
 }
 
-void MessageQueue::CarryOutNext(std::unique_lock<std::mutex>& lock)
+void MessageQueue::DispatchNext()
 {
     const std::shared_ptr<Sent> sent = std::move(Incoming.front());
     Incoming.pop_front();
-    const WindowPtr& window = sent->Target;
-    const WindowMessage& message = sent->Content;
-    lock.unlock();
+    WindowLock.Unlock();
     std::optional<LRESULT> answer;
     try
     {
-        answer = window->Procedure(window->Handle, message.Message, message.WParam, message.LParam);
+        answer = Call(*sent->Target, sent->Content);
     }
-    catch (...) // or the end of the thread: the sender must not wait for ever
+    catch (...) // or the end of the thread, which unwinds its stack: the sender must not wait forever
     {
-        lock.lock();
+        WindowLock.Lock();
         Finish(*sent, std::nullopt);
         throw;
     }
-    lock.lock();
+    WindowLock.Lock();
     Finish(*sent, answer);
 }
 
@@ -138,12 +80,15 @@ void MessageQueue::PostQuit(int exitCode)
     ExitCode = exitCode;
 }
 
-bool MessageQueue::Take(std::unique_lock<std::mutex>& lock, MSG& message, bool wait, bool remove)
+bool MessageQueue::Take(MSG& message, bool wait, bool remove)
 {
-    const auto posted = [this] { return !Posted.empty() || ExitCode; };
-    CarryOutUntil(lock, std::nullopt, [&] { return Incoming.empty() && (!wait || posted()); });
+    // Sent messages come first, as on Windows, even when messages are posted.
+    const auto posted = [this]() PLATFORM_REQUIRES(WindowLock) { return !Posted.empty() || ExitCode; };
+    DispatchUntil(std::nullopt,
+                  [&]() PLATFORM_REQUIRES(WindowLock) { return Incoming.empty() && (!wait || posted()); });
     if (!posted())
         return false;
+    // WM_QUIT is a flag on Windows, not a queued message: it comes after everything that was posted.
     const bool quit = Posted.empty();
     message = quit ? MSG{nullptr, WM_QUIT, static_cast<WPARAM>(*ExitCode), 0, 0, {0, 0}} : Posted.front();
     if (remove && quit)
@@ -156,7 +101,7 @@ bool MessageQueue::Take(std::unique_lock<std::mutex>& lock, MSG& message, bool w
 void MessageQueue::Forget(const Window& window)
 {
     std::erase_if(Posted, [&](const MSG& message) { return message.hwnd == window.Handle; });
-    std::erase_if(Incoming, [&](const std::shared_ptr<Sent>& sent) {
+    std::erase_if(Incoming, [&](const std::shared_ptr<Sent>& sent) PLATFORM_REQUIRES(WindowLock) {
         const bool lost = sent->Target.get() == &window;
         if (lost)
             Finish(*sent, std::nullopt);

@@ -1,39 +1,39 @@
 /// @file
-/// The messages of one thread, and how threads send to each other.
+/// Windows, the messages of one thread, and how threads send to each other.
 #pragma once
 
-#include "Windowing.h"
+#include "AnnotatedLock.h"
+#include "Messages.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 namespace Platform
 {
 
+/// One lock for all queues, windows and registrations: a message can then never reach a window after its
+/// destruction. It is held for a few instructions at a time, never while a window procedure runs. No other lock is
+/// taken inside it.
+inline constinit Mutex WindowLock;
+
 class MessageQueue;
 using MessageQueuePtr = std::shared_ptr<MessageQueue>;
-
-/// One lock for all queues, windows and registrations keeps the end of a window exact. It is held for
-/// a few instructions at a time, never while a window procedure runs.
-std::mutex& WindowLock();
 
 /// A window of the process. Its number is never used again.
 struct Window
 {
     const HWND Handle;
     const WNDPROC Procedure;
-    const MessageQueuePtr Queue; ///< That of the thread that made it.
-    bool Gone = false;           ///< Guarded by WindowLock().
-    bool Leaving = false;        ///< Touched by the window's own thread alone.
+    const MessageQueuePtr Queue; ///< Of the thread that created it.
+    bool Gone PLATFORM_GUARDED_BY(WindowLock) = false;
+    bool Leaving = false; ///< Used only by the window's thread.
 };
 using WindowPtr = std::shared_ptr<Window>;
 
-/// What is sent to a window. `Payload` keeps what LParam points at alive until the message has been
-/// handled, however long that takes.
+/// A message to a window. `Payload` keeps what LParam points at alive until the message has been handled, which
+/// may be after the sender has given up.
 struct WindowMessage
 {
     UINT Message = 0;
@@ -42,74 +42,67 @@ struct WindowMessage
     std::shared_ptr<const void> Payload = {};
 };
 
-/// Made for a thread with its first call of a windowing function. Members are guarded by WindowLock(),
-/// which the caller holds unless said otherwise.
-class MessageQueue
+/// The queue of one thread; created by the thread's first call of a windowing function.
+class MessageQueue : public std::enable_shared_from_this<MessageQueue>
 {
 public:
-    /// The calling thread's, made if need be. A thread that is past its end, as one that runs the static
-    /// destructors, gets one for the call alone. The lock is not held.
-    static MessageQueuePtr Mine();
-    /// Null for a thread without a queue.
-    static MessageQueuePtr OfThread(DWORD thread);
+    using TimePoint = std::chrono::steady_clock::time_point;
 
-    /// Sends a message to the window's thread and meanwhile dispatches messages sent to the calling thread.
-    /// Empty when the window was destroyed or the time is over; the message is then still delivered when
-    /// its thread retrieves it. The caller does not hold the lock.
-    static std::optional<LRESULT> Send(const WindowPtr& window, const WindowMessage& message,
-                                       std::optional<std::chrono::milliseconds> patience = std::nullopt);
+    /// Sends a message to a window from the thread that owns this queue, and meanwhile dispatches the messages sent
+    /// to that thread. @return the answer. Empty if the window is destroyed or `patience` has passed; the message is
+    /// then still delivered when the window's thread retrieves it.
+    std::optional<LRESULT> Send(const WindowPtr& window, const WindowMessage& message,
+                                std::optional<std::chrono::milliseconds> patience = std::nullopt)
+        PLATFORM_EXCLUDES(WindowLock);
 
-    /// False when the queue is full.
-    bool Post(const MSG& message);
-    void PostQuit(int exitCode);
-    /// Carries out what has been sent, then gives the next posted message; false when there is none.
-    bool Take(std::unique_lock<std::mutex>& lock, MSG& message, bool wait, bool remove);
+    /// Returns false if the queue is full.
+    bool Post(const MSG& message) PLATFORM_REQUIRES(WindowLock);
+    void PostQuit(int exitCode) PLATFORM_REQUIRES(WindowLock);
+    /// Dispatches the sent messages, then returns the next posted one. Returns false if there is none.
+    bool Take(MSG& message, bool wait, bool remove) PLATFORM_REQUIRES(WindowLock);
 
-    /// Dispatches messages sent to the calling thread, which must own this queue, until `finished` is true
-    /// or the time is over. The lock is free while procedures run. @return what `finished` gave last.
+    /// Dispatches messages sent to the calling thread, which must own this queue, until `finished` returns true
+    /// or the time is over. Releases the lock while procedures run. @return the last result of `finished`.
     template <class Predicate>
-    bool CarryOutUntil(std::unique_lock<std::mutex>& lock, std::optional<std::chrono::steady_clock::time_point> end,
-                       Predicate finished);
+    bool DispatchUntil(std::optional<TimePoint> end, Predicate finished) PLATFORM_REQUIRES(WindowLock);
     /// Makes the owner check its wait condition again.
-    void Wake() { Changed.notify_one(); }
+    void Wake() { Changed.NotifyOne(); }
 
     /// Drops the messages queued for a window and releases their senders.
-    void Forget(const Window& window);
-    /// No window can be made any more: the thread is past its end.
-    bool IsEnded() const { return Ended; }
+    void Forget(const Window& window) PLATFORM_REQUIRES(WindowLock);
+    /// Marks the queue of a thread that has ended: no window can be created for it.
+    void End() PLATFORM_REQUIRES(WindowLock) { Ended = true; }
+    bool IsEnded() const PLATFORM_REQUIRES(WindowLock) { return Ended; }
 
 private:
     struct Sent
     {
-        WindowPtr Target;
-        WindowMessage Content;
-        MessageQueuePtr Sender;
-        bool Over = false;
-        std::optional<LRESULT> Answer;
+        const WindowPtr Target;
+        const WindowMessage Content;
+        const MessageQueuePtr Sender;
+        bool Over PLATFORM_GUARDED_BY(WindowLock) = false;
+        std::optional<LRESULT> Answer PLATFORM_GUARDED_BY(WindowLock) = {};
     };
-    struct ThreadEnd;
 
-    static ThreadEnd& OfThisThread();
-    static void Finish(Sent& sent, std::optional<LRESULT> answer);
-    void CarryOutNext(std::unique_lock<std::mutex>& lock);
+    static void Finish(Sent& sent, std::optional<LRESULT> answer) PLATFORM_REQUIRES(WindowLock);
+    void DispatchNext() PLATFORM_REQUIRES(WindowLock);
 
-    std::condition_variable Changed;
-    std::deque<std::shared_ptr<Sent>> Incoming;
-    std::deque<MSG> Posted;
-    std::optional<int> ExitCode; ///< Set while a quit is asked for.
-    bool Ended = false;
+    Condition Changed;
+    std::deque<std::shared_ptr<Sent>> Incoming PLATFORM_GUARDED_BY(WindowLock);
+    std::deque<MSG> Posted PLATFORM_GUARDED_BY(WindowLock);
+    std::optional<int> ExitCode PLATFORM_GUARDED_BY(WindowLock); ///< Set after PostQuitMessage.
+    bool Ended PLATFORM_GUARDED_BY(WindowLock) = false;
 };
 
 template <class Predicate>
-bool MessageQueue::CarryOutUntil(std::unique_lock<std::mutex>& lock,
-                                 std::optional<std::chrono::steady_clock::time_point> end, Predicate finished)
+bool MessageQueue::DispatchUntil(std::optional<TimePoint> end, Predicate finished)
 {
     while (!finished())
         if (!Incoming.empty())
-            CarryOutNext(lock);
+            DispatchNext();
         else if (!end)
-            Changed.wait(lock);
-        else if (Changed.wait_until(lock, *end) == std::cv_status::timeout && Incoming.empty())
+            Changed.Wait(WindowLock);
+        else if (!Changed.WaitUntil(WindowLock, *end) && Incoming.empty())
             return finished();
     return true;
 }

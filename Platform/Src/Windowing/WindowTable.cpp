@@ -14,7 +14,7 @@ WindowTable& WindowTable::Instance()
 
 ATOM WindowTable::AddClass(HINSTANCE module, const std::string& name, WNDPROC procedure)
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     const auto number = static_cast<ATOM>(LastClass + 1);
     if (!Classes[module].try_emplace(name, Class{number, procedure}).second)
         return 0;
@@ -25,8 +25,9 @@ WNDPROC WindowTable::FindClass(HINSTANCE module, const WCHAR* name) const
 {
     const auto number = reinterpret_cast<std::uintptr_t>(name);
     const bool isText = number > 0xFFFF;
+    // A class number is passed in place of the text, as MAKEINTATOM does.
     const std::string text = isText ? ToUtf8(name) : std::string();
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     const auto classes = Classes.find(module);
     if (classes == Classes.end())
         return nullptr;
@@ -38,7 +39,8 @@ WNDPROC WindowTable::FindClass(HINSTANCE module, const WCHAR* name) const
 
 WindowPtr WindowTable::Add(WNDPROC procedure, const MessageQueuePtr& queue)
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
+    // Checked under the same lock that the end of the thread takes, so that no window is left behind.
     if (queue->IsEnded())
         return nullptr;
     const std::uintptr_t number = NextNumber();
@@ -49,11 +51,12 @@ WindowPtr WindowTable::Add(WNDPROC procedure, const MessageQueuePtr& queue)
 
 WindowPtr WindowTable::Find(HWND window) const
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     const auto found = Windows.find(reinterpret_cast<std::uintptr_t>(window));
     return found == Windows.end() ? nullptr : found->second;
 }
 
+// Releases the senders and forgets the registrations, but leaves the entry to the caller, which may be iterating.
 void WindowTable::Drop(Window& window)
 {
     window.Gone = true;
@@ -63,14 +66,14 @@ void WindowTable::Drop(Window& window)
 
 void WindowTable::Remove(Window& window)
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     Drop(window);
     Windows.erase(reinterpret_cast<std::uintptr_t>(window.Handle));
 }
 
 void WindowTable::RemoveOf(const MessageQueue& queue)
 {
-    std::erase_if(Windows, [&](const auto& entry) {
+    std::erase_if(Windows, [&](const auto& entry) PLATFORM_REQUIRES(WindowLock) {
         const bool ends = entry.second->Queue.get() == &queue;
         if (ends)
             Drop(*entry.second);
@@ -78,22 +81,23 @@ void WindowTable::RemoveOf(const MessageQueue& queue)
     });
 }
 
+// A copy, because the caller sends to the windows without the lock.
 std::vector<WindowPtr> WindowTable::All() const
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     const auto windows = Windows | std::views::values;
     return {windows.begin(), windows.end()};
 }
 
 std::size_t WindowTable::Count() const
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     return Windows.size();
 }
 
 HDEVNOTIFY WindowTable::Register(const WindowPtr& window, const GUID& interfaceClass)
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     if (window->Gone)
         return nullptr;
     const std::uintptr_t number = NextNumber();
@@ -103,13 +107,13 @@ HDEVNOTIFY WindowTable::Register(const WindowPtr& window, const GUID& interfaceC
 
 bool WindowTable::Unregister(HDEVNOTIFY notification)
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     return Registrations.erase(reinterpret_cast<std::uintptr_t>(notification)) != 0;
 }
 
 std::vector<WindowPtr> WindowTable::Registered(const GUID& interfaceClass) const
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     std::vector<WindowPtr> windows;
     for (const auto& [number, registration] : Registrations)
         if (registration.InterfaceClass == interfaceClass)

@@ -1,7 +1,7 @@
+// The functions of ModuleLoading.h. The dynamic loader runs constructors and destructors of modules, so no lock is held
+// around its calls.
 #include "ModuleLoading.h"
 
-#include "Errors.h"
-#include "ModuleFile.h"
 #include "ModuleTable.h"
 #include "PublishedCall.h"
 
@@ -12,7 +12,7 @@ using namespace Platform;
 namespace
 {
 
-/// Takes over a reference of the loader's; gives it back when it cannot.
+/// Takes over a reference of the dynamic loader; drops it if there is no memory for the entry.
 HMODULE AddLoaded(void* loaded, bool pinned)
 try
 {
@@ -98,7 +98,7 @@ try
     const link_map* map = nameOrAddress != nullptr ? MapOfAddress(nameOrAddress) : nullptr;
     if (nameOrAddress != nullptr && map == nullptr)
         return FailWith(ERROR_MOD_NOT_FOUND);
-    // The program itself has no name.
+    // The loader keeps an empty name for the program itself.
     const char* name = map != nullptr && *map->l_name != '\0' ? map->l_name : nullptr;
     void* loaded = dlopen(name, RTLD_NOW | RTLD_NOLOAD | (pin ? RTLD_NODELETE : 0));
     if (loaded == nullptr)

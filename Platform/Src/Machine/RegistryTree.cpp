@@ -8,7 +8,7 @@ namespace Platform
 namespace
 {
 
-// Cuts the first part off the path; empty at its end.
+// Removes the first part from the path and returns it; empty at the end.
 std::string_view NextPart(std::string_view& path)
 {
     path.remove_prefix(std::min(path.find_first_not_of('\\'), path.size()));
@@ -58,6 +58,7 @@ NewKey::NewKey(RegistryKey& from, std::string_view path) : Parent(from.shared_fr
         const auto below = std::make_shared<RegistryKey>();
         below->Name = part;
         below->Parent = Leaf;
+        // The first missing key waits in Branch; those below it are already linked to it.
         (Leaf == Parent ? Branch : Leaf->Subkeys).emplace(part, below);
         Leaf = below;
     }
@@ -65,12 +66,13 @@ NewKey::NewKey(RegistryKey& from, std::string_view path) : Parent(from.shared_fr
 
 void RegistryKey::Delete()
 {
-    const RegistryKeyPtr keep = shared_from_this();
+    const RegistryKeyPtr keep = shared_from_this(); // the parent may hold the last reference
     if (const RegistryKeyPtr parent = Parent.lock())
         parent->Subkeys.erase(Name);
     MarkDeleted();
 }
 
+// Open handles keep the keys alive, and calls on them must fail with ERROR_KEY_DELETED.
 void RegistryKey::MarkDeleted()
 {
     Deleted = true;

@@ -12,6 +12,7 @@ namespace Platform
 namespace
 {
 
+// The published value types, repeated because Machine.h has no Windows names.
 constexpr std::uint32_t TextType = 1;
 constexpr std::uint32_t BinaryType = 3;
 constexpr std::uint32_t NumberType = 4;
@@ -45,7 +46,7 @@ Machine::~Machine() = default;
 AdapterId Machine::AddAdapter(const AdapterDescription& adapter)
 {
     LeavingDevice leaving;
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
     leaving.Device = Self->Devices.SetPresent(adapter.ControlDeviceName, adapter.Present);
     return Self->AdapterNodes.Add(adapter);
 }
@@ -53,15 +54,15 @@ AdapterId Machine::AddAdapter(const AdapterDescription& adapter)
 void Machine::ChangeAdapter(AdapterId id, const std::function<void(AdapterDescription&)>& edit)
 {
     const auto node = [&] {
-        const std::lock_guard lock(Self->Lock);
+        const ScopedLock lock(Self->Lock);
         return Self->AdapterNodes.All().at(id);
     };
     for (;;)
     {
         AdapterNode copy = node();
-        edit(copy.Description);
+        edit(copy.Description); // without the lock, because it is foreign code
         LeavingDevice leaving;
-        const std::lock_guard lock(Self->Lock);
+        const ScopedLock lock(Self->Lock);
         if (Self->AdapterNodes.All().at(id).Version == copy.Version)
         {
             leaving.Device = Self->Change(id, std::move(copy.Description));
@@ -72,21 +73,22 @@ void Machine::ChangeAdapter(AdapterId id, const std::function<void(AdapterDescri
 
 AdapterDescription Machine::Adapter(AdapterId id) const
 {
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
     return Self->AdapterNodes.All().at(id).Description;
 }
 
 void Machine::RemoveAdapter(AdapterId id)
 {
     LeavingDevice leaving;
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
+    // The device stays attached, for an adapter that is added later under the same name.
     leaving.Device = Self->Devices.SetPresent(Self->AdapterNodes.All().at(id).Description.ControlDeviceName, false);
     Self->AdapterNodes.Remove(id);
 }
 
 std::vector<AdapterId> Machine::Adapters() const
 {
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
     std::vector<AdapterId> ids;
     for (const auto& [id, node] : Self->AdapterNodes.All())
         ids.push_back(id);
@@ -95,6 +97,7 @@ std::vector<AdapterId> Machine::Adapters() const
 
 AttachedDevicePtr Machine::Impl::Change(AdapterId id, AdapterDescription description)
 {
+    // The device follows its adapter: it is reachable exactly while the adapter is present.
     AttachedDevicePtr leaving = Devices.SetPresent(description.ControlDeviceName, description.Present);
     AdapterNodes.Change(id, std::move(description));
     return leaving;
@@ -102,10 +105,11 @@ AttachedDevicePtr Machine::Impl::Change(AdapterId id, AdapterDescription descrip
 
 AttachedDevicePtr Machine::Impl::FindDevice(std::string_view name)
 {
-    const std::lock_guard lock(Lock);
+    const ScopedLock lock(Lock);
     return Devices.Find(name);
 }
 
+// Only an absent adapter hides a device: a device that no adapter names is always reachable.
 void Machine::Impl::Attach(const std::string& name, std::shared_ptr<ControlDevice> device)
 {
     const bool absent = std::ranges::any_of(AdapterNodes.All(), [&](const auto& entry) {
@@ -117,7 +121,7 @@ void Machine::Impl::Attach(const std::string& name, std::shared_ptr<ControlDevic
 
 void Machine::AttachDevice(const std::string& name, std::shared_ptr<ControlDevice> device)
 {
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
     if (name.empty() || !device || Self->Devices.Contains(name))
         throw std::invalid_argument("no device, or none that can be called \"" + name + '"');
     Self->Attach(name, std::move(device));
@@ -127,7 +131,7 @@ void Machine::DetachDevice(std::string_view name)
 {
     DeviceNames::Entry removed; // may be the last reference: destroyed after the lock is released
     LeavingDevice leaving;
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
     removed = Self->Devices.Remove(name);
     leaving.Device = removed.Current;
 }
@@ -140,13 +144,13 @@ std::shared_ptr<ControlDevice> Machine::Device(std::string_view name) const
 
 void Machine::SetValue(std::string_view path, std::string_view name, const RegistryValue& value)
 {
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
     Self->Registry->FindOrCreate(path)->Values.insert_or_assign(std::string(name), value);
 }
 
 std::optional<RegistryValue> Machine::Value(std::string_view path, std::string_view name) const
 {
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
     const RegistryKeyPtr key = Self->Registry->Find(path);
     if (!key)
         return std::nullopt;
@@ -156,13 +160,13 @@ std::optional<RegistryValue> Machine::Value(std::string_view path, std::string_v
 
 bool Machine::KeyExists(std::string_view path) const
 {
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
     return Self->Registry->Find(path) != nullptr;
 }
 
 void Machine::DeleteTree(std::string_view path)
 {
-    const std::lock_guard lock(Self->Lock);
+    const ScopedLock lock(Self->Lock);
     const RegistryKeyPtr key = Self->Registry->Find(path);
     if (key == Self->Registry)
         throw std::invalid_argument("the root of the registry stays");

@@ -1,7 +1,8 @@
-// Getting, sending and posting messages.
-#include "Errors.h"
+// The functions of Messages.h.
+#include "Messages.h"
+
+#include "ThreadQueue.h"
 #include "WindowTable.h"
-#include "WindowingCall.h"
 
 #include <chrono>
 
@@ -11,7 +12,7 @@ namespace
 {
 
 /// Returns the error in the arguments of a call that retrieves messages; 0 for none.
-DWORD LookError(const MSG* message, HWND window, UINT first, UINT last)
+DWORD RetrieveError(const MSG* message, HWND window, UINT first, UINT last)
 {
     if (message == nullptr)
         return ERROR_NOACCESS;
@@ -22,9 +23,9 @@ DWORD LookError(const MSG* message, HWND window, UINT first, UINT last)
 
 bool TakeMessage(MSG& message, bool wait, bool remove)
 {
-    const MessageQueuePtr mine = MessageQueue::Mine();
-    std::unique_lock lock(WindowLock());
-    return mine->Take(lock, message, wait, remove);
+    const MessageQueuePtr mine = ThisThreadsQueue();
+    const ScopedLock lock(WindowLock);
+    return mine->Take(message, wait, remove);
 }
 
 MSG MakeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
@@ -34,15 +35,15 @@ MSG MakeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     return {window, message, wParam, lParam, static_cast<DWORD>(now), {0, 0}};
 }
 
-/// The lock is held.
-BOOL PostTo(MessageQueue& queue, const MSG& message)
+BOOL PostTo(MessageQueue& queue, const MSG& message) PLATFORM_REQUIRES(WindowLock)
 {
     return queue.Post(message) ? TRUE : FailWith(ERROR_NOT_ENOUGH_QUOTA);
 }
 
+// The window may have been destroyed after it was looked up.
 BOOL PostToWindow(const Window& window, const MSG& message)
 {
-    const std::lock_guard lock(WindowLock());
+    const ScopedLock lock(WindowLock);
     return window.Gone ? FailWith(ERROR_INVALID_WINDOW_HANDLE) : PostTo(*window.Queue, message);
 }
 
@@ -52,7 +53,7 @@ BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last)
 {
     if (WindowingCallFails("GetMessageW"))
         return -1;
-    if (const DWORD error = LookError(message, window, first, last))
+    if (const DWORD error = RetrieveError(message, window, first, last))
     {
         SetLastError(error);
         return -1;
@@ -65,7 +66,7 @@ BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove)
 {
     if (WindowingCallFails("PeekMessageW"))
         return FALSE;
-    if (const DWORD error = LookError(message, window, first, last))
+    if (const DWORD error = RetrieveError(message, window, first, last))
         return FailWith(error);
     return TakeMessage(*message, false, (remove & PM_REMOVE) != 0) ? TRUE : FALSE;
 }
@@ -80,8 +81,9 @@ LRESULT DispatchMessageW(const MSG* message)
 {
     if (WindowingCallFails("DispatchMessageW") || message == nullptr || message->hwnd == nullptr)
         return 0;
+    // Windows rejects a window of another thread, since only its own thread may run its procedure.
     const WindowPtr window = WindowTable::Instance().Find(message->hwnd);
-    if (!window || window->Queue != MessageQueue::Mine())
+    if (!window || window->Queue != ThisThreadsQueue())
     {
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return 0;
@@ -98,7 +100,7 @@ LRESULT DefWindowProcW(HWND window, UINT message, WPARAM /*wParam*/, LPARAM /*lP
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return 0;
     }
-    // Agrees to the creation, and to whatever the system asks.
+    // The published defaults: accept the creation, a suspend query and a removal query.
     return message == WM_NCCREATE || message == WM_POWERBROADCAST || message == WM_DEVICECHANGE ? TRUE : 0;
 }
 
@@ -108,7 +110,7 @@ try
     if (WindowingCallFails("SendMessageW"))
         return 0;
     const WindowPtr found = WindowTable::Instance().Find(window);
-    const auto answer = found ? MessageQueue::Send(found, {message, wParam, lParam}) : std::nullopt;
+    const auto answer = found ? ThisThreadsQueue()->Send(found, {message, wParam, lParam}) : std::nullopt;
     if (!answer)
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
     return answer.value_or(0);
@@ -124,10 +126,10 @@ try
     if (WindowingCallFails("PostMessageW"))
         return FALSE;
     const MSG posted = MakeMessage(window, message, wParam, lParam);
-    if (window == nullptr)
+    if (window == nullptr) // as published: a message to the calling thread
     {
-        const MessageQueuePtr mine = MessageQueue::Mine();
-        const std::lock_guard lock(WindowLock());
+        const MessageQueuePtr mine = ThisThreadsQueue();
+        const ScopedLock lock(WindowLock);
         return PostTo(*mine, posted);
     }
     const WindowPtr found = WindowTable::Instance().Find(window);
@@ -143,8 +145,8 @@ try
 {
     if (WindowingCallFails("PostThreadMessageW"))
         return FALSE;
-    const std::lock_guard lock(WindowLock());
-    const MessageQueuePtr queue = MessageQueue::OfThread(thread);
+    const ScopedLock lock(WindowLock);
+    const MessageQueuePtr queue = QueueOfThread(thread);
     return queue ? PostTo(*queue, MakeMessage(nullptr, message, wParam, lParam)) : FailWith(ERROR_INVALID_THREAD_ID);
 }
 catch (const std::bad_alloc&)
@@ -156,8 +158,8 @@ void PostQuitMessage(int exitCode)
 {
     if (!WindowingCallFails("PostQuitMessage"))
     {
-        const MessageQueuePtr mine = MessageQueue::Mine();
-        const std::lock_guard lock(WindowLock());
+        const MessageQueuePtr mine = ThisThreadsQueue();
+        const ScopedLock lock(WindowLock);
         mine->PostQuit(exitCode);
     }
 }

@@ -1,13 +1,12 @@
+// The functions of DeviceSetup.h for sets, properties and node status. Properties and status are read at the time of
+// the call; only the list of devices is a snapshot, as on Windows.
 #include "DeviceSetup.h"
 
 #include "DeviceSet.h"
-#include "Errors.h"
 #include "KeyHandle.h"
-#include "MachineImpl.h"
 #include "PublishedCall.h"
 
 #include <algorithm>
-#include <mutex>
 #include <optional>
 #include <span>
 
@@ -21,7 +20,7 @@ std::string NetworkClassPath()
     return std::string(ClassRootPath) + '\\' + std::string(NetworkClassText);
 }
 
-// The class comes from the registry.
+// The name of the class comes from the registry, so that a test can change or remove it.
 bool IsNetworkClass(const WCHAR* name)
 {
     const auto value = CurrentMachine()->Value(NetworkClassPath(), "Class");
@@ -30,14 +29,15 @@ bool IsNetworkClass(const WCHAR* name)
     return value && EqualNames(view(value->Data), view(wanted));
 }
 
-// An empty set is a good result: a class without devices has one.
+// An empty set is a success, as on Windows for a class without devices.
 std::vector<AdapterId> Snapshot(Machine& machine, const GUID* classGuid, DWORD flags)
 {
     std::vector<AdapterId> devices;
     if ((flags & DIGCF_ALLCLASSES) == 0 && *classGuid != NetworkClass)
         return devices;
-    const std::lock_guard lock(machine.Internal().Lock);
-    for (const auto& [id, node] : machine.Internal().AdapterNodes.All())
+    Machine::Impl& data = machine.Internal();
+    const ScopedLock lock(data.Lock);
+    for (const auto& [id, node] : data.AdapterNodes.All())
         if (node.Description.Present || ((flags & DIGCF_PRESENT) == 0 && !node.Uninstalled))
             devices.push_back(id);
     return devices;
@@ -65,18 +65,19 @@ std::optional<std::u16string> Property(const AdapterDescription& adapter, DWORD 
     }
 }
 
-DWORD ReadProperty(Machine& machine, DEVINST device, DWORD property, std::optional<std::u16string>& text)
+DWORD ReadProperty(Machine::Impl& machine, DEVINST device, DWORD property, std::optional<std::u16string>& text)
 {
     if (property >= SPDRP_MAXIMUM_PROPERTY)
         return ERROR_INVALID_REG_PROPERTY;
-    const std::lock_guard lock(machine.Internal().Lock);
-    const AdapterNode* node = machine.Internal().AdapterNodes.Find(device);
+    const ScopedLock lock(machine.Lock);
+    const AdapterNode* node = machine.AdapterNodes.Find(device);
     if (node == nullptr || node->Uninstalled)
         return ERROR_NO_SUCH_DEVINST;
     text = Property(node->Description, property);
     return text ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
+// A node with a problem is not started; a hidden one may be either.
 ULONG StatusBits(const AdapterDescription& adapter)
 {
     const ULONG state = adapter.Problem == 0 ? DN_DRIVER_LOADED | DN_STARTED : DN_HAS_PROBLEM;
@@ -142,14 +143,15 @@ try
     }
     auto machine = CurrentMachine();
     const std::string path = classGuid != nullptr ? NetworkClassPath() : std::string(ClassRootPath);
-    const std::lock_guard lock(machine->Internal().Lock);
-    RegistryKeyPtr key = machine->Internal().Registry->Find(path);
+    Machine::Impl& data = machine->Internal();
+    const ScopedLock lock(data.Lock);
+    RegistryKeyPtr key = data.Registry->Find(path);
     if (!key)
     {
         SetLastError(ERROR_FILE_NOT_FOUND);
         return failed;
     }
-    if ((access & ~KEY_READ) != 0 && !machine->Internal().Administrator)
+    if ((access & ~KEY_READ) != 0 && !data.Administrator)
     {
         SetLastError(ERROR_ACCESS_DENIED);
         return failed;
@@ -190,7 +192,7 @@ try
     if (!open->Holds(device))
         return FailWith(ERROR_INVALID_PARAMETER);
     std::optional<std::u16string> text;
-    if (const DWORD error = ReadProperty(*open->Owner, device->DevInst, property, text))
+    if (const DWORD error = ReadProperty(open->Data, device->DevInst, property, text))
         return FailWith(error);
     const auto bytes = std::as_bytes(std::span(text->c_str(), text->size() + 1));
     if (type != nullptr)
@@ -217,10 +219,11 @@ try
     if (flags != 0)
         return CR_INVALID_FLAG;
     const auto machine = CurrentMachine();
-    const std::lock_guard lock(machine->Internal().Lock);
-    const AdapterNode* node = machine->Internal().AdapterNodes.Find(device);
+    Machine::Impl& data = machine->Internal();
+    const ScopedLock lock(data.Lock);
+    const AdapterNode* node = data.AdapterNodes.Find(device);
     if (node == nullptr || !node->Description.Present || !node->Description.Readable)
-        return CR_NO_SUCH_DEVINST;
+        return CR_NO_SUCH_DEVINST; // the outputs stay unchanged, which callers must cope with
     *status = StatusBits(node->Description);
     *problem = node->Description.Problem;
     return CR_SUCCESS;

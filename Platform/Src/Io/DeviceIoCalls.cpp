@@ -1,10 +1,9 @@
+// The functions of DeviceIo.h. They follow the published rules for which of event, byte count and last error a caller
+// receives, because the library and its hosts rely on each of them.
 #include "DeviceIo.h"
 
-#include "Errors.h"
-#include "EventHandle.h"
 #include "FileHandle.h"
 #include "IoStatus.h"
-#include "MachineImpl.h"
 #include "PublishedCall.h"
 #include "RequestTable.h"
 
@@ -57,14 +56,14 @@ struct Call
     const std::span<std::uint8_t> Output;
     DWORD* const Returned;
 
-    /// Sends the request and gives its end, if it has one already.
+    /// Sends the request. Returns the result if the driver completed it at once.
     std::optional<RequestEnd> Send(OVERLAPPED* record, std::shared_ptr<Waitable> done) const
     {
         const auto request = std::make_shared<Request>(
             File->File, ThisThread(), Code, Input, CallerMemory{Output.data(), Output.size(), record, std::move(done)});
         RequestTable::Instance().Add(*request);
-        // Looked at when the request is in the table: a close or detach before that is seen here, and a
-        // later one sees the request.
+        // Checked after the request is in the table: an earlier close or detach is seen here, and a later one
+        // finds the request and cancels it.
         if (const DWORD refusal = File->Refusal())
             request->Complete(refusal, {});
         else
@@ -72,7 +71,7 @@ struct Call
         return request->LeaveStart();
     }
 
-    /// The driver may have kept the request before its memory ran out: it is to end all the same.
+    /// Completes the request if the driver runs out of memory, even if the driver has kept a reference to it.
     void Start(const std::shared_ptr<Request>& request) const
     try
     {
@@ -90,6 +89,7 @@ struct Call
         return end.Error == ERROR_SUCCESS ? TRUE : FailWith(end.Error);
     }
 
+    /// For a handle without FILE_FLAG_OVERLAPPED: the stand-in supplies the record, as Windows does.
     BOOL SendAndWait() const
     {
         OVERLAPPED record{};
@@ -110,7 +110,7 @@ struct Call
         if (const auto end = Send(record, event ? event->Event : File->File->Done))
             return Finish(*end);
         if (Returned != nullptr)
-            *Returned = stale; // as on Windows, which copies what the record holds at this time
+            *Returned = stale; // as on Windows, which copies the record's current value
         return FailWith(ERROR_IO_PENDING);
     }
 };
@@ -134,10 +134,10 @@ try
         return OpenFails(ERROR_INVALID_PARAMETER);
     constexpr std::string_view devices = R"(\\.\)";
     const std::string_view name(path);
-    const auto device =
-        name.starts_with(devices) ? CurrentMachine()->Internal().FindDevice(name.substr(devices.size())) : nullptr;
+    const auto device = name.starts_with(devices) ? FindDevice(name.substr(devices.size())) : nullptr;
     if (!device)
         return OpenFails(ERROR_FILE_NOT_FOUND);
+    // Before the driver is asked: an open that the driver has accepted must not fail for lack of memory.
     const auto handle = std::make_shared<FileHandle>(device, NextNumber(), access, flags);
     if (const DWORD error = device->Device->Open(handle->File->OpenId))
         return OpenFails(error);
@@ -212,7 +212,7 @@ BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred
             return FailWith(ERROR_INVALID_HANDLE);
         Waitable::WaitAny({&done, 1}, INFINITE);
     }
-    // After a signal by another hand it is still pending, which counts as a success on Windows too.
+    // If another thread signalled the event, the status is still pending. Windows reports that as success too.
     const DWORD error = ErrorOf(status.load(std::memory_order_acquire));
     *transferred = static_cast<DWORD>(std::atomic_ref(overlapped->InternalHigh).load(std::memory_order_relaxed));
     return error == ERROR_SUCCESS ? TRUE : FailWith(error);
@@ -228,7 +228,7 @@ BOOL CloseHandle(HANDLE handle)
     const auto file = handles.Find<FileHandle>(handle);
     if (!file || !handles.Close<FileHandle>(handle))
         return FailWith(ERROR_INVALID_HANDLE);
-    file->File->Closed = true;
+    file->File->Closed = true; // before the cancellation; see Call::Send
     RequestTable::Instance().Cancel([&](const Request& request) { return request.FileId == file->File->OpenId; });
     file->File->Gate->Visit([&](ControlDevice& device) { device.Cleanup(file->File->OpenId); });
     return TRUE;

@@ -1,12 +1,9 @@
-// A device's driver key, and the class installer that enables and disables it.
+// The functions of DeviceSetup.h for the driver key and for the class installer, which enables and disables devices.
 #include "DeviceSet.h"
-#include "Errors.h"
 #include "KeyHandle.h"
-#include "MachineImpl.h"
 #include "PublishedCall.h"
 
 #include <cstring>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 
@@ -15,7 +12,7 @@ using namespace Platform;
 namespace
 {
 
-/// Why a device of a set cannot be used; 0 for no reason.
+/// Returns the error of using a device of a set; 0 for none.
 DWORD DeviceError(const std::shared_ptr<DeviceSet>& set, const SP_DEVINFO_DATA* device)
 {
     if (!set)
@@ -25,8 +22,8 @@ DWORD DeviceError(const std::shared_ptr<DeviceSet>& set, const SP_DEVINFO_DATA* 
 
 DWORD OpenDriverKey(const DeviceSet& set, AdapterId device, REGSAM access, HKEY& result)
 {
-    Machine::Impl& machine = set.Owner->Internal();
-    const std::lock_guard lock(machine.Lock);
+    Machine::Impl& machine = set.Data;
+    const ScopedLock lock(machine.Lock);
     const AdapterNode* node = machine.AdapterNodes.Find(device);
     if (node == nullptr || node->Uninstalled)
         return ERROR_NO_SUCH_DEVINST;
@@ -35,12 +32,14 @@ DWORD OpenDriverKey(const DeviceSet& set, AdapterId device, REGSAM access, HKEY&
         name ? machine.Registry->Find(std::string(ClassRootPath) + '\\' + ToUtf8(*name)) : RegistryKeyPtr();
     if (!key)
         return ERROR_KEY_DOES_NOT_EXIST;
+    // Unlike the registry calls, this one asks for exact rights and fails without them.
     if ((access & ~KEY_READ) != 0 && !machine.Administrator)
         return ERROR_ACCESS_DENIED;
     result = AddKeyHandle(set.Owner, std::move(key), (access & KEY_SET_VALUE) != 0);
     return ERROR_SUCCESS;
 }
 
+// Windows accepts a disable in one profile only, and an enable in one or in all.
 bool IsKnownChange(const SP_PROPCHANGE_PARAMS& change)
 {
     const bool enable = change.StateChange == DICS_ENABLE &&
@@ -59,10 +58,10 @@ DWORD ReadParameters(const SP_CLASSINSTALL_HEADER* parameters, DWORD size, SP_PR
     return IsKnownChange(change) ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
 
-/// Empty when the device has no parameters for the function.
+/// Returns nothing if the device has no parameters for the function.
 std::optional<SP_PROPCHANGE_PARAMS> ParametersFor(DI_FUNCTION function, const DeviceSet& set, AdapterId device)
 {
-    const std::lock_guard lock(set.Owner->Internal().Lock);
+    const ScopedLock lock(set.Data.Lock);
     const auto found = set.InstallParameters.find(device);
     return function != DIF_PROPERTYCHANGE || found == set.InstallParameters.end() ? std::nullopt
                                                                                   : std::optional(found->second);
@@ -73,7 +72,7 @@ DWORD Objection(Machine::Impl& machine, AdapterId device)
 {
     if (!machine.Administrator)
         return ERROR_ACCESS_DENIED;
-    const std::lock_guard lock(machine.Lock);
+    const ScopedLock lock(machine.Lock);
     const AdapterNode* node = machine.AdapterNodes.Find(device);
     return node != nullptr && node->Description.Present ? node->Description.StateChangeError : ERROR_NO_SUCH_DEVINST;
 }
@@ -81,6 +80,7 @@ DWORD Objection(Machine::Impl& machine, AdapterId device)
 DWORD CarryOut(const SP_PROPCHANGE_PARAMS& change, Machine& machine, AdapterId device)
 try
 {
+    // An enable in every profile ends a disable in every profile, which no adapter here has.
     if (change.Scope == DICS_FLAG_GLOBAL)
         return ERROR_SUCCESS;
     if (change.StateChange == DICS_ENABLE)
@@ -127,14 +127,14 @@ try
         return FailWith(error);
     if (parameters == nullptr && size == 0)
     {
-        const std::lock_guard lock(open->Owner->Internal().Lock);
+        const ScopedLock lock(open->Data.Lock);
         open->InstallParameters.erase(device->DevInst);
         return TRUE;
     }
     SP_PROPCHANGE_PARAMS change{};
     if (const DWORD error = ReadParameters(parameters, size, change))
         return FailWith(error);
-    const std::lock_guard lock(open->Owner->Internal().Lock);
+    const ScopedLock lock(open->Data.Lock);
     open->InstallParameters.insert_or_assign(device->DevInst, change);
     return TRUE;
 }
@@ -154,8 +154,9 @@ try
     const auto change = ParametersFor(function, *open, device->DevInst);
     if (!change)
         return FailWith(ERROR_NO_CLASSINSTALL_PARAMS);
-    if (const DWORD error = Objection(open->Owner->Internal(), device->DevInst))
+    if (const DWORD error = Objection(open->Data, device->DevInst))
         return FailWith(error);
+    // Without the lock: this sends messages and waits for window procedures.
     const DWORD error = CarryOut(*change, *open->Owner, device->DevInst);
     return error == ERROR_SUCCESS ? TRUE : FailWith(error);
 }

@@ -18,17 +18,16 @@ using ValueMap = std::map<std::string, RegistryValue, NameLess>;
 class RegistryKey;
 using RegistryKeyPtr = std::shared_ptr<RegistryKey>;
 
-/// One key. All of a tree is guarded by its machine's lock; paths are relative to the key, and empty
-/// parts of a path are passed over.
+/// One key. A whole tree is guarded by its machine's lock. Paths are relative to the key; empty parts are skipped.
 class RegistryKey : public std::enable_shared_from_this<RegistryKey>
 {
 public:
     static RegistryKeyPtr MakeRoot();
 
-    /// Null when there is no such key.
+    /// Returns null if there is no such key.
     RegistryKeyPtr Find(std::string_view path);
     RegistryKeyPtr FindOrCreate(std::string_view path);
-    /// Takes the key and all below it out of the tree. Handles may keep the keys, marked as deleted.
+    /// Removes the key and all keys below it. Open handles keep the keys, marked as deleted.
     void Delete();
 
     bool IsRoot() const { return Parent.expired() && !Deleted; }
@@ -47,8 +46,8 @@ private:
     bool Deleted = false;
 };
 
-/// The key of a path, made with those above it that are missing. They join the tree together and only when
-/// all work that can fail is done.
+/// A key of a path, created with its missing parents. They join the tree together in Attach, after all work that
+/// can fail.
 class NewKey
 {
 public:
@@ -59,7 +58,7 @@ public:
     void Attach() { Parent->Subkeys.merge(Branch); }
 
 private:
-    RegistryKeyPtr Parent; // deepest key of the path that the tree has
+    RegistryKeyPtr Parent; // the deepest key of the path that exists
     std::map<std::string, RegistryKeyPtr, NameLess> Branch;
     RegistryKeyPtr Leaf;
 };

@@ -1,7 +1,7 @@
+// The functions of Waiting.h, and the names of events.
 #include "Waiting.h"
 
-#include "Errors.h"
-#include "EventHandle.h"
+#include "AnnotatedLock.h"
 #include "FileHandle.h"
 #include "PublishedCall.h"
 
@@ -24,10 +24,11 @@ public:
         return names;
     }
 
-    /// Returns a handle on the event of that name; the last error says whether it is new.
+    /// Returns a handle on the event of that name. As on Windows, the last error reports whether it existed.
     HANDLE Open(const std::u16string& name, bool manualReset, bool signalled)
     {
-        const std::lock_guard lock(Lock);
+        const ScopedLock lock(Lock);
+        // A name disappears with the last handle on its event; here, when the next one is opened.
         std::erase_if(Events, [](const auto& entry) { return entry.second.expired(); });
         std::weak_ptr<EventHandle>& known = Events[name];
         std::shared_ptr<EventHandle> event = known.lock();
@@ -41,8 +42,8 @@ public:
     }
 
 private:
-    std::mutex Lock;
-    std::map<std::u16string, std::weak_ptr<EventHandle>> Events; // guarded by Lock
+    Mutex Lock;
+    std::map<std::u16string, std::weak_ptr<EventHandle>> Events PLATFORM_GUARDED_BY(Lock);
 };
 
 DWORD WaitFailed(DWORD error)
@@ -65,15 +66,6 @@ DWORD WaitOn(std::span<std::shared_ptr<Waitable>> objects, const HANDLE* handles
 }
 
 } // namespace
-
-std::shared_ptr<Waitable> Platform::FindWaitable(HANDLE handle)
-{
-    const HandleTable& handles = HandleTable::Instance();
-    if (const auto event = handles.Find<EventHandle>(handle))
-        return event->Event;
-    const auto file = handles.Find<FileHandle>(handle);
-    return file ? file->File->Done : nullptr;
-}
 
 HANDLE CreateEventW(SECURITY_ATTRIBUTES* /*security*/, BOOL manualReset, BOOL initialState, const WCHAR* name)
 try

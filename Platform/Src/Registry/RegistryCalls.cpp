@@ -1,11 +1,10 @@
+// The functions of Registry.h. Each one runs while holding its machine's lock, because no foreign code is called.
 #include "Registry.h"
 
 #include "KeyHandle.h"
-#include "MachineImpl.h"
 #include "PublishedCall.h"
 
 #include <algorithm>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -13,7 +12,7 @@ namespace Platform
 {
 
 KeyHandle::KeyHandle(std::shared_ptr<Machine> owner, RegistryKeyPtr key, bool writable)
-    : Owner(std::move(owner)), Key(std::move(key)), Writable(writable)
+    : Owner(std::move(owner)), Data(Owner->Internal()), Key(std::move(key)), Writable(writable)
 {
 }
 
@@ -36,8 +35,8 @@ const char* OrEmpty(const char* text)
     return text != nullptr ? text : "";
 }
 
-// A caller without the rights opens keys all the same, since these calls ask for whatever is allowed: it
-// may only read. The rights are those of the time when the key is opened.
+// These calls open a key for whatever the caller may do, so a caller without rights opens it for reading. As on
+// Windows, the rights at the time of the open count.
 bool MayWrite(const Machine& machine)
 {
     return machine.Internal().Administrator;
@@ -45,15 +44,16 @@ bool MayWrite(const Machine& machine)
 
 std::shared_ptr<KeyHandle> Resolve(HKEY key)
 {
+    // The predefined key is no entry of the handle table: it is always open and refers to the current machine.
     if (key != HKEY_LOCAL_MACHINE)
         return HandleTable::Instance().Find<KeyHandle>(key);
     auto machine = CurrentMachine();
-    auto root = machine->Internal().Registry;
-    const bool writable = MayWrite(*machine);
-    return std::make_shared<KeyHandle>(std::move(machine), std::move(root), writable);
+    Machine::Impl& data = machine->Internal();
+    const ScopedLock lock(data.Lock);
+    return std::make_shared<KeyHandle>(machine, data.Registry, MayWrite(*machine));
 }
 
-// Runs the work on an open key, under its machine's lock.
+// Runs `work(handle, key)` on an open key while holding its machine's lock.
 template <class Work>
 LSTATUS WithKey(HKEY key, Work work)
 try
@@ -61,22 +61,22 @@ try
     const auto open = Resolve(key);
     if (!open)
         return ERROR_INVALID_HANDLE;
-    const std::lock_guard lock(open->Owner->Internal().Lock);
-    return open->Key->IsDeleted() ? ERROR_KEY_DELETED : work(*open);
+    const ScopedLock lock(open->Data.Lock);
+    return open->Key->IsDeleted() ? ERROR_KEY_DELETED : work(*open, *open->Key);
 }
 catch (const std::bad_alloc&)
 {
     return ERROR_NOT_ENOUGH_MEMORY;
 }
 
-// The same on an existing key below it.
+// Does the same with an existing key below it.
 template <class Work>
 LSTATUS WithKeyBelow(HKEY key, std::string_view path, Work work)
 {
-    return WithKey(key, [&](const KeyHandle& open) -> LSTATUS {
+    return WithKey(key, [&](const KeyHandle& open, RegistryKey& start) -> LSTATUS {
         if (path.starts_with('\\'))
             return ERROR_BAD_PATHNAME;
-        const RegistryKeyPtr below = open.Key->Find(path);
+        const RegistryKeyPtr below = start.Find(path);
         return below ? work(open, below) : ERROR_FILE_NOT_FOUND;
     });
 }
@@ -92,19 +92,19 @@ LSTATUS Open(HKEY key, std::string_view path, HKEY* result)
     });
 }
 
-LSTATUS Create(const KeyHandle& open, std::string_view path, HKEY* result)
+LSTATUS Create(const KeyHandle& open, RegistryKey& start, std::string_view path, HKEY* result)
 {
     if (path.starts_with('\\'))
         return ERROR_BAD_PATHNAME;
-    // The root holds loaded hives only.
-    if (open.Key->IsRoot() && !open.Key->Find(path.substr(0, path.find('\\'))))
+    // On Windows only loaded hives can be directly below the root.
+    if (start.IsRoot() && !start.Find(path.substr(0, path.find('\\'))))
         return ERROR_INVALID_PARAMETER;
     const bool writable = MayWrite(*open.Owner);
-    if (!writable && !open.Key->Find(path))
+    if (!writable && !start.Find(path))
         return ERROR_ACCESS_DENIED;
-    NewKey created(*open.Key, path);
+    NewKey created(start, path);
     *result = AddKeyHandle(open.Owner, created.Key(), writable);
-    created.Attach(); // last, so that a key that cannot be opened is not created
+    created.Attach(); // last, so that no key is created if there is no memory for its handle
     return ERROR_SUCCESS;
 }
 
@@ -113,9 +113,11 @@ bool IsText(DWORD type)
     return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
 }
 
+// The size is reported even when the buffer is too small, so that the caller can allocate it.
 LSTATUS Read(const RegistryValue& value, BYTE* data, DWORD* size)
 {
     const std::vector<BYTE>& stored = value.Data;
+    // The published courtesy for texts that were stored without their NUL.
     const bool addNul = IsText(value.Type) && !stored.empty() && stored.back() != 0;
     const auto length = static_cast<DWORD>(stored.size());
     if (size == nullptr)
@@ -161,7 +163,8 @@ LSTATUS RegCreateKeyA(HKEY key, const char* subKey, HKEY* result)
     if (result == nullptr)
         return ERROR_INVALID_PARAMETER;
     *result = nullptr;
-    return WithKey(key, [&](const KeyHandle& open) { return Create(open, OrEmpty(subKey), result); });
+    return WithKey(
+        key, [&](const KeyHandle& open, RegistryKey& start) { return Create(open, start, OrEmpty(subKey), result); });
 }
 
 LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size)
@@ -170,9 +173,9 @@ LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD
         return fault;
     if (reserved != nullptr || (data != nullptr && size == nullptr))
         return ERROR_INVALID_PARAMETER;
-    return WithKey(key, [&](const KeyHandle& open) -> LSTATUS {
-        const auto found = open.Key->Values.find(OrEmpty(valueName));
-        const bool exists = found != open.Key->Values.end();
+    return WithKey(key, [&](const KeyHandle&, const RegistryKey& opened) -> LSTATUS {
+        const auto found = opened.Values.find(OrEmpty(valueName));
+        const bool exists = found != opened.Values.end();
         if (type != nullptr)
             *type = exists ? found->second.Type : REG_NONE;
         return exists ? Read(found->second, data, size) : ERROR_FILE_NOT_FOUND;
@@ -185,10 +188,10 @@ LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD, DWORD type, const
         return fault;
     if (data == nullptr && size != 0)
         return ERROR_NOACCESS;
-    return WithKey(key, [&](const KeyHandle& open) -> LSTATUS {
+    return WithKey(key, [&](const KeyHandle& open, RegistryKey& opened) -> LSTATUS {
         if (!open.Writable)
             return ERROR_ACCESS_DENIED;
-        open.Key->Values.insert_or_assign(OrEmpty(valueName), RegistryValue{type, {data, data + size}});
+        opened.Values.insert_or_assign(OrEmpty(valueName), RegistryValue{type, {data, data + size}});
         return ERROR_SUCCESS;
     });
 }
@@ -196,7 +199,7 @@ LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD, DWORD type, const
 LSTATUS RegFlushKey(HKEY key)
 {
     const LSTATUS fault = Fault("RegFlushKey");
-    return fault != 0 ? fault : WithKey(key, [](const KeyHandle&) { return ERROR_SUCCESS; });
+    return fault != 0 ? fault : WithKey(key, [](const KeyHandle&, const RegistryKey&) { return ERROR_SUCCESS; });
 }
 
 LSTATUS RegCloseKey(HKEY key)
@@ -213,6 +216,7 @@ LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName)
         return fault;
     const std::string_view path = OrEmpty(subKey);
     return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
+        // A subkey is opened for this call with the current rights.
         if (subKey == nullptr ? !open.Writable : !MayWrite(*open.Owner))
             return ERROR_ACCESS_DENIED;
         return below->Values.erase(OrEmpty(valueName)) != 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
@@ -226,6 +230,7 @@ LSTATUS RegDeleteKeyA(HKEY key, const char* subKey)
     if (subKey == nullptr)
         return ERROR_INVALID_PARAMETER;
     return WithKeyBelow(key, subKey, [](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
+        // RegDeleteKey deletes no tree: callers delete from the leaves up.
         if (below->HasSubkeys() || below->IsRoot() || !MayWrite(*open.Owner))
             return ERROR_ACCESS_DENIED;
         below->Delete();

@@ -1,6 +1,6 @@
+// The functions of EventTrace.h, and the controller's side, TraceSession.
 #include "EventTrace.h"
 
-#include "Errors.h"
 #include "PublishedCall.h"
 #include "TraceHub.h"
 
@@ -26,7 +26,7 @@ TraceSession::TraceSession(const void* provider, std::uint8_t level, std::uint32
 TraceSession::~TraceSession()
 {
     TraceHub::Instance().Stop(Self);
-    // Waits for a sink on another thread; a message that comes later finds the session closed.
+    // Waits for a sink that runs on another thread. A later message finds the session closed.
     const ForeignCallGate::Holder turn(Self->SinkTurn);
     Self->Closed = true;
 }
@@ -55,7 +55,7 @@ std::vector<std::vector<std::uint8_t>> CopyArguments(std::va_list list)
     return arguments;
 }
 
-// Fills in the parts that the message flags ask for.
+// Fills in only the parts that the message flags request.
 void Stamp(TraceRecord& record, const GUID* messageClass, std::uint64_t sequence)
 {
     if ((record.MessageFlags & TRACE_MESSAGE_GUID) != 0 && messageClass != nullptr)
@@ -78,7 +78,7 @@ ULONG Write(TRACEHANDLE logger, const GUID* messageClass, TraceRecord& record)
     if (!session)
         return ERROR_INVALID_HANDLE;
     const ForeignCallGate::Holder turn(session->SinkTurn);
-    // A sink that traces would never come to an end: its own messages are dropped.
+    // Messages that a sink writes are dropped, because a sink that traces would never return.
     if (turn && !session->Closed)
     {
         Stamp(record, messageClass, ++session->Sequence);
@@ -134,6 +134,7 @@ TRACEHANDLE GetTraceLoggerHandle(void* buffer)
     return header->HistoricalContext;
 }
 
+// Level and flags are read from the handle itself, so they work even after the session has ended.
 UCHAR GetTraceEnableLevel(TRACEHANDLE logger)
 {
     return CallFails("GetTraceEnableLevel") ? UCHAR{0} : static_cast<UCHAR>(logger >> 16);

@@ -1,10 +1,10 @@
-// Classes and windows.
+// The functions of Windowing.h for classes and windows. Procedures run without WindowLock, so a window may be destroyed
+// during any of these calls.
 #include "Windowing.h"
 
-#include "Errors.h"
 #include "ModuleTable.h"
+#include "ThreadQueue.h"
 #include "WindowTable.h"
-#include "WindowingCall.h"
 
 #include <unistd.h>
 
@@ -26,13 +26,14 @@ struct Rectangle
     LONG Edges[4];
 };
 
-constexpr std::size_t LongestClassName = 256;
+constexpr std::size_t LongestClassName = 256; // published limit
 
 bool IsNumber(const WCHAR* name)
 {
     return reinterpret_cast<std::uintptr_t>(name) <= 0xFFFF;
 }
 
+// Windows registers a class without a module for the program.
 HINSTANCE OrProgram(HINSTANCE module)
 {
     return module != nullptr ? module : ProgramModule();
@@ -46,7 +47,7 @@ bool IsComplete(const WNDCLASSEXW* windowClass)
            std::u16string_view(windowClass->lpszClassName).size() <= LongestClassName;
 }
 
-/// A stock resource's number is its handle too; those of another module's are above.
+/// Uses a stock resource's number as its handle. Modules have no resources.
 std::uintptr_t StockResource(HINSTANCE module, const WCHAR* name)
 {
     constexpr std::uintptr_t first = 32512;
@@ -65,7 +66,7 @@ LRESULT Call(const Window& window, UINT message, const void* record = nullptr)
     return window.Procedure(window.Handle, message, 0, reinterpret_cast<LPARAM>(record));
 }
 
-/// False when that is under way already. On the window's own thread.
+/// Returns false if the window is being destroyed already. Runs on the window's thread.
 bool Destroy(Window& window)
 {
     if (std::exchange(window.Leaving, true))
@@ -76,9 +77,10 @@ bool Destroy(Window& window)
     return true;
 }
 
-/// The procedure's part in the making; false when it refuses.
+/// Sends the messages of a creation. Returns false if the procedure refuses or destroys the window.
 bool Introduce(Window& window, const CREATESTRUCTW& create)
 {
+    // The order in which Windows sends them.
     const SizeLimits limits{};
     Call(window, WM_GETMINMAXINFO, &limits);
     if (Call(window, WM_NCCREATE, &create) == 0)
@@ -95,7 +97,7 @@ bool Introduce(Window& window, const CREATESTRUCTW& create)
         Destroy(window);
         return false;
     }
-    return !window.Leaving;
+    return !window.Leaving; // the procedure may have destroyed the window inside WM_CREATE
 }
 
 } // namespace
@@ -145,7 +147,8 @@ try
         SetLastError(procedure == nullptr ? ERROR_CANNOT_FIND_WND_CLASS : ERROR_INVALID_WINDOW_HANDLE);
         return nullptr;
     }
-    const WindowPtr window = table.Add(procedure, MessageQueue::Mine());
+    // A thread that runs its last destructors has an ended queue, and nobody would destroy its window.
+    const WindowPtr window = table.Add(procedure, ThisThreadsQueue());
     if (!window)
     {
         SetLastError(ERROR_INVALID_THREAD_ID);
@@ -160,6 +163,7 @@ try
     }
     catch (const std::bad_alloc&)
     {
+        // Without WM_DESTROY: the creation failed, so the procedure does not expect it.
         table.Remove(*window);
         throw;
     }
@@ -190,7 +194,8 @@ BOOL DestroyWindow(HWND window)
     const WindowPtr found = WindowTable::Instance().Find(window);
     if (!found)
         return FailWith(ERROR_INVALID_WINDOW_HANDLE);
-    if (found->Queue != MessageQueue::Mine())
+    // The procedure may run on its own thread only, so another thread cannot send it WM_DESTROY.
+    if (found->Queue != ThisThreadsQueue())
         return FailWith(ERROR_ACCESS_DENIED);
     return Destroy(*found) ? TRUE : FailWith(ERROR_INVALID_WINDOW_HANDLE);
 }
