@@ -46,8 +46,8 @@ EventFeed& EventFeed::OfSession()
     return feed.Object;
 }
 
-/// Nothing may fail once the client is registered, since it cannot be taken back for certain.
-EventFeed::EventFeed() : Listed(ListAll())
+/// Registers last: nothing may fail afterwards, because a callback may already use the object.
+EventFeed::EventFeed() : Listed(ListAllOrNone())
 {
     _ZV_WLAN_NOTIFY_HDLR client = {};
     client.Callback = [](void* context, std::uint32_t code, const _ZV_WLAN_NOTIFY_DATA*) {
@@ -60,7 +60,7 @@ EventFeed::EventFeed() : Listed(ListAll())
 void EventFeed::Add(std::uint32_t code)
 {
     {
-        const std::scoped_lock guard(Lock);
+        const ScopedLock guard(Lock);
         Queued.push_back({code, std::chrono::system_clock::now()});
     }
     Woken.Set();
@@ -68,7 +68,7 @@ void EventFeed::Add(std::uint32_t code)
 
 std::optional<AdapterEvent> EventFeed::TakeQueued()
 {
-    const std::scoped_lock guard(Lock);
+    const ScopedLock guard(Lock);
     if (Queued.empty())
         return std::nullopt;
     const AdapterEvent event = Queued.front();
@@ -92,7 +92,7 @@ std::optional<AdapterEvent> EventFeed::Take(Clock::time_point deadline)
 
 std::vector<AdapterChange> EventFeed::TakeChanges()
 {
-    Adapters now = ListAll();
+    Adapters now = ListAllOrNone();
     std::vector<AdapterChange> changes = CompareLists(Listed, now);
     Listed = std::move(now);
     return changes;
