@@ -72,7 +72,7 @@ An adapter is chosen by its index, its identity, or a part of its identity or na
 The part must be unambiguous.
 
   $ zvctl ability Wi-Fi
-  ! zvctl: ability: "Wi-Fi" matches several adapters:
+  ! zvctl: ability: several adapters match "Wi-Fi"; choose one of:
   !   0  {3F0C2A84-6E1B-4D57-9A2E-71B5C80D4F16}  Zorvane WL600U Wi-Fi 6 USB Adapter
   !   3  {9B1D6F2C-57A8-4E0D-B3C4-0A6F8E215D74}  Zorvane WL900E Wi-Fi 6E PCIe Adapter
   [1]
@@ -80,7 +80,7 @@ The part must be unambiguous.
 Digits are an index, never a part.
 
   $ zvctl ability 600
-  ! zvctl: ability: "600" matches no adapter; there are:
+  ! zvctl: ability: no adapter matches "600"; choose one of:
   !   0  {3F0C2A84-6E1B-4D57-9A2E-71B5C80D4F16}  Zorvane WL600U Wi-Fi 6 USB Adapter
   !   1  {C7E45D19-08B2-4A6F-8F31-D29A6B7E5C03}  Zorvane WL630U Nano USB Adapter #2
   !   2  {61D80B3E-F4C9-4E72-A15D-3B8C07E9A6F2}  Zorvane WL610S SDIO Module
@@ -98,7 +98,7 @@ A complete name takes precedence over a part of another.
   $ zvctl --machine twins.json ability twin
   7
   $ zvctl --machine twins.json ability Twi
-  ! zvctl: ability: "Twi" matches several adapters:
+  ! zvctl: ability: several adapters match "Twi"; choose one of:
   !   0  {1}  Twin #2
   !   1  {2}  Twin
   [1]

@@ -62,7 +62,7 @@ watching uninstalled adapters for further seconds.
   TIME status-changed     Zorvane WL600U Wi-Fi 6 USB Adapter: ready -> problem,absent* (glob)
   TIME arrived            Zorvane WL600U Wi-Fi 6 USB Adapter: problem,absent -> * (glob)
   $ run_lines 'enable WL900E'
-  ! zvctl: script: stdin:1: enable: OpenDevice: ZV_SRVC_ERR_DEVICE_NOT_OPEN (14); the library enables an adapter only by a device that was opened while it worked
+  ! zvctl: script: stdin:1: enable: OpenDevice: ZV_SRVC_ERR_DEVICE_NOT_OPEN (14); enabling requires a session that opened the adapter while it worked
   [1]
 
 Changing an adapter requires rights, and the system can refuse.

@@ -170,8 +170,8 @@ A session reads back what it wrote.
     --instance TEXT             Only adapters whose device instance ID contains one of these texts, separated by ';'
     --json                      Print a JSON array with every field of each record
   
-  ! zvctl: no command "nonsense"; 'help' lists all
-  ! zvctl: get: "99" matches no adapter; there are:
+  ! zvctl: no command "nonsense"; run 'help'
+  ! zvctl: get: no adapter matches "99"; choose one of:
   !   0  {5A560001-0000-4000-8000-000000000001}  Zorvane Virtual USB Adapter
   !   1  {5A560001-0000-4000-8000-000000000002}  Zorvane Virtual SDIO Adapter
   !   2  {5A560001-0000-4000-8000-000000000003}  Zorvane Virtual PCIe Adapter
@@ -179,13 +179,13 @@ A session reads back what it wrote.
 Failures.
 
   $ zvctl info 99
-  ! zvctl: info: "99" matches no adapter; there are:
+  ! zvctl: info: no adapter matches "99"; choose one of:
   !   0  {5A560001-0000-4000-8000-000000000001}  Zorvane Virtual USB Adapter
   !   1  {5A560001-0000-4000-8000-000000000002}  Zorvane Virtual SDIO Adapter
   !   2  {5A560001-0000-4000-8000-000000000003}  Zorvane Virtual PCIe Adapter
   [1]
   $ zvctl info nobody
-  ! zvctl: info: "nobody" matches no adapter; there are:
+  ! zvctl: info: no adapter matches "nobody"; choose one of:
   !   0  {5A560001-0000-4000-8000-000000000001}  Zorvane Virtual USB Adapter
   !   1  {5A560001-0000-4000-8000-000000000002}  Zorvane Virtual SDIO Adapter
   !   2  {5A560001-0000-4000-8000-000000000003}  Zorvane Virtual PCIe Adapter
@@ -194,32 +194,25 @@ Failures.
   ! zvctl: ioctl: SendIOCTLReq: no callback within 2 ms; a simulated driver never calls back
   [1]
   $ zvctl nonsense
-  ! The following argument was not expected: nonsense
-  ! Run with --help for more information.
+  ! zvctl: not expected: nonsense; run 'zvctl --help'
   [2]
   $ zvctl get 0 0x10
-  ! LENGTH is required
-  ! Run with --help for more information.
+  ! zvctl: get: LENGTH is required; run 'zvctl get --help'
   [2]
   $ zvctl get 0 zero 6
-  ! ID: "zero" is not a number up to 4294967295
-  ! Run with --help for more information.
+  ! zvctl: get: ID: "zero" is not a number up to 4294967295; run 'zvctl get --help'
   [2]
   $ zvctl set 0 0x10 0
-  ! DATA: "0" is not pairs of hexadecimal digits
-  ! Run with --help for more information.
+  ! zvctl: set: DATA: "0" is not pairs of hexadecimal digits; run 'zvctl set --help'
   [2]
   $ zvctl set 0 0x10 @missing.bin
-  ! DATA: missing.bin: cannot be read: No such file or directory
-  ! Run with --help for more information.
+  ! zvctl: set: DATA: missing.bin: cannot be read: No such file or directory; run 'zvctl set --help'
   [2]
   $ zvctl list --filter "$(printf 'x%.0s' {1..50})"
-  ! --filter: at most 49 characters
-  ! Run with --help for more information.
+  ! zvctl: list: --filter: at most 49 characters; run 'zvctl list --help'
   [2]
   $ zvctl watch --for soon
-  ! --for: "soon" is not a number up to 4294967295
-  ! Run with --help for more information.
+  ! zvctl: watch: --for: "soon" is not a number up to 4294967295; run 'zvctl watch --help'
   [2]
   $ zvctl script missing.zv
   ! zvctl: script: missing.zv: cannot be read: No such file or directory

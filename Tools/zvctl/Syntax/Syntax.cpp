@@ -1,5 +1,6 @@
 #include "Syntax.h"
 
+#include "DataText.h"
 #include "Errors.h"
 
 #include <CLI/CLI.hpp>
@@ -117,9 +118,11 @@ Option Syntax::AddText(const std::string& name, std::string& value, const std::s
 Option Syntax::AddChoice(const std::string& name, std::string& value, const std::vector<std::string>& choices,
                          const std::string& help)
 {
-    return Option(*Parsed->add_option(name, value, help)
-                       ->check(CLI::Validator(CLI::IsMember(choices)).description(""))
-                       ->type_name(""));
+    const auto check = [choices](const std::string& text) {
+        return std::ranges::find(choices, text) != choices.end() ? ""
+                                                                 : '"' + text + "\" is none of " + Join(choices, ", ");
+    };
+    return Option(*Parsed->add_option(name, value, help)->check(CLI::Validator(check, ""))->type_name(""));
 }
 
 Option Syntax::AddFlag(const std::string& name, bool& value, const std::string& help)
