@@ -60,6 +60,7 @@ std::string Printable(std::string_view text)
     return shown;
 }
 
+/// The last letter of a service name denotes the bus.
 std::string_view BusOf(std::string_view service)
 {
     switch (service.empty() ? '\0' : service.back())

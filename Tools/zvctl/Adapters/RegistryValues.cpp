@@ -41,7 +41,7 @@ RegistryValue NumberValue(std::uint32_t number)
     return value;
 }
 
-/// A stored text may lack its NUL.
+/// Returns the text up to its NUL, which a stored text may lack.
 std::optional<std::string> AsText(const RegistryValue& value)
 {
     if (value.Type != Text && value.Type != ExpandText)
@@ -49,6 +49,7 @@ std::optional<std::string> AsText(const RegistryValue& value)
     return std::string(value.Data.begin(), std::ranges::find(value.Data, 0));
 }
 
+/// Returns nothing if the stored size is not that of a number.
 std::optional<std::uint32_t> AsNumber(const RegistryValue& value)
 {
     std::uint32_t number = 0;

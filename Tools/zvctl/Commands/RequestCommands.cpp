@@ -10,6 +10,7 @@
 namespace
 {
 
+/// Options of get and set; each uses some of them.
 struct ItemOptions
 {
     std::string Adapter;

@@ -36,6 +36,7 @@ void RunLines(std::istream& lines, const std::string& name)
     {
         throw std::runtime_error(place(failure));
     }
+    // Opening a directory succeeds; only reading it fails.
     if (lines.bad())
         throw UsageError(name + ": cannot be read");
 }

@@ -24,6 +24,7 @@ Bytes ReadFile(const std::string& path)
 {
     Bytes data;
     std::ifstream file(path, std::ios::binary);
+    // Piecewise, because the size of a device file is unknown.
     for (char piece[4096]; file && data.size() <= MaxDataSize;)
     {
         file.read(piece, sizeof piece);
@@ -54,6 +55,7 @@ Bytes ParseHex(std::string_view text)
     return data;
 }
 
+/// Replaces everything but printable ASCII characters by dots.
 std::string Characters(std::span<const std::uint8_t> data)
 {
     std::string shown(data.begin(), data.end());

@@ -21,6 +21,7 @@ std::optional<_ZV_SRVC_DEVICE_INFO> Find(const Adapters& adapters, const _ZV_SRV
     return found == adapters.end() ? std::nullopt : std::optional(*found);
 }
 
+/// Compares the fields that events announce.
 bool Differ(const _ZV_SRVC_DEVICE_INFO& one, const _ZV_SRVC_DEVICE_INFO& other)
 {
     return one.StateFlags != other.StateFlags || FieldText(one.DriverVersion) != FieldText(other.DriverVersion);
@@ -57,6 +58,7 @@ EventFeed::EventFeed() : Listed(ListAllOrNone())
     Require("RegisterNotification", SessionManager()->RegisterNotification(&client));
 }
 
+/// Runs on a thread of the library.
 void EventFeed::Add(std::uint32_t code)
 {
     {
@@ -80,6 +82,7 @@ std::optional<AdapterEvent> EventFeed::Take(Clock::time_point deadline)
 {
     while (true)
     {
+        // Cleared before the checks, so that a later event or signal ends the wait.
         Woken.Clear();
         const bool late = Clock::now() >= deadline;
         if (EndSignals::Asked())

@@ -23,6 +23,7 @@ std::string LocalTime(std::chrono::system_clock::time_point time, std::string fo
     return {text, std::strftime(text, sizeof text, format.c_str(), local)};
 }
 
+/// Returns "before -> after", or one of them if they are equal.
 std::string Difference(const std::string& before, const std::string& after)
 {
     return before == after ? after : fmt::format("{} -> {}", before, after);

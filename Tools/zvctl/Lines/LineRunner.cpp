@@ -12,6 +12,7 @@
 namespace
 {
 
+/// Restores the default handling of signals at the end of a scope.
 struct SignalRelease
 {
     SignalRelease() = default;
@@ -98,6 +99,7 @@ bool LineRunner::Run(std::string_view line)
     std::vector<std::string> words = SplitLine(line);
     if (words.empty())
         return true;
+    // A new syntax for each line, because parsing changes the values of its options.
     CommandLine syntax;
     const std::vector<Command> commands = AddCommands(syntax.Root());
     if (const std::string& name = words.front(); !name.starts_with('-') && !syntax.Root().Find(name))

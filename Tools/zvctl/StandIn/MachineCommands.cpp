@@ -21,6 +21,7 @@ struct VerbOptions
     std::uint32_t Number = 0;
 };
 
+/// What a command does to the machine.
 using Act = void (*)(Machine&, const VerbOptions&);
 
 AdapterId Chosen(const Machine& machine, const VerbOptions& options)

@@ -18,6 +18,7 @@ namespace
 
 using Adapters = std::vector<_ZV_SRVC_DEVICE_INFO>;
 
+// The item and the codes of the sample drivers.
 constexpr std::uint32_t Item = 0x10;
 constexpr std::uint32_t ItemSize = 6;
 constexpr std::uint32_t SyncCode = 0x222000;
@@ -41,6 +42,7 @@ std::string Ends(const Bytes& data)
     return fmt::format("{} .. {}", HexText(all.first(4), " "), HexText(all.last(4), " "));
 }
 
+/// Runs the steps with one adapter. A failed step does not end the tour unless later ones depend on it.
 class Tour
 {
 public:

@@ -22,6 +22,7 @@ public:
     }
 };
 
+/// Converts the error of a value to one of the parser, which then names the option.
 void Read(const std::string& name, const Syntax::Reader& read, const std::string& text)
 try
 {
@@ -46,12 +47,14 @@ std::string WithoutCapital(std::string text)
     return text;
 }
 
+/// Descends along the parsed commands, as from "reg" to "read".
 CLI::App& Innermost(CLI::App& app)
 {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
     return chosen.empty() ? app : Innermost(*chosen.back());
 }
 
+/// Replaces the parser's sentence about unexpected words, which lists them in reverse.
 std::string Cause(const CLI::ParseError& error, CLI::App& app)
 {
     if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr)
@@ -118,6 +121,7 @@ Option Syntax::AddText(const std::string& name, std::string& value, const std::s
 Option Syntax::AddChoice(const std::string& name, std::string& value, const std::vector<std::string>& choices,
                          const std::string& help)
 {
+    // The parser's own check for membership does not quote the text.
     const auto check = [choices](const std::string& text) {
         return std::ranges::find(choices, text) != choices.end() ? ""
                                                                  : '"' + text + "\" is none of " + Join(choices, ", ");
@@ -207,7 +211,7 @@ CommandLine::CommandLine(const ProgramTexts& texts) : App(std::make_unique<CLI::
 {
     App->formatter(std::make_shared<UsageFormatter>());
     App->require_subcommand(0, 1);
-    App->fallthrough();
+    App->fallthrough(); // accepts the program's options after the command too
     App->footer(texts.Footer);
     App->set_version_flag("--version", texts.Name + ' ' + texts.Version);
 }
