@@ -2,7 +2,10 @@
 
 #include <ZVStatus.h>
 
-#include <fmt/format.h>
+#include <cerrno>
+#include <cstdio>
+#include <fmt/core.h>
+#include <system_error>
 
 OperationFailed::OperationFailed(std::string_view operation, unsigned int status)
     : std::runtime_error(fmt::format("{}: {} ({})", operation, ZVStatusName(status), status)), Number(status)
@@ -13,4 +16,10 @@ void Require(std::string_view operation, unsigned int status)
 {
     if (status != ZV_SRVC_SUCCESS)
         throw OperationFailed(operation, status);
+}
+
+void FlushOutput()
+{
+    if (std::fflush(stdout) != 0)
+        throw std::system_error(errno, std::generic_category(), "standard output");
 }

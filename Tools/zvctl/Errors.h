@@ -1,20 +1,19 @@
 /// @file
-/// How a command reports a failure.
+/// Failures of commands.
 #pragma once
 
 #include <stdexcept>
 #include <string_view>
 
-/// What zvctl returns to its caller.
+/// Exit codes of zvctl.
 enum class ExitCode : int
 {
-    Done = 0,
-    OperationFailed = 1, ///< The library or the system refused.
+    Success = 0,
+    OperationFailed = 1, ///< The library or Windows reported an error.
     Usage = 2,           ///< The command line, a line of a script or the machine file is wrong.
 };
 
-/// A library operation that did not succeed. `what()` gives the operation, the status by name and
-/// its number.
+/// A library operation that failed. `what()` is the operation, the name of the status and its number.
 class OperationFailed : public std::runtime_error
 {
 public:
@@ -35,3 +34,6 @@ public:
 
 /// Throws OperationFailed unless the status is ZV_SRVC_SUCCESS.
 void Require(std::string_view operation, unsigned int status);
+
+/// Flushes stdout, even to a pipe. @throws std::system_error, for example if the disk is full.
+void FlushOutput();

@@ -1,6 +1,6 @@
 /// @file
-/// What the tool needs from the machine that it works on. CMake chooses one implementation: for the
-/// stand-in's machine, which commands can drive, or for the real system, which they only watch.
+/// The machine that the tool works on. CMake selects one implementation: for the machine of the stand-in, which
+/// commands can change, or for Windows.
 #pragma once
 
 #include "AdapterChoice.h"
@@ -12,26 +12,26 @@
 namespace Host
 {
 
-/// The first line of the tool's help.
+/// The first line of the help.
 extern const char Description[];
 /// The end of the help.
 extern const char Footer[];
 
-/// Has stdout and stderr carry the bytes that are written to them and nothing else. Called first.
+/// Makes stdout and stderr print bytes unchanged. Called first.
 void PrepareStreams();
 
-/// Adds the options that choose and show a machine.
-/// @return sets the machine up as the parsed options want; called once, before the library's first
-///         use. It throws UsageError for an error in the machine's description.
-std::function<void()> AddOptions(CLI::App& app);
+/// Adds the options that select and trace a machine.
+/// @return a function that sets up the selected machine; called once, before the first use of the library. It
+///         throws UsageError for an error in the machine's description.
+std::function<void()> AddOptions(Syntax app);
 
-/// Adds the commands that this machine has beyond those of every machine; the first is the default.
-std::vector<Command> AddCommands(CLI::App& app);
+/// Adds the commands that only this kind of machine has; the first is the default.
+std::vector<Command> AddCommands(Syntax app);
 
-/// Adds what a session alone can do with this machine.
-std::vector<Command> AddSessionCommands(CLI::App& app);
+/// Adds the commands that only a session with this kind of machine has.
+std::vector<Command> AddSessionCommands(Syntax app);
 
-/// The machine's adapters, whether or not the library lists them.
+/// Returns the machine's adapters, whether or not the library lists them.
 std::vector<AdapterName> KnownAdapters();
 
 } // namespace Host

@@ -2,13 +2,10 @@
 #include "Errors.h"
 #include "Host.h"
 
-#include <CLI/CLI.hpp>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <functional>
-#include <system_error>
 
 namespace
 {
@@ -16,12 +13,12 @@ namespace
 const Command& ChosenCommand(const std::vector<Command>& commands)
 {
     for (const Command& command : commands)
-        if (command.Syntax->parsed())
+        if (command.Words.IsChosen())
             return command;
     return commands.front();
 }
 
-std::vector<Command> AddCommands(CLI::App& app)
+std::vector<Command> AddCommands(Syntax app)
 {
     std::vector<Command> commands = AddToolCommands(app);
     commands.push_back(AddScriptCommand(app));
@@ -29,46 +26,60 @@ std::vector<Command> AddCommands(CLI::App& app)
     return commands;
 }
 
-int Fail(ExitCode code, const std::string& message)
+/// Returns the exit code of an action and prints its failure.
+/// @param operation what the message names; empty if the failure names it.
+ExitCode Try(const std::string& operation, const std::function<void()>& action)
 {
-    fmt::print(stderr, "zvctl: {}\n", message);
-    return static_cast<int>(code);
-}
-
-int Run(const Command& command)
-{
+    const auto fail = [&](ExitCode code, const std::exception& failure) {
+        fmt::print(stderr, "zvctl: {}{}{}\n", operation, operation.empty() ? "" : ": ", failure.what());
+        return code;
+    };
     try
     {
+        action();
+        return ExitCode::Success;
+    }
+    catch (const UsageError& mistake)
+    {
+        return fail(ExitCode::Usage, mistake);
+    }
+    catch (const std::exception& failure)
+    {
+        return fail(ExitCode::OperationFailed, failure);
+    }
+}
+
+/// Adds what the user can do.
+bool ParseArguments(CommandLine& line, int count, char** arguments)
+try
+{
+    return line.Parse({arguments + 1, arguments + count});
+}
+catch (const UsageError& mistake)
+{
+    const std::string name = line.ChosenName();
+    throw UsageError(fmt::format("{}; run 'zvctl {}{}--help'", mistake.what(), name, name.empty() ? "" : " "));
+}
+
+ExitCode Run(int count, char** arguments)
+{
+    CommandLine line(
+        {.Name = "zvctl", .Version = ZVCTL_VERSION, .Description = Host::Description, .Footer = Host::Footer});
+    const std::function<void()> setUp = Host::AddOptions(line.Root());
+    const std::vector<Command> commands = AddCommands(line.Root());
+    bool isCommand = false;
+    const ExitCode prepared = Try("", [&] {
+        isCommand = ParseArguments(line, count, arguments);
+        if (isCommand)
+            setUp();
+    });
+    if (prepared != ExitCode::Success || !isCommand)
+        return prepared;
+    const Command& command = ChosenCommand(commands);
+    return Try(command.Words.Name(), [&command] {
         command.Run();
-        if (std::fflush(stdout) != 0)
-            throw std::system_error(errno, std::generic_category(), "standard output");
-        return static_cast<int>(ExitCode::Done);
-    }
-    catch (const UsageError& mistake)
-    {
-        return Fail(ExitCode::Usage, fmt::format("{}: {}", CommandName(*command.Syntax), mistake.what()));
-    }
-    catch (const std::exception& failure)
-    {
-        return Fail(ExitCode::OperationFailed, fmt::format("{}: {}", CommandName(*command.Syntax), failure.what()));
-    }
-}
-
-int SetUpAndRun(const std::function<void()>& setUp, const Command& command)
-{
-    try
-    {
-        setUp();
-    }
-    catch (const UsageError& mistake)
-    {
-        return Fail(ExitCode::Usage, mistake.what());
-    }
-    catch (const std::exception& failure)
-    {
-        return Fail(ExitCode::OperationFailed, failure.what());
-    }
-    return Run(command);
+        FlushOutput();
+    });
 }
 
 } // namespace
@@ -76,24 +87,9 @@ int SetUpAndRun(const std::function<void()>& setUp, const Command& command)
 int main(int argc, char** argv)
 {
     Host::PrepareStreams();
-    CLI::App app(Host::Description, "zvctl");
-    app.require_subcommand(0, 1);
-    app.fallthrough();
-    app.footer(Host::Footer);
-    app.set_version_flag("--version", "zvctl " ZVCTL_VERSION);
-    const std::function<void()> setUp = Host::AddOptions(app);
-    const std::vector<Command> commands = AddCommands(app);
-    try
-    {
-        app.parse(argc, argv);
-    }
-    catch (const CLI::ParseError& error)
-    {
-        return app.exit(error) == 0 ? static_cast<int>(ExitCode::Done) : static_cast<int>(ExitCode::Usage);
-    }
-    const int code = SetUpAndRun(setUp, ChosenCommand(commands));
+    const ExitCode code = Run(argc, argv);
     std::fflush(nullptr);
     // A normal exit of the library would wait up to 2.5 seconds for each removed adapter, to check whether
     // its driver is uninstalled. Nothing would receive that event here.
-    std::_Exit(code);
+    std::_Exit(static_cast<int>(code));
 }

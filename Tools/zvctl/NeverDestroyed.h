@@ -1,11 +1,11 @@
 /// @file
-/// Objects that the end of the program leaves alone.
+/// Objects that exist until the process exits.
 #pragma once
 
 #include <utility>
 
-/// Holds an object that is never destroyed. For what the library's threads still use while the
-/// process ends, in a static variable.
+/// Holds an object that is never destroyed, in a static variable: threads of the library may use it until the
+/// process exits.
 template <class Type>
 union NeverDestroyed {
     template <class... Arguments>

@@ -1,13 +1,12 @@
 #include "AdapterChoice.h"
 
-#include "AdapterQuery.h"
 #include "AdapterView.h"
 #include "Errors.h"
 #include "Library.h"
 
 #include <algorithm>
 #include <charconv>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <stdexcept>
 
 namespace
@@ -15,7 +14,7 @@ namespace
 
 using Names = std::vector<AdapterName>;
 
-/// Latin letters alone: those of other alphabets have no case as bytes.
+/// Converts only ASCII letters; other letters take several bytes.
 std::string Lower(std::string_view text)
 {
     std::string lower(text);
@@ -34,7 +33,7 @@ std::vector<std::size_t> Matches(const Names& adapters, Fits fits)
     return matches;
 }
 
-/// Digits alone are never a part of a name: a wrong index must not select another adapter.
+/// Digits are an index and never a part of a name, so that a wrong index does not select another adapter.
 std::vector<std::size_t> Candidates(const Names& adapters, std::string_view text)
 {
     std::size_t index = 0;
@@ -48,7 +47,7 @@ std::vector<std::size_t> Candidates(const Names& adapters, std::string_view text
     return Matches(adapters, [&](const std::string& name) { return name.find(wanted) != std::string::npos; });
 }
 
-std::string Choice(const Names& adapters, std::size_t index)
+std::string ChoiceLine(const Names& adapters, std::size_t index)
 {
     return fmt::format("\n  {}  {}  {}", index, Printable(adapters[index].Identity), Printable(adapters[index].Name));
 }
@@ -60,11 +59,11 @@ std::size_t ChooseName(const Names& adapters, std::string_view text)
     const std::vector<std::size_t> candidates = Candidates(adapters, text);
     if (candidates.size() == 1)
         return candidates.front();
-    std::string message =
-        fmt::format("\"{}\" matches {}", text, candidates.empty() ? "no adapter; there are:" : "several adapters:");
+    std::string message = candidates.empty() ? fmt::format("no adapter matches \"{}\"; choose one of:", text)
+                                             : fmt::format("several adapters match \"{}\"; choose one of:", text);
     for (std::size_t index = 0; index < adapters.size(); ++index)
         if (candidates.empty() || std::ranges::find(candidates, index) != candidates.end())
-            message += Choice(adapters, index);
+            message += ChoiceLine(adapters, index);
     throw std::runtime_error(message);
 }
 
@@ -76,10 +75,9 @@ const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const std::vector<_ZV_SRVC_DEVICE_INFO
     return adapters[ChooseName(names, text)];
 }
 
-OpenAdapter::OpenAdapter(std::string_view text, DriverNeed need)
-    : Manager(SessionManager()), Record(ChooseAdapter(AdapterQuery("ZV_ALL", "").Run(*Manager), text))
+OpenAdapter::OpenAdapter(std::string_view text, DriverNeed need) : Record(ChooseAdapter(ListAdapters(), text))
 {
-    const unsigned int status = Manager->OpenDevice(&Record, ZV_SRVC_DEVICE_UWP, Device);
+    const unsigned int status = SessionManager()->OpenDevice(&Record, ZV_SRVC_DEVICE_UWP, Device);
     if (status != ZV_SRVC_ERR_CONTROL_DEVICE || need == DriverNeed::Answers)
         Require("OpenDevice", status);
     KeepDevice(FieldText(Record.NetCfgInstanceId), Device);

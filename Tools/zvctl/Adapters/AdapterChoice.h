@@ -1,5 +1,5 @@
 /// @file
-/// From what a user calls an adapter to an open device.
+/// Finds the adapter that a user names, and opens it.
 #pragma once
 
 #include <CDeviceManagerIntf.h>
@@ -9,35 +9,34 @@
 #include <string_view>
 #include <vector>
 
-/// What an adapter can be called.
+/// The texts that select an adapter.
 struct AdapterName
 {
     std::string Identity;
     std::string Name;
 };
 
-/// Finds the one that a text means: digits alone are an index; otherwise its whole identity or
-/// name, or else a part of either, in which case does not matter.
-/// @throws std::runtime_error that names the candidates when none or several fit.
+/// Returns the index of the adapter that `text` selects: digits are its index; any other text is its complete
+/// identity or name, or otherwise a part of either, case-insensitive.
+/// @throws std::runtime_error that lists the candidates unless exactly one matches.
 std::size_t ChooseName(const std::vector<AdapterName>& adapters, std::string_view text);
 
-/// The same among listed adapters.
+/// Returns the record of the adapter that `text` selects, as ChooseName.
 const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters, std::string_view text);
 
-/// Whether a command can do its work with a driver that does not answer.
+/// Whether a command requires a driver that answers.
 enum class DriverNeed
 {
-    Answers,  ///< Without an answer the device counts as not opened.
-    Optional, ///< The driver receives no request.
+    Answers,  ///< Opening fails if the driver does not answer.
+    Optional, ///< The command sends no request to the driver.
 };
 
 /// Opens an adapter. The session keeps the device.
 struct OpenAdapter
 {
-    /// @throws std::runtime_error as ChooseAdapter, OperationFailed
+    /// @throws std::runtime_error as ChooseAdapter; OperationFailed
     explicit OpenAdapter(std::string_view text, DriverNeed need = DriverNeed::Answers);
 
-    std::shared_ptr<CDeviceManagerIntf> Manager;
-    _ZV_SRVC_DEVICE_INFO Record; ///< As it was listed.
+    _ZV_SRVC_DEVICE_INFO Record; ///< From the list.
     std::shared_ptr<CDeviceIntf> Device;
 };

@@ -1,10 +1,9 @@
 #include "AdapterView.h"
 
+#include "DataText.h"
+
 #include <array>
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-#include <iterator>
-#include <nlohmann/json.hpp>
+#include <fmt/core.h>
 
 namespace
 {
@@ -24,7 +23,7 @@ constexpr NamedFlag FlagTable[] = {
     {ZV_DEV_DRIVER_UNINSTALLED, "driver-uninstalled"},
 };
 
-/// Characters of a UTF-8 text: all bytes but the following ones of a sequence.
+/// Returns the number of characters of a UTF-8 text: a continuation byte starts none.
 std::size_t Width(std::string_view text)
 {
     return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
@@ -33,39 +32,23 @@ std::size_t Width(std::string_view text)
 Row RowOf(std::size_t index, const _ZV_SRVC_DEVICE_INFO& adapter)
 {
     return {
-        fmt::to_string(index),
+        std::to_string(index),
         Printable(FieldText(adapter.DeviceName)),
         std::string(BusOf(FieldText(adapter.Service))),
         Printable(FieldText(adapter.Service)),
         Printable(FieldText(adapter.DriverVersion)),
         Printable(FieldText(adapter.NetCfgInstanceId)),
-        fmt::format("{}", fmt::join(FlagNames(adapter.StateFlags), ",")),
+        FlagText(adapter.StateFlags),
     };
 }
 
-/// The last column is left as it is, so that no line ends in blanks.
+/// Pads all columns but the last, so that no line ends in blanks.
 std::string Line(const Row& row, const std::array<std::size_t, 7>& widths)
 {
     std::string line;
     for (std::size_t column = 0; column + 1 < row.size(); ++column)
         line += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
     return line + row.back() + '\n';
-}
-
-nlohmann::ordered_json ObjectOf(const _ZV_SRVC_DEVICE_INFO& adapter)
-{
-    return {
-        {"deviceName", FieldText(adapter.DeviceName)},
-        {"driverKeyIndex", FieldText(adapter.DriverKeyIndex)},
-        {"deviceInstanceId", FieldText(adapter.DeviceInstanceID)},
-        {"driverVersion", FieldText(adapter.DriverVersion)},
-        {"netCfgInstanceId", FieldText(adapter.NetCfgInstanceId)},
-        {"infSection", FieldText(adapter.InfSection)},
-        {"service", FieldText(adapter.Service)},
-        {"bus", BusOf(FieldText(adapter.Service))},
-        {"stateFlags", adapter.StateFlags},
-        {"flags", FlagNames(adapter.StateFlags)},
-    };
 }
 
 } // namespace
@@ -77,6 +60,7 @@ std::string Printable(std::string_view text)
     return shown;
 }
 
+/// The last letter of a service name denotes the bus.
 std::string_view BusOf(std::string_view service)
 {
     switch (service.empty() ? '\0' : service.back())
@@ -103,21 +87,25 @@ std::vector<std::string_view> FlagNames(std::uint32_t stateFlags)
     return names;
 }
 
-std::string JsonText(const nlohmann::ordered_json& value)
+std::string FlagText(std::uint32_t stateFlags)
 {
-    return value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+    return Join(FlagNames(stateFlags), ",");
 }
 
-std::string AdapterJson(const _ZV_SRVC_DEVICE_INFO& adapter)
+Json AdapterJson(const _ZV_SRVC_DEVICE_INFO& adapter)
 {
-    return JsonText(ObjectOf(adapter));
-}
-
-std::string AdapterJson(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters)
-{
-    auto array = nlohmann::ordered_json::array();
-    std::ranges::transform(adapters, std::back_inserter(array), ObjectOf);
-    return JsonText(array);
+    return Json::Object{
+        {"deviceName", FieldText(adapter.DeviceName)},
+        {"driverKeyIndex", FieldText(adapter.DriverKeyIndex)},
+        {"deviceInstanceId", FieldText(adapter.DeviceInstanceID)},
+        {"driverVersion", FieldText(adapter.DriverVersion)},
+        {"netCfgInstanceId", FieldText(adapter.NetCfgInstanceId)},
+        {"infSection", FieldText(adapter.InfSection)},
+        {"service", FieldText(adapter.Service)},
+        {"bus", BusOf(FieldText(adapter.Service))},
+        {"stateFlags", adapter.StateFlags},
+        {"flags", FlagNames(adapter.StateFlags)},
+    };
 }
 
 std::string AdapterDetails(const _ZV_SRVC_DEVICE_INFO& adapter)
@@ -131,7 +119,7 @@ std::string AdapterDetails(const _ZV_SRVC_DEVICE_INFO& adapter)
         {"INF section", Printable(FieldText(adapter.InfSection))},
         {"service", Printable(FieldText(adapter.Service))},
         {"bus", std::string(BusOf(FieldText(adapter.Service)))},
-        {"state flags", fmt::format("0x{:x} ({})", adapter.StateFlags, fmt::join(FlagNames(adapter.StateFlags), ","))},
+        {"state flags", fmt::format("0x{:x} ({})", adapter.StateFlags, FlagText(adapter.StateFlags))},
     };
     std::string details;
     for (const auto& [name, value] : fields)

@@ -1,10 +1,10 @@
 /// @file
-/// An adapter record in words.
+/// Converts adapter records to text and JSON.
 #pragma once
 
-#include <ZVDeviceInfo.h>
+#include "Json.h"
 
-#include <nlohmann/json_fwd.hpp>
+#include <ZVDeviceInfo.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -13,33 +13,30 @@
 #include <string_view>
 #include <vector>
 
-/// The text of a record's field, which may fill its field without a NUL.
+/// Returns the text of a field, which lacks a NUL if it fills the field.
 template <std::size_t Width>
 std::string_view FieldText(const char (&field)[Width])
 {
     return {field, static_cast<std::size_t>(std::find(field, field + Width, '\0') - field)};
 }
 
-/// Text for one line of a terminal: control characters become "?".
+/// Replaces control characters by "?", so that the text fits one line of a terminal.
 std::string Printable(std::string_view text);
 
 /// Returns the bus of a service name: "USB", "SDIO", "PCIe", or "?".
 std::string_view BusOf(std::string_view service);
 
-/// State flags by name. "ready" comes first when none of them makes the adapter unusable.
+/// Returns the names of state flags, beginning with "ready" if none of them makes the adapter unusable.
 std::vector<std::string_view> FlagNames(std::uint32_t stateFlags);
 
-/// JSON as the tool prints it. Bytes that are not UTF-8 show as U+FFFD.
-std::string JsonText(const nlohmann::ordered_json& value);
+/// Returns the flag names, separated by commas.
+std::string FlagText(std::uint32_t stateFlags);
 
-/// A JSON object with every field of the record, and the bus.
-std::string AdapterJson(const _ZV_SRVC_DEVICE_INFO& adapter);
+/// Returns every field of the record, and the bus.
+Json AdapterJson(const _ZV_SRVC_DEVICE_INFO& adapter);
 
-/// A JSON array of such objects.
-std::string AdapterJson(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters);
-
-/// A line for each field of the record.
+/// Returns a line for each field of the record.
 std::string AdapterDetails(const _ZV_SRVC_DEVICE_INFO& adapter);
 
-/// A table with a heading, one line for each adapter.
+/// Returns a table with a heading and one line for each adapter.
 std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters);

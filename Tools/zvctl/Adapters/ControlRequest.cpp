@@ -1,23 +1,23 @@
 #include "ControlRequest.h"
 
 #include "Errors.h"
+#include "Lock.h"
 #include "NeverDestroyed.h"
 
 #include <condition_variable>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <list>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 
 namespace
 {
 
-/// A request with all memory that it lends to the library, at one address for as long as it takes.
-class LentRequest
+/// A request with the memory that the library uses until the request completes.
+class PendingRequest
 {
 public:
-    explicit LentRequest(const ControlRequest& request) : Input(request.Input), Output(request.OutputSize)
+    explicit PendingRequest(const ControlRequest& request) : Input(request.Input), Output(request.OutputSize)
     {
         Record.IoctlCode = request.Code;
         Record.RequestId = request.Id;
@@ -27,8 +27,8 @@ public:
         Record.OutLength = request.OutputSize;
         Record.Timeout = request.TimeoutMs;
     }
-    LentRequest(const LentRequest&) = delete;
-    LentRequest& operator=(const LentRequest&) = delete;
+    PendingRequest(const PendingRequest&) = delete;
+    PendingRequest& operator=(const PendingRequest&) = delete;
 
     void Send(CDeviceIntf& device) { Require("SendIOCTLReq", device.SendIOCTLReq(&Record)); }
 
@@ -36,42 +36,44 @@ public:
     {
         Record.IsAsync = 1;
         Record.NotifyFn = [](void* context, std::uint32_t status, const _ZV_ASYNC_RESULT*) {
-            static_cast<LentRequest*>(context)->Complete(status);
+            static_cast<PendingRequest*>(context)->Complete(status);
         };
         Record.NotifyContext = this;
         Send(device);
     }
 
-    /// @return the callback's status; nothing when it did not come in time.
+    /// Returns the callback's status, or nothing if it does not arrive in time.
     std::optional<std::uint32_t> Await(std::chrono::milliseconds bound)
     {
-        std::unique_lock guard(Lock);
-        Completed.wait_for(guard, bound, [this] { return Status.has_value(); });
+        const auto deadline = std::chrono::steady_clock::now() + bound;
+        const ScopedLock guard(Lock);
+        while (!Status && Completed.wait_until(Lock, deadline) == std::cv_status::no_timeout)
+            ;
         return Status;
     }
 
     Bytes TakeOutput() { return std::move(Output); }
 
 private:
-    /// Wakes while holding the lock: once it is released, the object may be destroyed.
+    /// Notifies while holding the lock: after its release, the main thread may destroy the object.
     void Complete(std::uint32_t status)
     {
-        const std::scoped_lock guard(Lock);
+        const ScopedLock guard(Lock);
         Status = status;
         Completed.notify_one();
     }
 
     _ZV_SRVC_IOCTL_REQ Record = {};
     const Bytes Input;
-    Bytes Output; ///< The library's from the send until the callback.
+    Bytes Output; ///< Written by the library from the send until the callback.
 
-    std::mutex Lock; ///< Guards Status.
-    std::condition_variable Completed;
-    std::optional<std::uint32_t> Status;
+    AnnotatedMutex Lock;
+    std::condition_variable_any Completed;
+    std::optional<std::uint32_t> Status ZV_GUARDED_BY(Lock);
 };
 
-/// The driver's record of a request has 16 bits for the length of the input.
-/// @param head bytes that the library puts before the input.
+/// Warns of input that is too long for the 16-bit length field of the driver's request record.
+/// @param head number of bytes that the library inserts before the input.
 void WarnOfLostLength(std::size_t size, std::size_t head)
 {
     const std::size_t most = 0xFFFF - head;
@@ -81,18 +83,19 @@ void WarnOfLostLength(std::size_t size, std::size_t head)
                    most);
 }
 
-constexpr std::size_t ItemHead = 40; // of the record around an item
+/// Size of the record that precedes an item.
+constexpr std::size_t ItemHead = 40;
 
-/// What the library was lent and has not given back. Dropping the device would wait for the request.
-struct Abandoned
+/// A request that has not completed, and its device: destroying the device would wait for the request.
+struct AbandonedRequest
 {
-    std::unique_ptr<LentRequest> Request;
+    std::unique_ptr<PendingRequest> Request;
     std::shared_ptr<CDeviceIntf> Device;
 };
 
-void Abandon(Abandoned abandoned)
+void KeepUntilExit(AbandonedRequest abandoned)
 {
-    static NeverDestroyed<std::list<Abandoned>> kept;
+    static NeverDestroyed<std::list<AbandonedRequest>> kept;
     kept.Object.push_back(std::move(abandoned));
 }
 
@@ -101,34 +104,34 @@ void Abandon(Abandoned abandoned)
 Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request)
 {
     WarnOfLostLength(request.Input.size(), 0);
-    LentRequest lent(request);
-    lent.Send(device);
-    return lent.TakeOutput();
+    PendingRequest pending(request);
+    pending.Send(device);
+    return pending.TakeOutput();
 }
 
 Bytes SendAndAwaitCallback(const std::shared_ptr<CDeviceIntf>& device, const ControlRequest& request,
                            std::chrono::milliseconds patience)
 {
     WarnOfLostLength(request.Input.size(), 0);
-    auto lent = std::make_unique<LentRequest>(request);
-    lent->SendWithCallback(*device);
+    auto pending = std::make_unique<PendingRequest>(request);
+    pending->SendWithCallback(*device);
     const std::chrono::milliseconds bound = std::chrono::milliseconds(request.TimeoutMs) + patience;
-    const std::optional<std::uint32_t> status = lent->Await(bound);
+    const std::optional<std::uint32_t> status = pending->Await(bound);
     if (!status)
     {
-        Abandon({std::move(lent), device});
+        KeepUntilExit({std::move(pending), device});
         throw std::runtime_error(
             fmt::format("SendIOCTLReq: no callback within {} ms; a simulated driver never calls back", bound.count()));
     }
     if (*status != 0)
         throw std::runtime_error(
             fmt::format("SendIOCTLReq: the callback reports status {}; the request could not be sent", *status));
-    return lent->TakeOutput();
+    return pending->TakeOutput();
 }
 
 Bytes QueryItem(CDeviceIntf& device, std::uint32_t id, std::uint32_t size)
 {
-    Bytes data(std::max(size, 1U)); // the library sends nothing without memory
+    Bytes data(std::max(size, 1U)); // the library rejects a null buffer
     Require("SetQueryInfo", device.SetQueryInfo(0, id, data.data(), size));
     data.resize(size);
     return data;

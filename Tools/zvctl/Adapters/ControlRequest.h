@@ -1,5 +1,5 @@
 /// @file
-/// Requests to a driver as plain function calls.
+/// Sends requests to a driver.
 #pragma once
 
 #include "DataText.h"
@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <memory>
 
-/// A control request of the host.
+/// A control request.
 struct ControlRequest
 {
     std::uint32_t Code = 0;
@@ -20,13 +20,13 @@ struct ControlRequest
     std::uint32_t TimeoutMs = 1000;
 };
 
-/// Sends a request and waits for its completion. @return the whole output memory, because the library does
+/// Sends a request and waits for its completion. @return the whole output buffer, because the library does
 /// not report a byte count. @throws OperationFailed
 Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request);
 
 /// Sends an asynchronous request and waits for its callback, for its time-out plus `patience`.
 /// @param patience the library collects a response until 3 seconds have passed without a chunk.
-/// @return the whole output memory at the time of the callback.
+/// @return the whole output buffer at the time of the callback.
 /// @throws OperationFailed when the request is refused; std::runtime_error when the callback reports a
 ///         failure or does not come. The library then keeps the request's memory and the device until
 ///         the process ends.

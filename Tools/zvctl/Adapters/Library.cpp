@@ -1,16 +1,21 @@
 #include "Library.h"
 
-#include "AdapterQuery.h"
 #include "Errors.h"
 
 #include <CreateZVModule.h>
 
+#include <algorithm>
+#include <fmt/core.h>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
 namespace
 {
+
+/// Bounds the repetitions for a list that grows between the query of its size and that of its records.
+constexpr int MaxRounds = 16;
 
 std::shared_ptr<CDeviceManagerIntf> MakeManager()
 {
@@ -19,11 +24,23 @@ std::shared_ptr<CDeviceManagerIntf> MakeManager()
     return manager;
 }
 
-/// Younger than the library's service, so that the end of the process drops the devices first.
+/// Constructed after the library's service, so that the devices are destroyed before it.
 std::map<std::string, std::shared_ptr<CDeviceIntf>, std::less<>>& Devices()
 {
     static std::map<std::string, std::shared_ptr<CDeviceIntf>, std::less<>> devices;
     return devices;
+}
+
+/// Returns the bytes of a `_ZV_SRVC_DEVICE_FILTER` with its complete pattern text.
+std::vector<char> FilterRecord(std::string_view filter, std::string_view instancePatterns)
+{
+    if (filter.size() >= ZV_FILTER_TEXT_SIZE)
+        throw std::length_error("the filter text is longer than 49 characters");
+    constexpr std::size_t head = offsetof(_ZV_SRVC_DEVICE_FILTER, InstanceIdList);
+    std::vector<char> record(head + instancePatterns.size() + 1);
+    std::ranges::copy(filter, record.data());
+    std::ranges::copy(instancePatterns, record.data() + head);
+    return record;
 }
 
 } // namespace
@@ -34,10 +51,31 @@ std::shared_ptr<CDeviceManagerIntf> SessionManager()
     return manager;
 }
 
-std::vector<_ZV_SRVC_DEVICE_INFO> ListAll()
+std::vector<_ZV_SRVC_DEVICE_INFO> ListAdapters(std::string_view filter, std::string_view instancePatterns)
+{
+    const std::vector<char> record = FilterRecord(filter, instancePatterns);
+    const _ZV_SRVC_DEVICE_LIST_REQ request = {ZV_DEVICE_LIST_REQ_TAG, 0,
+                                              reinterpret_cast<const _ZV_SRVC_DEVICE_FILTER*>(record.data())};
+    CDeviceManagerIntf& manager = *SessionManager();
+    _ZV_SRVC_DEVICE_LIST_RSP result = {};
+    std::vector<_ZV_SRVC_DEVICE_INFO> adapters;
+    unsigned int status = manager.GetZVDeviceList(&request, &result);
+    for (int round = 0; status == ZV_SRVC_ERR_BUFFER_TOO_SMALL && round < MaxRounds; ++round)
+    {
+        // One more than needed: an empty vector has a null buffer, which queries the size again.
+        adapters.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO) + 1);
+        result.Buffer = adapters.data();
+        status = manager.GetZVDeviceList(&request, &result);
+    }
+    Require("GetZVDeviceList", status);
+    adapters.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO));
+    return adapters;
+}
+
+std::vector<_ZV_SRVC_DEVICE_INFO> ListAllOrNone()
 try
 {
-    return AdapterQuery("ZV_ALL", "").Run(*SessionManager());
+    return ListAdapters();
 }
 catch (const OperationFailed& failure)
 {
@@ -55,4 +93,13 @@ std::shared_ptr<CDeviceIntf> KeptDevice(std::string_view identity)
 {
     const auto kept = Devices().find(identity);
     return kept == Devices().end() ? nullptr : kept->second;
+}
+
+void SetAdapterEnabled(std::shared_ptr<CDeviceIntf>& device, bool enable)
+{
+    const unsigned int status = SessionManager()->NicChangeState(device, enable ? 1 : 0);
+    // The operation has only three statuses of the library; any other number is an error of Windows.
+    if (status > ZV_SRVC_ERR_FAILURE && status != ZV_SRVC_ERR_INVALID_PARAMETER)
+        throw std::runtime_error(fmt::format("NicChangeState: system error {0} (0x{0:x})", status));
+    Require("NicChangeState", status);
 }

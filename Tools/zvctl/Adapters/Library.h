@@ -1,5 +1,6 @@
 /// @file
-/// What a session has of the library: one manager, and the devices that it has opened.
+/// The library as plain function calls: one manager for the session, its adapters and the devices it opened.
+/// All functions are called by the main thread only.
 #pragma once
 
 #include <CDeviceManagerIntf.h>
@@ -8,16 +9,28 @@
 #include <string_view>
 #include <vector>
 
-/// The session's manager, made at the first call. The service keeps every manager for ever, so one
-/// serves all commands. @throws OperationFailed
+/// Returns the session's manager. All commands share one, because the service keeps every manager until the
+/// process exits. @throws OperationFailed
 std::shared_ptr<CDeviceManagerIntf> SessionManager();
 
-/// All adapters of every bus, in the order of the list; none when there is none. @throws OperationFailed
-std::vector<_ZV_SRVC_DEVICE_INFO> ListAll();
+/// Lists the adapters that pass a filter.
+/// @param filter a filter name or a text of service names, at most 49 characters.
+/// @param instancePatterns patterns separated by ";"; empty for no restriction.
+/// @return the adapters in the order of the library; never empty.
+/// @throws std::length_error for a longer filter; OperationFailed, even if no adapter passes.
+std::vector<_ZV_SRVC_DEVICE_INFO> ListAdapters(std::string_view filter = "ZV_ALL",
+                                               std::string_view instancePatterns = "");
 
-/// Keeps the last device opened for an adapter: it can still enable the adapter after a disable, when the
-/// adapter cannot be opened any more. Main thread only.
+/// Lists all adapters. Returns an empty list if there is none. @throws OperationFailed
+std::vector<_ZV_SRVC_DEVICE_INFO> ListAllOrNone();
+
+/// Keeps the device that was opened last for an adapter. It can still enable the adapter after it was disabled,
+/// when the library does not open it any more.
 void KeepDevice(std::string_view identity, std::shared_ptr<CDeviceIntf> device);
 
-/// The device that is kept for an adapter, or null.
+/// Returns the device that is kept for an adapter, or null.
 std::shared_ptr<CDeviceIntf> KeptDevice(std::string_view identity);
+
+/// Enables or disables the adapter of a device.
+/// @throws OperationFailed; std::runtime_error with the error number of Windows.
+void SetAdapterEnabled(std::shared_ptr<CDeviceIntf>& device, bool enable);

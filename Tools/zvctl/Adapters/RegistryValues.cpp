@@ -1,12 +1,11 @@
 #include "RegistryValues.h"
 
 #include "AdapterView.h"
-#include "DataText.h"
 #include "Errors.h"
 
+#include <algorithm>
 #include <cstring>
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
+#include <fmt/core.h>
 #include <optional>
 
 namespace
@@ -42,7 +41,7 @@ RegistryValue NumberValue(std::uint32_t number)
     return value;
 }
 
-/// A stored text may lack its NUL.
+/// Returns the text up to its NUL, which a stored text may lack.
 std::optional<std::string> AsText(const RegistryValue& value)
 {
     if (value.Type != Text && value.Type != ExpandText)
@@ -50,6 +49,7 @@ std::optional<std::string> AsText(const RegistryValue& value)
     return std::string(value.Data.begin(), std::ranges::find(value.Data, 0));
 }
 
+/// Returns nothing if the stored size is not that of a number.
 std::optional<std::uint32_t> AsNumber(const RegistryValue& value)
 {
     std::uint32_t number = 0;
@@ -71,7 +71,7 @@ RegistryValue ParseValue(const std::string& type, const std::string& text)
 std::string ValueTypeName(std::uint32_t type)
 {
     const auto* const named = std::ranges::find(TypeTable, type, &NamedType::Type);
-    return named == std::end(TypeTable) ? fmt::to_string(type) : std::string(named->Name);
+    return named == std::end(TypeTable) ? std::to_string(type) : std::string(named->Name);
 }
 
 std::string ValueText(const RegistryValue& value)
@@ -83,16 +83,16 @@ std::string ValueText(const RegistryValue& value)
     return HexDump(value.Data);
 }
 
-nlohmann::ordered_json ValueJson(const RegistryValue& value)
+Json ValueJson(const RegistryValue& value)
 {
-    nlohmann::ordered_json object = {{"type", ValueTypeName(value.Type)}};
+    const auto object = [&](Json shown) {
+        return Json::Object{{"type", ValueTypeName(value.Type)}, {"value", std::move(shown)}};
+    };
     if (const auto text = AsText(value))
-        object["value"] = *text;
-    else if (const auto number = AsNumber(value))
-        object["value"] = *number;
-    else
-        object["value"] = HexText(value.Data, "");
-    return object;
+        return object(*text);
+    if (const auto number = AsNumber(value))
+        return object(*number);
+    return object(HexText(value.Data, ""));
 }
 
 RegistryValue ReadValue(CDeviceIntf& device, const ValuePlace& place)
@@ -103,7 +103,7 @@ RegistryValue ReadValue(CDeviceIntf& device, const ValuePlace& place)
         Require("AccessRegistry",
                 device.AccessRegistry(ZV_REG_OP_READ, place.SubKey, place.Name, &value.Type, data, &size));
     };
-    read(nullptr); // type and size alone
+    read(nullptr); // type and size only
     value.Data.resize(size);
     if (size != 0)
         read(value.Data.data());

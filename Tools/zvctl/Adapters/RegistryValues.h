@@ -1,15 +1,15 @@
 /// @file
-/// Values of an adapter's driver key: reaching them, and how they are typed and shown.
+/// Accesses, parses and prints values of an adapter's driver key.
 #pragma once
 
 #include "DataText.h"
+#include "Json.h"
 
 #include <CDeviceIntf.h>
 
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 
-/// A value: its type number and its bytes as stored.
+/// A value as it is stored.
 struct RegistryValue
 {
     std::uint32_t Type = 0;
@@ -18,27 +18,27 @@ struct RegistryValue
     bool operator==(const RegistryValue&) const = default;
 };
 
-/// Reads a value: a text for "sz", a number for "dword", and what ParseData takes for "binary".
+/// Parses a value: a text for "sz", a number for "dword", and what ParseData takes for "binary".
 /// @throws std::invalid_argument that describes the error.
 RegistryValue ParseValue(const std::string& type, const std::string& text);
 
-/// The name of a value type, as "sz"; its number when it has none.
+/// Returns the name of a value type such as "sz", or its number if it has no name.
 std::string ValueTypeName(std::uint32_t type);
 
-/// Text and number as a line, anything else as a hex dump.
+/// Returns a text or a number as a line, any other value as a hex dump.
 std::string ValueText(const RegistryValue& value);
 
-/// The members "type" and "value": a text, a number, or hexadecimal digits.
-nlohmann::ordered_json ValueJson(const RegistryValue& value);
+/// Returns the members "type" and "value": a text, a number, or hexadecimal digits.
+Json ValueJson(const RegistryValue& value);
 
-/// A value of the adapter's driver key, or of a key below it.
+/// The place of a value: the adapter's driver key, or a key below it.
 struct ValuePlace
 {
     std::string SubKey;
     std::string Name;
 };
 
-/// @throws OperationFailed, as all three do.
+/// All three throw OperationFailed.
 RegistryValue ReadValue(CDeviceIntf& device, const ValuePlace& place);
 void WriteValue(CDeviceIntf& device, const ValuePlace& place, RegistryValue value);
 void DeleteValue(CDeviceIntf& device, const ValuePlace& place);

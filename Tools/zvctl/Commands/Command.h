@@ -1,63 +1,40 @@
 /// @file
-/// The interface of a command. Each is defined in a separate file and listed in CommandTable.cpp.
+/// The interface of a command. CommandTable.cpp lists all commands that work everywhere.
 #pragma once
 
-#include <CLI/App.hpp>
+#include "Syntax.h"
 
 #include <functional>
-#include <string>
-#include <string_view>
 #include <vector>
 
-/// A command on the command line and what runs it. `Run` keeps the command's options, whose values
-/// are the defaults until the command line is parsed; it throws to report a failure.
+/// A command and the function that runs it. `Run` keeps the command's values, which parsing sets; it throws to
+/// report a failure.
 struct Command
 {
-    CLI::App* Syntax;
+    Syntax Words;
     std::function<void()> Run;
 };
 
-/// A command as it is typed: "list", "reg read".
-std::string CommandName(const CLI::App& command);
-
-/// The command of that name directly below another, or null.
-const CLI::App* FindCommand(const CLI::App& app, std::string_view name);
-
 /// Adds the commands that work alone and as lines of a session; the default one comes first.
-std::vector<Command> AddToolCommands(CLI::App& app);
+std::vector<Command> AddToolCommands(Syntax app);
 
-/// Lists adapters as a table or as JSON.
-Command AddListCommand(CLI::App& app);
+/// Adds list, info, ability, enable and disable.
+std::vector<Command> AddAdapterCommands(Syntax app);
 
-/// Opens an adapter and shows its record.
-Command AddInfoCommand(CLI::App& app);
+/// Adds get, set and ioctl.
+std::vector<Command> AddRequestCommands(Syntax app);
 
-/// Prints the ability number of an adapter's driver.
-Command AddAbilityCommand(CLI::App& app);
+/// Adds reg read, reg write and reg delete.
+std::vector<Command> AddRegCommands(Syntax app);
 
-/// Queries an information item of the driver.
-Command AddGetCommand(CLI::App& app);
+/// Adds watch, which prints events as they arrive.
+Command AddWatchCommand(Syntax app);
 
-/// Sets an information item of the driver.
-Command AddSetCommand(CLI::App& app);
+/// Adds wait and events, which consume the events of a session.
+std::vector<Command> AddWaitCommands(Syntax app);
 
-/// Sends a synchronous or asynchronous control request to the driver.
-Command AddIoctlCommand(CLI::App& app);
+/// Adds script, which runs the lines of a file.
+Command AddScriptCommand(Syntax app);
 
-/// Reads, writes or deletes a value of the driver key; three subcommands of "reg".
-std::vector<Command> AddRegCommands(CLI::App& app);
-
-/// Enables and disables an adapter: a command each.
-std::vector<Command> AddNicCommands(CLI::App& app);
-
-/// Prints events as they arrive.
-Command AddWatchCommand(CLI::App& app);
-
-/// Waits for an event, and prints events not yet consumed; for lines of a session.
-std::vector<Command> AddWaitCommands(CLI::App& app);
-
-/// Carries out lines from a file.
-Command AddScriptCommand(CLI::App& app);
-
-/// Carries out lines as they are typed.
-Command AddShellCommand(CLI::App& app);
+/// Adds shell, which runs lines as they are typed.
+Command AddShellCommand(Syntax app);

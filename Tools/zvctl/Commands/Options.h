@@ -1,54 +1,41 @@
 /// @file
-/// Options that several commands share.
+/// Arguments and options that several commands share.
 #pragma once
 
 #include "DataText.h"
+#include "Json.h"
+#include "Syntax.h"
 
-#include <CLI/CLI.hpp>
-
-#include <stdexcept>
+#include <limits>
 #include <string>
-#include <utility>
 
-/// Adds an option whose text `parse` turns into the value; what it throws as std::invalid_argument
-/// becomes a usage error.
-template <class Value, class Parse>
-CLI::Option* AddParsedOption(CLI::App& command, const std::string& name, Value& value, Parse parse,
-                             const std::string& help)
+/// Adds a number up to a limit, decimal or, with 0x, hexadecimal. `value` is a number or an optional number.
+template <class Value>
+Option AddNumber(Syntax command, const std::string& name, Value& value, const std::string& help,
+                 std::uint32_t limit = std::numeric_limits<std::uint32_t>::max())
 {
-    CLI::callback_t read = [name, &value, parse = std::move(parse)](const CLI::results_t& texts) {
-        try
-        {
-            value = parse(texts.front());
-            return true;
-        }
-        catch (const std::invalid_argument& mistake)
-        {
-            throw CLI::ValidationError(name, mistake.what());
-        }
-    };
-    return command.add_option(name, std::move(read), help)->type_name("");
+    return command.AddParsed(
+        name, [&value, limit](const std::string& text) { value = ParseNumber(text, limit); }, help);
 }
 
-/// Adds a number up to a limit, decimal or, with 0x, hexadecimal.
-template <class Number>
-CLI::Option* AddNumber(CLI::App& command, const std::string& name, Number& value, const std::string& help,
-                       std::uint32_t limit = std::numeric_limits<Number>::max())
-{
-    const auto parse = [limit](const std::string& text) { return static_cast<Number>(ParseNumber(text, limit)); };
-    return AddParsedOption(command, name, value, parse, help);
-}
-
-/// Adds bytes in any form that ParseData takes.
-inline CLI::Option* AddData(CLI::App& command, const std::string& name, Bytes& data)
-{
-    return AddParsedOption(command, name, data, ParseData, "Bytes in hexadecimal, text:TEXT, or @FILE");
-}
+/// Adds bytes in any form that ParseData accepts.
+Option AddData(Syntax command, const std::string& name, Bytes& data);
 
 /// Adds ADAPTER, the first argument of a command.
-inline CLI::Option* AddAdapter(CLI::App& command, std::string& adapter)
+Option AddAdapter(Syntax command, std::string& adapter);
+
+/// The form in which a command prints data: a hex dump by default.
+struct DataFormat
 {
-    return command.add_option("ADAPTER", adapter, "Index in the list, or an unambiguous part of ID or name")
-        ->required()
-        ->type_name("");
-}
+    bool Raw = false;
+    bool Json = false;
+};
+
+/// Adds --raw and --json.
+void AddFormatOptions(Syntax command, DataFormat& format);
+
+/// Prints the bytes as a hex dump, raw, or as the members "length" and "data" that follow other members.
+void PrintData(const Bytes& data, const DataFormat& format, Json::Object members);
+
+/// Prints the bytes without any change.
+void PrintRaw(const Bytes& data);

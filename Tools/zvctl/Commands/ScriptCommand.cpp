@@ -2,17 +2,16 @@
 #include "Errors.h"
 #include "LineRunner.h"
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <fstream>
 #include <iostream>
 
 namespace
 {
 
-/// Up to the first line that fails.
+/// Stops at the first line that fails.
 void RunLines(std::istream& lines, const std::string& name)
 {
     LineRunner runner;
@@ -37,6 +36,7 @@ void RunLines(std::istream& lines, const std::string& name)
     {
         throw std::runtime_error(place(failure));
     }
+    // Opening a directory succeeds; only reading it fails.
     if (lines.bad())
         throw UsageError(name + ": cannot be read");
 }
@@ -53,10 +53,10 @@ void Script(const std::string& file)
 
 } // namespace
 
-Command AddScriptCommand(CLI::App& app)
+Command AddScriptCommand(Syntax app)
 {
     const auto file = std::make_shared<std::string>();
-    CLI::App* const script = app.add_subcommand("script", "Run the lines of a file; stop at the first failure");
-    script->add_option("FILE", *file, "Script file, or - for stdin")->required()->type_name("");
+    Syntax script = app.AddCommand("script", "Run the lines of a file; stop at the first failure");
+    script.AddText("FILE", *file, "Script file, or - for stdin").Required();
     return {script, [file] { Script(*file); }};
 }

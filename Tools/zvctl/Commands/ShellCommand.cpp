@@ -2,7 +2,7 @@
 #include "LineEditor.h"
 #include "LineRunner.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <iostream>
 #include <unistd.h>
 
@@ -24,7 +24,7 @@ std::optional<std::string> NextPlainLine()
     return std::getline(std::cin, line) ? std::optional(std::move(line)) : std::nullopt;
 }
 
-/// @return false when no further line is expected. A failure is printed and the session continues.
+/// Prints a failure, after which the session continues. @return false after the last line of the session.
 bool RunAndReport(LineRunner& runner, const std::string& line)
 try
 {
@@ -47,7 +47,7 @@ void Shell()
 
 } // namespace
 
-Command AddShellCommand(CLI::App& app)
+Command AddShellCommand(Syntax app)
 {
-    return {app.add_subcommand("shell", "Run an interactive session; 'help' lists its commands"), Shell};
+    return {app.AddCommand("shell", "Run an interactive session; 'help' lists its commands"), Shell};
 }

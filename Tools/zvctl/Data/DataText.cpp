@@ -4,8 +4,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <fmt/format.h>
-#include <fmt/ranges.h>
+#include <fmt/core.h>
 #include <fstream>
 #include <stdexcept>
 
@@ -25,6 +24,7 @@ Bytes ReadFile(const std::string& path)
 {
     Bytes data;
     std::ifstream file(path, std::ios::binary);
+    // Piecewise, because the size of a device file is unknown.
     for (char piece[4096]; file && data.size() <= MaxDataSize;)
     {
         file.read(piece, sizeof piece);
@@ -55,6 +55,7 @@ Bytes ParseHex(std::string_view text)
     return data;
 }
 
+/// Replaces everything but printable ASCII characters by dots.
 std::string Characters(std::span<const std::uint8_t> data)
 {
     std::string shown(data.begin(), data.end());
@@ -87,7 +88,11 @@ Bytes ParseData(const std::string& text)
 
 std::string HexText(std::span<const std::uint8_t> data, std::string_view separator)
 {
-    return fmt::format("{:02x}", fmt::join(data, separator));
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const std::uint8_t byte : data)
+        text.append(text.empty() ? "" : separator) += {digits[byte >> 4], digits[byte & 0xF]};
+    return text;
 }
 
 std::string HexDump(std::span<const std::uint8_t> data)

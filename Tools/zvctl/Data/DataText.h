@@ -1,5 +1,5 @@
 /// @file
-/// Numbers and bytes, as they are typed and as they are shown.
+/// Parses and prints numbers and bytes.
 #pragma once
 
 #include <cstddef>
@@ -12,8 +12,8 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// The most that the tool sends or asks for. The library would take four gigabytes; a mistyped
-/// length should not cost the machine its memory.
+/// Limit of the data that the tool sends or requests. The library accepts 4 GiB, but a mistyped length must not
+/// exhaust the memory of the computer.
 inline constexpr std::uint32_t MaxDataSize = 64U << 20;
 
 /// Parses a decimal number, or hexadecimal with 0x. @throws std::invalid_argument that describes the error.
@@ -24,8 +24,22 @@ std::uint32_t ParseNumber(std::string_view text, std::uint32_t limit = std::nume
 /// @throws std::invalid_argument that describes the error.
 Bytes ParseData(const std::string& text);
 
-/// Pairs of hexadecimal digits with a text between them.
+/// Returns pairs of hexadecimal digits, separated by a text.
 std::string HexText(std::span<const std::uint8_t> data, std::string_view separator);
 
-/// Sixteen bytes a line: offset, hexadecimal, characters.
+/// Returns lines of 16 bytes: offset, hexadecimal digits, characters.
 std::string HexDump(std::span<const std::uint8_t> data);
+
+/// Returns the texts of a range, separated by another text.
+template <class Texts>
+std::string Join(const Texts& texts, std::string_view separator)
+{
+    std::string joined;
+    std::string_view before;
+    for (const auto& text : texts)
+    {
+        joined.append(before).append(text);
+        before = separator;
+    }
+    return joined;
+}

@@ -7,18 +7,18 @@
 namespace
 {
 
-// All that the handler touches; it may run on any thread.
+// The handler uses only these; it may run on any thread.
 std::atomic<WakeSignal*> Wake = nullptr;
-std::atomic<bool> Came = false;
-std::atomic<bool> CameTerm = false;
+std::atomic<bool> Arrived = false;
+std::atomic<bool> HasTerm = false;
 static_assert(std::atomic<WakeSignal*>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
 extern "C" void NoteSignal(int number)
 {
     const int error = errno;
-    Came = true;
+    Arrived = true;
     if (number == SIGTERM)
-        CameTerm = true;
+        HasTerm = true;
     if (WakeSignal* const wake = Wake)
         wake->Set();
     errno = error;
@@ -44,15 +44,15 @@ void EndSignals::Release()
 {
     if (Wake.exchange(nullptr) != nullptr)
         Handle(SIG_DFL);
-    Came = false;
+    Arrived = false;
 }
 
 bool EndSignals::Asked()
 {
-    return Came;
+    return Arrived;
 }
 
 bool EndSignals::Terminated()
 {
-    return CameTerm;
+    return HasTerm;
 }

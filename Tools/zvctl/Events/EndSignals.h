@@ -10,16 +10,16 @@ namespace EndSignals
 
 /// Handles both until Release. A single command never releases them, so that a further signal during the
 /// exit does not change the exit code.
-/// @param wake set when a signal comes; must exist as long as the process handles signals.
+/// @param wake set by a signal; must exist until the process exits.
 void Take(WakeSignal& wake);
 
-/// Gives the signals back to the system and forgets what came.
+/// Restores the default handling and forgets earlier signals, except for Terminated().
 void Release();
 
-/// Whether one came since Take.
+/// Returns whether a signal has arrived since Take.
 bool Asked();
 
-/// Whether a SIGTERM ever came: what follows the command is not wanted either.
+/// Returns whether a SIGTERM has ever arrived, which ends a session too.
 bool Terminated();
 
 } // namespace EndSignals

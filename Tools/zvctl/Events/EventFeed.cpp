@@ -21,6 +21,7 @@ std::optional<_ZV_SRVC_DEVICE_INFO> Find(const Adapters& adapters, const _ZV_SRV
     return found == adapters.end() ? std::nullopt : std::optional(*found);
 }
 
+/// Compares the fields that events announce.
 bool Differ(const _ZV_SRVC_DEVICE_INFO& one, const _ZV_SRVC_DEVICE_INFO& other)
 {
     return one.StateFlags != other.StateFlags || FieldText(one.DriverVersion) != FieldText(other.DriverVersion);
@@ -46,8 +47,8 @@ EventFeed& EventFeed::OfSession()
     return feed.Object;
 }
 
-/// Nothing may fail once the client is registered, since it cannot be taken back for certain.
-EventFeed::EventFeed() : Listed(ListAll())
+/// Registers last: nothing may fail afterwards, because a callback may already use the object.
+EventFeed::EventFeed() : Listed(ListAllOrNone())
 {
     _ZV_WLAN_NOTIFY_HDLR client = {};
     client.Callback = [](void* context, std::uint32_t code, const _ZV_WLAN_NOTIFY_DATA*) {
@@ -57,10 +58,11 @@ EventFeed::EventFeed() : Listed(ListAll())
     Require("RegisterNotification", SessionManager()->RegisterNotification(&client));
 }
 
+/// Runs on a thread of the library.
 void EventFeed::Add(std::uint32_t code)
 {
     {
-        const std::scoped_lock guard(Lock);
+        const ScopedLock guard(Lock);
         Queued.push_back({code, std::chrono::system_clock::now()});
     }
     Woken.Set();
@@ -68,7 +70,7 @@ void EventFeed::Add(std::uint32_t code)
 
 std::optional<AdapterEvent> EventFeed::TakeQueued()
 {
-    const std::scoped_lock guard(Lock);
+    const ScopedLock guard(Lock);
     if (Queued.empty())
         return std::nullopt;
     const AdapterEvent event = Queued.front();
@@ -80,6 +82,7 @@ std::optional<AdapterEvent> EventFeed::Take(Clock::time_point deadline)
 {
     while (true)
     {
+        // Cleared before the checks, so that a later event or signal ends the wait.
         Woken.Clear();
         const bool late = Clock::now() >= deadline;
         if (EndSignals::Asked())
@@ -92,7 +95,7 @@ std::optional<AdapterEvent> EventFeed::Take(Clock::time_point deadline)
 
 std::vector<AdapterChange> EventFeed::TakeChanges()
 {
-    Adapters now = ListAll();
+    Adapters now = ListAllOrNone();
     std::vector<AdapterChange> changes = CompareLists(Listed, now);
     Listed = std::move(now);
     return changes;

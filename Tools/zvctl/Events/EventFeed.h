@@ -1,7 +1,8 @@
 /// @file
-/// The library's events, and what they changed in its list.
+/// Queues the library's events and compares its lists.
 #pragma once
 
+#include "Lock.h"
 #include "NeverDestroyed.h"
 #include "WakeSignal.h"
 
@@ -10,54 +11,53 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <vector>
 
-/// An event as it came; it names no adapter.
+/// An event, which names no adapter.
 struct AdapterEvent
 {
     std::uint32_t Code;
     std::chrono::system_clock::time_point Time;
 };
 
-/// An adapter of the list before and after; without one of the two it joined or left the list.
+/// A difference between two lists. Without `Before` the adapter is new; without `After` it is no longer listed.
 struct AdapterChange
 {
     std::optional<_ZV_SRVC_DEVICE_INFO> Before;
     std::optional<_ZV_SRVC_DEVICE_INFO> After;
 };
 
-/// The adapters whose flags or driver version differ between two lists.
+/// Returns the adapters whose flags or driver version differ between two lists.
 std::vector<AdapterChange> CompareLists(const std::vector<_ZV_SRVC_DEVICE_INFO>& before,
                                         const std::vector<_ZV_SRVC_DEVICE_INFO>& after);
 
-/// Keeps the events of a session until they are taken. Events come on the library's threads and are
-/// only queued there; all operations are the main thread's.
+/// Queues the events of a session until they are taken. Threads of the library add events; the main thread calls
+/// the public functions.
 class EventFeed
 {
 public:
     using Clock = WakeSignal::Clock;
 
-    /// The session's feed, which lives as long as the process. The first call lists all adapters
-    /// and registers a client: arrivals are those that pass the filter of the last listing.
+    /// Returns the session's feed, which exists until the process exits. The first call lists all adapters and
+    /// registers a client, which receives the arrivals that pass the filter of the last listing.
     /// @throws OperationFailed
     static EventFeed& OfSession();
 
     EventFeed(const EventFeed&) = delete;
     EventFeed& operator=(const EventFeed&) = delete;
 
-    /// Takes the oldest event; waits for one until the time is up or EndSignals asks for the end.
+    /// Takes the oldest event; waits for one until the deadline or until EndSignals::Asked().
     std::optional<AdapterEvent> Take(Clock::time_point deadline);
-    /// What changed in the list since the last call.
+    /// Returns what changed in the list since the last call.
     std::vector<AdapterChange> TakeChanges();
 
     std::size_t AdapterCount() const { return Listed.size(); }
-    /// Set when something was queued or a signal came.
+    /// Set by an event or a signal.
     WakeSignal& Wake() { return Woken; }
 
 private:
-    friend union NeverDestroyed<EventFeed>; ///< A callback may be on its way at any time.
+    friend union NeverDestroyed<EventFeed>; ///< A callback may run at any time.
     EventFeed();
     ~EventFeed() = default;
 
@@ -66,6 +66,6 @@ private:
 
     WakeSignal Woken;
     std::vector<_ZV_SRVC_DEVICE_INFO> Listed;
-    std::mutex Lock; ///< Guards Queued.
-    std::deque<AdapterEvent> Queued;
+    AnnotatedMutex Lock;
+    std::deque<AdapterEvent> Queued ZV_GUARDED_BY(Lock);
 };

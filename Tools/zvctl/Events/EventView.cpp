@@ -1,31 +1,29 @@
 #include "EventView.h"
 
 #include "AdapterView.h"
+#include "DataText.h"
+#include "Errors.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <fmt/chrono.h>
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-#include <nlohmann/json.hpp>
-#include <system_error>
+#include <ctime>
+#include <fmt/core.h>
+#include <iterator>
 
 namespace
 {
 
-using nlohmann::ordered_json;
-
-std::int64_t Milliseconds(std::chrono::system_clock::time_point time)
+/// Formats the local time as strftime. "%f" becomes milliseconds.
+std::string LocalTime(std::chrono::system_clock::time_point time, std::string format)
 {
-    return std::chrono::floor<std::chrono::milliseconds>(time).time_since_epoch().count() % 1000;
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time).time_since_epoch().count() % 1000;
+    format.replace(format.find("%f"), 2, fmt::format("{:03}", milliseconds));
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    const std::tm* const local = std::localtime(&seconds); // the main thread alone prints
+    char text[64];
+    return {text, std::strftime(text, sizeof text, format.c_str(), local)};
 }
 
-std::tm LocalTime(std::chrono::system_clock::time_point time)
-{
-    return fmt::localtime(std::chrono::system_clock::to_time_t(time));
-}
-
+/// Returns "before -> after", or one of them if they are equal.
 std::string Difference(const std::string& before, const std::string& after)
 {
     return before == after ? after : fmt::format("{} -> {}", before, after);
@@ -50,22 +48,22 @@ std::string ChangeText(const AdapterChange& change)
     return text;
 }
 
-ordered_json StateJson(const std::optional<_ZV_SRVC_DEVICE_INFO>& adapter)
+Json StateJson(const std::optional<_ZV_SRVC_DEVICE_INFO>& adapter)
 {
     if (!adapter)
-        return nullptr;
-    return {{"stateFlags", adapter->StateFlags},
-            {"flags", FlagNames(adapter->StateFlags)},
-            {"driverVersion", FieldText(adapter->DriverVersion)}};
+        return {};
+    return Json::Object{{"stateFlags", adapter->StateFlags},
+                        {"flags", FlagNames(adapter->StateFlags)},
+                        {"driverVersion", FieldText(adapter->DriverVersion)}};
 }
 
-ordered_json ChangeJson(const AdapterChange& change)
+Json ChangeJson(const AdapterChange& change)
 {
     const _ZV_SRVC_DEVICE_INFO& known = change.After ? *change.After : *change.Before;
-    return {{"netCfgInstanceId", FieldText(known.NetCfgInstanceId)},
-            {"deviceName", FieldText(known.DeviceName)},
-            {"before", StateJson(change.Before)},
-            {"after", StateJson(change.After)}};
+    return Json::Object{{"netCfgInstanceId", FieldText(known.NetCfgInstanceId)},
+                        {"deviceName", FieldText(known.DeviceName)},
+                        {"before", StateJson(change.Before)},
+                        {"after", StateJson(change.After)}};
 }
 
 } // namespace
@@ -76,38 +74,29 @@ std::string EventName(std::uint32_t code)
     return row == EventNames.end() ? fmt::format("event 0x{:x}", code) : row->second;
 }
 
-std::string FlagText(std::uint32_t stateFlags)
-{
-    return fmt::format("{}", fmt::join(FlagNames(stateFlags), ","));
-}
-
 std::string EventText(const AdapterEvent& event, const std::vector<AdapterChange>& changes)
 {
     std::vector<std::string> texts;
     std::ranges::transform(changes, std::back_inserter(texts), ChangeText);
-    return fmt::format("{:%H:%M:%S}.{:03} {:<18} {}", LocalTime(event.Time), Milliseconds(event.Time),
-                       EventName(event.Code),
-                       texts.empty() ? "nothing new in the list" : fmt::format("{}", fmt::join(texts, "; ")));
+    return fmt::format("{} {:<18} {}", LocalTime(event.Time, "%H:%M:%S.%f"), EventName(event.Code),
+                       texts.empty() ? "nothing new in the list" : Join(texts, "; "));
 }
 
 std::string EventJson(const AdapterEvent& event, const std::vector<AdapterChange>& changes)
 {
-    const std::tm time = LocalTime(event.Time);
-    auto list = ordered_json::array();
+    Json::Array list;
     std::ranges::transform(changes, std::back_inserter(list), ChangeJson);
-    const ordered_json object = {
-        {"time", fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}{:%z}", time, Milliseconds(event.Time), time)},
-        {"event", EventName(event.Code)},
-        {"code", event.Code},
-        {"changes", std::move(list)}};
-    return object.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+    const Json object = Json::Object{{"time", LocalTime(event.Time, "%Y-%m-%dT%H:%M:%S.%f%z")},
+                                     {"event", EventName(event.Code)},
+                                     {"code", event.Code},
+                                     {"changes", std::move(list)}};
+    return object.Line();
 }
 
 void PrintNow(std::string_view line)
 {
     fmt::print("{}\n", line);
-    if (std::fflush(stdout) != 0)
-        throw std::system_error(errno, std::generic_category(), "standard output");
+    FlushOutput();
 }
 
 void PrintEvent(EventFeed& feed, const AdapterEvent& event)

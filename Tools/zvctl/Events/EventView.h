@@ -1,5 +1,5 @@
 /// @file
-/// Events in words.
+/// Converts events to text and JSON.
 #pragma once
 
 #include "EventFeed.h"
@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-/// The library's events as users call them.
+/// Names of the library's events.
 inline constexpr std::array<std::pair<std::uint32_t, const char*>, 5> EventNames = {{
     {ZV_EVT_DEVICE_STATUS_CHANGED, "status-changed"},
     {ZV_EVT_DEVICE_ARRIVED, "arrived"},
@@ -17,20 +17,17 @@ inline constexpr std::array<std::pair<std::uint32_t, const char*>, 5> EventNames
     {ZV_EVT_DRIVER_UNINSTALLED, "driver-uninstalled"},
 }};
 
-/// @return the code as a number when there is no such event.
+/// Returns the name of an event, or its number if it has no name.
 std::string EventName(std::uint32_t code);
 
-/// Flags by name, separated by commas.
-std::string FlagText(std::uint32_t stateFlags);
-
-/// A line for people: local time, name, changes.
+/// Returns a line with local time, name and changes.
 std::string EventText(const AdapterEvent& event, const std::vector<AdapterChange>& changes);
 
-/// The same as a JSON object on one line.
+/// Returns the same as a JSON object on one line.
 std::string EventJson(const AdapterEvent& event, const std::vector<AdapterChange>& changes);
 
 /// Prints a line and flushes, even to a pipe. @throws std::system_error
 void PrintNow(std::string_view line);
 
-/// Prints an event for people, with what changed since the last one that was printed.
+/// Prints an event as text, with the changes since the previous one.
 void PrintEvent(EventFeed& feed, const AdapterEvent& event);

@@ -1,5 +1,5 @@
 /// @file
-/// What the main thread sleeps on.
+/// Lets the main thread wait for other threads and for signals.
 #pragma once
 
 #include <algorithm>
@@ -13,20 +13,20 @@ class WakeSignal
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// @throws std::system_error when the system has no handle left.
+    /// @throws std::system_error if there is no handle left.
     WakeSignal();
     ~WakeSignal();
     WakeSignal(const WakeSignal&) = delete;
     WakeSignal& operator=(const WakeSignal&) = delete;
 
-    /// From any thread, and from a signal handler.
+    /// May be called by any thread and by a signal handler.
     void Set();
     void Clear();
-    /// Returns when the flag is set or the time is up, now and then before.
+    /// Blocks until the flag is set or the deadline has passed; may return earlier.
     void WaitUntil(Clock::time_point deadline);
 
 private:
-    /// How long a wait takes at most, rounded up, so that none returns early for nothing.
+    /// Returns the bound of one wait, rounded up, so that the last wait does not return early.
     static std::chrono::milliseconds Step(Clock::time_point deadline)
     {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());

@@ -6,7 +6,6 @@
 #include "Library.h"
 #include "LineRunner.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <sstream>
 
@@ -15,8 +14,8 @@ namespace
 
 using Texts = std::vector<std::string>;
 
-/// The words of a name that no other adapter's name has, so that each chooses its adapter.
-void AddOwnWords(const std::vector<AdapterName>& names, const std::string& name, Texts& texts)
+/// Adds the words of a name that no other adapter's name contains, so that each selects its adapter.
+void AddUniqueWords(const std::vector<AdapterName>& names, const std::string& name, Texts& texts)
 {
     std::istringstream words(name);
     for (std::string word; words >> word;)
@@ -26,11 +25,11 @@ void AddOwnWords(const std::vector<AdapterName>& names, const std::string& name,
             texts.push_back(word);
 }
 
-/// Listed adapters, and the machine's own.
+/// Returns the texts that select an adapter of the list or of the machine.
 Texts AdapterTexts()
 {
     std::vector<AdapterName> names = Host::KnownAdapters();
-    for (const _ZV_SRVC_DEVICE_INFO& adapter : ListAll())
+    for (const _ZV_SRVC_DEVICE_INFO& adapter : ListAllOrNone())
         if (const std::string identity(FieldText(adapter.NetCfgInstanceId));
             std::ranges::find(names, identity, &AdapterName::Identity) == names.end())
             names.push_back({identity, std::string(FieldText(adapter.DeviceName))});
@@ -38,30 +37,19 @@ Texts AdapterTexts()
     for (const AdapterName& name : names)
     {
         texts.push_back(name.Identity);
-        AddOwnWords(names, name.Name, texts);
+        AddUniqueWords(names, name.Name, texts);
     }
     return texts;
 }
 
-Texts OptionTexts(const CLI::App& app)
+Texts Candidates(const Syntax& command, std::size_t arguments, std::string_view word)
 {
-    Texts texts;
-    for (const CLI::Option* option : app.get_options())
-        for (const std::string& name : option->get_lnames())
-            texts.push_back("--" + name);
-    return texts;
-}
-
-Texts Candidates(const CLI::App& app, std::size_t positionals, std::string_view word)
-{
-    Texts texts;
     if (word.starts_with('-'))
-        return OptionTexts(app);
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
-        texts.push_back(command->get_name());
-    if (positionals == 0 && app.get_option_no_throw("ADAPTER") != nullptr)
+        return command.OptionNames();
+    if (arguments == 0 && command.HasArgument("ADAPTER"))
         return AdapterTexts();
-    if (positionals == 0 && app.get_option_no_throw("EVENT") != nullptr)
+    Texts texts = command.CommandNames();
+    if (arguments == 0 && command.HasArgument("EVENT"))
         for (const auto& [code, name] : EventNames)
             texts.emplace_back(name);
     return texts;
@@ -78,20 +66,20 @@ bool BeginsWith(std::string_view text, std::string_view word)
 std::vector<std::string> LineRunner::Complete(std::string_view before, std::string_view word)
 try
 {
-    CLI::App root;
-    AddCommands(root);
-    const CLI::App* app = &root;
-    std::size_t positionals = 0;
+    CommandLine line;
+    AddCommands(line.Root());
+    Syntax command = line.Root();
+    std::size_t arguments = 0;
     for (const std::string& given : SplitLine(before))
-        if (const CLI::App* const next = FindCommand(*app, given); next != nullptr)
-            app = next;
+        if (const std::optional<Syntax> next = command.Find(given))
+            command = *next;
         else if (!given.starts_with('-'))
-            ++positionals;
-    Texts texts = Candidates(*app, positionals, word);
+            ++arguments;
+    Texts texts = Candidates(command, arguments, word);
     std::erase_if(texts, [&](const std::string& text) { return text.empty() || !BeginsWith(text, word); });
     return texts;
 }
 catch (const std::runtime_error&)
 {
-    return {}; // an open quote, or a list that cannot be had
+    return {}; // an unterminated quote, or adapters that cannot be listed
 }

@@ -17,7 +17,7 @@
 namespace
 {
 
-// The editor calls back without a context.
+// The editor passes no context to its callbacks.
 Completer CurrentCompleter;
 std::vector<std::string> Matches;
 
@@ -32,7 +32,7 @@ char* NextMatch(const char* /*word*/, int state)
     return index < Matches.size() ? strdup(Matches[index].c_str()) : nullptr;
 }
 
-// Ctrl-C reaches any thread of the process, so the handler wakes the reading one through a pipe.
+// Any thread may handle Ctrl-C, so the handler wakes the reading thread through a pipe.
 int InterruptPipe[2] = {-1, -1};
 bool Interrupted = false;
 
@@ -43,7 +43,7 @@ extern "C" void NoteInterrupt(int /*number*/)
     errno = error;
 }
 
-/// The handler for a scope.
+/// Installs the handler for a scope.
 class InterruptHandler
 {
 public:
@@ -61,7 +61,7 @@ private:
     struct sigaction Previous = {};
 };
 
-/// One byte of the terminal; a line end for Ctrl-C, which makes the editor give the line back.
+/// Returns a byte of the terminal, or a line end after Ctrl-C, so that the editor returns the line.
 int ReadByte()
 {
     pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {InterruptPipe[0], POLLIN, 0}};
@@ -77,7 +77,7 @@ int ReadByte()
     return read(STDIN_FILENO, &byte, 1) == 1 ? byte : EOF;
 }
 
-/// A whole character, as the editor expects it from a function of its user.
+/// Returns a complete character, as the editor expects from this callback.
 int ReadCharacter(FILE* /*stream*/)
 {
     std::mbstate_t state = {};
@@ -109,11 +109,11 @@ LineEditor::LineEditor(Completer completer)
     if (pipe2(InterruptPipe, O_CLOEXEC | O_NONBLOCK) != 0)
         throw std::system_error(errno, std::generic_category(), "pipe2");
     rl_readline_name = "zvctl";
-    rl_getc_function = ReadCharacter; // before the editor starts, which reads it once
+    rl_getc_function = ReadCharacter; // before rl_initialize, which reads it once
     rl_initialize();
     using_history();
     rl_attempted_completion_function = CompleteWord;
-    rl_basic_word_break_characters = " \t"; // identities begin with a brace
+    rl_basic_word_break_characters = " \t"; // not the brace that identities begin with
 }
 
 LineEditor::~LineEditor()

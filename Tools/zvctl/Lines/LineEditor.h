@@ -1,5 +1,5 @@
 /// @file
-/// Lines from a terminal.
+/// Reads lines from a terminal.
 #pragma once
 
 #include <functional>
@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-/// What the last word of a line can become, from what stands before it and its beginning.
+/// Returns what `word`, the last one of a line, can become after the text `before`.
 using Completer = std::function<std::vector<std::string>(std::string_view before, std::string_view word)>;
 
-/// Reads lines from the terminal at stdin, with editing, history and completion. One at a time.
+/// Reads lines from the terminal at stdin, with editing, history and completion. Only one editor may exist.
 class LineEditor
 {
 public:
@@ -20,6 +20,6 @@ public:
     LineEditor(const LineEditor&) = delete;
     LineEditor& operator=(const LineEditor&) = delete;
 
-    /// Ctrl-C drops the line. @return that line, empty when it was dropped; nothing at the end of the input.
+    /// Reads a line. @return the line, empty after Ctrl-C; nothing at the end of the input.
     std::optional<std::string> Read(const std::string& prompt);
 };

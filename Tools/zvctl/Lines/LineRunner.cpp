@@ -5,17 +5,14 @@
 #include "EventFeed.h"
 #include "Host.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <iterator>
-#include <system_error>
 
 namespace
 {
 
+/// Restores the default handling of signals at the end of a scope.
 struct SignalRelease
 {
     SignalRelease() = default;
@@ -27,14 +24,13 @@ struct SignalRelease
 void RunCommand(const Command& command)
 try
 {
-    const SignalRelease release; // after a line, Ctrl-C ends the session again
+    const SignalRelease release; // between lines, Ctrl-C ends the session
     command.Run();
-    if (std::fflush(stdout) != 0)
-        throw std::system_error(errno, std::generic_category(), "standard output");
+    FlushOutput();
 }
 catch (const std::exception& failure)
 {
-    throw std::runtime_error(fmt::format("{}: {}", CommandName(*command.Syntax), failure.what()));
+    throw std::runtime_error(fmt::format("{}: {}", command.Words.Name(), failure.what()));
 }
 
 } // namespace
@@ -74,27 +70,27 @@ LineRunner::LineRunner()
     EventFeed::OfSession();
 }
 
-Command LineRunner::AddHelp(CLI::App& app)
+Command LineRunner::AddHelp(Syntax app)
 {
     const auto name = std::make_shared<std::string>();
-    CLI::App* const help = app.add_subcommand("help", "List all commands, or describe one");
-    help->add_option("COMMAND", *name, "")->type_name("");
-    return {help, [&app, name] {
-                const CLI::App* const told = name->empty() ? &app : FindCommand(app, *name);
-                if (told == nullptr)
-                    throw std::runtime_error(fmt::format("no command \"{}\"", *name));
-                fmt::print("{}", told->help());
+    Syntax help = app.AddCommand("help", "List all commands, or describe one");
+    help.AddText("COMMAND", *name, "");
+    return {help, [app, name] {
+                const std::optional<Syntax> described = name->empty() ? app : app.Find(*name);
+                if (!described)
+                    throw std::runtime_error(fmt::format("no command \"{}\"; run 'help'", *name));
+                fmt::print("{}", described->Help());
             }};
 }
 
-std::vector<Command> LineRunner::AddCommands(CLI::App& app)
+std::vector<Command> LineRunner::AddCommands(Syntax app)
 {
     std::vector<Command> commands = AddToolCommands(app);
     std::ranges::move(Host::AddSessionCommands(app), std::back_inserter(commands));
     std::ranges::move(AddWaitCommands(app), std::back_inserter(commands));
     commands.push_back(AddHelp(app));
     for (const char* name : {"quit", "exit"})
-        commands.push_back({app.add_subcommand(name, "End"), [this] { Ended = true; }});
+        commands.push_back({app.AddCommand(name, "End the session"), [this] { Ended = true; }});
     return commands;
 }
 
@@ -103,23 +99,13 @@ bool LineRunner::Run(std::string_view line)
     std::vector<std::string> words = SplitLine(line);
     if (words.empty())
         return true;
-    CLI::App app;
-    app.require_subcommand(1);
-    const std::vector<Command> commands = AddCommands(app);
-    if (const std::string& name = words.front(); !name.starts_with('-') && FindCommand(app, name) == nullptr)
-        throw UsageError(fmt::format("no command \"{}\"; 'help' lists all", name));
-    try
-    {
-        std::ranges::reverse(words); // as the parser takes them
-        app.parse(std::move(words));
-    }
-    catch (const CLI::ParseError& error)
-    {
-        if (error.get_exit_code() != 0)
-            throw UsageError(error.what());
-        app.exit(error); // prints the help that was asked for
+    // A new syntax for each line, because parsing changes the values of its options.
+    CommandLine syntax;
+    const std::vector<Command> commands = AddCommands(syntax.Root());
+    if (const std::string& name = words.front(); !name.starts_with('-') && !syntax.Root().Find(name))
+        throw UsageError(fmt::format("no command \"{}\"; run 'help'", name));
+    if (!syntax.Parse(std::move(words)))
         return true;
-    }
-    RunCommand(*std::ranges::find_if(commands, [](const Command& command) { return command.Syntax->parsed(); }));
+    RunCommand(*std::ranges::find_if(commands, [](const Command& command) { return command.Words.IsChosen(); }));
     return !Ended && !EndSignals::Terminated();
 }

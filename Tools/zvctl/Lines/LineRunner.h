@@ -1,5 +1,5 @@
 /// @file
-/// Commands as lines of a session: one machine, one manager, one feed of events.
+/// Runs the lines of a session, which share one machine, one manager and one event feed.
 #pragma once
 
 #include "Command.h"
@@ -8,28 +8,27 @@
 #include <string_view>
 #include <vector>
 
-/// Cuts a line at its blanks. Quotes, single or double, keep blanks and '#' together; otherwise a word
-/// that begins with '#' begins a comment. @throws UsageError for a quote without its end.
+/// Splits a line at blanks. Single or double quotes group blanks and '#'; a word that begins with '#' starts a
+/// comment. @throws UsageError for an unterminated quote.
 std::vector<std::string> SplitLine(std::string_view line);
 
-/// Carries out lines.
+/// Runs the lines of one session.
 class LineRunner
 {
 public:
-    /// Starts the session's feed, so that no later event is missed. @throws OperationFailed
+    /// Starts the event feed, so that no later event is missed. @throws OperationFailed
     LineRunner();
 
-    /// @return false when no further line is wanted.
-    /// @throws UsageError for a line that makes no sense; std::exception for one that failed, which
-    ///         names the command.
+    /// Runs a line. @return false if the line ends the session.
+    /// @throws UsageError for a syntax error; std::exception for a failure. Both name the command.
     bool Run(std::string_view line);
 
-    /// What the last word of an unfinished line can become: commands, options, adapters, events.
+    /// Returns the commands, options, adapters or events that `word` can become after the words of `before`.
     std::vector<std::string> Complete(std::string_view before, std::string_view word);
 
 private:
-    std::vector<Command> AddCommands(CLI::App& app);
-    Command AddHelp(CLI::App& app);
+    std::vector<Command> AddCommands(Syntax app);
+    static Command AddHelp(Syntax app);
 
     bool Ended = false;
 };

@@ -8,11 +8,11 @@
 
 #include <optional>
 
-/// In the order in which they came to the machine.
+/// Returns the adapters in the order in which they were added.
 std::vector<AdapterName> MachineAdapterNames(const Platform::Machine& machine);
 
-/// Finds the adapter that a text means, as ChooseName. @throws std::runtime_error
+/// Finds the adapter that `text` selects, as ChooseName. @throws std::runtime_error
 Platform::AdapterId ChooseMachineAdapter(const Platform::Machine& machine, std::string_view text);
 
-/// Finds an adapter of the library's list; the machine has none for a simulated driver's adapter.
+/// Finds the adapter with an identity. The machine does not have the adapters of a simulated driver.
 std::optional<Platform::AdapterId> FindMachineAdapter(const Platform::Machine& machine, std::string_view identity);

@@ -1,11 +1,10 @@
-// Changes of the machine as commands of a session: the library receives the same messages as on Windows.
+// Commands that change the machine. The library receives the same messages as on Windows.
 #include "MachineAdapters.h"
 #include "Options.h"
 #include "StandInCommands.h"
 
 #include <array>
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
+#include <fmt/core.h>
 #include <stdexcept>
 
 namespace
@@ -14,7 +13,7 @@ namespace
 using Platform::AdapterId;
 using Platform::Machine;
 
-/// The options of all these commands; each uses those that it adds.
+/// Options of all these commands; each uses some of them.
 struct VerbOptions
 {
     std::string Adapter;
@@ -22,6 +21,7 @@ struct VerbOptions
     std::uint32_t Number = 0;
 };
 
+/// What a command does to the machine.
 using Act = void (*)(Machine&, const VerbOptions&);
 
 AdapterId Chosen(const Machine& machine, const VerbOptions& options)
@@ -29,21 +29,22 @@ AdapterId Chosen(const Machine& machine, const VerbOptions& options)
     return ChooseMachineAdapter(machine, options.Adapter);
 }
 
-/// Fails when a window denied the removal.
+/// @throws std::runtime_error if a window denied the removal.
 void RequireConsent(bool done)
 {
     if (!done)
         throw std::runtime_error("a window denied the removal");
 }
 
-void Steer(Machine& machine, const VerbOptions& options, const nlohmann::json& settings)
+/// @param settings JSON, as in a machine file.
+void Configure(Machine& machine, const VerbOptions& options, const std::string& settings)
 {
     const std::string name = machine.Adapter(Chosen(machine, options)).ControlDeviceName;
     const auto device = name.empty() ? nullptr : machine.Device(name);
     if (device == nullptr)
         throw std::runtime_error("this adapter has no driver");
     std::array<char, 200> error{};
-    if (!device->Configure(settings.dump().c_str(), error.data(), error.size()))
+    if (!device->Configure(settings.c_str(), error.data(), error.size()))
         throw std::runtime_error(error.data());
 }
 
@@ -52,90 +53,89 @@ bool IsOn(const VerbOptions& options)
     return options.Text == "on";
 }
 
-Command AddVerb(CLI::App& app, const char* name, const char* help, const std::shared_ptr<VerbOptions>& options, Act act)
+Command AddVerb(Syntax app, const char* name, const char* help, const std::shared_ptr<VerbOptions>& options, Act act)
 {
-    return {app.add_subcommand(name, help), [options, act] { act(*Platform::CurrentMachine(), *options); }};
+    return {app.AddCommand(name, help), [options, act] { act(*Platform::CurrentMachine(), *options); }};
 }
 
-Command AddAdapterVerb(CLI::App& app, const char* name, const char* help, const std::shared_ptr<VerbOptions>& options,
+Command AddAdapterVerb(Syntax app, const char* name, const char* help, const std::shared_ptr<VerbOptions>& options,
                        Act act)
 {
     Command verb = AddVerb(app, name, help, options, act);
-    AddAdapter(*verb.Syntax, options->Adapter);
+    AddAdapter(verb.Words, options->Adapter);
     return verb;
 }
 
-Command AddPlainVerb(CLI::App& app, const char* name, const char* help, Act act)
+Command AddPlainVerb(Syntax app, const char* name, const char* help, Act act)
 {
     return AddVerb(app, name, help, std::make_shared<VerbOptions>(), act);
 }
 
-Command AddPlainAdapterVerb(CLI::App& app, const char* name, const char* help, Act act)
+Command AddPlainAdapterVerb(Syntax app, const char* name, const char* help, Act act)
 {
     return AddAdapterVerb(app, name, help, std::make_shared<VerbOptions>(), act);
 }
 
-void AddSwitch(CLI::App& verb, std::string& text)
+void AddSwitch(Syntax verb, std::string& text)
 {
-    verb.add_option("on|off", text, "")
-        ->required()
-        ->check(CLI::Validator(CLI::IsMember({"on", "off"})).description(""))
-        ->type_name("");
+    verb.AddChoice("on|off", text, {"on", "off"}, "").Required();
 }
 
-Command AddProblem(CLI::App& app)
+Command AddProblem(Syntax app)
 {
     const auto options = std::make_shared<VerbOptions>();
     Command verb = AddAdapterVerb(
         app, "problem", "Set an adapter's problem number; 0 for none", options,
         [](Machine& machine, const VerbOptions& given) { machine.SetProblem(Chosen(machine, given), given.Number); });
-    AddNumber(*verb.Syntax, "N", options->Number, "10: cannot start; 22: disabled")->required();
+    AddNumber(verb.Words, "N", options->Number, "10: cannot start; 22: disabled").Required();
     return verb;
 }
 
-Command AddDriverVersion(CLI::App& app)
+Command AddDriverVersion(Syntax app)
 {
     const auto options = std::make_shared<VerbOptions>();
     Command verb = AddAdapterVerb(app, "driver-version", "Replace an adapter's driver version", options,
                                   [](Machine& machine, const VerbOptions& given) {
                                       RequireConsent(machine.UpdateDriver(Chosen(machine, given), given.Text));
                                   });
-    verb.Syntax->add_option("VERSION", options->Text, "")->required()->type_name("");
+    verb.Words.AddText("VERSION", options->Text, "").Required();
     return verb;
 }
 
-Command AddSlow(CLI::App& app)
+Command AddSlow(Syntax app)
 {
     const auto options = std::make_shared<VerbOptions>();
-    Command verb = AddAdapterVerb(
-        app, "slow", "Delay the requests of an adapter's driver", options,
-        [](Machine& machine, const VerbOptions& given) { Steer(machine, given, {{"slowMs", given.Number}}); });
-    AddNumber(*verb.Syntax, "MS", options->Number, "0 ends it")->required();
+    Command verb = AddAdapterVerb(app, "slow", "Delay the requests of an adapter's driver", options,
+                                  [](Machine& machine, const VerbOptions& given) {
+                                      Configure(machine, given, fmt::format(R"({{"slowMs": {}}})", given.Number));
+                                  });
+    AddNumber(verb.Words, "MS", options->Number, "0 ends it").Required();
     return verb;
 }
 
-Command AddHang(CLI::App& app)
+Command AddHang(Syntax app)
 {
     const auto options = std::make_shared<VerbOptions>();
-    Command verb = AddAdapterVerb(
-        app, "hang", "Let all requests to an adapter's driver time out", options,
-        [](Machine& machine, const VerbOptions& given) { Steer(machine, given, {{"hang", IsOn(given)}}); });
-    AddSwitch(*verb.Syntax, options->Text);
+    Command verb = AddAdapterVerb(app, "hang", "Let all requests to an adapter's driver time out", options,
+                                  [](Machine& machine, const VerbOptions& given) {
+                                      Configure(machine, given, fmt::format(R"({{"hang": {}}})", IsOn(given)));
+                                  });
+    AddSwitch(verb.Words, options->Text);
     return verb;
 }
 
-Command AddRights(CLI::App& app)
+Command AddRights(Syntax app)
 {
     const auto options = std::make_shared<VerbOptions>();
     Command verb = AddVerb(app, "rights", "Give or take the right to enable and disable adapters", options,
                            [](Machine& machine, const VerbOptions& given) { machine.SetCallerRights(IsOn(given)); });
-    AddSwitch(*verb.Syntax, options->Text);
+    AddSwitch(verb.Words, options->Text);
     return verb;
 }
 
 } // namespace
 
-std::vector<Command> AddMachineCommands(CLI::App& app)
+std::vector<Command> AddMachineCommands(Syntax app)
 {
     return {
         AddPlainAdapterVerb(app, "plug", "Insert an adapter",

@@ -1,5 +1,5 @@
 /// @file
-/// The machine that the library is going to see.
+/// Installs the machine that the library works on.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 /// JSON text of the default machine.
 extern const char DefaultMachineText[];
 
-/// Installs the machine for the rest of the process: the file when there is one, otherwise what the
-/// environment variable ZV_MACHINE names, otherwise the built-in machine. Called once, before the
+/// Installs the machine for the rest of the process: `file` unless it is empty, otherwise the file that
+/// the environment variable ZV_MACHINE names, otherwise the built-in machine. Called once, before the
 /// library's first use.
 /// @throws UsageError for an error in the file.
 void InstallMachine(const std::string& file);

@@ -1,11 +1,11 @@
 /// @file
-/// The commands that drive the stand-in's machine.
+/// Commands that change the stand-in's machine.
 #pragma once
 
 #include "Command.h"
 
-/// Uses an adapter in every way there is, a line for each step.
-Command AddTourCommand(CLI::App& app);
+/// Adds tour, which uses one adapter in every possible way and prints a line for each step.
+Command AddTourCommand(Syntax app);
 
-/// What happens to a machine, a command each; for lines of a session.
-std::vector<Command> AddMachineCommands(CLI::App& app);
+/// Adds one command for each change of the machine; for lines of a session.
+std::vector<Command> AddMachineCommands(Syntax app);

@@ -24,19 +24,20 @@ const char Host::Footer[] = "Without a command, tour runs. \"zvctl COMMAND --hel
                             "Numbers are decimal or, with 0x, hexadecimal.\n"
                             "The machine is --machine FILE, or the file named by ZV_MACHINE, or a built-in "
                             "one.\n"
-                            "Exit codes: 0 done; 1 the operation failed; 2 wrong usage or a bad machine file.";
+                            "Exit codes: 0 success; 1 the operation failed; 2 wrong usage or a bad machine file.";
 
-/// They are that way already.
+/// POSIX streams need no preparation.
 void Host::PrepareStreams() {}
 
-std::function<void()> Host::AddOptions(CLI::App& app)
+std::function<void()> Host::AddOptions(Syntax app)
 {
     const auto options = std::make_shared<MachineOptions>();
-    app.add_option("--machine", options->File, "JSON file that describes the machine")->type_name("FILE");
-    AddParsedOption(app, "--trace", options->Trace, ParseTraceSettings,
-                    "Print the library's trace to stderr up to LEVEL (1 to 4) for the components in FLAGS "
-                    "(1 service, 2 device, 4 device manager, 8 notification, 16 window messages; default 0x1F)")
-        ->type_name("LEVEL[:FLAGS]");
+    app.AddText("--machine", options->File, "JSON file that describes the machine").ValueName("FILE");
+    app.AddParsed(
+           "--trace", [options](const std::string& text) { options->Trace = ParseTraceSettings(text); },
+           "Print the library's trace to stderr up to LEVEL (1 to 4) for the components in FLAGS "
+           "(1 service, 2 device, 4 device manager, 8 notification, 16 window messages; default 0x1F)")
+        .ValueName("LEVEL[:FLAGS]");
     return [options] {
         InstallMachine(options->File);
         if (options->Trace)
@@ -44,12 +45,12 @@ std::function<void()> Host::AddOptions(CLI::App& app)
     };
 }
 
-std::vector<Command> Host::AddCommands(CLI::App& app)
+std::vector<Command> Host::AddCommands(Syntax app)
 {
     return {AddTourCommand(app)};
 }
 
-std::vector<Command> Host::AddSessionCommands(CLI::App& app)
+std::vector<Command> Host::AddSessionCommands(Syntax app)
 {
     return AddMachineCommands(app);
 }

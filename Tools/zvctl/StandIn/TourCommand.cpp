@@ -1,6 +1,5 @@
 // Demonstrates everything that a host can do with an adapter.
 #include "AdapterChoice.h"
-#include "AdapterQuery.h"
 #include "AdapterView.h"
 #include "ControlRequest.h"
 #include "Errors.h"
@@ -11,7 +10,7 @@
 #include "TourEvents.h"
 
 #include <algorithm>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <stdexcept>
 
 namespace
@@ -19,6 +18,7 @@ namespace
 
 using Adapters = std::vector<_ZV_SRVC_DEVICE_INFO>;
 
+// The item and the codes of the sample drivers.
 constexpr std::uint32_t Item = 0x10;
 constexpr std::uint32_t ItemSize = 6;
 constexpr std::uint32_t SyncCode = 0x222000;
@@ -27,7 +27,7 @@ constexpr std::uint32_t AsyncSize = 450;
 constexpr std::uint32_t AsyncChunks = AsyncSize / ZV_RSP_CHUNK_SIZE + 1;
 constexpr std::chrono::seconds Patience{4};
 
-/// Counts down, so that it is not taken for a response that counts up.
+/// Counts down, so that it differs from a response that counts up.
 Bytes AsyncInput()
 {
     Bytes input(AsyncSize);
@@ -35,13 +35,14 @@ Bytes AsyncInput()
     return input;
 }
 
-/// The beginning and the end.
+/// Returns the first and the last bytes.
 std::string Ends(const Bytes& data)
 {
     const std::span all(data);
     return fmt::format("{} .. {}", HexText(all.first(4), " "), HexText(all.last(4), " "));
 }
 
+/// Runs the steps with one adapter. A failed step does not end the tour unless later ones depend on it.
 class Tour
 {
 public:
@@ -62,7 +63,6 @@ private:
     void VisitRegistry();
 
     TourSteps Steps;
-    std::shared_ptr<CDeviceManagerIntf> Manager;
     Adapters Listed;
     _ZV_SRVC_DEVICE_INFO Chosen = {};
     std::shared_ptr<CDeviceIntf> Device;
@@ -70,8 +70,7 @@ private:
 
 std::string Tour::List()
 {
-    Manager = SessionManager();
-    Listed = AdapterQuery("ZV_ALL", "").Run(*Manager);
+    Listed = ListAdapters();
     return fmt::format("{} adapter{}", Listed.size(), Listed.size() == 1 ? "" : "s");
 }
 
@@ -90,12 +89,12 @@ std::string Tour::Choose(const std::string& wanted)
 
 std::string Tour::Open()
 {
-    const unsigned int status = Manager->OpenDevice(&Chosen, ZV_SRVC_DEVICE_UWP, Device);
+    const unsigned int status = SessionManager()->OpenDevice(&Chosen, ZV_SRVC_DEVICE_UWP, Device);
     Require("OpenDevice", status);
     return fmt::format("{} ({})", ZVStatusName(status), status);
 }
 
-/// Leaves the item as it was.
+/// Restores the item.
 void Tour::VisitItem()
 {
     Bytes before;
@@ -166,7 +165,7 @@ void Tour::Run(const std::string& wanted)
         VisitItem();
         VisitRequests();
         VisitRegistry();
-        VisitEvents(Steps, *Manager, Device);
+        VisitEvents(Steps, Device);
     }
     if (Steps.Failed() != 0)
         throw std::runtime_error(fmt::format("{} of the steps failed", Steps.Failed()));
@@ -174,11 +173,10 @@ void Tour::Run(const std::string& wanted)
 
 } // namespace
 
-Command AddTourCommand(CLI::App& app)
+Command AddTourCommand(Syntax app)
 {
     const auto adapter = std::make_shared<std::string>();
-    CLI::App* const tour =
-        app.add_subcommand("tour", "Demonstrate everything with one adapter (default: the first ready one)");
-    AddAdapter(*tour, *adapter)->required(false);
+    Syntax tour = app.AddCommand("tour", "Demonstrate everything with one adapter (default: the first ready one)");
+    tour.AddText("ADAPTER", *adapter, "Index in the list, or an unambiguous part of ID or name");
     return {tour, [adapter] { Tour().Run(*adapter); }};
 }

@@ -1,13 +1,14 @@
 #include "TourEvents.h"
 
 #include "AdapterView.h"
+#include "DataText.h"
 #include "Errors.h"
 #include "EventView.h"
+#include "Library.h"
 #include "MachineAdapters.h"
-#include "NicState.h"
 
 #include <algorithm>
-#include <fmt/ranges.h>
+#include <fmt/core.h>
 #include <functional>
 #include <stdexcept>
 
@@ -16,7 +17,7 @@ namespace
 
 constexpr std::chrono::seconds EventPatience{10};
 
-// A message that the stand-in sends without a change: the library cannot detect that and sweeps.
+// A message that the stand-in sends without a change, which makes the library enumerate the adapters.
 constexpr std::uint32_t DeviceChangeMessage = 0x219;
 constexpr std::uint64_t DeviceArrival = 0x8000;
 
@@ -26,8 +27,8 @@ struct EventStep
     std::function<void()> Cause;
     std::vector<std::uint32_t> Events; ///< Each must arrive, in any order.
     std::uint32_t Flags;               ///< The adapter's flags afterwards.
-    std::uint32_t Ignored = 0;         ///< Flags of which nothing is known.
-    std::uint32_t Needed = 0;          ///< Without these flags there is nothing to do.
+    std::uint32_t Ignored = 0;         ///< Flags that may have any value.
+    std::uint32_t Needed = 0;          ///< The step is skipped without these flags.
 };
 
 std::uint32_t FlagsOf(CDeviceIntf& device)
@@ -41,7 +42,7 @@ std::string Names(const std::vector<std::uint32_t>& events)
 {
     std::vector<std::string> names;
     std::ranges::transform(events, std::back_inserter(names), EventName);
-    return names.empty() ? "no event" : fmt::format("{}", fmt::join(names, ", "));
+    return names.empty() ? "no event" : Join(names, ", ");
 }
 
 std::string FlagsWithNumber(std::uint32_t flags)
@@ -55,18 +56,18 @@ std::vector<std::uint32_t> AwaitStep(const EventStep& step, CDeviceIntf& device)
 {
     const auto deadline = EventFeed::Clock::now() + EventPatience;
     std::vector<std::uint32_t> missing = step.Events;
-    std::vector<std::uint32_t> came;
+    std::vector<std::uint32_t> arrived;
     while (!missing.empty() || (FlagsOf(device) & ~step.Ignored) != step.Flags)
     {
         const std::optional<AdapterEvent> event = EventFeed::OfSession().Take(deadline);
         if (!event)
-            throw std::runtime_error(fmt::format("{} within {} s; the flags are {}", Names(came), EventPatience.count(),
-                                                 FlagsWithNumber(FlagsOf(device))));
-        came.push_back(event->Code);
+            throw std::runtime_error(fmt::format("{} within {} s; the flags are {}", Names(arrived),
+                                                 EventPatience.count(), FlagsWithNumber(FlagsOf(device))));
+        arrived.push_back(event->Code);
         if (const auto wanted = std::ranges::find(missing, event->Code); wanted != missing.end())
             missing.erase(wanted);
     }
-    return came;
+    return arrived;
 }
 
 std::string CarryOut(const EventStep& step, CDeviceIntf& device)
@@ -75,13 +76,13 @@ std::string CarryOut(const EventStep& step, CDeviceIntf& device)
     if ((before & step.Needed) != step.Needed)
         return fmt::format("skipped: already {}", FlagText(before));
     step.Cause();
-    const std::vector<std::uint32_t> came = AwaitStep(step, device);
+    const std::vector<std::uint32_t> arrived = AwaitStep(step, device);
     const std::uint32_t after = FlagsOf(device);
-    return fmt::format("{}; {}{}", Names(came), FlagsWithNumber(before),
+    return fmt::format("{}; {}{}", Names(arrived), FlagsWithNumber(before),
                        before == after ? " unchanged" : " -> " + FlagsWithNumber(after));
 }
 
-std::vector<EventStep> MakeSteps(Platform::Machine& machine, Platform::AdapterId id, CDeviceManagerIntf& manager,
+std::vector<EventStep> MakeSteps(Platform::Machine& machine, Platform::AdapterId id,
                                  std::shared_ptr<CDeviceIntf>& device)
 {
     constexpr std::uint32_t Ready = 0;
@@ -95,13 +96,13 @@ std::vector<EventStep> MakeSteps(Platform::Machine& machine, Platform::AdapterId
          .Events = {ZV_EVT_DEVICE_ARRIVED},
          .Flags = Ready},
         {.Name = "disable",
-         .Cause = [&manager, &device] { ChangeNicState(manager, device, false); },
+         .Cause = [&device] { SetAdapterEnabled(device, false); },
          .Events = {ZV_EVT_DEVICE_STATUS_CHANGED},
          .Flags = ZV_DEV_HAS_PROBLEM | ZV_DEV_ABSENT},
-        // An arrival takes one of the two flags away and the next one the other, unless the library has
-        // looked at the system in between.
+        // An arrival clears one of the two flags and the next arrival the other, unless the library has
+        // enumerated the adapters in between.
         {.Name = "enable",
-         .Cause = [&manager, &device] { ChangeNicState(manager, device, true); },
+         .Cause = [&device] { SetAdapterEnabled(device, true); },
          .Events = {ZV_EVT_DEVICE_ARRIVED},
          .Flags = Ready,
          .Ignored = ZV_DEV_HAS_PROBLEM},
@@ -126,7 +127,7 @@ std::vector<EventStep> MakeSteps(Platform::Machine& machine, Platform::AdapterId
     };
 }
 
-/// What happened before the tour is not its events.
+/// Discards events from before the tour.
 std::string StartWatching()
 {
     EventFeed& feed = EventFeed::OfSession();
@@ -137,7 +138,7 @@ std::string StartWatching()
 
 } // namespace
 
-void VisitEvents(TourSteps& steps, CDeviceManagerIntf& manager, std::shared_ptr<CDeviceIntf>& device)
+void VisitEvents(TourSteps& steps, std::shared_ptr<CDeviceIntf>& device)
 {
     _ZV_SRVC_DEVICE_INFO record = {};
     device->GetDeviceInfo(&record);
@@ -145,12 +146,12 @@ void VisitEvents(TourSteps& steps, CDeviceManagerIntf& manager, std::shared_ptr<
     const auto id = FindMachineAdapter(*machine, FieldText(record.NetCfgInstanceId));
     if (!id)
     {
-        fmt::print("{:<12}left out: a simulated driver's adapter, which nothing that happens here reaches\n", "events");
+        fmt::print("{:<12}skipped: a simulated driver's adapter does not depend on the machine\n", "events");
         return;
     }
     if (!steps.Step("watch", StartWatching))
         return;
-    for (const EventStep& step : MakeSteps(*machine, *id, manager, device))
+    for (const EventStep& step : MakeSteps(*machine, *id, device))
         if (!steps.Step(step.Name, [&] { return CarryOut(step, *device); }))
             return;
 }

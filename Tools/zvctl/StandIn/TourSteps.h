@@ -1,9 +1,9 @@
 /// @file
-/// The form of the tour.
+/// Prints the steps of the tour.
 #pragma once
 
 #include <exception>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <string>
 #include <string_view>
 
@@ -11,12 +11,12 @@
 class TourSteps
 {
 public:
-    /// @param action returns its report, or throws.
+    /// @param action returns its report, or throws. @return whether it succeeded.
     template <class Action>
     bool Step(std::string_view name, const Action& action)
     {
         std::string line;
-        bool good = true;
+        bool succeeded = true;
         try
         {
             line = action();
@@ -24,11 +24,11 @@ public:
         catch (const std::exception& failure)
         {
             line = fmt::format("FAILED: {}", failure.what());
-            good = false;
+            succeeded = false;
             ++Failures;
         }
         fmt::print("{:<12}{}\n", name, line);
-        return good;
+        return succeeded;
     }
 
     int Failed() const { return Failures; }

@@ -1,9 +1,9 @@
 /// @file
-/// Shows the library's trace while a command runs.
+/// Prints the library's trace while a command runs.
 #pragma once
 
 #include "TraceText.h"
 
-/// Prints what the library traces on stderr, one line each, from now until the process ends.
-/// Called before the library's first use, so that its bring-up shows too.
+/// Prints the library's trace messages to stderr, one line each, until the process exits. Called before the first
+/// use of the library, so that its start is printed too.
 void StartTracePrinter(const TraceSettings& settings);

@@ -3,8 +3,9 @@
 #include "AdapterView.h"
 #include "DataText.h"
 
+#include <algorithm>
 #include <cstring>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <limits>
 
 namespace
@@ -22,7 +23,7 @@ std::string ArgumentText(char kind, const std::vector<std::uint8_t>& bytes)
     if (bytes.size() != sizeof number)
         return "<?>";
     std::memcpy(&number, bytes.data(), sizeof number);
-    return kind == 'x' ? fmt::format("{:x}", number) : fmt::to_string(number);
+    return kind == 'x' ? fmt::format("{:x}", number) : std::to_string(number);
 }
 
 } // namespace

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-/// What a trace session asks of the provider.
+/// Level and flags of a trace session.
 struct TraceSettings
 {
     std::uint8_t Level;
@@ -20,8 +20,8 @@ struct TraceSettings
 /// @throws std::invalid_argument that describes the error.
 TraceSettings ParseTraceSettings(const std::string& text);
 
-/// Fills the arguments into a trace point's text. Takes whatever a provider wrote: an argument that
-/// is missing or has the wrong size shows as "<?>".
+/// Inserts the arguments into the text of a trace point. An argument that is missing or has the wrong size
+/// becomes "<?>".
 std::string TraceMessageText(const ZVTraceMessage& row, const std::vector<std::vector<std::uint8_t>>& arguments);
 
 /// Returns the component name of a trace flag.

@@ -8,17 +8,17 @@ namespace
 
 // Windows calls the handler on a separate thread.
 std::atomic<WakeSignal*> Wake = nullptr;
-std::atomic<bool> Came = false;
-std::atomic<bool> CameBreak = false;
+std::atomic<bool> Arrived = false;
+std::atomic<bool> HasBreak = false;
 
-/// The end of the console or of the session stays the end of the process.
+/// Leaves the closing of the console and the end of the session to Windows, which end the process.
 BOOL WINAPI NoteSignal(DWORD signal)
 {
     if (signal != CTRL_C_EVENT && signal != CTRL_BREAK_EVENT)
         return FALSE;
-    Came = true;
+    Arrived = true;
     if (signal == CTRL_BREAK_EVENT)
-        CameBreak = true;
+        HasBreak = true;
     if (WakeSignal* const wake = Wake)
         wake->Set();
     return TRUE;
@@ -36,15 +36,15 @@ void EndSignals::Release()
 {
     if (Wake.exchange(nullptr) != nullptr)
         SetConsoleCtrlHandler(NoteSignal, FALSE);
-    Came = false;
+    Arrived = false;
 }
 
 bool EndSignals::Asked()
 {
-    return Came;
+    return Arrived;
 }
 
 bool EndSignals::Terminated()
 {
-    return CameBreak;
+    return HasBreak;
 }

@@ -1,8 +1,8 @@
-// The console edits lines and keeps their history for every program.
+// The Windows console provides editing and history for every program.
 #include "LineEditor.h"
 
 #include <cstdio>
-#include <fmt/format.h>
+#include <fmt/core.h>
 #include <iostream>
 
 LineEditor::LineEditor(Completer /*completer*/) {}

@@ -1,0 +1,38 @@
+#include "Options.h"
+
+#include <cstdio>
+#include <fmt/core.h>
+
+Option AddData(Syntax command, const std::string& name, Bytes& data)
+{
+    return command.AddParsed(
+        name, [&data](const std::string& text) { data = ParseData(text); },
+        "Bytes in hexadecimal, text:TEXT, or @FILE");
+}
+
+Option AddAdapter(Syntax command, std::string& adapter)
+{
+    return command.AddText("ADAPTER", adapter, "Index in the list, or an unambiguous part of ID or name").Required();
+}
+
+void AddFormatOptions(Syntax command, DataFormat& format)
+{
+    const Option raw = command.AddFlag("--raw", format.Raw, "Print the raw bytes");
+    command.AddFlag("--json", format.Json, "Print a JSON object").Excludes(raw);
+}
+
+void PrintData(const Bytes& data, const DataFormat& format, Json::Object members)
+{
+    if (format.Raw)
+        return PrintRaw(data);
+    if (!format.Json)
+        return fmt::print("{}", HexDump(data));
+    members.emplace_back("length", data.size());
+    members.emplace_back("data", HexText(data, ""));
+    fmt::print("{}", Json(std::move(members)).Text());
+}
+
+void PrintRaw(const Bytes& data)
+{
+    std::fwrite(data.data(), 1, data.size(), stdout);
+}
