@@ -33,10 +33,12 @@ public:
         std::uint32_t Code;
         std::vector<std::uint8_t> Input;
         std::size_t Room;
+
+        bool operator==(const Seen&) const = default;
     };
 
-    /// Answers requests of a code. Without a script, or with null, they end at once with success and
-    /// no output.
+    /// Answers requests of a code; code 0 stands for all codes without a script. Without a script, or with
+    /// null, they end at once with success and no output.
     void On(std::uint32_t code, Answer answer);
     /// Ends requests at once.
     static Answer EndWith(std::uint32_t error, std::vector<std::uint8_t> output = {});
@@ -45,11 +47,16 @@ public:
 
     /// Takes the oldest kept request of a code; waits for one.
     RequestPtr Held(std::uint32_t code);
+    /// Ends the oldest kept request of a code, or of any code with 0. @return false if none is kept.
+    bool EndHeld(std::uint32_t code, std::uint32_t error, const std::vector<std::uint8_t>& output = {});
+    /// Waits until so many requests are kept.
+    void AwaitHeld(std::size_t count);
     /// Makes Held skip the kept requests of a code that came through this handle. They stay in flight
     /// until they are cancelled.
     void IgnoreRequests(std::uint32_t code, std::uint64_t openId);
 
-    /// From now on cancelled requests are kept for Cancelled, or no longer are.
+    /// From now on cancelled requests are kept for Cancelled. With false they no longer are, and those that are
+    /// kept end with 995.
     void HoldCancelled(bool holds = true);
     /// From now on a cancelled request is kept until its caller closes the handle, and then ends with 995.
     void HoldCancelledUntilClose();

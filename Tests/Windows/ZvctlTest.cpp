@@ -1,10 +1,9 @@
 /// The command-line host, on adapters of the system.
 
 #include "AsyncRequest.h"
-#include "KernelDevice.h"
 #include "OSPlatform.h"
-#include "RegistryAdapter.h"
 #include "RootAdapter.h"
+#include "TestMachine.h"
 
 #include <gtest/gtest.h>
 
@@ -69,17 +68,18 @@ protected:
 
     ~Zvctl() override
     {
+        RemoveRegistryAdapters();
         EXPECT_EQ(Driver.Counts().Malformed, 0U);
         EXPECT_EQ(Driver.Counts().Opens, 0U);
     }
 
-    KernelDevice Driver{"{kernel}"};
+    TestDriver Driver{"{kernel}"};
 };
 
 TEST_F(Zvctl, ListsAndOpensInstalledAdapters)
 {
-    const ScopedAdapter adapter(77, "{kernel}", "zvwlanu");
-    const ScopedAdapter deaf(78, "{deaf}", "zvwlane"); // It has no control device.
+    AddRegistryAdapter(77, "{kernel}", "zvwlanu");
+    AddRegistryAdapter(78, "{deaf}", "zvwlane"); // It has no control device.
     EXPECT_EQ(Output("list"), "#  NAME          BUS   SERVICE  VERSION  IDENTITY  FLAGS\n"
                               "0  Adapter 0077  USB   zvwlanu  1.2.3.4  {kernel}  ready\n"
                               "1  Adapter 0078  PCIe  zvwlane  1.2.3.4  {deaf}    ready\n0\n");
@@ -97,15 +97,15 @@ TEST_F(Zvctl, ListsAndOpensInstalledAdapters)
 
 TEST_F(Zvctl, SendsRequestsToTheDriver)
 {
-    const ScopedAdapter adapter(77, "{kernel}", "zvwlanu");
+    AddRegistryAdapter(77, "{kernel}", "zvwlanu");
     EXPECT_EQ(Output("set 0 0x1234 0a0b0c"), "0\n");
     EXPECT_EQ(Output("get 0 0x1234 3"), "00000000  0a 0b 0c                                         |...|\n0\n");
-    Driver.SetRule(Code, ZVK_RESPOND, Bytes(300, 'x'));
+    Driver.Respond(Code, Bytes(300, 'x'));
     EXPECT_EQ(Output("ioctl 0 0x99000000 --async --out 300 --raw"), std::string(300, 'x') + "0\n");
-    Driver.SetRule(Code, ZVK_END, {}, 0xC0000001);
+    Driver.On(Code, TestDriver::EndWith(31));
     EXPECT_EQ(Output("ioctl 0 0x99000000 --async --out 300"),
               "zvctl: ioctl: SendIOCTLReq: the callback reports status 1; the request could not be sent\n1\n");
-    Driver.SetRule(Code, ZVK_END, Bytes{'o', 'k'});
+    Driver.On(Code, TestDriver::EndWith(0, {'o', 'k'}));
     EXPECT_EQ(Output("ioctl 0 0x99000000 --out 2 --raw"), "ok0\n");
     EXPECT_EQ(Output("reg write 0 Speed --type dword --data 300"), "0\n");
     EXPECT_EQ(Output("reg read 0 Speed"), "300 (0x12c)\n0\n");

@@ -44,6 +44,27 @@ ScriptedDevice::RequestPtr ScriptedDevice::Held(std::uint32_t code)
     return Take(Kept, [code](const IoRequest& request) { return request.Code() == code; });
 }
 
+bool ScriptedDevice::EndHeld(std::uint32_t code, std::uint32_t error, const std::vector<std::uint8_t>& output)
+{
+    RequestPtr request;
+    {
+        const std::lock_guard lock(Mutex);
+        const auto found =
+            std::ranges::find_if(Kept, [code](const RequestPtr& kept) { return code == 0 || kept->Code() == code; });
+        if (found == Kept.end())
+            return false;
+        request = *found;
+        Kept.erase(found);
+    }
+    return request->Complete(error, output);
+}
+
+void ScriptedDevice::AwaitHeld(std::size_t count)
+{
+    std::unique_lock lock(Mutex);
+    Changed.wait(lock, [&] { return Kept.size() >= count; });
+}
+
 void ScriptedDevice::IgnoreRequests(std::uint32_t code, std::uint64_t openId)
 {
     const std::lock_guard lock(Mutex);
@@ -57,8 +78,15 @@ void ScriptedDevice::IgnoreRequests(std::uint32_t code, std::uint64_t openId)
 
 void ScriptedDevice::HoldCancelled(bool holds)
 {
-    const std::lock_guard lock(Mutex);
-    HoldsCancelled = holds;
+    RequestList ending;
+    {
+        const std::lock_guard lock(Mutex);
+        HoldsCancelled = holds;
+        if (!holds)
+            ending.swap(CancelledRequests);
+    }
+    for (const RequestPtr& request : ending)
+        request->Complete(995);
 }
 
 void ScriptedDevice::HoldCancelledUntilClose()
@@ -85,7 +113,10 @@ void ScriptedDevice::Start(const RequestPtr& request)
     {
         const std::lock_guard lock(Mutex);
         All.push_back({request->Code(), {request->Input().begin(), request->Input().end()}, request->OutputRoom()});
-        if (const auto script = Scripts.find(request->Code()); script != Scripts.end())
+        auto script = Scripts.find(request->Code());
+        if (script == Scripts.end())
+            script = Scripts.find(0);
+        if (script != Scripts.end())
             answer = script->second;
     }
     if (answer)
