@@ -40,6 +40,7 @@ protected:
     unsigned int Write(const std::string& subKey, const std::string& name, std::uint32_t type, Bytes data)
     {
         auto size = static_cast<std::uint32_t>(data.size());
+        data.reserve(1); // Never null.
         return Device->AccessRegistry(ZV_REG_OP_WRITE, subKey, name, &type, data.data(), &size);
     }
 };

@@ -58,9 +58,14 @@ TEST(VirtualDriver, BindsWhatTheFileExportsAndUnbindsIt)
     }
 }
 
-TEST(VirtualDriver, EachEntryPointReplacesOnlyItsOperation)
+class PartialDriver : public testing::TestWithParam<const char*>
 {
-    GoTo("requests-only");
+};
+
+TEST_P(PartialDriver, ReplacesOnlyTheOperationsThatItExports)
+{
+    const bool takesRequests = GetParam() == std::string_view("requests-only");
+    GoTo(GetParam());
     TestMachine machine;
     const auto driver = PlugAdapter("{real}");
     const auto manager = MakeManager();
@@ -68,45 +73,26 @@ TEST(VirtualDriver, EachEntryPointReplacesOnlyItsOperation)
     ASSERT_EQ(listing.Identities(), std::vector<std::string>{"{real}"});
     std::shared_ptr<CDeviceIntf> device;
     ASSERT_EQ(manager->OpenDevice(&listing.Records.front(), ZV_SRVC_DEVICE_UWP, device), ZV_SRVC_SUCCESS);
+    driver->Requests();
     char text[64] = "";
     _ZV_SRVC_IOCTL_REQ request{};
     request.OutBuffer = text;
     request.OutLength = sizeof text;
+    request.Timeout = 1000;
     EXPECT_EQ(device->SendIOCTLReq(&request), ZV_SRVC_SUCCESS);
-    EXPECT_STREQ(text, "{real} 0 0  0") << "taken by the simulated driver";
-    driver->Requests();
+    EXPECT_STREQ(text, takesRequests ? "{real} 0 0  1000" : "");
+    EXPECT_EQ(driver->Requests().size(), takesRequests ? 0U : 1U);
     EXPECT_EQ(device->SetQueryInfo(0, 1, text, 1), ZV_SRVC_SUCCESS);
     EXPECT_EQ(driver->Requests().size(), 1U) << "an item has no entry point";
     auto* data = reinterpret_cast<std::uint8_t*>(text);
     std::uint32_t size = sizeof text;
     EXPECT_EQ(device->AccessRegistry(ZV_REG_OP_READ, "", "DriverVersion", nullptr, data, &size), ZV_SRVC_SUCCESS);
     EXPECT_STREQ(text, "1.2.3.4");
+    if (GetParam() == std::string_view("unloadable"))
+        EXPECT_EQ(machine->Calls("GetProcAddress"), 0U) << "without a module it finds the host's own exports";
 }
 
-TEST(VirtualDriver, ADriverWithoutEntryPointsLeavesAllRequestsToThePlatform)
-{
-    GoTo("nothing");
-    TestMachine machine;
-    const auto driver = PlugAdapter("{real}");
-    const auto manager = MakeManager();
-    const Listing listing = List(*manager, "ZV_USB");
-    std::shared_ptr<CDeviceIntf> device;
-    ASSERT_EQ(manager->OpenDevice(&listing.Records.at(0), ZV_SRVC_DEVICE_UWP, device), ZV_SRVC_SUCCESS);
-    driver->Requests();
-    _ZV_SRVC_IOCTL_REQ request{};
-    request.Timeout = 1000;
-    EXPECT_EQ(device->SendIOCTLReq(&request), ZV_SRVC_SUCCESS);
-    EXPECT_EQ(driver->Requests().size(), 1U);
-}
-
-TEST(VirtualDriver, AFileThatCannotBeLoadedLeavesTheRealAdapters)
-{
-    GoTo("unloadable");
-    Platform::ScopedMachine machine;
-    machine->AddAdapter(GivenAdapter("{real}", "zvwlanu"));
-    EXPECT_EQ(List(*MakeManager(), "ZV_USB").Identities(), std::vector<std::string>{"{real}"});
-    EXPECT_EQ(machine->Calls("GetProcAddress"), 0U) << "without a module it finds the host's own exports";
-}
+INSTANTIATE_TEST_SUITE_P(VirtualDriver, PartialDriver, testing::Values("requests-only", "nothing", "unloadable"));
 
 TEST(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)
 {
