@@ -32,10 +32,12 @@ public:
         std::uint32_t Code;
         std::vector<std::uint8_t> Input;
         std::size_t Room;
+
+        bool operator==(const Seen&) const = default;
     };
 
-    /// Sets the answer for requests of a code. Without an answer, or with null, they complete at once with success
-    /// and no output.
+    /// Sets the answer for requests of a code; code 0 stands for all codes without an answer. Without an answer,
+    /// or with null, requests complete at once with success and no output.
     void On(std::uint32_t code, Answer answer);
     /// Returns an answer that completes requests at once.
     /// @param error platform error number, 0 for success.
@@ -45,11 +47,17 @@ public:
 
     /// Removes and returns the oldest held request of a code. Blocks until there is one.
     RequestPtr Held(std::uint32_t code);
+    /// Completes the oldest held request of a code, or of any code with 0.
+    /// @return false if none is held.
+    bool EndHeld(std::uint32_t code, std::uint32_t error, const std::vector<std::uint8_t>& output = {});
+    /// Blocks until at least `count` requests are held.
+    void AwaitHeld(std::size_t count);
     /// Makes Held skip the requests of a code that came through this handle and are held now. They stay in flight
     /// until they are cancelled.
     void IgnoreRequests(std::uint32_t code, std::uint64_t openId);
 
-    /// Sets whether requests cancelled from now on are held for Cancelled. Otherwise they complete with 995.
+    /// Sets whether requests cancelled from now on are held for Cancelled. Otherwise they complete with 995,
+    /// and so do those that are held already.
     void HoldCancelled(bool holds = true);
     /// Holds requests cancelled from now on until their caller closes the handle; they then complete with 995.
     void HoldCancelledUntilClose();

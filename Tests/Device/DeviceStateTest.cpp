@@ -4,6 +4,7 @@
 #include "Faults.h"
 
 #include <thread>
+#include <tuple>
 
 namespace
 {
@@ -121,7 +122,7 @@ TEST_F(DeviceState, EachCallChecksTheFlagsOfTheRecord)
 
 TEST_F(DeviceState, AnEmptyIdentityOpensThePathWithoutASuffix)
 {
-    Machine->AttachDevice(ControlDeviceName, Driver);
+    AttachDriver("");
     auto record = Record("");
     EXPECT_EQ(MakeDevice()->Open(record), ZV_SRVC_SUCCESS);
 }
@@ -169,6 +170,24 @@ TEST_F(DeviceState, AFailedSendReturnsTheStatusOfItsOperation)
         Driver->On(0x99000000, TestDriver::EndWith(0));
         Machine->FailCall(call, 1, 8);
         EXPECT_EQ(Device->SendIOCTLReq(&Plain), ZV_SRVC_ERR_FAILURE) << call;
+    }
+}
+
+TEST_F(DeviceState, AFailedRegistryCallFailsTheWrite)
+{
+    OpenIt();
+    const std::tuple<const char*, const char*, unsigned int> cases[] = {
+        {"RegSetValueExA", "", ZV_SRVC_ERR_FAILURE},
+        {"RegCreateKeyA", "Fresh", ZV_SRVC_ERR_FAILURE},
+        {"RegFlushKey", "Fresh", ZV_SRVC_SUCCESS}, // The result of the flush is ignored.
+    };
+    for (const auto& [call, subKey, status] : cases)
+    {
+        std::uint32_t type = 4;
+        std::uint32_t size = 4;
+        std::uint8_t data[4] = {};
+        Machine->FailCall(call, 1, 5);
+        EXPECT_EQ(Device->AccessRegistry(ZV_REG_OP_WRITE, subKey, "Missing", &type, data, &size), status) << call;
     }
 }
 

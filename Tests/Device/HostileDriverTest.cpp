@@ -22,14 +22,6 @@ constexpr std::uint32_t HostCode = 0x99000000;
 /// What a busy machine may add to a documented bound.
 constexpr auto Slack = 1500ms;
 
-/// Completes requests with an error after they went pending.
-Answer EndLater(std::vector<std::jthread>& threads, std::uint32_t error)
-{
-    return [&threads, error](const TestDriver::RequestPtr& request) {
-        threads.emplace_back([request, error] { request->Complete(error); });
-    };
-}
-
 class HostileDriver : public EventTest
 {
 protected:
@@ -44,12 +36,6 @@ protected:
     }
 
     TestDriver& Hostile() { return *Drivers.front(); }
-
-    void Script(const Answer& answer)
-    {
-        for (const std::uint32_t code : {DeviceInfo, InfoReq, HostCode, TestDriver::WaitRsp})
-            Hostile().On(code, answer);
-    }
 
     template <class Call>
     void Within(std::chrono::milliseconds bound, const char* name, Call call)
@@ -98,10 +84,18 @@ protected:
     std::shared_ptr<CDeviceIntf> Device;
 };
 
+enum Completion : std::uint8_t
+{
+    Never,
+    AtOnce,
+    Later, ///< On another thread, after the request went pending.
+};
+
 struct Hostility
 {
     const char* Name;
-    Answer (*Requests)(TestDriver& driver, std::vector<std::jthread>& threads);
+    Completion Completes = Never;
+    std::uint32_t Error = 0;
     bool KeepsCancelled = false;
     bool CompletesOnClose = false;
     bool CancelFails = false;
@@ -109,31 +103,14 @@ struct Hostility
     friend void PrintTo(const Hostility& hostile, std::ostream* out) { *out << hostile.Name; }
 };
 
-template <std::uint32_t Error>
-Answer Later(TestDriver& /*driver*/, std::vector<std::jthread>& threads)
-{
-    return EndLater(threads, Error);
-}
-
-template <std::uint32_t Error>
-Answer AtOnce(TestDriver& /*driver*/, std::vector<std::jthread>& /*threads*/)
-{
-    return TestDriver::EndWith(Error);
-}
-
-Answer Never(TestDriver& driver, std::vector<std::jthread>& /*threads*/)
-{
-    return driver.Hold();
-}
-
 constexpr Hostility Hostilities[] = {
-    {.Name = "KeepsCancelledRequests", .Requests = Never, .KeepsCancelled = true},
-    {.Name = "CompletesOnClose", .Requests = Never, .KeepsCancelled = true, .CompletesOnClose = true},
-    {.Name = "CancellationFails", .Requests = Never, .CancelFails = true},
-    {.Name = "CompletesWith996", .Requests = Later<996>},
-    {.Name = "CompletesWith997", .Requests = Later<997>},
-    {.Name = "RefusesWith996", .Requests = AtOnce<996>},
-    {.Name = "RefusesWith997", .Requests = AtOnce<997>},
+    {.Name = "KeepsCancelledRequests", .KeepsCancelled = true},
+    {.Name = "CompletesOnClose", .KeepsCancelled = true, .CompletesOnClose = true},
+    {.Name = "CancellationFails", .CancelFails = true},
+    {.Name = "CompletesWith996", .Completes = Later, .Error = 996},
+    {.Name = "CompletesWith997", .Completes = Later, .Error = 997},
+    {.Name = "RefusesWith996", .Completes = AtOnce, .Error = 996},
+    {.Name = "RefusesWith997", .Completes = AtOnce, .Error = 997},
 };
 
 class AnyHostileDriver : public HostileDriver, public testing::WithParamInterface<Hostility>
@@ -145,7 +122,12 @@ TEST_P(AnyHostileDriver, EveryCallReturnsInTimeAndOtherAdaptersKeepTheirEvents)
     const Hostility& hostile = GetParam();
     std::vector<std::jthread> threads;
     threads.reserve(64);
-    Script(hostile.Requests(Hostile(), threads));
+    const Answer answers[] = {Hostile().Hold(), TestDriver::EndWith(hostile.Error),
+                              [&](const TestDriver::RequestPtr& request) {
+                                  threads.emplace_back([&, request] { request->Complete(hostile.Error); });
+                              }};
+    for (const std::uint32_t code : {DeviceInfo, InfoReq, HostCode, TestDriver::WaitRsp})
+        Hostile().On(code, answers[hostile.Completes]);
     Hostile().HoldCancelled(hostile.KeepsCancelled);
     if (hostile.CompletesOnClose)
         Hostile().HoldCancelledUntilClose();

@@ -2,7 +2,7 @@
 
 #include "CVirtualDriverBinding.h"
 
-#include "Hosting.h"
+#include "TestMachine.h"
 
 #include <gtest/gtest.h>
 
@@ -58,22 +58,41 @@ TEST(VirtualDriver, BindsWhatTheFileExportsAndUnbindsIt)
     }
 }
 
-TEST(VirtualDriver, EachEntryPointReplacesOnlyItsOperation)
+class PartialDriver : public testing::TestWithParam<const char*>
 {
-    GoTo("requests-only");
-    Platform::ScopedMachine machine;
-    machine->AddAdapter(GivenAdapter("{real}", "zvwlanu"));
-    EXPECT_EQ(List(*MakeManager(), "ZV_USB").Identities(), std::vector<std::string>{"{real}"});
+};
+
+TEST_P(PartialDriver, ReplacesOnlyTheOperationsThatItExports)
+{
+    const bool takesRequests = GetParam() == std::string_view("requests-only");
+    GoTo(GetParam());
+    TestMachine machine;
+    const auto driver = PlugAdapter("{real}");
+    const auto manager = MakeManager();
+    const Listing listing = List(*manager, "ZV_USB");
+    ASSERT_EQ(listing.Identities(), std::vector<std::string>{"{real}"});
+    std::shared_ptr<CDeviceIntf> device;
+    ASSERT_EQ(manager->OpenDevice(&listing.Records.front(), ZV_SRVC_DEVICE_UWP, device), ZV_SRVC_SUCCESS);
+    driver->Requests();
+    char text[64] = "";
+    _ZV_SRVC_IOCTL_REQ request{};
+    request.OutBuffer = text;
+    request.OutLength = sizeof text;
+    request.Timeout = 1000;
+    EXPECT_EQ(device->SendIOCTLReq(&request), ZV_SRVC_SUCCESS);
+    EXPECT_STREQ(text, takesRequests ? "{real} 0 0  1000" : "");
+    EXPECT_EQ(driver->Requests().size(), takesRequests ? 0U : 1U);
+    EXPECT_EQ(device->SetQueryInfo(0, 1, text, 1), ZV_SRVC_SUCCESS);
+    EXPECT_EQ(driver->Requests().size(), 1U) << "an item has no entry point";
+    auto* data = reinterpret_cast<std::uint8_t*>(text);
+    std::uint32_t size = sizeof text;
+    EXPECT_EQ(device->AccessRegistry(ZV_REG_OP_READ, "", "DriverVersion", nullptr, data, &size), ZV_SRVC_SUCCESS);
+    EXPECT_STREQ(text, "1.2.3.4");
+    if (GetParam() == std::string_view("unloadable"))
+        EXPECT_EQ(machine->Calls("GetProcAddress"), 0U) << "without a module it finds the host's own exports";
 }
 
-TEST(VirtualDriver, AFileThatCannotBeLoadedLeavesTheRealAdapters)
-{
-    GoTo("unloadable");
-    Platform::ScopedMachine machine;
-    machine->AddAdapter(GivenAdapter("{real}", "zvwlanu"));
-    EXPECT_EQ(List(*MakeManager(), "ZV_USB").Identities(), std::vector<std::string>{"{real}"});
-    EXPECT_EQ(machine->Calls("GetProcAddress"), 0U) << "without a module it finds the host's own exports";
-}
+INSTANTIATE_TEST_SUITE_P(VirtualDriver, PartialDriver, testing::Values("requests-only", "nothing", "unloadable"));
 
 TEST(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)
 {
@@ -98,49 +117,6 @@ TEST(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)
             EXPECT_EQ(std::string(record.InfSection, 50), std::string(50, 'x')) << "copied unchanged";
         }
     }
-}
-
-TEST(VirtualDriver, TakesEveryRequestOfADeviceAndNoneReachesThePlatform)
-{
-    GoTo("all");
-    Platform::ScopedMachine machine;
-    const auto manager = MakeManager();
-    const Listing listing = List(*manager, "ZV_ALL");
-    std::shared_ptr<CDeviceIntf> device;
-    ASSERT_EQ(manager->OpenDevice(&listing.Records.at(1), ZV_SRVC_DEVICE_UWP, device), ZV_SRVC_SUCCESS);
-    char text[64] = "";
-    EXPECT_EQ(device->SetQueryInfo(2, 0x1F, text, sizeof text), ZV_SRVC_SUCCESS);
-    EXPECT_STREQ(text, "{sim-1} 2 1f");
-    EXPECT_EQ(device->SetQueryInfo(1, 1, nullptr, 0), ZV_SRVC_SUCCESS);
-
-    std::uint32_t type = 0;
-    std::uint32_t size = sizeof text;
-    auto* data = reinterpret_cast<std::uint8_t*>(text);
-    EXPECT_EQ(device->AccessRegistry(2, "Sub", "Name", &type, data, &size), ZV_SRVC_SUCCESS);
-    EXPECT_STREQ(text, "{sim-1} 2 Sub Name") << "the subkey as the caller gave it";
-
-    for (const std::uint8_t isAsync : {std::uint8_t{0}, std::uint8_t{1}})
-    {
-        _ZV_SRVC_IOCTL_REQ request{};
-        request.IoctlCode = 0xABC;
-        request.RequestId = 0xFFFE;
-        request.InBuffer = "in";
-        request.InLength = 2;
-        request.OutBuffer = text;
-        request.OutLength = sizeof text;
-        request.Timeout = 70;
-        request.IsAsync = isAsync;
-        request.NotifyFn = [](void*, std::uint32_t, const _ZV_ASYNC_RESULT*) { ADD_FAILURE() << "a callback"; };
-        request.NotifyContext = &request;
-        EXPECT_EQ(device->SendIOCTLReq(&request), ZV_SRVC_SUCCESS);
-        EXPECT_STREQ(text, "{sim-1} abc fffe in 70");
-        std::memset(text, 0, sizeof text);
-    }
-    EXPECT_EQ(StatusesOfWrongCalls(*device), WrongCallStatuses) << "as without a simulated driver";
-    EXPECT_EQ(device->Close(), ZV_SRVC_SUCCESS);
-    EXPECT_EQ(device->SetQueryInfo(0, 1, text, 1), ZV_SRVC_ERR_DEVICE_NOT_OPEN);
-    for (const char* call : {"CreateFileA", "DeviceIoControl", "RegOpenKeyA", "RegCreateKeyA"})
-        EXPECT_EQ(machine->Calls(call), 0U) << call;
 }
 
 TEST(VirtualDriver, NoFilterAppliesToItsRecordsAndTheListIsKept)

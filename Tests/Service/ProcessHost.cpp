@@ -58,7 +58,7 @@ int Exit(Host& /*host*/)
 
 int EndAtOnce(Host& /*host*/)
 {
-    EndProcess(AsNamed);
+    std::_Exit(AsNamed);
 }
 
 template <auto End>
@@ -104,7 +104,7 @@ constexpr Ending Endings[] = {
     {"return-keeping", &KeepAndReturn},
     {"at-once", &EndAtOnce},
     {"callback", &EndInCallback<&std::exit>},
-    {"callback-at-once", &EndInCallback<&EndProcess>},
+    {"callback-at-once", &EndInCallback<&std::_Exit>},
     {"completion", &ExitInCompletion},
     {"beside", &ExitBeside},
 };

@@ -32,21 +32,13 @@ std::span<const Work> Works();
 extern std::atomic<std::uint32_t> lastEvent;
 
 inline constexpr std::uint32_t HostCode = 0x99000000;
-inline constexpr std::uint32_t WaitRsp = 0x122418;
 
 /// A synchronous control request without data.
 _ZV_SRVC_IOCTL_REQ Request(std::uint32_t timeout);
 
-void BeIdle(Host& host);
-void SendEvents(Host& host);
-/// Threads that never leave the simulated driver for long.
-void SendRequests(Host& host);
-
 /// What brings messages, a call for each, once it can.
 std::function<void(unsigned, std::uint64_t)> Source(const Host& host);
 
-/// Adds the adapter "{prompt}", whose driver answers at once.
-void AddPromptAdapter();
 /// The identity of an adapter whose driver answers at once.
 std::string PromptAdapter(const Host& host);
 
@@ -57,8 +49,3 @@ std::shared_ptr<CDeviceIntf> Open(const Host& host, const std::string& identity)
 
 /// Sends asynchronous requests, whose records are there as long as the process.
 void SendAsync(CDeviceIntf& device, std::uint32_t timeout, ZV_ASYNC_CALLBACK callback, std::uint16_t count);
-/// Sends a hundred, and returns when one has ended.
-void SendManyAndAwaitOne(CDeviceIntf& device);
-
-/// Ends the process without the routines that are to run at its exit.
-[[noreturn]] void EndProcess(int code);

@@ -2,17 +2,14 @@
 /// An asynchronous request of a host.
 #pragma once
 
+#include "HostCalls.h"
 #include "ProcessWait.h"
-#include "ZVSrvcLib.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <functional>
 #include <utility>
-#include <vector>
-
-using Bytes = std::vector<std::uint8_t>;
 
 /// An asynchronous request with its memory and its reported completion.
 struct AsyncRequest

@@ -39,8 +39,7 @@ protected:
     /// Adds an adapter with a driver that answers.
     Platform::AdapterId Add(const std::string& identity, const char* service = "zvwlanu")
     {
-        Drivers.push_back(std::make_shared<TestDriver>());
-        Machine->AttachDevice(ControlDeviceName + identity, Drivers.back());
+        Drivers.push_back(AttachDriver(identity));
         return Machine->AddAdapter(GivenAdapter(identity, service));
     }
 

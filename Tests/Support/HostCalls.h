@@ -4,11 +4,14 @@
 
 #include "ZVSrvcLib.h"
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+using Bytes = std::vector<std::uint8_t>;
 
 inline std::shared_ptr<CDeviceManagerIntf> MakeManager()
 {
@@ -71,7 +74,7 @@ inline Listing List(CDeviceManagerIntf& manager, std::string_view filter, std::s
 /// The statuses of calls whose arguments no driver and no registry call can accept.
 inline std::vector<unsigned int> StatusesOfWrongCalls(CDeviceIntf& device)
 {
-    std::uint8_t byte = 0;
+    std::uint8_t octet = 0;
     std::uint32_t word = 4;
     _ZV_SRVC_IOCTL_REQ noIn{};
     noIn.InLength = 1;
@@ -83,14 +86,14 @@ inline std::vector<unsigned int> StatusesOfWrongCalls(CDeviceIntf& device)
     return {device.SendIOCTLReq(nullptr),
             device.SendIOCTLReq(&noIn),
             device.SendIOCTLReq(&noOut),
-            device.SetQueryInfo(0, 1, &byte, 0xFFFFFFFF - 39),
+            device.SetQueryInfo(0, 1, &octet, 0xFFFFFFFF - 39),
             device.SetQueryInfo(0, 1, nullptr, 5),
             device.GetDeviceInfo(nullptr),
             device.GetAbility(nullptr),
-            device.AccessRegistry(ZV_REG_OP_READ, "", "x", &word, &byte, nullptr),
-            write(nullptr, &byte, &word),
+            device.AccessRegistry(ZV_REG_OP_READ, "", "x", &word, &octet, nullptr),
+            write(nullptr, &octet, &word),
             write(&word, nullptr, &word),
-            write(&word, &byte, nullptr)};
+            write(&word, &octet, nullptr)};
 }
 
 inline const std::vector<unsigned int> WrongCallStatuses{12, 12, 12, 2, 0, 12, 12, 1, 12, 12, 12};

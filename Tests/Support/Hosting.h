@@ -5,9 +5,6 @@
 #include "HostCalls.h"
 #include "Machine.h"
 
-#include <string>
-#include <string_view>
-
 /// A described adapter that every filter with its service lists.
 inline Platform::AdapterDescription GivenAdapter(std::string_view identity, std::string_view service)
 {

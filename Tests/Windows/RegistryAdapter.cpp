@@ -1,6 +1,5 @@
 #include "RegistryAdapter.h"
 
-#include "OSPlatform.h"
 #include "ScopedHandle.h"
 
 #include <cstdio>
@@ -10,82 +9,92 @@
 namespace
 {
 
-const std::string Control = R"(SYSTEM\CurrentControlSet\)";
-const std::string NetClass = "{4D36E972-E325-11CE-BFC1-08002BE10318}";
+const std::wstring Control = LR"(SYSTEM\CurrentControlSet\)";
+const std::wstring NetClass = L"{4D36E972-E325-11CE-BFC1-08002BE10318}";
+const std::wstring Devices = Control + LR"(Enum\PCI\VEN_1234&DEV_5678)";
 
-std::string Digits(int number)
+std::wstring Wide(const std::string& text)
 {
-    char text[8];
-    std::snprintf(text, sizeof text, "%04d", number);
-    return text;
+    return {text.begin(), text.end()};
 }
 
-const std::string Devices = Control + R"(Enum\PCI\VEN_1234&DEV_5678)";
-
-std::string DeviceKey(int number)
+std::wstring Digits(int number)
 {
-    return Devices + "\\" + Digits(number);
+    const std::wstring digits = std::to_wstring(number);
+    return std::wstring(4 - digits.size(), L'0') + digits;
 }
 
-std::string DriverKey(int number)
+std::wstring DeviceKey(int number)
 {
-    return Control + R"(Control\Class\)" + NetClass + "\\" + Digits(number);
+    return Devices + L"\\" + Digits(number);
 }
 
-void Check(LSTATUS status, const std::string& what)
+std::wstring DriverKey(int number)
 {
-    if (status == ERROR_SUCCESS)
-        return;
-    std::fprintf(stderr, "%s: error %ld\n", what.c_str(), status);
-    std::exit(9);
+    return Control + LR"(Control\Class\)" + NetClass + L"\\" + Digits(number);
 }
 
 /// The key is made when it is missing.
-void SetText(const std::string& key, const char* name, std::string text, DWORD type = REG_SZ)
+void SetText(const std::wstring& key, const wchar_t* name, const std::optional<std::wstring>& text, DWORD type = REG_SZ)
 {
-    if (type == REG_MULTI_SZ)
-        text.push_back('\0');
-    Check(
-        RegSetKeyValueA(HKEY_LOCAL_MACHINE, key.c_str(), name, type, text.c_str(), static_cast<DWORD>(text.size() + 1)),
-        key);
+    if (!text)
+        return;
+    const auto size = static_cast<DWORD>((text->size() + 1) * sizeof(wchar_t));
+    const LSTATUS status = RegSetKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), name, type, text->c_str(), size);
+    if (status == ERROR_SUCCESS)
+        return;
+    std::fprintf(stderr, "%ls: error %ld\n", key.c_str(), status);
+    std::exit(9);
 }
 
 } // namespace
 
 void NameNetworkClass()
 {
-    SetText(Control + R"(Control\Class\)" + NetClass, "Class", "Net");
+    SetText(Control + LR"(Control\Class\)" + NetClass, L"Class", L"Net");
+}
+
+void AddRegistryDevice(int number, const AdapterTexts& texts)
+{
+    NameNetworkClass();
+    SetText(DriverKey(number) + LR"(\NDI)", L"Service", Wide(texts.Service.value_or("")));
+    const std::wstring device = DeviceKey(number);
+    SetText(device, L"HardwareID", texts.HardwareId + L'\0', REG_MULTI_SZ);
+    SetText(device, L"FriendlyName", texts.FriendlyName);
+    SetText(device, L"DeviceDesc", texts.Description);
+    SetText(device, L"Driver", NetClass + L"\\" + Digits(number));
+    SetText(device, L"Class", L"Net");
+    SetText(device, L"ClassGUID", NetClass);
 }
 
 void AddRegistryAdapter(int number, const std::string& identity, const std::string& service)
 {
-    NameNetworkClass();
-    const std::string driver = DriverKey(number);
-    SetText(driver, "DriverVersion", "1.2.3.4");
-    SetText(driver, "InfSection", "Zorvane.ndi");
-    SetText(driver, "NetCfgInstanceId", identity);
-    SetText(driver, "DeviceInstanceID", R"(PCI\VEN_1234&DEV_5678\)" + Digits(number));
-    SetText(driver + R"(\Linkage)", "RootDevice", identity);
-    SetText(driver + R"(\NDI)", "Service", service);
+    const std::wstring driver = DriverKey(number);
+    SetText(driver, L"DriverVersion", L"1.2.3.4");
+    SetText(driver, L"InfSection", L"Zorvane.ndi");
+    SetText(driver, L"NetCfgInstanceId", Wide(identity));
+    SetText(driver, L"DeviceInstanceID", LR"(PCI\VEN_1234&DEV_5678\)" + Digits(number));
+    SetText(driver + LR"(\Linkage)", L"RootDevice", Wide(identity));
+    AddRegistryDevice(
+        number,
+        {.Service = service, .HardwareId = LR"(PCI\VEN_1234&DEV_5678)", .FriendlyName = L"Adapter " + Digits(number)});
+}
 
-    const std::string device = DeviceKey(number);
-    SetText(device, "HardwareID", R"(PCI\VEN_1234&DEV_5678)", REG_MULTI_SZ);
-    SetText(device, "FriendlyName", "Adapter " + Digits(number));
-    SetText(device, "Driver", NetClass + "\\" + Digits(number));
-    SetText(device, "Class", "Net");
-    SetText(device, "ClassGUID", NetClass);
+void RemoveRegistryDevice(int number)
+{
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, DeviceKey(number).c_str());
 }
 
 void RemoveRegistryAdapter(int number)
 {
-    RegDeleteTreeA(HKEY_LOCAL_MACHINE, DeviceKey(number).c_str());
+    RemoveRegistryDevice(number);
     RemoveDriverEntry(number);
 }
 
 void RemoveRegistryAdapters()
 {
     CRegistryKey devices;
-    if (RegOpenKeyA(HKEY_LOCAL_MACHINE, Devices.c_str(), devices.Receive()) != ERROR_SUCCESS)
+    if (RegOpenKeyW(HKEY_LOCAL_MACHINE, Devices.c_str(), devices.Receive()) != ERROR_SUCCESS)
         return;
     // Finds all first: a removal changes the numbers of those that follow.
     std::vector<int> numbers;
@@ -98,5 +107,5 @@ void RemoveRegistryAdapters()
 
 void RemoveDriverEntry(int number)
 {
-    RegDeleteTreeA(HKEY_LOCAL_MACHINE, DriverKey(number).c_str());
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, DriverKey(number).c_str());
 }

@@ -1,12 +1,8 @@
 // Provides adapters to transcripts of zvctl.exe: test_adapters kernel | install | remove.
-#include "KernelDevice.h"
-#include "RegistryAdapter.h"
 #include "RootAdapter.h"
+#include "TestMachine.h"
 
-#include <array>
 #include <cstdio>
-#include <span>
-#include <string>
 #include <string_view>
 
 namespace
@@ -16,19 +12,19 @@ namespace
 void KeepKernelAdapters()
 {
     RemoveRegistryAdapters();
-    const KernelDevice driver("{kernel}");
-    const ScopedAdapter adapter(77, "{kernel}", "zvwlanu");
-    const ScopedAdapter deaf(78, "{deaf}", "zvwlane");
-    const std::string response(300, 'x');
-    driver.SetRule(0x99000000, ZVK_RESPOND, std::span(reinterpret_cast<const std::uint8_t*>(response.data()), 300));
-    driver.SetRule(0x99000004, ZVK_END, {}, 0xC0000001);
-    driver.SetRule(0x99000008, ZVK_END, std::array<std::uint8_t, 2>{'o', 'k'});
+    const TestDriver driver("{kernel}");
+    AddRegistryAdapter(77, "{kernel}", "zvwlanu");
+    AddRegistryAdapter(78, "{deaf}", "zvwlane");
+    driver.Respond(0x99000000, Bytes(300, 'x'));
+    driver.On(0x99000004, TestDriver::EndWith(31));
+    driver.On(0x99000008, TestDriver::EndWith(0, {'o', 'k'}));
     std::puts("ready");
     std::fflush(stdout);
     while (std::getchar() != EOF)
         ;
     const ZvkCounts counts = driver.Counts();
     std::printf("%u malformed requests, %u open handles\n", counts.Malformed, counts.Opens);
+    RemoveRegistryAdapters();
 }
 
 } // namespace

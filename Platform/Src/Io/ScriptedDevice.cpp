@@ -45,6 +45,28 @@ ScriptedDevice::RequestPtr ScriptedDevice::Held(std::uint32_t code)
     return Take(Kept, [code](const IoRequest& request) { return request.Code() == code; });
 }
 
+bool ScriptedDevice::EndHeld(std::uint32_t code, std::uint32_t error, const std::vector<std::uint8_t>& output)
+{
+    RequestPtr request;
+    {
+        const ScopedLock lock(Lock);
+        const auto found =
+            std::ranges::find_if(Kept, [code](const RequestPtr& kept) { return code == 0 || kept->Code() == code; });
+        if (found == Kept.end())
+            return false;
+        request = *found;
+        Kept.erase(found);
+    }
+    return request->Complete(error, output);
+}
+
+void ScriptedDevice::AwaitHeld(std::size_t count)
+{
+    const ScopedLock lock(Lock);
+    while (Kept.size() < count)
+        Changed.Wait(Lock);
+}
+
 void ScriptedDevice::IgnoreRequests(std::uint32_t code, std::uint64_t openId)
 {
     const ScopedLock lock(Lock);
@@ -58,8 +80,15 @@ void ScriptedDevice::IgnoreRequests(std::uint32_t code, std::uint64_t openId)
 
 void ScriptedDevice::HoldCancelled(bool holds)
 {
-    const ScopedLock lock(Lock);
-    HoldsCancelled = holds;
+    RequestList ending;
+    {
+        const ScopedLock lock(Lock);
+        HoldsCancelled = holds;
+        if (!holds)
+            ending.swap(CancelledRequests);
+    }
+    for (const RequestPtr& request : ending)
+        request->Complete(995);
 }
 
 void ScriptedDevice::HoldCancelledUntilClose()
@@ -87,7 +116,10 @@ void ScriptedDevice::Start(const RequestPtr& request)
     {
         const ScopedLock lock(Lock);
         All.push_back({request->Code(), {request->Input().begin(), request->Input().end()}, request->OutputRoom()});
-        if (const auto script = Scripts.find(request->Code()); script != Scripts.end())
+        auto script = Scripts.find(request->Code());
+        if (script == Scripts.end())
+            script = Scripts.find(0);
+        if (script != Scripts.end())
             answer = script->second;
     }
     if (answer)
