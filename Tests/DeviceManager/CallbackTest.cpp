@@ -1,7 +1,7 @@
 /// Every public operation from every callback.
 
+#include "AdapterFixture.h"
 #include "CUWPDeviceManager.h"
-#include "EventFixture.h"
 
 #include <future>
 
@@ -28,7 +28,7 @@ struct Host
 struct Operation
 {
     const char* Name;
-    std::function<void(Host&, Where)> Call;
+    void (*Call)(Host&, Where);
 };
 
 void Expect(unsigned int status, unsigned int wanted = ZV_SRVC_SUCCESS)
@@ -36,12 +36,54 @@ void Expect(unsigned int status, unsigned int wanted = ZV_SRVC_SUCCESS)
     EXPECT_EQ(status, wanted);
 }
 
-/// A second device on the same adapter.
-std::shared_ptr<CDeviceIntf> OpenAnother(Host& host)
+void UseManager(Host& host, Where /*where*/)
 {
-    std::shared_ptr<CDeviceIntf> device;
-    Expect(host.Manager.OpenDevice(&host.Record, ZV_SRVC_DEVICE_UWP, device));
-    return device;
+    EXPECT_NE(MakeManager(), nullptr);
+    Expect(List(host.Manager, "ZV_ALL").Status);
+    std::shared_ptr<CDeviceIntf> second;
+    Expect(host.Manager.OpenDevice(&host.Record, ZV_SRVC_DEVICE_UWP, second));
+    for (const std::uint32_t type : {0U, ZV_INFO_REQ_MAGIC})
+    {
+        _ZV_WLAN_NOTIFY_HDLR record{nullptr, nullptr, 0, type};
+        Expect(host.Manager.RegisterNotification(&record));
+        Expect(host.Manager.DeRegisterNotification(&record));
+    }
+}
+
+void ChangeAdapter(Host& host, Where /*where*/)
+{
+    Expect(host.Manager.NicChangeState(host.Device, 0));
+    Expect(host.Manager.NicChangeState(host.Device, 1));
+    host.Machine.Unplug(host.Machine.Adapters().front());
+    host.Machine.Plug(host.Machine.Adapters().front());
+}
+
+void UseDevice(Host& host, Where /*where*/)
+{
+    Expect(host.Device->GetDeviceInfo(&host.Record));
+    std::uint32_t number = 0;
+    Expect(host.Device->GetAbility(&number), ZV_SRVC_ERR_ABILITY_QUERY); // The adapter has no such value.
+    std::uint8_t data[50] = {};
+    Expect(host.Device->SetQueryInfo(0, 0x10, data, 4));
+    std::uint32_t size = sizeof data;
+    Expect(host.Device->AccessRegistry(ZV_REG_OP_READ, "", "DriverVersion", &number, data, &size));
+    _ZV_SRVC_IOCTL_REQ request{};
+    request.IoctlCode = 0x222000;
+    request.Timeout = 1000;
+    Expect(host.Device->SendIOCTLReq(&request));
+}
+
+void SendAsync(Host& host, Where /*where*/)
+{
+    static std::deque<std::unique_ptr<AsyncRequest>> requests; // Outlive the test's callbacks.
+    auto& request = *requests.emplace_back(std::make_unique<AsyncRequest>(9, 0x222000, 4));
+    request.Record.NotifyFn = nullptr; // Its completion would come after this callback.
+    Expect(host.Device->SendIOCTLReq(&request.Record));
+}
+
+void DropDevice(Host& host, Where /*where*/)
+{
+    host.Device.reset();
 }
 
 /// Only its own thread cannot end a device's thread: that is refused, and nothing has changed but
@@ -54,83 +96,14 @@ void CloseDevice(Host& host, Where where)
         Expect(host.Device->Close());
 }
 
-void SendAsync(Host& host, Where /*where*/)
-{
-    static std::deque<std::unique_ptr<AsyncRequest>> requests; // Outlive the test's callbacks.
-    auto& request = *requests.emplace_back(std::make_unique<AsyncRequest>(9, 0x222000, 4));
-    request.Record.NotifyFn = nullptr; // Its completion would come after this callback.
-    Expect(host.Device->SendIOCTLReq(&request.Record));
-}
-
 const Operation Operations[] = {
-    {"CreateManager", [](Host&, Where) { EXPECT_NE(MakeManager(), nullptr); }},
-    {"List", [](Host& host, Where) { Expect(List(host.Manager, "ZV_USB").Status); }},
-    {"ListWithAnotherFilter", [](Host& host, Where) { Expect(List(host.Manager, "ZV_ALL").Status); }},
-    {"OpenDevice", [](Host& host, Where) { EXPECT_NE(OpenAnother(host), nullptr); }},
-    {"RegisterAndDeRegister",
-     [](Host& host, Where) {
-         for (const std::uint32_t type : {0U, ZV_INFO_REQ_MAGIC})
-         {
-             _ZV_WLAN_NOTIFY_HDLR record{nullptr, nullptr, 0, type};
-             Expect(host.Manager.RegisterNotification(&record));
-             Expect(host.Manager.DeRegisterNotification(&record));
-         }
-     }},
-    {"NicChangeState",
-     [](Host& host, Where) {
-         Expect(host.Manager.NicChangeState(host.Device, 0));
-         Expect(host.Manager.NicChangeState(host.Device, 1));
-     }},
-    {"Plugging",
-     [](Host& host, Where) {
-         host.Machine.Unplug(host.Machine.Adapters().front());
-         host.Machine.Plug(host.Machine.Adapters().front());
-     }},
-    {"GetDeviceInfo",
-     [](Host& host, Where) {
-         _ZV_SRVC_DEVICE_INFO record{};
-         Expect(host.Device->GetDeviceInfo(&record));
-     }},
-    {"GetAbility",
-     [](Host& host, Where) {
-         std::uint32_t ability = 0;
-         Expect(host.Device->GetAbility(&ability), ZV_SRVC_ERR_ABILITY_QUERY); // the adapter has no such value
-     }},
-    {"SetQueryInfo",
-     [](Host& host, Where) {
-         std::uint8_t item[4] = {};
-         Expect(host.Device->SetQueryInfo(0, 0x10, item, sizeof item));
-     }},
-    {"SendIOCTLReq",
-     [](Host& host, Where) {
-         _ZV_SRVC_IOCTL_REQ request{};
-         request.IoctlCode = 0x222000;
-         request.Timeout = 1000;
-         Expect(host.Device->SendIOCTLReq(&request));
-     }},
-    {"SendIOCTLReqAsync", SendAsync},
-    {"AccessRegistry",
-     [](Host& host, Where) {
-         std::uint32_t type = 0;
-         std::uint8_t data[50] = {};
-         std::uint32_t size = sizeof data;
-         Expect(host.Device->AccessRegistry(ZV_REG_OP_READ, "", "DriverVersion", &type, data, &size));
-     }},
-    {"DropDevice", [](Host& host, Where) { host.Device.reset(); }},
-    {"Close", CloseDevice},
+    {"UseManager", UseManager}, {"ChangeAdapter", ChangeAdapter}, {"UseDevice", UseDevice},
+    {"SendAsync", SendAsync},   {"DropDevice", DropDevice},       {"CloseDevice", CloseDevice},
 };
 
-class Callback : public EventTest, public testing::WithParamInterface<std::tuple<Where, std::size_t>>
+class Callback : public AdapterTest, public testing::WithParamInterface<std::tuple<Where, std::size_t>>
 {
 protected:
-    std::shared_ptr<CDeviceIntf> Open()
-    {
-        const _ZV_SRVC_DEVICE_INFO record = Listed();
-        std::shared_ptr<CDeviceIntf> device;
-        EXPECT_EQ(Manager->OpenDevice(&record, ZV_SRVC_DEVICE_UWP, device), ZV_SRVC_SUCCESS);
-        return device;
-    }
-
     /// Runs work on the thread of a callback, in the callback.
     void RunIn(Where where, const std::shared_ptr<CDeviceIntf>& device, std::function<void()> work)
     {
@@ -149,14 +122,13 @@ protected:
         Drivers.front()->Chunk({1});
     }
 
-    Platform::AdapterId Adapter = Add("{dev}");
     std::shared_ptr<CDeviceIntf> Other = Open();
     AsyncRequest Request{1, 0x222004, 4};
 };
 
-/// One cell of the table of operations by callback in docs/ARCHITECTURE.md. A call that waits for the
+/// Some cells of the table of operations by callback in docs/ARCHITECTURE.md. A call that waits for the
 /// callback's own thread never returns; the test's time limit detects that.
-TEST_P(Callback, MayCallTheOperation)
+TEST_P(Callback, MayCallTheOperations)
 {
     const auto [where, index] = GetParam();
     std::shared_ptr<CDeviceIntf> device = Open();
@@ -169,11 +141,9 @@ TEST_P(Callback, MayCallTheOperation)
     ASSERT_EQ(done.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
     if (where == Where::Completion || where == Where::OtherCompletion)
         Request.Await();
-    if (Operations[index].Name == std::string_view("SendIOCTLReqAsync"))
+    if (Operations[index].Name == std::string_view("SendAsync"))
         Drivers.front()->Chunk({1}); // Otherwise its end waits for a response.
     Settle();
-    Other.reset();
-    device.reset();
 }
 
 std::string NameOf(const testing::TestParamInfo<std::tuple<Where, std::size_t>>& cell)

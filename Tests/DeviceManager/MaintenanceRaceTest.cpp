@@ -1,42 +1,31 @@
 /// Listings, sweeps and merges that overtake each other, and probes that find no thread or no memory. A
 /// platform call of one operation runs the other to its end, so every order is forced.
 
-#include "EventFixture.h"
+#include "AdapterFixture.h"
 #include "Faults.h"
 
 #include "ZVTraceMessages.h"
 
 #include <algorithm>
 #include <chrono>
-#include <functional>
 #include <future>
-#include <iterator>
 #include <optional>
 #include <system_error>
 #include <thread>
-#include <utility>
 
 namespace
 {
 
 using namespace std::chrono_literals;
-using Events = std::vector<std::uint32_t>;
 using Work = std::function<void()>;
 
-constexpr std::uint32_t InformationQuery = 0x122428;
 constexpr char EndOfWalk[] = "SetupDiDestroyDeviceInfoList"; // All adapters have been read.
-constexpr char Probe[] = "CreateFileA";
 constexpr std::uint16_t MakingADevice = 11;
 
-class MaintenanceRace : public EventTest
+class MaintenanceRace : public AdapterTest
 {
 protected:
     MaintenanceRace() { Relist(); }
-
-    void SetPresent(bool present)
-    {
-        Machine->ChangeAdapter(Adapter, [present](auto& adapter) { adapter.Present = present; });
-    }
 
     /// Makes the next calls of a function on one thread do work first, the n-th call that of number n.
     void During(const char* call, std::vector<Work> works, std::thread::id thread = {})
@@ -51,16 +40,8 @@ protected:
         });
     }
 
-    /// Sends a message and returns its events and those of what the service repeats afterwards.
-    Events SendAndRepeat(std::uint64_t wParam)
-    {
-        Events events = Send(wParam);
-        std::ranges::copy(Settle(), std::back_inserter(events));
-        return events;
-    }
-
     /// The flags of the listed record with this identity; nothing when the list has none.
-    std::optional<std::uint32_t> FlagsOf(const char* filter, std::string_view identity)
+    std::optional<std::uint32_t> FlagsOf(const char* filter, std::string_view identity = "{dev}")
     {
         for (const _ZV_SRVC_DEVICE_INFO& record : List(*Manager, filter).Records)
             if (record.NetCfgInstanceId == identity)
@@ -68,54 +49,47 @@ protected:
         return std::nullopt;
     }
 
-    Platform::AdapterId Adapter = Add("{dev}");
     const Work RefusedListing = [this] { EXPECT_EQ(List(*Manager, "").Status, ZV_SRVC_ERR_INVALID_PARAMETER); };
     const Work Rebuild = [this] { Relist(); };
     const Work Nothing = [] {};
 };
 
-TEST_F(MaintenanceRace, ASweepFindsADeadDriverDespiteConcurrentListings)
+TEST_F(MaintenanceRace, ASweepOrAMergeFindsItsChangeDespiteConcurrentListings)
 {
+    const Work silence = [this] { Drivers.front()->On(InformationQuery, TestDriver::EndWith(31)); };
     const struct
     {
-        std::vector<Work> DuringProbes;
+        Work Change;
+        std::uint64_t Message;
+        const char* Call;
+        std::vector<Work> During;
         const char* Filter;
+        const char* Identity;
+        std::uint32_t Flags;
     } rows[] = {
-        {{RefusedListing}, ""},
-        {{Rebuild}, "ZV_USB"},
-        {{Rebuild, Rebuild}, "ZV_USB"},
+        {silence, RemoveComplete, "CreateFileA", {RefusedListing}, "", "{dev}", Absent},
+        {silence, RemoveComplete, "CreateFileA", {Rebuild}, "ZV_USB", "{dev}", Absent},
+        {silence, RemoveComplete, "CreateFileA", {Rebuild, Rebuild}, "ZV_USB", "{dev}", Absent},
+        {[this] { Add("{one}"); }, Arrival, EndOfWalk, {RefusedListing}, "", "{one}", 0},
+        {[this] { Add("{two}"); },
+         Arrival,
+         EndOfWalk,
+         {[this] { List(*Manager, "ZV_SDIO"), List(*Manager, "ZV_USB"); }},
+         "ZV_USB",
+         "{two}",
+         0},
     };
     for (const auto& row : rows)
     {
         SCOPED_TRACE(&row - rows);
         Drivers.front()->On(InformationQuery, nullptr);
         Relist();
-        Drivers.front()->On(InformationQuery, TestDriver::EndWith(31));
-        During(Probe, row.DuringProbes);
-        EXPECT_EQ(SendAndRepeat(RemoveComplete), Events{ZV_EVT_DEVICE_STATUS_CHANGED});
-        EXPECT_EQ(FlagsOf(row.Filter, "{dev}"), ZV_DEV_ABSENT);
-    }
-}
-
-TEST_F(MaintenanceRace, AMergeReportsAnArrivalDespiteConcurrentListings)
-{
-    const struct
-    {
-        const char* Identity;
-        std::vector<Work> DuringWalks;
-        const char* Filter;
-    } rows[] = {
-        {"{one}", {RefusedListing}, ""},
-        {"{two}", {[this] { List(*Manager, "ZV_SDIO"), List(*Manager, "ZV_USB"); }}, "ZV_USB"},
-    };
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(row.Identity);
-        Relist();
-        Add(row.Identity);
-        During(EndOfWalk, row.DuringWalks);
-        SendAndRepeat(Arrival);
-        EXPECT_EQ(FlagsOf(row.Filter, row.Identity), 0U);
+        row.Change();
+        During(row.Call, row.During);
+        Events told = Send(row.Message);
+        std::ranges::copy(Settle(), std::back_inserter(told)); // Of what the service repeats.
+        EXPECT_TRUE(row.Message == Arrival || told == StatusChanged);
+        EXPECT_EQ(FlagsOf(row.Filter, row.Identity), row.Flags);
     }
 }
 
@@ -137,8 +111,8 @@ TEST_F(MaintenanceRace, AMergeYieldsToOtherMessagesAfterTwoRounds)
     const auto third = [&] { wasInTime = suspended.get_future().wait_for(5s) == std::future_status::ready; };
     During(EndOfWalk, {first, rebuildWithout, third});
     Machine->Broadcast(WmDeviceChange, Arrival);
-    EXPECT_EQ(Client->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), Events{ZV_EVT_DEVICE_ARRIVED});
-    EXPECT_EQ(Settle(ZV_EVT_SYSTEM_RESUME), Events{ZV_EVT_DEVICE_ARRIVED});
+    EXPECT_EQ(Client->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), Arrived);
+    EXPECT_EQ(Settle(ZV_EVT_SYSTEM_RESUME), Arrived);
     EXPECT_TRUE(wasInTime);
     EXPECT_EQ(FlagsOf("ZV_USB", "{new}"), 0U);
     Client->InCallback = nullptr;
@@ -154,8 +128,8 @@ TEST_F(MaintenanceRace, AListingEnumeratesAtMostTwiceAndTheServiceRepeats)
         const char* Identity;
         std::uint32_t Flags;
     } rows[] = {
-        {[this] { Add("{new}"); }, Arrival, {ZV_EVT_DEVICE_ARRIVED}, "{new}", 0},
-        {[this] { SetPresent(false); }, RemoveComplete, {ZV_EVT_DEVICE_STATUS_CHANGED}, "{dev}", ZV_DEV_ABSENT},
+        {[this] { Add("{new}"); }, Arrival, Arrived, "{new}", 0},
+        {[this] { SetPresent(false); }, RemoveComplete, StatusChanged, "{dev}", Absent},
     };
     for (const auto& row : rows)
     {
@@ -179,47 +153,26 @@ TEST_F(MaintenanceRace, AListingEnumeratesAtMostTwiceAndTheServiceRepeats)
     }
 }
 
-TEST_F(MaintenanceRace, AListingThatIsOlderThanASweepEnumeratesAgain)
-{
-    During(EndOfWalk, {[this] {
-               SetPresent(false);
-               EXPECT_EQ(Send(RemoveComplete), Events{ZV_EVT_DEVICE_STATUS_CHANGED});
-           }},
-           std::this_thread::get_id());
-    EXPECT_EQ(List(*Manager, "zvwlanu").Status, ZV_SRVC_ERR_NO_DEVICE);
-}
-
 TEST_F(MaintenanceRace, AProbeWithoutThreadOrMemoryTrustsTheEnumeration)
 {
     Add("{two}");
-    const struct
-    {
-        bool Present;
-        Work Fault;
-        Events Told;
-        std::uint32_t Flags;
-    } rows[] = {
-        {true, [] { FailThreadStart(1); }, {}, 0},
-        {false, [] { FailThreadStart(1); }, {ZV_EVT_DEVICE_STATUS_CHANGED}, ZV_DEV_ABSENT},
-        {true, [] { FailAllocation(1); }, {}, 0},
-        {false, [] { FailAllocation(1); }, {ZV_EVT_DEVICE_STATUS_CHANGED}, ZV_DEV_ABSENT},
-    };
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(&row - rows);
-        SetPresent(true);
-        Relist();
-        SetPresent(row.Present);
-        // The factory traces that it makes a device, on the service's thread, just before it does.
-        Platform::TraceSession trace(&ZV_TRACE_PROVIDER, 3, TRACE_FLAG_SERVICE,
-                                     [&row, first = true](const Platform::TraceRecord& record) mutable {
-                                         if (record.Number == MakingADevice && record.Arguments.empty() &&
-                                             std::exchange(first, false))
-                                             row.Fault();
-                                     });
-        EXPECT_EQ(Send(RemoveComplete), row.Told);
-        EXPECT_EQ(FlagsOf("ZV_USB", "{dev}"), row.Flags);
-    }
+    for (const bool present : {true, false})
+        for (const auto fail : {&FailThreadStart, &FailAllocation})
+        {
+            SCOPED_TRACE(testing::Message() << present << (fail == &FailThreadStart));
+            SetPresent(true);
+            Relist();
+            SetPresent(present);
+            // The factory traces that it creates a device, on the service's thread, just before it does.
+            Platform::TraceSession trace(&ZV_TRACE_PROVIDER, 3, TRACE_FLAG_SERVICE,
+                                         [fail, first = true](const Platform::TraceRecord& record) mutable {
+                                             if (record.Number == MakingADevice && record.Arguments.empty() &&
+                                                 std::exchange(first, false))
+                                                 fail(1);
+                                         });
+            EXPECT_EQ(Send(RemoveComplete), present ? Events() : StatusChanged);
+            EXPECT_EQ(FlagsOf("ZV_USB"), present ? 0 : Absent);
+        }
 }
 
 TEST_F(MaintenanceRace, ASweepCreatesNoDeviceForAnAdapterThatCannotBeOpened)

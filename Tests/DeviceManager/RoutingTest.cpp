@@ -1,6 +1,6 @@
 /// From the window's messages to the clients of both lists.
 
-#include "EventFixture.h"
+#include "AdapterFixture.h"
 
 #include <map>
 #include <semaphore>
@@ -8,36 +8,24 @@
 namespace
 {
 
-using Events = std::vector<std::uint32_t>;
+constexpr std::uint32_t StatusEvent = ZV_EVT_DEVICE_STATUS_CHANGED;
+constexpr std::uint32_t ArrivalEvent = ZV_EVT_DEVICE_ARRIVED;
+constexpr std::uint32_t ResumeEvent = ZV_EVT_SYSTEM_RESUME;
+constexpr std::uint32_t SuspendEvent = ZV_EVT_SYSTEM_SUSPEND;
 
-class Routing : public EventTest
+class Routing : public AdapterTest
 {
 protected:
     Routing() { Relist(); }
-
-    void SetPresent(bool present)
-    {
-        Machine->ChangeAdapter(Adapter, [present](auto& adapter) { adapter.Present = present; });
-    }
-
-    Platform::AdapterId Adapter = Add("{dev}");
 };
 
 TEST_F(Routing, OnlyMessagesOfTheTableHaveAnEffect)
 {
     const std::map<std::pair<std::uint32_t, std::uint64_t>, std::uint32_t> table = {
-        {{0x218, 0}, ZV_EVT_SYSTEM_SUSPEND},
-        {{0x218, 1}, ZV_EVT_SYSTEM_SUSPEND},
-        {{0x218, 4}, ZV_EVT_SYSTEM_SUSPEND},
-        {{0x218, 5}, ZV_EVT_SYSTEM_SUSPEND},
-        {{0x218, 6}, ZV_EVT_SYSTEM_RESUME},
-        {{0x218, 7}, ZV_EVT_SYSTEM_RESUME},
-        {{0x218, 8}, ZV_EVT_SYSTEM_RESUME},
-        {{0x218, 18}, ZV_EVT_SYSTEM_RESUME},
-        {{0x219, 0x8000}, ZV_EVT_DEVICE_ARRIVED},
-        {{0x219, 0x8001}, ZV_EVT_DEVICE_STATUS_CHANGED},
-        {{0x219, 0x8003}, ZV_EVT_DEVICE_STATUS_CHANGED},
-        {{0x219, 0x8004}, ZV_EVT_DEVICE_STATUS_CHANGED},
+        {{0x218, 0}, SuspendEvent},     {{0x218, 1}, SuspendEvent},     {{0x218, 4}, SuspendEvent},
+        {{0x218, 5}, SuspendEvent},     {{0x218, 6}, ResumeEvent},      {{0x218, 7}, ResumeEvent},
+        {{0x218, 8}, ResumeEvent},      {{0x218, 18}, ResumeEvent},     {{0x219, 0x8000}, ArrivalEvent},
+        {{0x219, 0x8001}, StatusEvent}, {{0x219, 0x8003}, StatusEvent}, {{0x219, 0x8004}, StatusEvent},
     };
     std::vector<std::uint64_t> parameters = {0x7FFF, 0x1'0000'0004, 0x1'0000'8000, 0x1'0000'8004};
     for (std::uint64_t i = 0; i < 32; ++i)
@@ -48,28 +36,23 @@ TEST_F(Routing, OnlyMessagesOfTheTableHaveAnEffect)
             SCOPED_TRACE(testing::Message() << std::hex << message << ' ' << parameter);
             const auto row = table.find({message, parameter});
             const std::uint32_t event = row == table.end() ? 0 : row->second;
-            // Something to find for each side that may look.
-            const bool arrives = event == ZV_EVT_DEVICE_ARRIVED;
-            if (arrives || event == ZV_EVT_DEVICE_STATUS_CHANGED)
+            // A change that a sweep or a merge finds.
+            const bool arrives = event == ArrivalEvent;
+            if (arrives || event == StatusEvent)
             {
                 SetPresent(!arrives);
-                Send(arrives ? 0x8004 : 0x8000);
+                Send(arrives ? RemoveComplete : Arrival);
                 SetPresent(arrives);
             }
             Machine->Broadcast(message, parameter);
-            EXPECT_EQ(Settle(event == ZV_EVT_SYSTEM_SUSPEND ? ZV_EVT_SYSTEM_RESUME : ZV_EVT_SYSTEM_SUSPEND),
+            EXPECT_EQ(Settle(event == SuspendEvent ? ResumeEvent : SuspendEvent),
                       event == 0 ? Events() : Events{event});
         }
 }
 
 TEST_F(Routing, MachineEventsReachClientsAndOpenDevices)
 {
-    const _ZV_SRVC_DEVICE_INFO record = Listed();
-    std::shared_ptr<CDeviceIntf> device;
-    ASSERT_EQ(Manager->OpenDevice(&record, ZV_SRVC_DEVICE_UWP, device), ZV_SRVC_SUCCESS);
-    const std::uint32_t changed = ZV_EVT_DEVICE_STATUS_CHANGED;
-    const std::uint32_t arrived = ZV_EVT_DEVICE_ARRIVED;
-    const std::uint32_t resume = ZV_EVT_SYSTEM_RESUME;
+    const std::shared_ptr<CDeviceIntf> device = Open();
     const struct
     {
         const char* Name;
@@ -78,38 +61,24 @@ TEST_F(Routing, MachineEventsReachClientsAndOpenDevices)
         std::uint32_t Flags;
         bool Usable;
     } rows[] = {
-        {"unplug", [&] { Machine->Unplug(Adapter); }, {changed}, 0x4, false},
-        {"unplug again", [&] { Machine->Unplug(Adapter); }, {}, 0x4, false},
-        {"plug", [&] { Machine->Plug(Adapter); }, {arrived}, 0, true},
-        {"fail", [&] { Machine->SetProblem(Adapter, 10); }, {changed}, 0x5, false},
-        {"recover", [&] { Machine->SetProblem(Adapter, 0); }, {arrived}, 0x1, false},
-        {"sweep", [&] { Machine->Broadcast(0x219, 0x8001); }, {changed}, 0, true},
-        {"resume", [&] { Machine->Resume(); }, {resume, resume}, 0, true},
-        {"uninstall", [&] { Machine->Uninstall(Adapter); }, {changed}, 0x4, false},
+        {"unplug", [&] { Machine->Unplug(Adapter); }, StatusChanged, Absent, false},
+        {"unplug again", [&] { Machine->Unplug(Adapter); }, {}, Absent, false},
+        {"plug", [&] { Machine->Plug(Adapter); }, Arrived, 0, true},
+        {"fail", [&] { Machine->SetProblem(Adapter, 10); }, StatusChanged, Problem | Absent, false},
+        {"recover", [&] { Machine->SetProblem(Adapter, 0); }, Arrived, Problem, false},
+        {"sweep", [&] { Machine->Broadcast(WmDeviceChange, 0x8001); }, StatusChanged, 0, true},
+        {"resume", [&] { Machine->Resume(); }, {ResumeEvent, ResumeEvent}, 0, true},
     };
     for (const auto& row : rows)
     {
         SCOPED_TRACE(row.Name);
         row.Verb();
         EXPECT_EQ(Settle(), row.Told);
-        EXPECT_EQ(Listed().StateFlags & 0xFU, row.Flags);
+        EXPECT_EQ(Listed().StateFlags, row.Flags);
         std::uint8_t item[4] = {};
         EXPECT_EQ(device->SetQueryInfo(1, 0x10, item, sizeof item),
                   row.Usable ? ZV_SRVC_SUCCESS : ZV_SRVC_ERR_DEVICE_NOT_OPEN);
     }
-}
-
-TEST_F(Routing, AnUninstalledDriverStaysMarkedWhenItsAdapterComesBack)
-{
-    Machine->Uninstall(Adapter);
-    Client->TakeUntil(ZV_EVT_DRIVER_UNINSTALLED);
-    Settle(); // The sweep's own event has no order against the watcher's.
-    EXPECT_EQ(Listed().StateFlags, ZV_DEV_ABSENT | ZV_DEV_DRIVER_UNINSTALLED);
-    Machine->Plug(Adapter);
-    EXPECT_EQ(Settle(), Events{ZV_EVT_DEVICE_ARRIVED});
-    EXPECT_EQ(Listed().StateFlags, ZV_DEV_DRIVER_UNINSTALLED);
-    Relist();
-    EXPECT_EQ(Listed().StateFlags, 0U);
 }
 
 TEST_F(Routing, ASlowClientDelaysOnlyItsList)
@@ -126,21 +95,19 @@ TEST_F(Routing, ASlowClientDelaysOnlyItsList)
     auto* const other = MakeClient(*Manager, ZV_INFO_REQ_MAGIC);
     Machine->Unplug(Adapter);
     entered.acquire();
-    const std::uint32_t changed = ZV_EVT_DEVICE_STATUS_CHANGED;
-    const std::uint32_t arrived = ZV_EVT_DEVICE_ARRIVED;
-    EXPECT_EQ(other->TakeUntil(changed), Events());
-    for (int i = 0; i < 3; ++i) // sweeps, merges and a watcher's disposal go on
+    EXPECT_EQ(other->TakeUntil(StatusEvent), Events());
+    for (int i = 0; i < 3; ++i) // Sweeps, merges and the disposal of watchers continue.
     {
         Machine->Plug(Adapter);
-        EXPECT_EQ(other->TakeUntil(arrived), Events());
+        EXPECT_EQ(other->TakeUntil(ArrivalEvent), Events());
         EXPECT_EQ(Listed().StateFlags, 0U);
         Machine->Unplug(Adapter);
-        EXPECT_EQ(other->TakeUntil(changed), Events());
+        EXPECT_EQ(other->TakeUntil(StatusEvent), Events());
     }
     Machine->Suspend();
     leave.release();
-    EXPECT_EQ(slow->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), // late, whole and in order
-              (Events{changed, arrived, changed, arrived, changed, arrived, changed}));
+    EXPECT_EQ(slow->TakeUntil(SuspendEvent), // late, whole and in order
+              (Events{StatusEvent, ArrivalEvent, StatusEvent, ArrivalEvent, StatusEvent, ArrivalEvent, StatusEvent}));
 }
 
 /// Clients of one list that change the list while they are called.
@@ -157,11 +124,11 @@ TEST_F(Routing, CallbacksMayRegisterAndDeregisterClients)
         late = MakeClient(*Manager);
     };
     removed->InCallback = [](std::uint32_t) { ADD_FAILURE() << "called after its removal"; };
-    Machine->Broadcast(0x218, 7);
+    Machine->Broadcast(WmPowerBroadcast, 7);
     Machine->Suspend();
-    EXPECT_EQ(last->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), Events{ZV_EVT_SYSTEM_RESUME});
-    EXPECT_EQ(leaving->TakeUntil(ZV_EVT_SYSTEM_RESUME), Events());
-    EXPECT_EQ(late->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), Events()); // begins with the next event
+    EXPECT_EQ(last->TakeUntil(SuspendEvent), Events{ResumeEvent});
+    EXPECT_EQ(leaving->TakeUntil(ResumeEvent), Events());
+    EXPECT_EQ(late->TakeUntil(SuspendEvent), Events()); // begins with the next event
     EXPECT_EQ(Manager->RegisterNotification(nullptr), ZV_SRVC_ERR_INVALID_PARAMETER);
     EXPECT_EQ(Manager->DeRegisterNotification(nullptr), ZV_SRVC_ERR_INVALID_PARAMETER);
 }

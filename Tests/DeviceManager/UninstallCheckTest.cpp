@@ -1,4 +1,4 @@
-/// The uninstall watcher by itself, without its pauses.
+/// The uninstall watcher without its pauses.
 
 #include "CDrvUninstallCheck.h"
 
@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <future>
 
 namespace
 {
@@ -23,36 +22,11 @@ struct CountingHandler final : CDrvUninstallNotifyHdlr
 
 constexpr char ReadCall[] = "RegOpenKeyA";
 
-class UninstallCheck : public testing::Test
+TEST(UninstallCheck, ReadsUntilTheEntryIsDeletedAtMostFiftyTimes)
 {
-protected:
-    UninstallCheck()
-    {
-        const Platform::AdapterId id = Machine->AddAdapter(GivenAdapter("{a}", "zvwlanu"));
-        const std::u16string key = Machine->Adapter(id).DriverKey.value_or(u"none\\none");
-        KeyPath = ClassPath + std::string(key.begin(), key.end());
-        const std::string index = KeyPath.substr(KeyPath.rfind('\\') + 1);
-        index.copy(Record->DriverKeyIndex, sizeof Record->DriverKeyIndex - 1);
-    }
-
-    /// Watches the record that many times over, to the end.
-    void Watch(int entries)
-    {
-        CDrvUninstallCheck check(0ms);
-        for (int i = 0; i < entries; ++i)
-            check.Add(Record);
-        EXPECT_TRUE(check.StartCheck(&Handler));
-    }
-
-    static constexpr char ClassPath[] = R"(SYSTEM\CurrentControlSet\Control\Class\)";
-    Platform::ScopedMachine Machine;
-    std::string KeyPath;
-    ZVAdapterRecord Record = std::make_shared<_ZV_SRVC_DEVICE_INFO>();
-    CountingHandler Handler;
-};
-
-TEST_F(UninstallCheck, ReadsUntilTheEntryIsDeletedAtMostFiftyTimes)
-{
+    Platform::ScopedMachine machine;
+    machine->AddAdapter(GivenAdapter("{a}", "zvwlanu"));
+    const ZVAdapterRecord record = std::make_shared<_ZV_SRVC_DEVICE_INFO>(List(*MakeManager(), "ZV_USB").Records.at(0));
     const struct
     {
         const char* Name;
@@ -61,42 +35,32 @@ TEST_F(UninstallCheck, ReadsUntilTheEntryIsDeletedAtMostFiftyTimes)
         std::uint64_t Reads;
         int Told;
     } rows[] = {
-        {"it stays", 1, [] {}, 50, 0},
-        {"it stays, twice", 2, [] {}, 100, 0},
-        {"access denied is no verdict", 1, [&] { Machine->FailCall(ReadCall, 1, 5, 100); }, 50, 0},
-        {"it goes behind the 2nd read", 1, [&] { Machine->FailCall(ReadCall, 3, 2); }, 3, 1},
-        {"its value is gone", 2, [&] { Machine->FailCall("RegQueryValueExA", 1, 2, 2); }, 2, 2},
-        {"its key is gone", 2, [&] { Machine->DeleteTree(KeyPath); }, 2, 2},
+        {"it stays", 2, [] {}, 100, 0},
+        {"access denied is no verdict", 1, [&] { machine->FailCall(ReadCall, 1, 5, 100); }, 50, 0},
+        {"it is deleted after the 2nd read", 1, [&] { machine->FailCall(ReadCall, 3, 2); }, 3, 1},
+        {"its value is deleted", 2, [&] { machine->FailCall("RegQueryValueExA", 1, 2, 2); }, 2, 2},
     };
     for (const auto& row : rows)
     {
         SCOPED_TRACE(row.Name);
-        Machine->ClearFaults();
+        machine->ClearFaults();
         row.Before();
-        Handler.Told = 0;
-        const std::uint64_t before = Machine->Calls(ReadCall);
-        Watch(row.Entries);
-        EXPECT_EQ(Machine->Calls(ReadCall) - before, row.Reads);
-        EXPECT_EQ(Handler.Told, row.Told);
-        Machine->OnCall(ReadCall, nullptr);
+        const std::uint64_t before = machine->Calls(ReadCall);
+        CountingHandler handler;
+        {
+            CDrvUninstallCheck check(0ms);
+            check.Add(std::make_shared<_ZV_SRVC_DEVICE_INFO>()); // It has no key that could be deleted.
+            EXPECT_FALSE(check.StartCheck(&handler));
+            for (int i = 0; i < row.Entries; ++i)
+                check.Add(record);
+            FailThreadStart(1);
+            EXPECT_FALSE(check.StartCheck(&handler));
+            EXPECT_FALSE(check.IsRunning());
+            EXPECT_TRUE(check.StartCheck(&handler));
+        }
+        EXPECT_EQ(machine->Calls(ReadCall) - before, row.Reads);
+        EXPECT_EQ(handler.Told, row.Told);
     }
-}
-
-TEST_F(UninstallCheck, StartsOnceAndOnlyWithRecords)
-{
-    CDrvUninstallCheck check(0ms);
-    check.Add(std::make_shared<_ZV_SRVC_DEVICE_INFO>()); // It has no key that could go.
-    EXPECT_FALSE(check.StartCheck(&Handler));
-    check.Add(Record);
-    FailThreadStart(1);
-    EXPECT_FALSE(check.StartCheck(&Handler));
-    EXPECT_FALSE(check.IsRunning());
-    std::promise<void> go;
-    Machine->OnCall(ReadCall, [read = go.get_future().share()] { read.wait(); });
-    Machine->DeleteTree(KeyPath);
-    EXPECT_TRUE(check.StartCheck(&Handler));
-    EXPECT_FALSE(check.StartCheck(&Handler)) << "it is at its first read";
-    go.set_value();
 }
 
 } // namespace

@@ -2,47 +2,44 @@
 
 #include "CVirtualDriverBinding.h"
 
+#include "EventFixture.h"
 #include "TestMachine.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
+#include <dlfcn.h>
 #include <filesystem>
 
 namespace
 {
+
+using Events = std::vector<std::uint32_t>;
 
 void GoTo(const char* folder)
 {
     std::filesystem::current_path(std::filesystem::path(ZV_TEST_DRIVERS) / folder);
 }
 
-struct Bound
+/// The number of bound entry points.
+int Bound()
 {
-    bool Events, Enum, SetQuery, Registry, Ioctl;
-    friend bool operator==(const Bound&, const Bound&) = default;
+    return (Virtual_RegisterPnPHandler != nullptr) + (Virtual_EnumZVDevice != nullptr) +
+           (Virtual_Dev_SetQueryInfo != nullptr) + (Virtual_AccessRegistry != nullptr) +
+           (Virtual_SendIOCTLReq != nullptr);
+}
 
-    static Bound Now()
-    {
-        return {Virtual_RegisterPnPHandler != nullptr, Virtual_EnumZVDevice != nullptr,
-                Virtual_Dev_SetQueryInfo != nullptr, Virtual_AccessRegistry != nullptr,
-                Virtual_SendIOCTLReq != nullptr};
-    }
-};
-
-TEST(VirtualDriver, BindsWhatTheFileExportsAndUnbindsIt)
+TEST(DriverBinding, BindsWhatTheFileExportsAndUnbindsIt)
 {
     const struct
     {
         const char* Folder;
         bool Loaded;
-        Bound Entries;
+        int Entries;
     } cases[] = {
-        {".", false, {}},
-        {"nothing", true, {}},
-        {"unloadable", true, {}},
+        {".", false, 0},
+        {"nothing", true, 0},
+        {"unloadable", true, 0},
         // Stays loaded, and so is last: a thread may be in a bound entry when the process ends.
-        {"requests-only", true, {false, false, false, false, true}},
+        {"requests-only", true, 1},
     };
     for (const auto& [folder, loaded, entries] : cases)
     {
@@ -50,10 +47,10 @@ TEST(VirtualDriver, BindsWhatTheFileExportsAndUnbindsIt)
         CVirtualDriverBinding binding;
         EXPECT_EQ(binding.Load(), loaded) << folder;
         EXPECT_EQ(binding.IsLoaded(), loaded) << folder;
-        EXPECT_EQ(Bound::Now(), entries) << folder;
+        EXPECT_EQ(Bound(), entries) << folder;
         binding.Unload();
         EXPECT_FALSE(binding.IsLoaded()) << folder;
-        EXPECT_EQ(Bound::Now(), Bound{}) << folder;
+        EXPECT_EQ(Bound(), 0) << folder;
         EXPECT_EQ(Platform::CountOpenObjects().Modules, 0U) << folder;
     }
 }
@@ -94,21 +91,34 @@ TEST_P(PartialDriver, ReplacesOnlyTheOperationsThatItExports)
 
 INSTANTIATE_TEST_SUITE_P(VirtualDriver, PartialDriver, testing::Values("requests-only", "nothing", "unloadable"));
 
-TEST(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)
+/// A driver that exports all entry points, and delivers what the environment contains.
+class VirtualDriver : public testing::Test
 {
-    GoTo("all");
-    const auto manager = MakeManager();
-    const struct
+protected:
+    VirtualDriver()
     {
-        const char* Length;
-        std::size_t Records;
-    } cases[] = {{"7240", 10}, {"724", 1}, {"723", 0}, {"1450", 2}, {"0", 0}, {"7964", 10}, {"0xFFFFFFFF", 10}};
+        GoTo("all");
+        Manager = MakeManager();
+        void* driver = dlopen("./VirtualDriver_UWP.dll", RTLD_NOW | RTLD_NOLOAD);
+        Deliver = reinterpret_cast<std::intptr_t (*)(unsigned, std::uint64_t)>(dlsym(driver, "TestDeliver"));
+        dlclose(driver);
+    }
+
+    std::shared_ptr<CDeviceManagerIntf> Manager;
+    std::intptr_t (*Deliver)(unsigned, std::uint64_t) = nullptr;
+};
+
+TEST_F(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)
+{
+    const std::pair<const char*, std::size_t> cases[] = {{"7240", 10}, {"724", 1},   {"723", 0},        {"1450", 2},
+                                                         {"0", 0},     {"7964", 10}, {"0xFFFFFFFF", 10}};
+    EXPECT_EQ(List(*Manager, "").Status, ZV_SRVC_ERR_INVALID_PARAMETER);
+    setenv("TEST_FLAGS", "0x9", 1);
     for (const auto& [length, records] : cases)
     {
         setenv("TEST_LENGTH", length, 1);
-        setenv("TEST_FLAGS", "0x9", 1);
-        // An empty list is enumerated again, so every case starts with an unknown filter.
-        const Listing listing = List(*manager, length);
+        // Every case starts with an unknown filter. No filter applies to the records.
+        const Listing listing = List(*Manager, length, "no such pattern");
         EXPECT_EQ(listing.Status, ZV_SRVC_SUCCESS) << length;
         ASSERT_EQ(listing.Records.size(), records) << length;
         for (const _ZV_SRVC_DEVICE_INFO& record : listing.Records)
@@ -117,17 +127,66 @@ TEST(VirtualDriver, DeliversWholeRecordsAndNoMoreThanTen)
             EXPECT_EQ(std::string(record.InfSection, 50), std::string(50, 'x')) << "copied unchanged";
         }
     }
+    setenv("TEST_LENGTH", "724", 1);
+    EXPECT_EQ(List(*Manager, "0xFFFFFFFF").Records.size(), 10U) << "from the list";
 }
 
-TEST(VirtualDriver, NoFilterAppliesToItsRecordsAndTheListIsKept)
+TEST_F(VirtualDriver, ReportsEveryRemovalAndArrivalWithItsFlags)
 {
-    GoTo("all");
-    const auto manager = MakeManager();
-    EXPECT_EQ(List(*manager, "").Status, ZV_SRVC_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(List(*manager, "ZV_USB", "no such pattern").Records.size(), 10U);
-    setenv("TEST_LENGTH", "724", 1);
-    EXPECT_EQ(List(*manager, "ZV_USB").Records.size(), 10U) << "from the list";
-    EXPECT_EQ(List(*manager, "ZV_SDIO").Records.size(), 1U);
+    auto* const client = MakeClient(*Manager);
+    const struct
+    {
+        std::uint64_t WParam;
+        const char* Flags;
+        Events Told;
+        std::uint32_t Listed;
+    } rows[] = {
+        {0x8001, "0", {ZV_EVT_DEVICE_STATUS_CHANGED}, 0},
+        {0x8003, "4", {ZV_EVT_DEVICE_STATUS_CHANGED}, 4},
+        {0x8004, "4", {ZV_EVT_DEVICE_STATUS_CHANGED}, 4},
+        {0x8000, "0x1F", {ZV_EVT_DEVICE_ARRIVED}, 0x1F},
+        {0x8000, "0x1F", {ZV_EVT_DEVICE_ARRIVED}, 0x1F},
+        {0x8002, "1", {}, 0x1F},
+        {7, "1", {}, 0x1F},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(&row - rows);
+        setenv("TEST_FLAGS", row.Flags, 1);
+        EXPECT_EQ(Deliver(WmDeviceChange, row.WParam), 1); // No default handling, because there is no window.
+        Deliver(WmPowerBroadcast, 4);
+        EXPECT_EQ(client->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), row.Told);
+        const Listing listing = List(*Manager, "ZV_ALL");
+        EXPECT_EQ(listing.Records.size(), 10U);
+        EXPECT_EQ(listing.Records.front().StateFlags, row.Listed);
+    }
+    EXPECT_EQ(Platform::CountOpenObjects().Windows, 0U);
+}
+
+TEST_F(VirtualDriver, CallsClientsOfAllListsAndManagersInOrder)
+{
+    auto* const user = MakeClient(*Manager);
+    _ZV_WLAN_NOTIFY_HDLR silent{nullptr, nullptr, 0, 0};
+    EXPECT_EQ(Manager->RegisterNotification(&silent), ZV_SRVC_SUCCESS);
+    auto* const zv = MakeClient(*Manager, ZV_INFO_REQ_MAGIC);
+    auto* const twice = MakeClient(*Manager, 5);
+    EXPECT_EQ(Manager->RegisterNotification(&twice->Record), ZV_SRVC_SUCCESS);
+    auto* const other = MakeClient(*MakeManager()); // Its host drops its reference.
+    EXPECT_EQ((std::vector{user->Record.ClientId, silent.ClientId, zv->Record.ClientId, twice->Record.ClientId,
+                           other->Record.ClientId}),
+              (std::vector{1U, 2U, 3U, 5U, 1U}));
+
+    _ZV_WLAN_NOTIFY_HDLR otherList = zv->Record;
+    otherList.ClientType = 0;
+    EXPECT_EQ(Manager->DeRegisterNotification(&otherList), ZV_SRVC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(Manager->DeRegisterNotification(&silent), ZV_SRVC_SUCCESS);
+    Manager.reset();
+    Deliver(WmPowerBroadcast, 18);
+    Deliver(WmPowerBroadcast, 4);
+    for (EventClient* client : {user, zv, other})
+        EXPECT_EQ(client->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), Events{ZV_EVT_SYSTEM_RESUME});
+    twice->TakeUntil(ZV_EVT_SYSTEM_SUSPEND);
+    EXPECT_EQ(twice->TakeUntil(ZV_EVT_SYSTEM_SUSPEND), Events());
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 /// One host's use of the library, in which one allocation, thread start or platform call fails.
 ///
-/// "failure_host count" prints how many points of each kind the use has, one kind a line. "failure_host
-/// KIND N" makes the Nth one fail; KIND is "allocation", "thread" or the name of a platform call. Every
-/// step must report the failure or succeed, and leave nothing half done; afterwards the same process
-/// uses the library once more without a failure. Exit code 7 when all of that held, 8 when in addition
-/// no point failed because there is no Nth one; any other code is a fault. "failure_host exit KIND N"
-/// uses the library without a failure and makes the Nth point of the exit fail; the code is 7.
+/// "failure_host count CALL..." prints how many points of each kind the use has, one kind a line.
+/// "failure_host KIND N" makes the Nth one fail; KIND is "allocation", "thread" or the name of a platform
+/// call. Every step must report the failure or succeed, and leave nothing half done; afterwards the same
+/// process uses the library once more without a failure. Exit code 7 when all of that held, 8 when in
+/// addition no point failed because there is no Nth one; any other code is a fault. "failure_host exit
+/// KIND N" uses the library without a failure and makes the Nth point of the exit fail; the code is 7.
 
 #include "CWinPwrEvtHandle.h"
 #include "CZVNSrvcMgnt.h"
@@ -19,6 +19,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -29,39 +30,9 @@ namespace
 
 constexpr std::uint32_t HostCode = 0x99000000;
 constexpr std::uint32_t WaitRsp = 0x122418;
+constexpr unsigned int Threw = 0xFFFFFFFF; ///< Instead of a status.
 constexpr int AsPlanned = 7;
 constexpr int NoSuchPoint = 8;
-
-constexpr const char* Calls[] = {"CM_Get_DevNode_Status",
-                                 "CancelIo",
-                                 "CancelIoEx",
-                                 "CloseHandle",
-                                 "CreateEventW",
-                                 "CreateFileA",
-                                 "CreateWindowExW",
-                                 "DeviceIoControl",
-                                 "GetMessageW",
-                                 "GetOverlappedResult",
-                                 "PostThreadMessageW",
-                                 "RegCloseKey",
-                                 "RegDeleteKeyValueA",
-                                 "RegFlushKey",
-                                 "RegOpenKeyA",
-                                 "RegOpenKeyW",
-                                 "RegQueryValueExA",
-                                 "RegSetValueExA",
-                                 "RegisterClassExW",
-                                 "RegisterDeviceNotificationW",
-                                 "RegisterTraceGuidsW",
-                                 "SendMessageW",
-                                 "SetupDiClassGuidsFromNameW",
-                                 "SetupDiDestroyDeviceInfoList",
-                                 "SetupDiEnumDeviceInfo",
-                                 "SetupDiGetClassDevsW",
-                                 "SetupDiGetDeviceRegistryPropertyW",
-                                 "SetupDiOpenClassRegKey",
-                                 "WaitForMultipleObjects",
-                                 "WaitForSingleObject"};
 
 void Require(bool good, const char* what)
 {
@@ -71,38 +42,15 @@ void Require(bool good, const char* what)
     std::_Exit(1);
 }
 
-/// Makes one call, which may throw what the headers document.
-/// @return false when it threw.
-template <class Call>
-bool Try(Call call)
+/// Does the test's own work without the failure.
+template <class Work>
+auto WithoutFailure(Work work)
 {
-    try
-    {
-        call();
-        return true;
-    }
-    catch (const std::bad_alloc&)
-    {
-        return false;
-    }
-    catch (const std::system_error&)
-    {
-        return false;
-    }
+    const int left = FailAllocation(0);
+    auto result = work();
+    FailAllocation(left);
+    return result;
 }
-
-/// Keeps the test's own work free of the failure, for a scope.
-class Pause
-{
-public:
-    Pause() = default;
-    ~Pause() { FailAllocation(Left); }
-    Pause(const Pause&) = delete;
-    Pause& operator=(const Pause&) = delete;
-
-private:
-    const int Left = FailAllocation(0);
-};
 
 std::atomic<std::uint32_t> lastEvent{0};
 
@@ -132,9 +80,9 @@ public:
 
     void Run()
     {
-        const bool created = Try([this] { CreateZVModule(Manager, ZV_SRVC_DEVICE_MANAGER_UWP); });
-        Require(created == (Manager != nullptr), "a manager was handed out by a call that threw");
-        Require(created || IsFaulty, "no manager");
+        const unsigned int status =
+            Step("manager", [this] { return CreateZVModule(Manager, ZV_SRVC_DEVICE_MANAGER_UWP); });
+        Require((status == ZV_SRVC_SUCCESS) == (Manager != nullptr), "a manager was handed out by a call that threw");
         if (Manager == nullptr)
             return;
         ListAdapters();
@@ -147,38 +95,42 @@ public:
     }
 
 private:
-    /// The status of a step that may fail for the injected failure alone.
-    void Expect(unsigned int status, const char* step) { Require(status == ZV_SRVC_SUCCESS || IsFaulty, step); }
-
-    static FilterRecord MakeFilter()
+    /// Makes one call, which may throw what the headers document and may fail for the injected failure alone.
+    template <class Call>
+    unsigned int Step(const char* name, Call call)
     {
-        const Pause pause;
-        return FilterRecord("ZV_USB");
-    }
-
-    static std::unique_ptr<AsyncRequest> MakeRequest()
-    {
-        const Pause pause;
-        return std::make_unique<AsyncRequest>(1, HostCode, 4);
+        unsigned int status = Threw;
+        try
+        {
+            status = call();
+        }
+        catch (const std::bad_alloc&)
+        {
+            Require(IsFaulty, "no memory");
+        }
+        catch (const std::system_error& error)
+        {
+            Require(IsFaulty, error.what());
+        }
+        Require(status == ZV_SRVC_SUCCESS || IsFaulty, name);
+        return status;
     }
 
     void ListAdapters()
     {
-        const FilterRecord filter = MakeFilter();
+        const auto filter = WithoutFailure([] { return std::make_unique<FilterRecord>("ZV_USB"); });
         _ZV_SRVC_DEVICE_INFO records[4] = {};
         _ZV_SRVC_DEVICE_LIST_RSP result{0, sizeof records, records};
-        unsigned int status = ZV_SRVC_ERR_FAILURE;
-        if (!Try([&] { status = Manager->GetZVDeviceList(&filter.Request, &result); }) || status != ZV_SRVC_SUCCESS)
+        if (Step("list", [&] { return Manager->GetZVDeviceList(&filter->Request, &result); }) != ZV_SRVC_SUCCESS)
         {
-            Require(IsFaulty, "list");
             Require(result.Length == sizeof records && records[0].NetCfgInstanceId[0] == 0, "a failed list wrote");
             return;
         }
         const std::size_t count = result.Length / sizeof records[0];
         Require(count == 2 || (IsFaulty && count == 1), "wrong number of adapters");
-        for (std::size_t i = 0; i < count; ++i)
+        for (const _ZV_SRVC_DEVICE_INFO& record : std::span(records, count))
         {
-            const std::string_view identity = records[i].NetCfgInstanceId;
+            const std::string_view identity = record.NetCfgInstanceId;
             // A value that could not be read leaves its field empty.
             Require(identity == "{one}" || identity == "{two}" || (IsFaulty && identity.empty()), "wrong record");
         }
@@ -189,10 +141,9 @@ private:
     {
         _ZV_SRVC_DEVICE_INFO record{};
         std::strcpy(record.NetCfgInstanceId, "{one}");
-        unsigned int status = ZV_SRVC_ERR_FAILURE;
-        if (!Try([&] { status = Manager->OpenDevice(&record, ZV_SRVC_DEVICE_UWP, Device); }))
-            Require(Device == nullptr, "a device was handed out by a call that threw");
-        Expect(status, "open");
+        const unsigned int status =
+            Step("open", [&] { return Manager->OpenDevice(&record, ZV_SRVC_DEVICE_UWP, Device); });
+        Require(status != Threw || Device == nullptr, "a device was handed out by a call that threw");
         if (Device == nullptr)
             return;
         const unsigned int info = Device->GetDeviceInfo(&record);
@@ -203,9 +154,7 @@ private:
     void UseDevice()
     {
         std::uint8_t item[4] = {1, 2, 3, 4};
-        unsigned int status = ZV_SRVC_ERR_FAILURE;
-        Try([&] { status = Device->SetQueryInfo(0, 1, item, 4); });
-        Expect(status, "item");
+        Step("item", [&] { return Device->SetQueryInfo(0, 1, item, 4); });
         Require(item[0] == 1 && item[3] == 4, "an item that the driver did not write");
 
         std::uint8_t out[4] = {0xEE, 0xEE, 0xEE, 0xEE};
@@ -214,53 +163,35 @@ private:
         request.OutBuffer = out;
         request.OutLength = sizeof out;
         request.Timeout = 1000;
-        status = ZV_SRVC_ERR_FAILURE;
-        Try([&] { status = Device->SendIOCTLReq(&request); });
-        Expect(status, "request");
+        const unsigned int status = Step("request", [&] { return Device->SendIOCTLReq(&request); });
         Require(out[0] == 9 || (out[0] == 0xEE && status != ZV_SRVC_SUCCESS), "wrong output");
-        SendAsync();
+
+        const auto async = WithoutFailure([] { return std::make_unique<AsyncRequest>(1, HostCode, 4); });
+        if (Step("asynchronous", [&] { return Device->SendIOCTLReq(&async->Record); }) == ZV_SRVC_SUCCESS)
+            Require(async->Await() == ZV_SRVC_SUCCESS || IsFaulty, "asynchronous status");
+        Require(async->Out[0] == 8 || IsFaulty, "wrong response");
 
         std::uint32_t type = 1;
         std::uint32_t size = 2;
         std::uint8_t text[2] = {'x', 0};
         for (const std::uint32_t operation : {ZV_REG_OP_WRITE, ZV_REG_OP_READ, ZV_REG_OP_DELETE_VALUE})
-        {
-            status = ZV_SRVC_ERR_FAILURE;
-            Try([&] { status = Device->AccessRegistry(operation, "", "Value", &type, text, &size); });
-            Expect(status, "registry");
-        }
+            Step("registry", [&] { return Device->AccessRegistry(operation, "", "Value", &type, text, &size); });
         Require(text[0] == 'x', "wrong value");
-    }
-
-    void SendAsync()
-    {
-        const auto owner = MakeRequest();
-        AsyncRequest& request = *owner;
-        unsigned int status = ZV_SRVC_ERR_FAILURE;
-        Try([&] { status = Device->SendIOCTLReq(&request.Record); });
-        Expect(status, "asynchronous request");
-        if (status == ZV_SRVC_SUCCESS)
-            Require(request.Await() == ZV_SRVC_SUCCESS || IsFaulty, "asynchronous status");
-        Require(request.Out[0] == 8 || IsFaulty, "wrong response");
     }
 
     void UseEvents()
     {
         _ZV_WLAN_NOTIFY_HDLR client{&OnEvent, nullptr, 0, 0};
-        unsigned int status = ZV_SRVC_ERR_FAILURE;
-        if (!Try([&] { status = Manager->RegisterNotification(&client); }))
-        {
-            Require(IsFaulty && client.ClientId == 0, "register");
-            return;
-        }
+        if (Step("register", [&] { return Manager->RegisterNotification(&client); }) != ZV_SRVC_SUCCESS)
+            return Require(client.ClientId == 0, "a failed registration wrote");
         // A sweep and a merge without a change, so that no uninstall watcher delays the exit; the power
         // message comes after them.
-        {
-            const Pause pause;
+        WithoutFailure([this] {
             Machine.Broadcast(0x219, 0x8004);
             Machine.Broadcast(0x219, 0x8000);
             Machine.Resume();
-        }
+            return true;
+        });
         Require(!HasEvents || Arrives(ZV_EVT_SYSTEM_RESUME) || IsFaulty, "no event");
         lastEvent = 0;
         Require(Manager->DeRegisterNotification(&client) == ZV_SRVC_SUCCESS, "deregister");
@@ -289,7 +220,30 @@ Platform::Machine& MakeMachine()
     return machine;
 }
 
-int PrintCounts(Platform::Machine& machine)
+void Fail(Platform::Machine& machine, const std::string& kind, int nth)
+{
+    if (kind == "allocation")
+        FailAllocation(nth);
+    else if (kind == "thread")
+        FailThreadStart(nth);
+    else
+        machine.FailCall(kind, static_cast<unsigned>(nth), 8);
+}
+
+/// Ends the failures, and returns whether the Nth point of that kind was reached.
+bool HasFailed(Platform::Machine& machine, const std::string& kind, int nth)
+{
+    const int allocationsLeft = FailAllocation(0);
+    const int threadsLeft = FailThreadStart(0);
+    machine.ClearFaults();
+    if (kind == "allocation")
+        return allocationsLeft <= 0;
+    if (kind == "thread")
+        return threadsLeft <= 0;
+    return machine.Calls(kind) >= static_cast<std::uint64_t>(nth);
+}
+
+int PrintCounts(Platform::Machine& machine, std::span<const std::string> calls)
 {
     constexpr int many = 1'000'000;
     FailAllocation(many);
@@ -297,41 +251,9 @@ int PrintCounts(Platform::Machine& machine)
     Use(machine, false).Run();
     std::printf("allocation %d\n", many - FailAllocation(0));
     std::printf("thread %d\n", many - FailThreadStart(0));
-    for (const char* call : Calls)
-        if (machine.Calls(call) != 0)
-            std::printf("%s %llu\n", call, static_cast<unsigned long long>(machine.Calls(call)));
+    for (const std::string& call : calls)
+        std::printf("%s %llu\n", call.c_str(), static_cast<unsigned long long>(machine.Calls(call)));
     return 0;
-}
-
-bool RunWithFailure(Platform::Machine& machine, const std::string& kind, int nth)
-{
-    if (kind == "allocation")
-    {
-        FailAllocation(nth);
-        Use(machine, true).Run();
-        return FailAllocation(0) <= 0;
-    }
-    if (kind == "thread")
-    {
-        FailThreadStart(nth);
-        Use(machine, true).Run();
-        return FailThreadStart(0) <= 0;
-    }
-    machine.FailCall(kind, static_cast<unsigned>(nth), 8);
-    Use(machine, true).Run();
-    machine.ClearFaults();
-    return machine.Calls(kind) >= static_cast<std::uint64_t>(nth);
-}
-
-/// Lets a failure happen in the routines that run after main.
-int ExitWithFailure(Platform::Machine& machine, const std::string& kind, int nth)
-{
-    Use(machine, false).Run();
-    if (kind == "allocation")
-        FailAllocation(nth);
-    else
-        machine.FailCall(kind, static_cast<unsigned>(nth), 1816);
-    return AsPlanned;
 }
 
 } // namespace
@@ -340,13 +262,21 @@ int main(int argc, char** argv)
 {
     Platform::Machine& machine = MakeMachine();
     const std::vector<std::string> arguments(argv + 1, argv + argc);
-    if (arguments.size() == 1 && arguments[0] == "count")
-        return PrintCounts(machine);
-    if (arguments.size() == 3 && arguments[0] == "exit")
-        return ExitWithFailure(machine, arguments[1], std::atoi(argv[3]));
-    if (arguments.size() != 2)
+    if (arguments.size() < 2)
         return 2;
-    const bool failed = RunWithFailure(machine, arguments[0], std::atoi(argv[2]));
+    if (arguments[0] == "count")
+        return PrintCounts(machine, std::span(arguments).subspan(1));
+    const std::string& kind = arguments[arguments.size() - 2];
+    const int nth = std::stoi(arguments.back());
+    if (arguments[0] == "exit")
+    {
+        Use(machine, false).Run();
+        Fail(machine, kind, nth);
+        return AsPlanned;
+    }
+    Fail(machine, kind, nth);
+    Use(machine, true).Run();
+    const bool failed = HasFailed(machine, kind, nth);
     // The library works whatever the failure was. Only a service that is up without its window has no
     // events; one that is absent is brought up by the next call.
     const bool isUp = g_pSrvcMgnt.Get() != nullptr;

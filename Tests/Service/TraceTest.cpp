@@ -8,65 +8,47 @@
 
 #include <algorithm>
 #include <mutex>
-#include <optional>
 
 namespace
 {
 
-/// A running session and the points that it got.
-class Session
+using Arguments = std::vector<std::vector<std::uint8_t>>;
+
+/// A running session that records the points it receives, each of which must be in the table.
+class Trace : public testing::Test
 {
-public:
-    Session(std::uint8_t level, std::uint32_t flags)
-        : Running(std::in_place, &ZV_TRACE_PROVIDER, level, flags, [this](const Platform::TraceRecord& r) { Take(r); })
-    {
-    }
-
-    /// The texts of all points so far; each must be in the table and carry the common flags.
-    std::vector<const ZVTraceMessage*> Rows()
+protected:
+    std::vector<ZVTracePoint> TakePoints()
     {
         const std::lock_guard lock(Mutex);
-        return std::exchange(Taken, {});
+        return std::exchange(Points, {});
     }
 
-    std::vector<std::vector<std::uint8_t>> LastArguments()
-    {
-        const std::lock_guard lock(Mutex);
-        return Arguments;
-    }
+    bool Took(ZVTracePoint point) const { return std::ranges::find(Taken, point) != Taken.end(); }
 
-private:
     void Take(const Platform::TraceRecord& record)
     {
         ZVTraceGuid messageClass;
         std::memcpy(&messageClass, record.MessageClass, sizeof messageClass);
         const ZVTraceMessage* row = ZVFindTraceMessage(messageClass, record.Number);
-        EXPECT_NE(row, nullptr);
+        ASSERT_NE(row, nullptr);
         EXPECT_EQ(record.MessageFlags, 43U);
         const std::lock_guard lock(Mutex);
-        Taken.push_back(row);
-        Arguments = record.Arguments;
+        Points.push_back(static_cast<ZVTracePoint>(row - ZV_TRACE_MESSAGES));
+        LastArguments = record.Arguments;
     }
 
     std::mutex Mutex;
-    std::vector<const ZVTraceMessage*> Taken;         ///< Guarded by Mutex.
-    std::vector<std::vector<std::uint8_t>> Arguments; ///< Guarded by Mutex.
-
-public:
-    /// Last member: starts when the storage for points exists, and stops before it is destroyed.
-    std::optional<Platform::TraceSession> Running;
+    std::vector<ZVTracePoint> Points; ///< Guarded by Mutex.
+    Arguments LastArguments;          ///< Of the test's own thread.
+    std::vector<ZVTracePoint> Taken;
+    Platform::TraceSession Session{&ZV_TRACE_PROVIDER, 4, 0x1F, [this](const auto& record) { Take(record); }};
 };
 
-bool Has(const std::vector<const ZVTraceMessage*>& rows, ZVTracePoint point)
-{
-    return std::ranges::find(rows, &ZV_TRACE_MESSAGES[static_cast<std::size_t>(point)]) != rows.end();
-}
-
-TEST(Trace, FiltersByLevelAndComponent)
+TEST_F(Trace, FiltersByLevelAndComponent)
 {
     Platform::ScopedMachine machine;
     machine->AddAdapter(GivenAdapter("{a}", "zvwlanu"));
-    const auto manager = MakeManager();
     const struct
     {
         std::uint8_t Level;
@@ -77,47 +59,45 @@ TEST(Trace, FiltersByLevelAndComponent)
         {4, 0x04, true, true, false},        {4, 0x01, false, false, true}, {4, 0, false, false, false},
         {255, 0xFFFFFFFF, true, true, true},
     };
-    Session session(1, 0);
+    MakeManager();
     for (const auto& [level, flags, accepted, hardwareId, factory] : cases)
     {
-        session.Running->Enable(level, flags);
-        const auto other = MakeManager();
-        List(*other, "ZV_USB");
-        const auto rows = session.Rows();
-        EXPECT_EQ(Has(rows, ZVTracePoint::WalkAccepted), accepted) << int{level} << " " << flags;
-        EXPECT_EQ(Has(rows, ZVTracePoint::WalkHardwareId), hardwareId) << int{level} << " " << flags;
-        EXPECT_EQ(Has(rows, ZVTracePoint::FactoryManager), factory) << int{level} << " " << flags;
+        SCOPED_TRACE(testing::Message() << int{level} << ' ' << flags);
+        Session.Enable(level, flags);
+        TakePoints();
+        List(*MakeManager(), "ZV_USB");
+        Taken = TakePoints();
+        EXPECT_EQ(Took(ZVTracePoint::WalkAccepted), accepted);
+        EXPECT_EQ(Took(ZVTracePoint::WalkHardwareId), hardwareId);
+        EXPECT_EQ(Took(ZVTracePoint::FactoryManager), factory);
     }
-    session.Running->Disable();
+    Session.Disable();
     EXPECT_FALSE(TraceWanted(1, 0x1F));
 }
 
-TEST(Trace, AnEarlierSessionReceivesBringUpFromTheRegistrationOn)
+TEST_F(Trace, AnEarlierSessionReceivesBringUpFromTheRegistrationOn)
 {
-    Session session(4, TRACE_FLAG_SERVICE | TRACE_FLAG_NOTIFICATION);
     EXPECT_FALSE(TraceWanted(1, 0x1F)) << "silent before the registration";
     MakeManager();
-    auto rows = session.Rows();
-    // The service's thread is started before the registration, but may come to its first words later.
-    std::erase(rows, &ZV_TRACE_MESSAGES[static_cast<std::size_t>(ZVTracePoint::NotifyThreadEntered)]);
-    ASSERT_FALSE(rows.empty());
-    EXPECT_EQ(rows.front(), &ZV_TRACE_MESSAGES[static_cast<std::size_t>(ZVTracePoint::ServiceUp)])
-        << "nothing of the start of the service's thread, which comes before";
-    EXPECT_TRUE(Has(rows, ZVTracePoint::ServiceInit));
-    EXPECT_TRUE(Has(rows, ZVTracePoint::HandlerRegistered));
+    Taken = TakePoints();
+    // The service's thread is started before the registration, but may trace its first point later.
+    std::erase(Taken, ZVTracePoint::NotifyThreadEntered);
+    ASSERT_FALSE(Taken.empty());
+    EXPECT_EQ(Taken.front(), ZVTracePoint::ServiceUp);
+    EXPECT_TRUE(Took(ZVTracePoint::ServiceInit));
+    EXPECT_TRUE(Took(ZVTracePoint::HandlerRegistered));
 }
 
-TEST(Trace, ArgumentsAreTerminatedTextsAndFourByteNumbers)
+TEST_F(Trace, ArgumentsAreTerminatedTextsAndFourByteNumbers)
 {
     MakeManager();
-    Session session(3, TRACE_FLAG_DEVICE_MANAGER);
+    Session.Enable(3, TRACE_FLAG_DEVICE_MANAGER);
     const char* missing = nullptr;
     const std::uint32_t number = 0x01020304;
     ZV_TRACE(ListRequest, missing, std::string("ab"));
-    EXPECT_EQ(session.LastArguments(),
-              (std::vector<std::vector<std::uint8_t>>{{'N', 'U', 'L', 'L', 0}, {'a', 'b', 0}}));
+    EXPECT_EQ(LastArguments, (Arguments{{'N', 'U', 'L', 'L', 0}, {'a', 'b', 0}}));
     ZV_TRACE(ListResult, number, number);
-    EXPECT_EQ(session.LastArguments(), (std::vector<std::vector<std::uint8_t>>(2, {4, 3, 2, 1})));
+    EXPECT_EQ(LastArguments, (Arguments(2, {4, 3, 2, 1})));
 }
 
 } // namespace

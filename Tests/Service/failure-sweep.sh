@@ -17,7 +17,12 @@ run_one() {
 }
 export -f run_one
 
-counts=$("$host" count) || exit 1
+calls=(CM_Get_DevNode_Status CancelIo CancelIoEx CloseHandle CreateEventW CreateFileA CreateWindowExW DeviceIoControl
+  GetMessageW GetOverlappedResult PostThreadMessageW RegCloseKey RegDeleteKeyValueA RegFlushKey RegOpenKeyA RegOpenKeyW
+  RegQueryValueExA RegSetValueExA RegisterClassExW RegisterDeviceNotificationW RegisterTraceGuidsW SendMessageW
+  SetupDiClassGuidsFromNameW SetupDiDestroyDeviceInfoList SetupDiEnumDeviceInfo SetupDiGetClassDevsW
+  SetupDiGetDeviceRegistryPropertyW SetupDiOpenClassRegKey WaitForMultipleObjects WaitForSingleObject)
+counts=$("$host" count "${calls[@]}") || exit 1
 {
   while read -r kind count; do
     # Other threads may make a few calls more or fewer from run to run.
