@@ -58,7 +58,7 @@ static NTSTATUS MakeDevice(const char* name, struct Device** made)
     Compose(device->PathLink, L"\\DosDevices\\Global\\", name);
     RtlInitUnicodeString(&link, device->PathLink);
     status = IoCreateSymbolicLink(&link, &objectName);
-    if (status == STATUS_INVALID_HANDLE) /* how Wine reports a name in use */
+    if (status == STATUS_OBJECT_TYPE_MISMATCH) /* how Wine reports a name in use */
         status = STATUS_OBJECT_NAME_COLLISION;
     if (!NT_SUCCESS(status))
         IoDeleteDevice(object);
