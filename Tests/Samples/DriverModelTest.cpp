@@ -174,21 +174,21 @@ TEST(DriverModel, SwitchesTakeEffectAtRunTime)
 {
     DriverModel model(ReadDriverSettings(R"({"slowMs": 5, "pend": true, "order": "before"})"));
     for (const auto& [settings, mistake] : {
-             std::pair(R"({"hang": true, "order": "after"})", "settings.order: not a switch of a running driver"},
+             std::pair(R"({"hang": true, "order": "after"})", "settings.order: not a switch of a running driver"),
              {R"({"refuse": 5, "odd": 1})", "settings.odd: not a switch of a running driver"},
              {R"({"hang": true, "slowMs": -1})", "settings.slowMs: expected a whole number from 0 to 4294967295"},
              {R"({"refuse": 31, "slowMs": 0, "pend": false})", ""},
              {"{}", ""},
-})
-{
-    std::array<char, 100> error{};
-    EXPECT_EQ(model.Configure(settings, error.data(), error.size()), *mistake == '\0') << settings;
-    EXPECT_STREQ(error.data(), mistake);
-}
-EXPECT_FALSE(model.Switches().Hang) << "a text with a mistake changes nothing";
-std::string log;
-Send(model, Host, Framed(3, {}, 0), 0, log);
-EXPECT_EQ(log, " main:31:0") << "neither slow nor on another thread any more";
+         })
+    {
+        std::array<char, 100> error{};
+        EXPECT_EQ(model.Configure(settings, error.data(), error.size()), *mistake == '\0') << settings;
+        EXPECT_STREQ(error.data(), mistake);
+    }
+    EXPECT_FALSE(model.Switches().Hang) << "a text with a mistake changes nothing";
+    std::string log;
+    Send(model, Host, Framed(3, {}, 0), 0, log);
+    EXPECT_EQ(log, " main:31:0") << "neither slow nor on another thread any more";
 }
 
 TEST(DriverModel, CompletesHeldRequestsWhenRemovedOrDestroyed)
@@ -214,7 +214,7 @@ TEST(DriverModelModule, ReportsInvalidSettings)
     ASSERT_NE(module, nullptr) << dlerror();
     const auto create = reinterpret_cast<Platform::CreateControlDeviceFunction>(dlsym(module, "CreateControlDevice"));
     for (const auto& [settings, mistake] : {
-             std::pair(R"({"odd": 1})", "settings.odd: unknown key"},
+             std::pair(R"({"odd": 1})", "settings.odd: unknown key"),
              {R"({"order": "late"})", R"(settings.order: expected "before", "during" or "after")"},
              {R"({"info": [1, 2, 3]})", "settings.info: expected four numbers"},
              {R"({"info": [1, 2, 3, -1]})", "settings.info[3]: expected a whole number from 0 to 4294967295"},
