@@ -85,8 +85,8 @@ TEST_P(PartialDriver, ReplacesOnlyTheOperationsThatItExports)
     std::uint32_t size = sizeof text;
     EXPECT_EQ(device->AccessRegistry(ZV_REG_OP_READ, "", "DriverVersion", nullptr, data, &size), ZV_SRVC_SUCCESS);
     EXPECT_STREQ(text, "1.2.3.4");
-    if (GetParam() == std::string_view("unloadable"))
-        EXPECT_EQ(machine->Calls("GetProcAddress"), 0U) << "without a module it finds the host's own exports";
+    const bool isLoaded = GetParam() != std::string_view("unloadable");
+    EXPECT_EQ(machine->Calls("GetProcAddress") != 0, isLoaded) << "without a module it finds the host's own exports";
 }
 
 INSTANTIATE_TEST_SUITE_P(VirtualDriver, PartialDriver, testing::Values("requests-only", "nothing", "unloadable"));
