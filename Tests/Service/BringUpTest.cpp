@@ -109,10 +109,10 @@ TEST(BringUpDeathTest, TheThreadOfTheFirstCallDestroysTheServiceWhenItExits)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto exitAfterBringUp = [] {
-        constexpr std::uint16_t serviceGoes =
-            ZV_TRACE_MESSAGES[static_cast<std::size_t>(ZVTracePoint::ServiceGoes)].Number;
+        constexpr std::uint16_t stopping =
+            ZV_TRACE_MESSAGES[static_cast<std::size_t>(ZVTracePoint::ServiceStopping)].Number;
         const auto end = [](const Platform::TraceRecord& record) {
-            if (record.Number == serviceGoes)
+            if (record.Number == stopping)
                 std::_Exit(7);
         };
         static const Platform::TraceSession& session [[maybe_unused]] =
