@@ -150,7 +150,10 @@ void RemoveAdapter(const std::string& identity, bool isUninstalled)
 
 void SendToLibraryWindow(unsigned message, std::uint64_t wParam)
 {
-    PostMessageA(FindWindowA("ZVUWPSrvcLib", nullptr), message, wParam, 0);
+    // Windows does not post device messages, because their parameter is a pointer.
+    const HWND window = FindWindowA("ZVUWPSrvcLib", nullptr);
+    DWORD_PTR answer = 0;
+    SendMessageTimeoutA(window, message, wParam, 0, SMTO_NORMAL, 5000, &answer);
 }
 
 TestMachine::Id TestMachine::Add(const AdapterTexts& texts)
