@@ -21,8 +21,9 @@ zvctl() {
   local files code=0
   # Files, because background processes of Wine keep pipes open.
   files=$(mktemp -d)
+  # cram sets the C locale, in which Wine would change arguments that are not ASCII.
   # shellcheck disable=SC2086 # an empty runner is no word of the command
-  timeout 60 $ZV_RUNNER "$ZVCTL" "$@" >"$files/out" 2>"$files/err" || code=$?
+  LC_ALL=C.UTF-8 timeout 60 $ZV_RUNNER "$ZVCTL" "$@" >"$files/out" 2>"$files/err" || code=$?
   cat -- "$files/out"
   # Wine reports a process that exits while its other threads are in a call.
   sed '/^wine client error:/d; s/^/! /' "$files/err" >&2
