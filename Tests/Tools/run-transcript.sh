@@ -10,7 +10,8 @@ build=$(realpath -- "$1") transcript=$(realpath -- "$2") accept=${3:-}
 
 ZVCTL=$build/bin/zvctl ZV_RUNNER='' ZV_BUILD=$build ZV_SOURCE=$(realpath -- "$(dirname -- "$0")/../..")
 if [ -e "$ZVCTL.exe" ]; then
-  ZVCTL=$ZVCTL.exe ZV_RUNNER=wine
+  # cram sets TMPDIR, which would select another Wine session.
+  ZVCTL=$ZVCTL.exe ZV_RUNNER='env -u TMPDIR wine'
 fi
 # Otherwise the machine or the simulated driver would depend on the caller.
 unset ZV_MACHINE ZV_VIRTUAL_SCRIPT
@@ -22,7 +23,7 @@ zvctl() {
   # Files, because background processes of Wine keep pipes open.
   files=$(mktemp -d)
   # cram sets the C locale, in which Wine would change arguments that are not ASCII.
-  # shellcheck disable=SC2086 # an empty runner is no word of the command
+  # shellcheck disable=SC2086 # the runner is several words or none
   LC_ALL=C.UTF-8 timeout 60 $ZV_RUNNER "$ZVCTL" "$@" >"$files/out" 2>"$files/err" || code=$?
   cat -- "$files/out"
   # Wine reports a process that exits while its other threads are in a call.

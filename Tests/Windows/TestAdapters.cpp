@@ -35,7 +35,10 @@ int main(int count, char** arguments)
     if (verb == "install")
         return static_cast<int>(InstallRootAdapter());
     if (verb == "remove")
+    {
+        RemoveRegistryAdapters();
         return static_cast<int>(RemoveRootAdapter());
+    }
     if (verb == "kernel")
         KeepKernelAdapters();
     return verb == "kernel" ? 0 : 2;

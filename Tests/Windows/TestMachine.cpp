@@ -166,6 +166,13 @@ std::size_t CountOpen(const TestDriver* driver)
 {
     if (driver == nullptr || !driver->IsPlugged())
         return 0;
-    const ZvkCounts counts = driver->Counts();
+    // Wine notifies a driver of a closed handle only after CloseHandle has returned.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    ZvkCounts counts = driver->Counts();
+    while (counts.Opens + counts.Waiting != 0 && std::chrono::steady_clock::now() < deadline)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        counts = driver->Counts();
+    }
     return std::size_t{counts.Opens} + counts.Waiting + counts.Malformed;
 }

@@ -1,10 +1,10 @@
 A watch prints an adapter that the device installer adds and removes.
 
   $ adapter() {
-  >   timeout 60 wine "$ZV_BUILD/bin/test_adapters.exe" "$1" >/dev/null 2>&1
+  >   timeout 60 $ZV_RUNNER "$ZV_BUILD/bin/test_adapters.exe" "$1" >/dev/null 2>&1
   > }
   $ adapter remove || true
-  $ timeout 60 wine "$ZVCTL" watch --count 2 --for 40 >printed 2>&1 &
+  $ timeout 60 $ZV_RUNNER "$ZVCTL" watch --count 2 --for 40 >printed 2>&1 &
 
 A growing file sends no notification.
 

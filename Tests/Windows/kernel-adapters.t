@@ -1,7 +1,7 @@
 Adapters of the registry. The first has a control device of the kernel-mode test driver.
 
   $ mkfifo to from
-  $ timeout 100 wine "$ZV_BUILD/bin/test_adapters.exe" kernel <to >from 2>/dev/null &
+  $ timeout 100 $ZV_RUNNER "$ZV_BUILD/bin/test_adapters.exe" kernel <to >from 2>/dev/null &
   $ exec 9>to 8<from
   $ read -r line <&8; echo "$line" | tr -d '\r'
   ready

@@ -11,6 +11,8 @@ export WINEPREFIX=$prefix WINEDEBUG=-all
 # No questions about missing runtimes, no entries in menus, and a crash ends a program at once.
 export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winedbg.exe='
 unset DISPLAY
+# Wine identifies a session by the prefix and this folder.
+unset TMPDIR
 
 wine_quietly() { timeout 120 wine "$@" </dev/null >/dev/null 2>&1; }
 
