@@ -177,7 +177,7 @@ BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* device)
         return FailWith(ERROR_INVALID_USER_BUFFER);
     if (index >= open->Devices.size())
         return FailWith(ERROR_NO_MORE_ITEMS);
-    // The last field is opaque to callers; 0 would look like a record that was never filled in.
+    // The last field is opaque to callers and has no effect here.
     *device = {sizeof(SP_DEVINFO_DATA), NetworkClass, open->Devices[index], ULONG_PTR{index} + 1};
     return TRUE;
 }

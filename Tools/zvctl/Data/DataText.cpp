@@ -48,7 +48,7 @@ Bytes ParseHex(std::string_view text)
         if (pair.empty())
             break;
         std::uint8_t byte = 0;
-        // from_chars also accepts a single digit, so the number of characters that it used is checked.
+        // from_chars accepts a single digit too, so the number of characters that it used is checked.
         const char* const end = std::from_chars(pair.data(), pair.data() + pair.size(), byte, 16).ptr;
         if (end - pair.data() != 2)
             throw std::invalid_argument(fmt::format("\"{}\" is not pairs of hexadecimal digits", text));

@@ -68,7 +68,7 @@ std::vector<std::string> SplitLine(std::string_view line)
 
 LineRunner::LineRunner()
 {
-    // Registers before the first line, so that "wait" also finds the events of earlier lines.
+    // Registers before the first line, so that "wait" finds the events of earlier lines too.
     EventFeed::OfSession();
 }
 
