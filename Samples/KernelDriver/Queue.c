@@ -13,7 +13,7 @@ static PFILE_OBJECT FileOf(PIRP irp)
 }
 
 /* Queues a completion, which EndAll performs after the lock is released. Reuses the list entry of the waiting lists,
- * so the request must have been removed from them. */
+ * so the request must be in none of them. */
 void AddEnd(PLIST_ENTRY ends, PIRP irp, NTSTATUS status, ULONG bytes)
 {
     irp->IoStatus.Status = status;

@@ -1,7 +1,7 @@
 /* Handling of a request on arrival. */
 #include "Driver.h"
 
-/* Each function below returns the status for the dispatch routine and queues the completion in `ends`. */
+/* Each function below returns the status for the dispatch routine and queues completions, if any, in `ends`. */
 static NTSTATUS EndNow(PIRP irp, NTSTATUS status, PLIST_ENTRY ends)
 {
     AddEnd(ends, irp, status, 0);

@@ -37,7 +37,7 @@ private:
     }
 };
 
-// A field of a driver may hold bytes that are not UTF-8. They are replaced; the parser would throw otherwise.
+// A field of a driver may hold bytes that are not UTF-8. They are replaced; dump() would throw otherwise.
 std::string Json::Text() const
 {
     return JsonWriter::Convert(*this).dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
