@@ -15,11 +15,14 @@
 #define PLATFORM_THREAD_ATTRIBUTE(x)
 #endif
 
+/// A class whose objects are locks, and a class that holds one for a scope.
 #define PLATFORM_CAPABILITY(name) PLATFORM_THREAD_ATTRIBUTE(capability(name))
 #define PLATFORM_SCOPED_CAPABILITY PLATFORM_THREAD_ATTRIBUTE(scoped_lockable)
 /// A field that may be used only while holding the lock, and a pointer whose target may.
 #define PLATFORM_GUARDED_BY(lock) PLATFORM_THREAD_ATTRIBUTE(guarded_by(lock))
 #define PLATFORM_TARGET_GUARDED_BY(lock) PLATFORM_THREAD_ATTRIBUTE(pt_guarded_by(lock))
+/// A function that returns with the lock held, and a function that its caller calls while holding the lock and that
+/// releases it. Without arguments the lock is the object itself.
 #define PLATFORM_ACQUIRE(...) PLATFORM_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
 #define PLATFORM_RELEASE(...) PLATFORM_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 /// A function that its caller may call only while holding the lock.
@@ -74,7 +77,7 @@ public:
 
 private:
     Mutex& Target;
-    bool Held = true;
+    bool Held = true; ///< False between Unlock and Lock.
 };
 
 /// A condition variable. There are no waits with a predicate, because the analysis would not see that a
@@ -82,6 +85,8 @@ private:
 class Condition
 {
 public:
+    /// May be called with or without the mutex. If the notified thread may destroy this object, call it while holding
+    /// the mutex.
     void NotifyOne() { Native.notify_one(); }
     void NotifyAll() { Native.notify_all(); }
 

@@ -18,7 +18,7 @@ struct SP_DEVINFO_DATA
     DWORD cbSize; ///< 32, set by the caller.
     GUID ClassGuid;
     DEVINST DevInst;
-    ULONG_PTR Reserved;
+    ULONG_PTR Reserved; ///< Opaque to callers.
 };
 static_assert(sizeof(SP_DEVINFO_DATA) == 32);
 
@@ -47,8 +47,8 @@ static_assert(sizeof(SP_PROPCHANGE_PARAMS) == 20);
 inline constexpr DI_FUNCTION DIF_PROPERTYCHANGE = 0x12;
 inline constexpr DWORD DICS_ENABLE = 1;
 inline constexpr DWORD DICS_DISABLE = 2;
-inline constexpr DWORD DICS_FLAG_GLOBAL = 1;
-inline constexpr DWORD DICS_FLAG_CONFIGSPECIFIC = 2;
+inline constexpr DWORD DICS_FLAG_GLOBAL = 1;         ///< In every hardware profile.
+inline constexpr DWORD DICS_FLAG_CONFIGSPECIFIC = 2; ///< In one hardware profile.
 /// @}
 
 /// The key type of SetupDiOpenDevRegKey: the driver key.
@@ -91,8 +91,8 @@ inline constexpr CONFIGRET CR_FAILURE = 0x13;
 /// @{
 inline constexpr ULONG DN_DRIVER_LOADED = 0x2;
 inline constexpr ULONG DN_STARTED = 0x8;
-inline constexpr ULONG DN_HAS_PROBLEM = 0x400;
-inline constexpr ULONG DN_NO_SHOW_IN_DM = 0x40000000;
+inline constexpr ULONG DN_HAS_PROBLEM = 0x400;        ///< Here, never together with DN_STARTED.
+inline constexpr ULONG DN_NO_SHOW_IN_DM = 0x40000000; ///< Hidden in the Device Manager.
 /// @}
 
 extern "C"

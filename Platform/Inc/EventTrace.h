@@ -12,7 +12,7 @@ using TRACEHANDLE = ULONG64;
 /// Why the enable callback is called.
 enum WMIDPREQUESTCODE
 {
-    WMI_ENABLE_EVENTS = 4,
+    WMI_ENABLE_EVENTS = 4, ///< Repeated when level or flags change.
     WMI_DISABLE_EVENTS = 5
 };
 
@@ -44,10 +44,10 @@ using WMIDPREQUEST = ULONG (*)(WMIDPREQUESTCODE requestCode, void* context, ULON
 
 /// @name Parts of a message that the stand-in fills in
 /// @{
-inline constexpr ULONG TRACE_MESSAGE_SEQUENCE = 0x1;
-inline constexpr ULONG TRACE_MESSAGE_GUID = 0x2;
-inline constexpr ULONG TRACE_MESSAGE_TIMESTAMP = 0x8;
-inline constexpr ULONG TRACE_MESSAGE_SYSTEMINFO = 0x20;
+inline constexpr ULONG TRACE_MESSAGE_SEQUENCE = 0x1;    ///< Counts the messages of the session from 1.
+inline constexpr ULONG TRACE_MESSAGE_GUID = 0x2;        ///< The message class.
+inline constexpr ULONG TRACE_MESSAGE_TIMESTAMP = 0x8;   ///< Nanoseconds of a monotonic clock.
+inline constexpr ULONG TRACE_MESSAGE_SYSTEMINFO = 0x20; ///< The number of the writing thread.
 /// @}
 
 extern "C"
@@ -65,6 +65,8 @@ extern "C"
 
     /// Returns the logger in the buffer of an enable callback; INVALID_HANDLE_VALUE's number for any other buffer.
     PLATFORM_API TRACEHANDLE GetTraceLoggerHandle(void* buffer);
+    /// Return the level and the flags of a logger's handle, even after its session has ended. 0 only for a simulated
+    /// fault or a setting of 0.
     PLATFORM_API UCHAR GetTraceEnableLevel(TRACEHANDLE logger);
     PLATFORM_API ULONG GetTraceEnableFlags(TRACEHANDLE logger);
 

@@ -130,12 +130,15 @@ public:
     /// Reads a file and loads it. @throws MachineFileError
     void LoadFile(const std::string& path);
 
+    /// Adds an adapter with its registry keys. Its control device is reachable if the adapter is present. Sends no
+    /// message, like the two functions that change and remove an adapter below.
     AdapterId AddAdapter(const AdapterDescription& adapter);
     /// Changes an adapter in place: the callback edits the description, and the registry is updated with
     /// the values that changed. The callback runs without a lock of the stand-in. It runs again on fresh
     /// data if another thread changed the same adapter meanwhile.
     /// @throws std::out_of_range for a removed adapter, like all operations that take an id.
     void ChangeAdapter(AdapterId id, const std::function<void(AdapterDescription&)>& edit);
+    /// Returns a copy of the description.
     AdapterDescription Adapter(AdapterId id) const;
     /// Removes the node and its registry keys. Its control device is unreachable until another adapter names it.
     void RemoveAdapter(AdapterId id);
@@ -198,9 +201,13 @@ public:
 
     /// @name Registry below HKEY_LOCAL_MACHINE, by path; names compare without regard to case.
     /// @{
+    /// Sets a value. Creates the key and its missing parents.
     void SetValue(std::string_view path, std::string_view name, const RegistryValue& value);
+    /// Returns nothing if the key or the value does not exist.
     std::optional<RegistryValue> Value(std::string_view path, std::string_view name) const;
     bool KeyExists(std::string_view path) const;
+    /// Deletes a key with all keys below it. Open handles on them then fail with ERROR_KEY_DELETED (1018). Does nothing
+    /// if there is no such key. @throws std::invalid_argument for the root.
     void DeleteTree(std::string_view path);
     /// @}
 
@@ -213,6 +220,7 @@ public:
     /// it is then ERROR_GEN_FAILURE (31), or CR_FAILURE (0x13) of the configuration manager.
     /// @throws std::invalid_argument for a name that the stand-in does not publish, as OnCall does.
     void FailCall(std::string_view function, unsigned nth, std::uint32_t error, unsigned count = 1);
+    /// Removes all faults. Hooks and counts stay.
     void ClearFaults();
     /// Returns how often the function was called on this machine, failed calls included.
     std::uint64_t Calls(std::string_view function) const;
@@ -238,8 +246,10 @@ PLATFORM_API std::shared_ptr<Machine> CurrentMachine();
 class PLATFORM_API ScopedMachine
 {
 public:
+    /// Installs a new, empty machine.
     ScopedMachine();
     explicit ScopedMachine(std::shared_ptr<Machine> machine);
+    /// Installs the previous machine again.
     ~ScopedMachine();
     ScopedMachine(const ScopedMachine&) = delete;
     ScopedMachine& operator=(const ScopedMachine&) = delete;
@@ -264,6 +274,7 @@ public:
     /// @param sink receives every message, on the writing thread, one at a time, with no lock held.
     TraceSession(const void* provider, std::uint8_t level, std::uint32_t flags,
                  std::function<void(const TraceRecord&)> sink);
+    /// Blocks until a sink that runs on another thread has returned; the sink is not called afterwards.
     ~TraceSession();
     TraceSession(const TraceSession&) = delete;
     TraceSession& operator=(const TraceSession&) = delete;

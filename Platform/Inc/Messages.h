@@ -31,8 +31,8 @@ static_assert(sizeof(MSG) == 48);
 inline constexpr UINT PM_NOREMOVE = 0;
 inline constexpr UINT PM_REMOVE = 1;
 
-inline constexpr DWORD ERROR_INVALID_THREAD_ID = 1444;
-inline constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;
+inline constexpr DWORD ERROR_INVALID_THREAD_ID = 1444; ///< The thread has no queue.
+inline constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;  ///< The queue is full.
 
 extern "C"
 {

@@ -31,7 +31,7 @@ public:
     {
         std::uint32_t Code;
         std::vector<std::uint8_t> Input;
-        std::size_t Room;
+        std::size_t Room; ///< Capacity of the output buffer in bytes.
 
         bool operator==(const Seen&) const = default;
     };
@@ -67,22 +67,26 @@ public:
     /// Returns the requests since the last call, oldest first, and clears the record.
     std::vector<Seen> Requests();
 
+    /// @name Called by the stand-in, on the thread of the caller
+    /// @{
     void Start(const RequestPtr& request) override;
     void Cancel(const RequestPtr& request) override;
     void Cleanup(std::uint64_t openId) override;
+    /// @}
 
 private:
     using RequestList = std::list<RequestPtr>;
 
     using Filter = std::function<bool(const IoRequest&)>;
 
+    /// Removes and returns the oldest request that fits. Blocks until there is one, and releases the lock meanwhile.
     RequestPtr Take(RequestList& list, const Filter& fits) PLATFORM_REQUIRES(Lock);
 
     Mutex Lock;
-    Condition Changed;
-    std::map<std::uint32_t, Answer> Scripts PLATFORM_GUARDED_BY(Lock);
+    Condition Changed;                                                 ///< Notified when a list below has grown.
+    std::map<std::uint32_t, Answer> Scripts PLATFORM_GUARDED_BY(Lock); ///< By code.
     std::vector<Seen> All PLATFORM_GUARDED_BY(Lock);
-    RequestList Kept PLATFORM_GUARDED_BY(Lock);
+    RequestList Kept PLATFORM_GUARDED_BY(Lock);  ///< Oldest first.
     RequestList Aside PLATFORM_GUARDED_BY(Lock); ///< Keeps a reference, because a request without one completes.
     RequestList CancelledRequests PLATFORM_GUARDED_BY(Lock);
     bool HoldsCancelled PLATFORM_GUARDED_BY(Lock) = false;

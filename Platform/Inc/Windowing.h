@@ -28,7 +28,7 @@ struct WNDCLASSEXW
     HCURSOR hCursor;
     HBRUSH hbrBackground;
     const WCHAR* lpszMenuName;
-    const WCHAR* lpszClassName;
+    const WCHAR* lpszClassName; ///< At most 256 characters.
     HICON hIconSm;
 };
 static_assert(sizeof(WNDCLASSEXW) == 80);
@@ -73,38 +73,39 @@ static_assert(sizeof(DEV_BROADCAST_DEVICEINTERFACE_W) == 32);
 
 /// @name Messages
 /// @{
-inline constexpr UINT WM_NULL = 0x0;
-inline constexpr UINT WM_CREATE = 0x1;
+inline constexpr UINT WM_NULL = 0x0;   ///< Without effect; sent to check whether a window responds.
+inline constexpr UINT WM_CREATE = 0x1; ///< Result -1 refuses the creation.
 inline constexpr UINT WM_DESTROY = 0x2;
-inline constexpr UINT WM_QUIT = 0x12;
+inline constexpr UINT WM_QUIT = 0x12; ///< Ends a message loop; never reaches a procedure.
 inline constexpr UINT WM_GETMINMAXINFO = 0x24;
-inline constexpr UINT WM_NCCREATE = 0x81;
-inline constexpr UINT WM_NCDESTROY = 0x82;
+inline constexpr UINT WM_NCCREATE = 0x81;  ///< Result 0 refuses the creation.
+inline constexpr UINT WM_NCDESTROY = 0x82; ///< The last message of a window.
 inline constexpr UINT WM_NCCALCSIZE = 0x83;
-inline constexpr UINT WM_POWERBROADCAST = 0x218;
-inline constexpr UINT WM_DEVICECHANGE = 0x219;
-inline constexpr UINT WM_USER = 0x400; ///< First number for an application's own messages.
+inline constexpr UINT WM_POWERBROADCAST = 0x218; ///< lParam is 0.
+inline constexpr UINT WM_DEVICECHANGE = 0x219;   ///< lParam points at a DEV_BROADCAST_HDR or is 0.
+inline constexpr UINT WM_USER = 0x400;           ///< First number for an application's own messages.
 /// @}
 
 /// @name wParam of WM_POWERBROADCAST
+/// Since Windows Vista, the queries and PBT_APMRESUMECRITICAL are no longer sent.
 /// @{
 inline constexpr WPARAM PBT_APMQUERYSUSPEND = 0;
 inline constexpr WPARAM PBT_APMQUERYSTANDBY = 1;
 inline constexpr WPARAM PBT_APMSUSPEND = 4;
 inline constexpr WPARAM PBT_APMSTANDBY = 5;
 inline constexpr WPARAM PBT_APMRESUMECRITICAL = 6;
-inline constexpr WPARAM PBT_APMRESUMESUSPEND = 7;
+inline constexpr WPARAM PBT_APMRESUMESUSPEND = 7; ///< Sent second, if a user is present.
 inline constexpr WPARAM PBT_APMRESUMESTANDBY = 8;
-inline constexpr WPARAM PBT_APMRESUMEAUTOMATIC = 18;
+inline constexpr WPARAM PBT_APMRESUMEAUTOMATIC = 18; ///< Sent first, after every suspend.
 /// @}
 
 /// @name wParam of WM_DEVICECHANGE
 /// @{
-inline constexpr WPARAM DBT_DEVNODES_CHANGED = 7;
+inline constexpr WPARAM DBT_DEVNODES_CHANGED = 7; ///< Without a record, to every top-level window.
 inline constexpr WPARAM DBT_DEVICEARRIVAL = 0x8000;
-inline constexpr WPARAM DBT_DEVICEQUERYREMOVE = 0x8001;
-inline constexpr WPARAM DBT_DEVICEQUERYREMOVEFAILED = 0x8002;
-inline constexpr WPARAM DBT_DEVICEREMOVEPENDING = 0x8003;
+inline constexpr WPARAM DBT_DEVICEQUERYREMOVE = 0x8001;       ///< The only one whose result has an effect.
+inline constexpr WPARAM DBT_DEVICEQUERYREMOVEFAILED = 0x8002; ///< Another window has denied the removal.
+inline constexpr WPARAM DBT_DEVICEREMOVEPENDING = 0x8003;     ///< Never sent by the stand-in.
 inline constexpr WPARAM DBT_DEVICEREMOVECOMPLETE = 0x8004;
 /// @}
 inline constexpr DWORD DBT_DEVTYP_DEVICEINTERFACE = 5;

@@ -10,6 +10,7 @@ namespace
 
 using Bytes = DriverSettings::Bytes;
 
+/// The generator has its default seed, so a failing test sees the same bytes in every run.
 Bytes GarbageBytes(std::size_t size)
 {
     std::minstd_rand random;
@@ -18,6 +19,7 @@ Bytes GarbageBytes(std::size_t size)
     return bytes;
 }
 
+/// Encodes the words in little-endian order, independent of the machine, and pads the block with zeros.
 Bytes InformationBlock(std::span<const std::uint32_t> words)
 {
     Bytes block;
@@ -40,6 +42,7 @@ Bytes ItemAnswer(const WireRequest& wire, ItemStore& items)
     return record;
 }
 
+/// Returns the configured output of the code, or echoes the payload, cut to the caller's buffer.
 Bytes HostAnswer(const WireRequest& wire, const std::map<std::uint32_t, Bytes>& outputs, std::size_t room)
 {
     const auto chosen = outputs.find(wire.Code);
@@ -50,12 +53,15 @@ Bytes HostAnswer(const WireRequest& wire, const std::map<std::uint32_t, Bytes>& 
 
 } // namespace
 
+/// Runs on the caller's thread, or on the timer thread if a switch delays the request. It may have been cancelled or
+/// the device unplugged since Start.
 void DriverModel::Deal(const RequestPtr& request, const WireRequest& wire)
 {
     Ends ends;
     Platform::ScopedLock guard(Lock);
     if (Current.Refuse != 0)
     {
+        // A request that is no longer waiting belongs to the thread that removed it, which completes it.
         if (Remove(request))
             ends.push_back({request, Current.Refuse});
     }
@@ -67,18 +73,21 @@ void DriverModel::Deal(const RequestPtr& request, const WireRequest& wire)
     CarryOut(ends);
 }
 
+/// Chunks that no read has taken yet may be waiting for this one.
 void DriverModel::DealWithRead(const RequestPtr& read, Ends& ends)
 {
     if (const auto stream = Streams.find(read->OpenId()); stream != Streams.end())
         Serve(stream->second, ends);
 }
 
+/// Appends completions in the order in which the caller receives them.
 void DriverModel::DealWithRequest(const RequestPtr& request, const WireRequest& wire, Ends& ends)
 {
     if (std::ranges::find(Waiting, request) == Waiting.end())
         return; // cancelled before it was due
     ResponseStream& stream = Stream(request->OpenId());
     std::vector<Bytes> chunks;
+    // Without a waiting read the caller expects no response; chunks would then reach the reads of a later request.
     if (const bool isHosts = wire.Code != Wire::InformationCode && wire.Code != Wire::ItemCode;
         isHosts && stream.WaitingReads() > 0 && !Current.Silent)
         chunks = ResponseChunks(wire);
@@ -93,6 +102,7 @@ void DriverModel::DealWithRequest(const RequestPtr& request, const WireRequest& 
     Serve(stream, ends);
 }
 
+/// Takes chunks as long as reads wait. The device vanishes after the configured chunk, before the next one.
 void DriverModel::Serve(ResponseStream& stream, Ends& ends)
 {
     while (auto end = stream.TakeEnd())
@@ -108,6 +118,7 @@ void DriverModel::Serve(ResponseStream& stream, Ends& ends)
 std::vector<DriverModel::Bytes> DriverModel::ResponseChunks(const WireRequest& wire) const
 {
     const auto chosen = Settings.Responses.find(wire.Code);
+    // The most specific setting applies: the code's response, then the common one, then the echo.
     std::span<const std::uint8_t> response = wire.Payload;
     if (chosen != Settings.Responses.end())
         response = chosen->second;
@@ -122,6 +133,7 @@ std::size_t DriverModel::ChunksInFront(std::size_t waitingReads, std::size_t chu
 {
     switch (Settings.Order)
     {
+    // No more than reads wait: further chunks would wait for reads that follow the completion.
     case ResponseOrder::Before:
         return std::min(chunks, waitingReads);
     case ResponseOrder::During:
@@ -132,6 +144,7 @@ std::size_t DriverModel::ChunksInFront(std::size_t waitingReads, std::size_t chu
     return 0;
 }
 
+/// An item request has its effect even if its answer is garbage.
 DriverModel::Bytes DriverModel::Answer(const WireRequest& wire, std::size_t room)
 {
     Bytes answer;

@@ -10,6 +10,7 @@ DriverModel::DriverModel(DriverSettings settings) : Settings(std::move(settings)
         StoredItems.Set(id, data);
 }
 
+/// Stops the timer first: its tasks use the members and could add completions.
 DriverModel::~DriverModel()
 {
     Timer.Stop();
@@ -22,6 +23,7 @@ DriverModel::~DriverModel()
 std::uint32_t DriverModel::Open(std::uint64_t /*openId*/)
 {
     const Platform::ScopedLock guard(Lock);
+    // An unplugged device has no name, so the open fails as for a device that never existed.
     return Gone ? NoSuchDevice : Current.RefuseOpen;
 }
 
@@ -36,11 +38,13 @@ void DriverModel::Start(const RequestPtr& request)
 {
     const WireRequest wire = ReadWireRequest(request->Code(), request->Input(), request->OutputRoom());
     Platform::ScopedLock guard(Lock);
+    // Includes requests that are refused below, so that a test can examine a violation.
     Capture(*request);
     const std::uint32_t refusal = Accept(request, wire);
     const std::chrono::milliseconds delay(Current.SlowMs);
     const bool later = Current.Pend || Current.SlowMs > 0;
     guard.Unlock();
+    // Without the lock: a completion inside Start may call back into the model, for example into Close.
     if (refusal != 0)
         request->Complete(refusal);
     else if (later)
@@ -56,6 +60,7 @@ void DriverModel::Cancel(const RequestPtr& request)
         return; // completed, or about to be
     const bool hold = Current.HoldCancelled;
     const std::chrono::milliseconds delay(Current.LateCancelMs);
+    // Added even if it is completed at once below, so that the destructor and Vanish find it in the meantime.
     HeldCancelled.push_back(request);
     CancelledChange.NotifyAll();
     guard.Unlock();
@@ -71,6 +76,7 @@ bool DriverModel::Configure(const char* settings, char* error, std::size_t error
 try
 {
     const Platform::ScopedLock guard(Lock);
+    // Throws before the assignment, so a faulty text changes nothing.
     Current = ReadDriverSwitches(settings, Current);
     ChunksServed = 0;
     return true;
@@ -131,6 +137,7 @@ void DriverModel::HoldCancelled(bool hold)
 void DriverModel::ReleaseCancelled()
 {
     Platform::ScopedLock guard(Lock);
+    // Taken out under the lock: a timer task may complete the same requests.
     const std::vector<RequestPtr> released = std::exchange(HeldCancelled, {});
     guard.Unlock();
     for (const RequestPtr& request : released)
@@ -142,6 +149,7 @@ bool DriverModel::AwaitCancelled(std::size_t count, std::chrono::milliseconds bo
     const Platform::ScopedLock guard(Lock);
     const auto end = std::chrono::steady_clock::now() + bound;
     while (HeldCancelled.size() < count)
+        // Checked once more after the time-out, because the count may have been reached in the meantime.
         if (!CancelledChange.WaitUntil(Lock, end))
             return HeldCancelled.size() >= count;
     return true;
@@ -150,12 +158,14 @@ bool DriverModel::AwaitCancelled(std::size_t count, std::chrono::milliseconds bo
 void DriverModel::Vanish()
 {
     Platform::ScopedLock guard(Lock);
+    // Before the requests are taken, under the same lock, so that no request is accepted afterwards.
     Gone = true;
     const Ends ends = TakeAll(Removed);
     guard.Unlock();
     CarryOut(ends);
 }
 
+/// Called without the lock: a completion may call the model again.
 void DriverModel::CarryOut(const Ends& ends)
 {
     for (const RequestEnd& end : ends)
@@ -164,6 +174,7 @@ void DriverModel::CarryOut(const Ends& ends)
 
 void DriverModel::Capture(const Platform::IoRequest& request)
 {
+    // Bounds the memory of a long-running host.
     if (Captured.size() == MostCaptures)
         Captured.pop_front();
     const auto input = request.Input();
@@ -173,6 +184,7 @@ void DriverModel::Capture(const Platform::IoRequest& request)
 /// Returns the error of a refused request, otherwise 0.
 std::uint32_t DriverModel::Accept(const RequestPtr& request, const WireRequest& wire)
 {
+    // Recorded even after the device has vanished: a violation is a fault of the host at any time.
     Wrong.insert(Wrong.end(), wire.Violations.begin(), wire.Violations.end());
     if (Gone)
         return Removed;
@@ -188,6 +200,7 @@ std::uint32_t DriverModel::Accept(const RequestPtr& request, const WireRequest& 
 /// Removes a waiting request. Returns false if it is no longer waiting.
 bool DriverModel::Remove(const RequestPtr& request)
 {
+    // The request may be a response read, which is stored with the stream of its handle.
     return std::erase(Waiting, request) != 0 ||
            std::ranges::any_of(Streams, [&](auto& stream) { return stream.second.RemoveRead(request); });
 }

@@ -85,9 +85,11 @@ void Read(const JsonNode& node, std::map<std::uint32_t, DriverSettings::Bytes>& 
     node.ForMembers([&](const std::string& name, const JsonNode& bytes) { Read(bytes, out[Key(name, bytes)]); });
 }
 
+/// A key and the function that reads its value into the record.
 template <class Owner>
 using Reader = std::pair<std::string_view, void (*)(const JsonNode&, Owner&)>;
 
+/// Selects the overload of Read by the type of the member.
 template <auto Member, class Owner>
 void ReadMember(const JsonNode& node, Owner& owner)
 {
@@ -129,6 +131,7 @@ bool ReadNamed(const Readers& readers, const std::string& name, const JsonNode& 
     return true;
 }
 
+/// Visits the members of the text. Errors of the parser become errors of the settings, with their position.
 void ReadDocument(std::string_view text, const JsonNode::Visitor& visit)
 try
 {
@@ -146,6 +149,7 @@ DriverSettings ReadDriverSettings(std::string_view text)
 {
     DriverSettings settings;
     ReadDocument(text, [&](const std::string& name, const JsonNode& value) {
+        // A switch may be set from the start, by the same name as at run time.
         if (!ReadNamed(SettingReaders, name, value, settings) &&
             !ReadNamed(SwitchReaders, name, value, settings.Switches))
             value.Fail("unknown key");
@@ -156,6 +160,7 @@ DriverSettings ReadDriverSettings(std::string_view text)
 DriverSwitches ReadDriverSwitches(std::string_view text, DriverSwitches switches)
 {
     ReadDocument(text, [&](const std::string& name, const JsonNode& value) {
+        // Settings are fixed once the driver runs: other threads read them without a lock.
         if (!ReadNamed(SwitchReaders, name, value, switches))
             value.Fail("not a switch of a running driver");
     });

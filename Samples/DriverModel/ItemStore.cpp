@@ -10,6 +10,7 @@ void ItemStore::Set(std::uint32_t id, std::span<const std::uint8_t> data)
 
 void ItemStore::Query(std::uint32_t id, std::span<std::uint8_t> buffer) const
 {
+    // Before the lock is taken: the buffer belongs to the caller.
     std::ranges::fill(buffer, std::uint8_t{0});
     const Platform::ScopedLock guard(Lock);
     if (const auto item = Items.find(id); item != Items.end())

@@ -7,6 +7,7 @@
 
 std::vector<std::vector<std::uint8_t>> CutIntoChunks(std::span<const std::uint8_t> response, LastChunk last)
 {
+    // True for an empty response too, which is therefore sent as one empty chunk.
     const bool multiple = response.size() % Wire::ChunkSize == 0;
     std::vector<std::vector<std::uint8_t>> chunks;
     while (!response.empty())
@@ -23,12 +24,14 @@ std::vector<std::vector<std::uint8_t>> CutIntoChunks(std::span<const std::uint8_
 void ResponseStream::AddRead(const RequestPtr& read)
 {
     Reads.push_back(read);
+    // All reads in flight wait again, so a new turn begins. A larger number than before redefines what "all" is.
     if (Reads.size() >= MostReads)
         TurnLeft = MostReads = Reads.size();
 }
 
 bool ResponseStream::RemoveRead(const RequestPtr& read)
 {
+    // The turn does not change: the next one begins when as many reads as before wait again.
     return std::erase(Reads, read) != 0;
 }
 
@@ -44,6 +47,7 @@ std::optional<RequestEnd> ResponseStream::TakeEnd()
     RequestEnd end{std::move(Reads.front()), 0, std::move(Chunks.front())};
     Reads.pop_front();
     Chunks.pop_front();
+    // An eager stream may serve more reads than a turn has.
     TurnLeft -= TurnLeft > 0 ? 1 : 0;
     return end;
 }

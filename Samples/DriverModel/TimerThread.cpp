@@ -5,6 +5,7 @@
 void TimerThread::Post(std::chrono::milliseconds delay, std::function<void()> task)
 {
     const Platform::ScopedLock guard(Lock);
+    // The destructor of the model completes the request that the task was meant for.
     if (Stopping)
         return;
     Tasks.emplace(std::chrono::steady_clock::now() + delay, std::move(task));
@@ -15,6 +16,7 @@ void TimerThread::Post(std::chrono::milliseconds delay, std::function<void()> ta
 
 void TimerThread::Stop()
 {
+    // Joined without the lock, because the thread needs it to end.
     std::thread ending;
     {
         const Platform::ScopedLock guard(Lock);
@@ -37,6 +39,7 @@ void TimerThread::Run()
             Changed.WaitUntil(Lock, due);
         else
         {
+            // Extracted, so that the task exists once and needs no copy of its captures.
             auto task = Tasks.extract(Tasks.begin());
             guard.Unlock();
             task.mapped()();

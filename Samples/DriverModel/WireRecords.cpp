@@ -20,6 +20,7 @@ public:
 
     void Expect(const WireField& field, std::size_t expected)
     {
+        // Compared with 32 bits, the width of the largest field.
         if (const std::uint32_t got = Read(field); got != static_cast<std::uint32_t>(expected))
             Note(field, fmt::format("0x{:x}", static_cast<std::uint32_t>(expected)), got);
     }
@@ -30,6 +31,7 @@ public:
                                                  Request.Code, field.Name, field.Offset, expected, got));
     }
 
+    /// @return `good`, so that a caller can stop before it reads fields that the input does not have.
     bool ExpectSize(const char* what, bool good, std::size_t expected, std::size_t got)
     {
         if (!good)
@@ -43,6 +45,7 @@ private:
     Bytes Input;
 };
 
+/// The driver model runs in the process of its caller, so both have the same number.
 std::size_t OwnProcess()
 {
     return static_cast<std::size_t>(getpid());
@@ -85,6 +88,7 @@ void ReadItem(WireRequest& request, Checker& check, Bytes input, std::size_t roo
 {
     const std::size_t recordSize = input.size() - Wire::Overhead;
     check.Expect(Wire::RequestId, 9);
+    // The field holds 16 bits; the sizes inside the record are complete.
     check.Expect(Wire::InLength, recordSize & 0xFFFF);
     check.ExpectSize("output room", room == recordSize, recordSize, room);
     if (!check.ExpectSize("item record", recordSize >= Wire::RecordHead, Wire::RecordHead, recordSize))
@@ -127,6 +131,7 @@ WireRequest ReadWireRequest(std::uint32_t code, std::span<const std::uint8_t> in
         CheckResponseRead(check, input, outputRoom);
         return request;
     }
+    // Every other check reads the header.
     if (!check.ExpectSize("input", input.size() >= Wire::Overhead, outputRoom + Wire::Overhead, input.size()))
         return request;
     check.Expect(Wire::ProcessId, OwnProcess());

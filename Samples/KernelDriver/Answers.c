@@ -7,8 +7,10 @@ static const ULONG Information[InformationSize / sizeof(ULONG)] = {0x5A560001, 0
 void FillEnd(PIRP irp, NTSTATUS status, const UCHAR* bytes, ULONG length, PLIST_ENTRY ends)
 {
     const ULONG room = WireOf(irp).Room;
+    /* A warning, such as "buffer overflow", returns bytes; an error does not. */
     const ULONG sent = NT_ERROR(status) ? 0 : min(length, room);
     if (sent != 0)
+        /* The bytes may be part of the same buffer, which the input shares. */
         RtlMoveMemory(irp->AssociatedIrp.SystemBuffer, bytes, sent);
     AddEnd(ends, irp, status, sent);
 }
@@ -30,6 +32,7 @@ static void AnswerItem(struct Device* device, PIRP irp, const struct WireRequest
 /* Starts a response and drops what is left of an earlier one. */
 static NTSTATUS Respond(struct Open* open, const UCHAR* bytes, ULONG length)
 {
+    /* One byte more, because a response may be empty and null means that memory is exhausted. */
     UCHAR* const response = Allocate((SIZE_T)length + 1);
     if (response == NULL)
         return STATUS_INSUFFICIENT_RESOURCES;
@@ -42,6 +45,7 @@ static NTSTATUS Respond(struct Open* open, const UCHAR* bytes, ULONG length)
     return STATUS_SUCCESS;
 }
 
+/* Response reads of another handle do not count: each handle receives its own response. */
 static BOOLEAN HasRead(const struct Device* device, PFILE_OBJECT file)
 {
     for (PLIST_ENTRY link = device->Waiting.Flink; link != &device->Waiting; link = link->Flink)
@@ -67,6 +71,7 @@ static void AnswerHost(struct Device* device, PIRP irp, const struct WireRequest
     if (action != ZVK_NO_RESPONSE && HasRead(device, file))
         status = action == ZVK_RESPOND ? Respond(file->FsContext, rule->Bytes, rule->Length)
                                        : Respond(file->FsContext, payload, length);
+    /* The request completes before its response, so it precedes the reads in `ends`. */
     FillEnd(irp, status, payload, length, ends);
     ServeReads(device, file, ends);
 }

@@ -33,15 +33,18 @@ static LONGLONG AnswerDue(LONGLONG now)
     PIRP irp;
     InitializeListHead(&ends);
     Lock(&level);
+    /* Under the lock: a thread that sees a request taken from its list must find the event cleared. */
     KeClearEvent(&Idle);
     for (PLIST_ENTRY link = Devices.Flink; link != &Devices; link = link->Flink)
     {
         struct Device* const device = CONTAINING_RECORD(link, struct Device, Link);
+        /* Answer may complete other waiting requests, so the search starts again after each. */
         while ((irp = TakeDue(device, now, &next)) != NULL)
             Answer(device, irp, &ends);
         TakeHeldDue(device, now, &next, &ends);
     }
     Unlock(level);
+    /* Without the lock, because a completion may start another request on this thread. */
     EndAll(&ends);
     KeSetEvent(&Idle, IO_NO_INCREMENT, FALSE);
     return next;
@@ -65,6 +68,7 @@ static void NTAPI Run(PVOID context)
 NTSTATUS StartClock(void)
 {
     HANDLE handle;
+    /* The attributes request a kernel handle, which no program can use or close. */
     OBJECT_ATTRIBUTES attributes;
     KeInitializeEvent(&Wake, SynchronizationEvent, FALSE);
     KeInitializeEvent(&Idle, NotificationEvent, TRUE);

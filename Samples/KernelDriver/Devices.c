@@ -3,6 +3,7 @@
 
 LIST_ENTRY Devices;
 
+/* Accepts 1 to 63 printable ASCII characters without blanks. A backslash would create the link in another directory. */
 static BOOLEAN IsName(const char* name)
 {
     for (ULONG i = 0; i < ZVK_NAME_SIZE; ++i)
@@ -36,6 +37,8 @@ static void ComposeObjectName(WCHAR* target)
     Compose(target, L"\\Device\\ZVKernelDriver", number);
 }
 
+/* Creates a device that is not plugged in yet and stays marked as initialising, so that no open succeeds. On failure
+ * `*made` is not usable. */
 static NTSTATUS MakeDevice(const char* name, struct Device** made)
 {
     WCHAR path[ZVK_NAME_SIZE];
@@ -49,6 +52,7 @@ static NTSTATUS MakeDevice(const char* name, struct Device** made)
         return status;
     struct Device* const device = object->DeviceExtension;
     RtlZeroMemory(device, sizeof *device);
+    /* The extension belongs to the object: IoDeleteDevice frees both. */
     device->Object = object;
     InitializeListHead(&device->Rules);
     InitializeListHead(&device->Items);
@@ -66,6 +70,7 @@ static NTSTATUS MakeDevice(const char* name, struct Device** made)
     return status;
 }
 
+/* A steering handle has one plugged device at most. */
 struct Device* FindPlugged(PFILE_OBJECT owner)
 {
     for (PLIST_ENTRY link = Devices.Flink; link != &Devices; link = link->Flink)
@@ -102,6 +107,7 @@ NTSTATUS Plug(PFILE_OBJECT owner, const char* name)
     if (!NT_SUCCESS(status))
         return status;
     Lock(&level);
+    /* Checked only now: two threads may plug in through the same handle at the same time. */
     const BOOLEAN isFirst = FindPlugged(owner) == NULL;
     device->Owner = isFirst ? owner : NULL;
     InsertTailList(&Devices, &device->Link);
@@ -136,6 +142,7 @@ NTSTATUS Unplug(PFILE_OBJECT owner)
     device->Owner = NULL;
     device->HoldsCancelled = FALSE;
     ++device->Uses;
+    /* Held requests keep the status "cancelled": they were cancelled before the device was removed. */
     TakeAll(device, NULL, STATUS_DEVICE_REMOVED, &ends);
     TakeHeld(device, NULL, &ends);
     Unlock(level);
@@ -145,10 +152,12 @@ NTSTATUS Unplug(PFILE_OBJECT owner)
     return STATUS_SUCCESS;
 }
 
+/* The use that a successful open adds ends in CloseDevice. */
 NTSTATUS OpenDevice(struct Device* device, PFILE_OBJECT file)
 {
     KIRQL level;
     file->FsContext = NULL;
+    /* Before the lock is taken, to keep the time at raised IRQL short. */
     struct Open* const open = Allocate(sizeof *open);
     if (open == NULL)
         return STATUS_INSUFFICIENT_RESOURCES;
@@ -184,6 +193,7 @@ void CloseDevice(struct Device* device, PFILE_OBJECT file)
     --device->Counts.Opens;
     Unlock(level);
     EndAll(&ends);
+    /* Without the lock: the clock thread needs it to finish. Afterwards no thread uses `open`. */
     AwaitClock();
     Free(open->Response);
     Free(open);
@@ -194,6 +204,7 @@ void EndUse(struct Device* device)
 {
     KIRQL level;
     Lock(&level);
+    /* A device that is still plugged in stays for the next open, even without handles. */
     const BOOLEAN isLast = --device->Uses == 0 && device->Owner == NULL;
     if (isLast)
         RemoveEntryList(&device->Link);

@@ -17,6 +17,7 @@ void Unlock(KIRQL level)
     KeReleaseSpinLock(&SpinLock, level);
 }
 
+/* From non-paged memory, because most uses are under the spin lock, where a page fault is fatal. */
 void* Allocate(SIZE_T size)
 {
     return ExAllocatePoolWithTag(NonPagedPoolNx, size, ZVK_TAG);
@@ -34,6 +35,7 @@ static struct Device* DeviceOf(PDEVICE_OBJECT object)
     return object == SteeringDevice ? NULL : object->DeviceExtension;
 }
 
+/* Completes a request that transfers no bytes. The IRP must not be used afterwards. */
 static NTSTATUS End(PIRP irp, NTSTATUS status)
 {
     irp->IoStatus.Status = status;
@@ -131,6 +133,7 @@ NTSTATUS NTAPI DriverEntry(PDRIVER_OBJECT driver, PUNICODE_STRING registryPath)
     DriverObject = driver;
     KeInitializeSpinLock(&SpinLock);
     InitializeListHead(&Devices);
+    /* Other functions, such as reading and writing, keep the default, which refuses them. */
     driver->MajorFunction[IRP_MJ_CREATE] = OnCreate;
     driver->MajorFunction[IRP_MJ_CLEANUP] = OnCleanup;
     driver->MajorFunction[IRP_MJ_CLOSE] = OnClose;

@@ -27,6 +27,7 @@ NTSTATUS SetItem(struct Device* device, ULONG id, const UCHAR* bytes, ULONG leng
     struct Item* const old = Find(device, id);
     const SIZE_T freed = old != NULL ? sizeof *old + old->Length : 0;
     const SIZE_T size = sizeof *old + length;
+    /* Bounds the memory that programs can take from the non-paged pool. */
     if (device->ItemBytes - freed + size > MostItemBytes)
         return STATUS_INSUFFICIENT_RESOURCES;
     struct Item* const item = Allocate(size);
@@ -36,6 +37,7 @@ NTSTATUS SetItem(struct Device* device, ULONG id, const UCHAR* bytes, ULONG leng
     item->Id = id;
     item->Length = length;
     RtlCopyMemory(item->Bytes, bytes, length);
+    /* Only after everything that can fail, so that an error leaves the old item in place. */
     InsertTailList(&device->Items, &item->Link);
     if (old != NULL)
     {

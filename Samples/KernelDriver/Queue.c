@@ -12,6 +12,8 @@ static PFILE_OBJECT FileOf(PIRP irp)
     return IoGetCurrentIrpStackLocation(irp)->FileObject;
 }
 
+/* Queues a completion, which EndAll performs after the lock is released. Reuses the list entry of the waiting lists,
+ * so the request must be in none of them. */
 void AddEnd(PLIST_ENTRY ends, PIRP irp, NTSTATUS status, ULONG bytes)
 {
     irp->IoStatus.Status = status;
@@ -37,6 +39,8 @@ void SetDue(PIRP irp, LONGLONG due)
     WakeClock();
 }
 
+/* Called by the I/O manager with the cancel spin lock held, which is not needed: the spin lock of this driver guards
+ * the lists. */
 static void NTAPI OnCancel(PDEVICE_OBJECT object, PIRP irp)
 {
     struct Device* const device = object->DeviceExtension;
@@ -46,6 +50,7 @@ static void NTAPI OnCancel(PDEVICE_OBJECT object, PIRP irp)
     InitializeListHead(&ends);
     Lock(&level);
     RemoveEntryList(&irp->Tail.Overlay.ListEntry);
+    /* Simulates a driver that completes a cancelled request late. */
     if (device->HoldsCancelled)
     {
         SetDue(irp, Now() + LongestHold);
@@ -60,6 +65,7 @@ static void NTAPI OnCancel(PDEVICE_OBJECT object, PIRP irp)
 BOOLEAN Enqueue(struct Device* device, PIRP irp, enum Place place)
 {
     irp->Tail.Overlay.DriverContext[0] = (void*)(ULONG_PTR)place;
+    /* Before the lock is released: another thread may then complete the request. */
     IoMarkIrpPending(irp);
     InsertTailList(&device->Waiting, &irp->Tail.Overlay.ListEntry);
     IoSetCancelRoutine(irp, OnCancel);
@@ -72,6 +78,7 @@ BOOLEAN Enqueue(struct Device* device, PIRP irp, enum Place place)
     return TRUE;
 }
 
+/* Returns false if the request is being cancelled: OnCancel then removes and completes it. */
 static BOOLEAN Take(PIRP irp)
 {
     if (IoSetCancelRoutine(irp, NULL) == NULL)
@@ -115,6 +122,7 @@ PIRP TakeDue(struct Device* device, LONGLONG now, LONGLONG* next)
     return NULL;
 }
 
+/* Moves the requests of a file to `ends`. Requests that are being cancelled are left to OnCancel. */
 void TakeAll(struct Device* device, PFILE_OBJECT file, NTSTATUS status, PLIST_ENTRY ends)
 {
     for (PLIST_ENTRY link = device->Waiting.Flink; link != &device->Waiting;)
@@ -126,6 +134,7 @@ void TakeAll(struct Device* device, PFILE_OBJECT file, NTSTATUS status, PLIST_EN
     }
 }
 
+/* Held requests have no cancel routine any more, so each can be taken without a race. */
 void TakeHeld(struct Device* device, PFILE_OBJECT file, PLIST_ENTRY ends)
 {
     for (PLIST_ENTRY link = device->Held.Flink; link != &device->Held;)

@@ -1,12 +1,14 @@
 /* Handling of a request on arrival. */
 #include "Driver.h"
 
+/* Each function below returns the status for the dispatch routine and queues completions, if any, in `ends`. */
 static NTSTATUS EndNow(PIRP irp, NTSTATUS status, PLIST_ENTRY ends)
 {
     AddEnd(ends, irp, status, 0);
     return status;
 }
 
+/* Returns "pending" even if the request is cancelled at once, because it has been marked as pending. */
 static NTSTATUS Wait(struct Device* device, PIRP irp, enum Place place, PLIST_ENTRY ends)
 {
     if (!Enqueue(device, irp, place))
@@ -24,6 +26,7 @@ static NTSTATUS WaitForRead(struct Device* device, PIRP irp, PLIST_ENTRY ends)
 
 static NTSTATUS WaitForTime(struct Device* device, PIRP irp, ULONG delayMs, PLIST_ENTRY ends)
 {
+    /* In units of 100 ns, like every time of the clock. */
     SetDue(irp, Now() + (LONGLONG)delayMs * 10000);
     return Wait(device, irp, PlaceDelayed, ends);
 }
@@ -46,8 +49,10 @@ static NTSTATUS Deal(struct Device* device, PIRP irp, BOOLEAN isWellFormed, PLIS
     const struct Rule* const rule = FindRule(device, code);
     const ULONG action = rule != NULL ? rule->Head.Action : ZVK_ANSWER;
     ++device->Counts.Requests;
+    /* Before the rules: an unplugged device treats all requests alike. */
     if (device->Owner == NULL)
         return EndNow(irp, STATUS_DEVICE_REMOVED, ends);
+    /* Rules apply to malformed requests too, so that a test can examine any request. */
     if (action == ZVK_END || action == ZVK_ECHO)
         return EndByRule(irp, rule, ends);
     if (action == ZVK_KEEP)
@@ -62,6 +67,7 @@ static NTSTATUS Deal(struct Device* device, PIRP irp, BOOLEAN isWellFormed, PLIS
     if (action == ZVK_DELAY)
         return WaitForTime(device, irp, rule->Head.DelayMs, ends);
     Answer(device, irp, ends);
+    /* The request has been queued in `ends` but not completed, so its memory is still valid. */
     return irp->IoStatus.Status;
 }
 

@@ -14,12 +14,14 @@ static struct Rule* RuleFor(const struct Device* device, ULONG code)
     return NULL;
 }
 
+/* The rule for all codes does not apply to response reads, so that its requests still receive responses. */
 const struct Rule* FindRule(const struct Device* device, ULONG code)
 {
     const struct Rule* const own = RuleFor(device, code);
     return own != NULL || code == ZVK_READ_CODE ? own : RuleFor(device, 0);
 }
 
+/* Response reads accept the first three actions only. A request must not complete with the status "pending". */
 static BOOLEAN IsRule(const struct ZvkRule* head)
 {
     const ULONG most = head->Code == ZVK_READ_CODE ? ZVK_KEEP : ZVK_ACTIONS - 1;
@@ -37,6 +39,7 @@ NTSTATUS SetRule(PFILE_OBJECT owner, const struct ZvkRule* head, const UCHAR* by
         return STATUS_INSUFFICIENT_RESOURCES;
     rule->Head = *head;
     rule->Length = length;
+    /* Copied before the lock is taken, to keep the time at raised IRQL short. */
     RtlCopyMemory(rule->Bytes, bytes, length);
     Lock(&level);
     struct Device* const device = FindPlugged(owner);
@@ -45,6 +48,7 @@ NTSTATUS SetRule(PFILE_OBJECT owner, const struct ZvkRule* head, const UCHAR* by
         old = RuleFor(device, head->Code);
         if (old != NULL)
             RemoveEntryList(&old->Link);
+        /* The old rule is freed after the lock is released; other threads use rules only while holding it. */
         InsertTailList(&device->Rules, &rule->Link);
     }
     Unlock(level);

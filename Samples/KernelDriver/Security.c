@@ -28,6 +28,7 @@ static NTSTATUS SetSecurity(HANDLE device)
         ACL List;
         UCHAR Bytes[128]; /* the list and two entries with their SIDs use 52 */
     } room;
+    /* ZwSetSecurityObject copies both, so they may be on the stack. */
     SECURITY_DESCRIPTOR descriptor;
     NTSTATUS status = RtlCreateAcl(&room.List, sizeof room, ACL_REVISION);
     if (NT_SUCCESS(status))

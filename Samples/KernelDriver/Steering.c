@@ -9,6 +9,7 @@ struct Order
     ULONG Length;
 };
 
+/* Checks for a complete head and bounds the bytes that follow it. */
 static BOOLEAN Carries(const struct Order* order, SIZE_T head)
 {
     return order->Length >= head && order->Length - head <= ZVK_MOST_OUTPUT;
@@ -17,6 +18,7 @@ static BOOLEAN Carries(const struct Order* order, SIZE_T head)
 static NTSTATUS PlugNamed(const struct Order* order)
 {
     char name[ZVK_NAME_SIZE] = {0};
+    /* A name without NUL that fills the array is refused by Plug, which finds no end. */
     if (order->Length == 0 || order->Length > sizeof name)
         return STATUS_INVALID_PARAMETER;
     RtlCopyMemory(name, order->Input, order->Length);
@@ -47,6 +49,7 @@ static NTSTATUS EndKept(const struct Order* order)
     Lock(&level);
     struct Device* const device = FindPlugged(order->Owner);
     if (device != NULL)
+        /* Skips a request that is being cancelled: OnCancel completes it. */
         irp = TakeFirst(device, PlaceKept, head.Code, NULL);
     if (irp != NULL)
         FillEnd(irp, (NTSTATUS)head.Status, (const UCHAR*)order->Input + sizeof head,
@@ -70,6 +73,7 @@ static NTSTATUS HoldCancelled(const struct Order* order)
     if (device != NULL)
     {
         device->HoldsCancelled = hold != 0;
+        /* Under the same lock as the change, so that no request is held afterwards. */
         if (hold == 0)
             TakeHeld(device, NULL, &ends);
     }
@@ -78,6 +82,7 @@ static NTSTATUS HoldCancelled(const struct Order* order)
     return device != NULL ? STATUS_SUCCESS : STATUS_INVALID_DEVICE_STATE;
 }
 
+/* The numbers belong to one point of time, because all are read under the lock. */
 static NTSTATUS Count(PFILE_OBJECT owner, struct ZvkCounts* counts)
 {
     KIRQL level;
@@ -96,6 +101,7 @@ static NTSTATUS Count(PFILE_OBJECT owner, struct ZvkCounts* counts)
 static NTSTATUS GiveCounts(const struct Order* order, PIRP irp)
 {
     struct ZvkCounts counts;
+    /* The shared buffer has the size of the larger of input and output; only the output size counts here. */
     if (WireOf(irp).Room < sizeof counts)
         return STATUS_BUFFER_TOO_SMALL;
     const NTSTATUS status = Count(order->Owner, &counts);

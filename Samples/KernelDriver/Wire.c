@@ -35,6 +35,7 @@ enum
     ItemRequestId = 9
 };
 
+/* Assembled from bytes: fields in the buffer are not aligned. */
 static ULONG Number16(const UCHAR* at)
 {
     return at[0] | (ULONG)at[1] << 8;
@@ -72,6 +73,7 @@ static BOOLEAN IsRead(const struct WireRequest* request, ULONG processId)
     return request->InputSize == 4 && request->Room == ChunkSize && Number32(request->Input) == processId;
 }
 
+/* `size` is at least RecordHead; the caller has checked it. */
 static BOOLEAN IsRecord(const UCHAR* record, ULONG size)
 {
     const ULONG length = size - RecordHead;
@@ -112,6 +114,7 @@ BOOLEAN IsWellFormed(const struct WireRequest* request, ULONG processId)
 {
     if (request->Code == ZVK_READ_CODE)
         return IsRead(request, processId);
+    /* Before any field is read. */
     if (request->InputSize < Overhead || Number32(request->Input + ProcessIdAt) != processId ||
         request->Input[MarkerAt] != 1)
         return FALSE;

@@ -18,6 +18,7 @@ void Require(std::string_view operation, unsigned int status)
         throw OperationFailed(operation, status);
 }
 
+/// A write to a full disk or a closed pipe is often reported here only.
 void FlushOutput()
 {
     if (std::fflush(stdout) != 0)

@@ -15,6 +15,7 @@ const Command& ChosenCommand(const std::vector<Command>& commands)
     for (const Command& command : commands)
         if (command.Words.IsChosen())
             return command;
+    // The host's default command, tour or list; see AddToolCommands.
     return commands.front();
 }
 
@@ -39,6 +40,7 @@ ExitCode Try(const std::string& operation, const std::function<void()>& action)
         action();
         return ExitCode::Success;
     }
+    // Before std::exception, its base class.
     catch (const UsageError& mistake)
     {
         return fail(ExitCode::Usage, mistake);
@@ -65,6 +67,7 @@ ExitCode Run(int count, char** arguments)
 {
     CommandLine line(
         {.Name = "zvctl", .Version = ZVCTL_VERSION, .Description = Host::Description, .Footer = Host::Footer});
+    // Runs after parsing, because the options determine which machine the commands use.
     const std::function<void()> setUp = Host::AddOptions(line.Root());
     const std::vector<Command> commands = AddCommands(line.Root());
     bool isCommand = false;

@@ -52,6 +52,7 @@ std::optional<std::uint32_t> FaultBoard::Enter(std::string_view function)
         hook = entry.Hook;
         // A fault that has passed would be checked on every later call.
         std::erase_if(entry.Faults, [&](const Fault& fault) { return fault.LastCall < entry.Calls; });
+        // The fault that was set last applies if several include this call.
         for (const Fault& fault : entry.Faults)
             if (fault.FirstCall <= entry.Calls)
                 error = fault.Error;

@@ -7,6 +7,7 @@ ForeignCallGate::Holder::Holder(ForeignCallGate& gate) : Gate(gate)
 {
     const auto self = std::this_thread::get_id();
     const ScopedLock lock(Gate.Lock);
+    // A nested call, from foreign code that this thread is running. Waiting here would never end.
     if (Gate.Owner == self)
         return;
     while (Gate.Owner != std::thread::id())
@@ -21,6 +22,7 @@ ForeignCallGate::Holder::~Holder()
     {
         const ScopedLock lock(Gate.Lock);
         Gate.Owner = {};
+        // While holding the lock: the gate may be destroyed as soon as a waiting thread has passed it.
         Gate.Free.NotifyOne();
     }
 }

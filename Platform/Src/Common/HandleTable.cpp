@@ -31,6 +31,7 @@ std::shared_ptr<HandleObject> HandleTable::FindAny(const void* handle, HandleKin
 {
     const ScopedLock lock(Lock);
     const auto found = Objects.find(reinterpret_cast<std::uintptr_t>(handle));
+    // A handle of another kind is as invalid as a closed one, as on Windows.
     return found != Objects.end() && found->second->KindOf() == kind ? found->second : nullptr;
 }
 

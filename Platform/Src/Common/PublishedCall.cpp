@@ -20,6 +20,7 @@ void SetLastError(DWORD error)
     lastError = error;
 }
 
+// Cannot fail, so it does not count as a call and no fault applies. The same is true of the two functions above.
 DWORD GetCurrentProcessId()
 {
     return static_cast<DWORD>(getpid());

@@ -24,6 +24,7 @@ bool IsPair(std::u16string_view text, std::size_t at)
            text[at + 1] < 0xE000;
 }
 
+// Encodes an unpaired surrogate like any other character, so the conversion cannot fail.
 void AppendUtf8(std::string& out, char32_t c)
 {
     const auto put = [&out](char32_t byte) { out.push_back(static_cast<char>(byte)); };

@@ -8,6 +8,7 @@ namespace Platform
 ControlDevice* DeviceGate::Enter()
 {
     const ScopedLock lock(Lock);
+    // Counted under the lock that Shut takes, so that a visit either precedes the shutting or finds no device.
     Visitors += Device != nullptr ? 1 : 0;
     return Device;
 }
@@ -20,6 +21,7 @@ void DeviceGate::Leave()
         Empty.NotifyAll(); // while holding the lock, because the device may be destroyed right after
 }
 
+// Waits for all visits, so it must not be called inside one, not even by a destructor.
 void DeviceGate::Shut()
 {
     const ScopedLock lock(Lock);
@@ -32,6 +34,7 @@ OpenFile::OpenFile(std::shared_ptr<DeviceGate> gate, std::uint64_t openId) : Gat
 
 OpenFile::~OpenFile()
 {
+    // Without effect once the gate is shut: the driver may have been destroyed by then.
     if (Opened)
         Gate->Visit([this](ControlDevice& device) { device.Close(OpenId); });
 }

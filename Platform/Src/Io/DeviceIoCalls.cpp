@@ -35,6 +35,7 @@ struct ThreadRequests
     const std::uint64_t Thread = NextNumber();
 };
 
+// The object is created by the thread's first call and destroyed when the thread ends.
 std::uint64_t ThisThread()
 {
     thread_local const ThreadRequests requests;
@@ -93,6 +94,7 @@ struct Call
     BOOL SendAndWait() const
     {
         OVERLAPPED record{};
+        // A separate event for each request: several threads may use the same handle.
         const auto done = std::make_shared<Waitable>(true, false);
         if (const auto end = Send(&record, done))
             return Finish(*end);
@@ -105,6 +107,7 @@ struct Call
         const auto event = HandleTable::Instance().Find<EventHandle>(record->hEvent);
         if (record->hEvent != nullptr && !event)
             return FailWith(ERROR_INVALID_HANDLE);
+        // Read before the request starts, because the driver may complete it and overwrite the field at any time.
         const auto stale = static_cast<DWORD>(record->InternalHigh);
         File->File->Done->Reset();
         if (const auto end = Send(record, event ? event->Event : File->File->Done))
@@ -130,6 +133,7 @@ try
         return INVALID_HANDLE_VALUE;
     if (path == nullptr || *path == '\0')
         return OpenFails(ERROR_PATH_NOT_FOUND);
+    // A device cannot be created or truncated by its caller.
     if (disposition != OPEN_EXISTING)
         return OpenFails(ERROR_INVALID_PARAMETER);
     constexpr std::string_view devices = R"(\\.\)";
@@ -160,6 +164,7 @@ try
         return FailWith(ERROR_INVALID_HANDLE);
     if (file->IsOverlapped != (overlapped != nullptr) || (overlapped == nullptr && returned == nullptr))
         return FailWith(ERROR_INVALID_PARAMETER);
+    // Windows checks the rights before the driver sees the request.
     if (!file->Allows(code))
         return FailWith(ERROR_ACCESS_DENIED);
     if ((input == nullptr && inputSize != 0) || (output == nullptr && outputSize != 0))
@@ -195,6 +200,7 @@ BOOL CancelIoEx(HANDLE file, OVERLAPPED* overlapped)
     const std::size_t count = RequestTable::Instance().Cancel([&](const Request& request) {
         return request.FileId == found->File->OpenId && (overlapped == nullptr || request.Caller.Record == overlapped);
     });
+    // As published, unlike CancelIo, which succeeds without a request.
     return count != 0 ? TRUE : FailWith(ERROR_NOT_FOUND);
 }
 
@@ -223,6 +229,7 @@ BOOL CloseHandle(HANDLE handle)
     if (CallFails("CloseHandle"))
         return FALSE;
     HandleTable& handles = HandleTable::Instance();
+    // Requests keep the event itself, so they can still signal it.
     if (handles.Close<EventHandle>(handle))
         return TRUE;
     const auto file = handles.Find<FileHandle>(handle);

@@ -44,6 +44,7 @@ DeviceNames::Entry DeviceNames::Remove(std::string_view name)
 AttachedDevicePtr DeviceNames::SetPresent(std::string_view name, bool present)
 {
     const auto found = Entries.find(name);
+    // An adapter may name a device that is attached later.
     if (found == Entries.end() || present == (found->second.Current != nullptr))
         return nullptr;
     Entry& entry = found->second;

@@ -25,11 +25,13 @@ bool FileHandle::Allows(DWORD code) const
 
 DWORD FileHandle::Refusal() const
 {
+    // A removed device takes precedence, as a host distinguishes a removal by this error.
     return Target->IsDetached() ? ERROR_DEVICE_REMOVED : File->Closed ? ERROR_INVALID_HANDLE : ERROR_SUCCESS;
 }
 
 std::shared_ptr<Waitable> FindWaitable(HANDLE handle)
 {
+    // As on Windows, a file handle can be waited for; it reports requests without an event.
     const HandleTable& handles = HandleTable::Instance();
     if (const auto event = handles.Find<EventHandle>(handle))
         return event->Event;

@@ -15,6 +15,7 @@ Request::Request(std::shared_ptr<OpenFile> file, std::uint64_t thread, DWORD cod
     : Gate(file->Gate), FileId(file->OpenId), Thread(thread), ControlCode(code), InputCopy(input.begin(), input.end()),
       Caller(std::move(caller)), File(std::move(file))
 {
+    // Before the driver receives the request, which may signal the event at once.
     Caller.Done->Reset();
     std::atomic_ref(Caller.Record->Internal).store(STATUS_PENDING, std::memory_order_relaxed);
 }
@@ -39,6 +40,7 @@ bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output
         return false;
     // Another thread can complete it only if the driver has kept it, so for the caller it was in flight.
     EndedInStart = Now == Phase::Starting && std::this_thread::get_id() == Starter;
+    // As on Windows, a refusal is the result of DeviceIoControl only: the event is not signalled.
     const bool refused = EndedInStart && IsFailure(error);
     Now = Phase::Ended;
     End = {error, IsFailure(error) ? 0 : std::min(output.size(), Caller.Room)};
@@ -105,6 +107,7 @@ void RequestTable::Add(Request& request)
 {
     const ScopedLock lock(RequestTableLock);
     request.Number = ++Last;
+    // Moves the request's own list node, which needs no memory and therefore cannot fail.
     Requests.splice(Requests.end(), request.Place);
 }
 

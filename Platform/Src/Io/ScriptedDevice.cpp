@@ -26,6 +26,7 @@ ScriptedDevice::Answer ScriptedDevice::Hold()
     };
 }
 
+// Blocks until a request fits. Wait releases the lock meanwhile, so the search starts again each time.
 ScriptedDevice::RequestPtr ScriptedDevice::Take(RequestList& list, const Filter& fits)
 {
     const auto find = [&] {
@@ -54,6 +55,7 @@ bool ScriptedDevice::EndHeld(std::uint32_t code, std::uint32_t error, const std:
             std::ranges::find_if(Kept, [code](const RequestPtr& kept) { return code == 0 || kept->Code() == code; });
         if (found == Kept.end())
             return false;
+        // Completed after the lock is released, because a completion may call the device again.
         request = *found;
         Kept.erase(found);
     }
@@ -74,6 +76,7 @@ void ScriptedDevice::IgnoreRequests(std::uint32_t code, std::uint64_t openId)
     {
         const auto request = next++;
         if ((*request)->Code() == code && (*request)->OpenId() == openId)
+            // The request stays referenced: dropping its last reference would complete it.
             Aside.splice(Aside.end(), Kept, request);
     }
 }

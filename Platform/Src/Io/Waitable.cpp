@@ -8,6 +8,7 @@
 namespace Platform
 {
 
+/// On the stack of the waiting thread. An object may refer to it only until that thread has removed it.
 struct Waiter
 {
     Condition Wake;
@@ -67,6 +68,7 @@ std::optional<std::size_t> Waitable::TakeAny(std::span<const std::shared_ptr<Wai
         Waitable& object = *objects[i];
         if (object.Signalled)
         {
+            // An automatic event releases one wait and is reset by it.
             object.Signalled = object.ManualReset;
             return i;
         }
@@ -86,6 +88,7 @@ std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Wai
         self.Links[i] = {&self, i, nullptr};
         objects[i]->Append(self.Links[i]);
     }
+    // Not used for INFINITE, whose number is only a large count of milliseconds here.
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     bool inTime = true;
     while (!self.Result && inTime)

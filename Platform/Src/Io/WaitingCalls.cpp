@@ -91,6 +91,7 @@ BOOL SetEvent(HANDLE event)
     const auto found = HandleTable::Instance().Find<EventHandle>(event);
     if (!found)
         return FailWith(ERROR_INVALID_HANDLE);
+    // Without the lock of the handle table: the reference keeps the event alive.
     found->Event->Signal();
     return TRUE;
 }
@@ -116,6 +117,7 @@ DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, D
 {
     if (CallFails("WaitForMultipleObjects"))
         return WAIT_FAILED;
+    // The stand-in supports waits for any object only.
     if (count == 0 || count > MAXIMUM_WAIT_OBJECTS || waitAll != FALSE)
         return WaitFailed(ERROR_INVALID_PARAMETER);
     std::shared_ptr<Waitable> objects[MAXIMUM_WAIT_OBJECTS];

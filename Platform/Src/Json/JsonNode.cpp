@@ -20,6 +20,7 @@ std::string Message(const std::string& path, const std::string& error)
     return path.empty() ? error : path + ": " + error;
 }
 
+// Positions read like "adapters[1].values.Speed".
 std::string Below(const std::string& path, const std::string& name)
 {
     return path.empty() ? name : path + '.' + name;
@@ -32,6 +33,7 @@ class DocumentRules
 public:
     explicit DocumentRules(const std::string& path) : Path(path) {}
 
+    // Called by the parser for each element. A return of true keeps the element.
     bool operator()(int depth, json::parse_event_t event, const json& value)
     {
         using Event = json::parse_event_t;
@@ -90,11 +92,13 @@ bool JsonNode::IsObject() const
 
 bool JsonNode::HasMember(const char* name) const
 {
+    // False for a value that is no object.
     return Value.contains(name);
 }
 
 JsonNode JsonNode::Member(const char* name) const
 {
+    // A value that is no object has no members either, and the message is the same.
     const auto found = Value.find(name);
     Require(found != Value.end(), std::string("has no \"") + name + '"');
     return {*found, Below(Path, name)};

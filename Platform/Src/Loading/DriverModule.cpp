@@ -42,6 +42,7 @@ std::shared_ptr<ControlDevice> MakeControlDevice(const std::string& folder, cons
 {
     const CreateControlDeviceFunction make = LoadMaker(folder, module);
     std::array<char, 512> error{};
+    // The driver's module frees the object: its destructor is virtual and the module stays loaded.
     std::shared_ptr<ControlDevice> device(make(deviceName.c_str(), settings.c_str(), error.data(), error.size()));
     if (!device)
     {

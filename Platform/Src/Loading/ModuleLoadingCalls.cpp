@@ -31,6 +31,7 @@ try
 {
     if (CallFails("LoadLibraryA"))
         return nullptr;
+    // A module that is loaded already gets another reference and the same handle, as on Windows.
     void* loaded = name != nullptr && *name != '\0' ? dlopen(ModuleFile(name).c_str(), RTLD_NOW | RTLD_LOCAL) : nullptr;
     if (loaded == nullptr)
     {
@@ -49,6 +50,7 @@ try
 {
     if (CallFails("GetProcAddress"))
         return nullptr;
+    // The program's handle is valid without an entry in the table.
     const HMODULE program = ProgramModule();
     if (module != nullptr && module != program && !ModuleTable::Instance().Contains(module))
     {
@@ -111,6 +113,7 @@ catch (const std::bad_alloc&)
     return OutOfMemory(FALSE);
 }
 
+// Never true here: the other threads of a Linux process still run during its static destructors.
 BOOLEAN RtlDllShutdownInProgress()
 {
     return FALSE;

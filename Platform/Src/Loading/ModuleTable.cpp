@@ -76,6 +76,7 @@ bool ModuleTable::Release(HMODULE module)
             return true; // pinned: Windows reports success and keeps the module
         --entry.References;
         if (entry.References == 0 && !entry.Pinned)
+            // Before the loader drops the module, whose handle could be used again for the next one.
             Modules.erase(found);
     }
     dlclose(module); // without the lock, because it may run destructors of the module

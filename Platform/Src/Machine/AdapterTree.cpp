@@ -50,6 +50,7 @@ KeyImage ImageOf(const AdapterDescription& adapter)
     return image;
 }
 
+// Changes the values of one key that differ between two descriptions. Others may have been written by a host.
 void FollowValues(RegistryKey& root, const std::string& path, const ValueMap& before, const ValueMap& after)
 {
     for (const auto& [name, value] : before)
@@ -126,11 +127,13 @@ void AdapterTree::Change(AdapterId id, AdapterDescription description)
     {
         // Windows installs a driver again for hardware that returns, under the next free key.
         node.Uninstalled = false;
+        // A description that names a key keeps it.
         if (!description.DriverKey)
             description.DriverKey = FreeDriverKey();
     }
     Follow(*Root, ImageOf(node.Description), ImageOf(description));
     node.Description = std::move(description);
+    // Lets ChangeAdapter detect a change by another thread.
     ++node.Version;
 }
 
@@ -144,6 +147,7 @@ void AdapterTree::Remove(AdapterId id)
 void AdapterTree::Uninstall(AdapterId id)
 {
     AdapterNode& node = Nodes.at(id);
+    // If the adapter is present, it has returned during the messages of its removal, and its driver stays.
     if (!node.Description.Present)
     {
         AdapterDescription description = node.Description;

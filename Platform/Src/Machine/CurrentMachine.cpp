@@ -51,6 +51,7 @@ const std::shared_ptr<Machine>& DefaultMachine()
     return machine;
 }
 
+// Returns the previous machine, so that it is destroyed, if at all, without the lock.
 std::shared_ptr<Machine> Exchange(std::shared_ptr<Machine> machine)
 {
     InstalledMachine& installed = Slot();
@@ -68,6 +69,7 @@ std::shared_ptr<Machine> CurrentMachine()
         if (installed.Innermost)
             return installed.Innermost;
     }
+    // Without the lock, because creating the default machine reads a file and may call a driver.
     return DefaultMachine();
 }
 

@@ -16,6 +16,7 @@ EventSequencer::Holder::Holder(EventSequencer& sequencer) : Sequencer(sequencer)
     if (Sequencer.Owner == self)
         return;
     Sequencer.Waiting.push_back(mine);
+    // Dispatches meanwhile: the current event may be waiting for a window of this thread.
     mine->DispatchUntil(std::nullopt,
                         [this]() PLATFORM_REQUIRES(WindowLock) { return Sequencer.Owner == std::thread::id(); });
     Sequencer.Waiting.erase(std::ranges::find(Sequencer.Waiting, mine));

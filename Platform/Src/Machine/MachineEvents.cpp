@@ -21,6 +21,7 @@ constexpr std::chrono::seconds Patience{5}; // the timeout of Windows for a wind
 
 using InterfaceRecord = std::shared_ptr<const DEV_BROADCAST_DEVICEINTERFACE_W>;
 
+// An interface exists only while the driver of its device runs.
 bool IsUp(const AdapterDescription& adapter)
 {
     return adapter.Present && adapter.Problem == 0;
@@ -33,6 +34,7 @@ void TellAll(UINT message, WPARAM wParam)
         ThisThreadsQueue()->Send(window, {message, wParam, 0}, Patience);
 }
 
+// The record is the payload, because a window that responds late reads it after this has returned.
 std::optional<LRESULT> TellOfInterface(const WindowPtr& window, WPARAM event, const InterfaceRecord& record)
 {
     return ThisThreadsQueue()->Send(window, {WM_DEVICECHANGE, event, reinterpret_cast<LPARAM>(record.get()), record},
@@ -66,6 +68,7 @@ public:
         {
             const InterfaceRecord record = MakeInterfaceRecord(after);
             const WPARAM event = IsUp(after) ? DBT_DEVICEARRIVAL : DBT_DEVICEREMOVECOMPLETE;
+            // Interface messages precede the general one.
             for (const WindowPtr& window : WindowTable::Instance().Registered(LanInterfaceClass))
                 TellOfInterface(window, event, record);
         }
@@ -100,6 +103,7 @@ private:
     std::pair<AdapterDescription, AdapterDescription> ChangeTree(
         const std::function<void(AdapterDescription&)>& edit) const
     {
+        // Declared before the lock: detaching calls the driver, which must happen after the lock is released.
         LeavingDevice leaving;
         const ScopedLock lock(Own.Lock);
         AdapterDescription before = Own.AdapterNodes.All().at(Id).Description;
@@ -142,6 +146,7 @@ bool Machine::Disable(AdapterId id)
     const AdapterEvent event(*Self, id);
     if (!event.Now().Present || !event.AskForRemoval())
         return false;
+    // A second disable succeeds without messages.
     if (event.Now().Problem != DisabledProblem)
         event.Change([](AdapterDescription& adapter) { adapter.Problem = DisabledProblem; });
     return true;

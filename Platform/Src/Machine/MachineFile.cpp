@@ -137,6 +137,7 @@ struct DeviceSource
     }
 };
 
+/// What a file describes, complete before the machine changes.
 struct Contents
 {
     std::vector<AdapterDescription> Adapters;
@@ -263,6 +264,7 @@ try
 }
 catch (const JsonError& error)
 {
+    // The error of the parser contains the position; only the name of the text is missing.
     throw MachineFileError(std::string(origin) + ": " + error.what());
 }
 

@@ -47,6 +47,7 @@ AdapterId Machine::AddAdapter(const AdapterDescription& adapter)
 {
     LeavingDevice leaving;
     const ScopedLock lock(Self->Lock);
+    // The new adapter may be absent and name a device that is reachable so far.
     leaving.Device = Self->Devices.SetPresent(adapter.ControlDeviceName, adapter.Present);
     return Self->AdapterNodes.Add(adapter);
 }

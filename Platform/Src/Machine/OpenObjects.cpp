@@ -11,6 +11,7 @@ namespace Platform
 OpenObjects CountOpenObjects()
 {
     const HandleTable& handles = HandleTable::Instance();
+    // Each count is consistent in itself; together they are exact only while no other thread opens or closes.
     return {.RegistryKeys = handles.Count(HandleKind::RegistryKey),
             .DeviceSets = handles.Count(HandleKind::DeviceSet),
             .Modules = ModuleTable::Instance().Count(),

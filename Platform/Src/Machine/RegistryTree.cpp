@@ -67,6 +67,7 @@ NewKey::NewKey(RegistryKey& from, std::string_view path) : Parent(from.shared_fr
 void RegistryKey::Delete()
 {
     const RegistryKeyPtr keep = shared_from_this(); // the parent may hold the last reference
+    // Null for a key whose parent has been deleted and is no longer open.
     if (const RegistryKeyPtr parent = Parent.lock())
         parent->Subkeys.erase(Name);
     MarkDeleted();

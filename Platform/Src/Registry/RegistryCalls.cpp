@@ -87,6 +87,7 @@ LSTATUS Open(HKEY key, std::string_view path, HKEY* result)
         return ERROR_INVALID_PARAMETER;
     *result = nullptr;
     return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
+        // As published, an empty path returns the given handle itself, which must then be closed only once.
         *result = path.empty() ? key : AddKeyHandle(open.Owner, below, MayWrite(*open.Owner));
         return ERROR_SUCCESS;
     });
@@ -177,6 +178,7 @@ LSTATUS RegQueryValueExA(HKEY key, const char* valueName, DWORD* reserved, DWORD
         const auto found = opened.Values.find(OrEmpty(valueName));
         const bool exists = found != opened.Values.end();
         if (type != nullptr)
+            // Windows stores REG_NONE in the type for a missing value.
             *type = exists ? found->second.Type : REG_NONE;
         return exists ? Read(found->second, data, size) : ERROR_FILE_NOT_FOUND;
     });
@@ -199,6 +201,7 @@ LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD, DWORD type, const
 LSTATUS RegFlushKey(HKEY key)
 {
     const LSTATUS fault = Fault("RegFlushKey");
+    // The simulated registry has no disk, so only the handle is checked.
     return fault != 0 ? fault : WithKey(key, [](const KeyHandle&, const RegistryKey&) { return ERROR_SUCCESS; });
 }
 
@@ -206,6 +209,7 @@ LSTATUS RegCloseKey(HKEY key)
 {
     if (const LSTATUS fault = Fault("RegCloseKey"))
         return fault;
+    // The predefined key cannot be closed; Windows reports success.
     const bool closed = key == HKEY_LOCAL_MACHINE || HandleTable::Instance().Close<KeyHandle>(key);
     return closed ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }

@@ -20,6 +20,7 @@ DWORD DeviceError(const std::shared_ptr<DeviceSet>& set, const SP_DEVINFO_DATA* 
     return set->Holds(device) ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
 
+/// Returns an error number; 0 with the handle in `result`.
 DWORD OpenDriverKey(const DeviceSet& set, AdapterId device, REGSAM access, HKEY& result)
 {
     Machine::Impl& machine = set.Data;
@@ -70,6 +71,7 @@ std::optional<SP_PROPCHANGE_PARAMS> ParametersFor(DI_FUNCTION function, const De
 /// Returns the error that prevents the change; 0 for none.
 DWORD Objection(Machine::Impl& machine, AdapterId device)
 {
+    // Checked first: a caller without rights receives this error even for an absent device.
     if (!machine.Administrator)
         return ERROR_ACCESS_DENIED;
     const ScopedLock lock(machine.Lock);

@@ -93,6 +93,7 @@ try
         return FALSE;
     if (className == nullptr || requiredSize == nullptr || (guids == nullptr && guidCount != 0))
         return FailWith(ERROR_INVALID_PARAMETER);
+    // Reported even if the buffer is too small, so that the caller can allocate it.
     *requiredSize = IsNetworkClass(className) ? 1 : 0;
     if (guidCount < *requiredSize)
         return FailWith(ERROR_INSUFFICIENT_BUFFER);
@@ -176,6 +177,7 @@ BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* device)
         return FailWith(ERROR_INVALID_USER_BUFFER);
     if (index >= open->Devices.size())
         return FailWith(ERROR_NO_MORE_ITEMS);
+    // The last field is opaque to callers and has no effect here.
     *device = {sizeof(SP_DEVINFO_DATA), NetworkClass, open->Devices[index], ULONG_PTR{index} + 1};
     return TRUE;
 }
@@ -199,6 +201,7 @@ try
         *type = property == SPDRP_HARDWAREID ? REG_MULTI_SZ : REG_SZ;
     if (requiredSize != nullptr)
         *requiredSize = static_cast<DWORD>(bytes.size());
+    // Type and size are stored by then, because callers ask for them with an empty buffer.
     if (buffer == nullptr || bufferSize < bytes.size())
         return FailWith(ERROR_INSUFFICIENT_BUFFER);
     std::ranges::copy(bytes, std::as_writable_bytes(std::span(buffer, bufferSize)).begin());

@@ -19,6 +19,7 @@ TraceSession::TraceSession(const void* provider, std::uint8_t level, std::uint32
 {
     std::memcpy(&Self->Control, provider, sizeof(GUID));
     Self->Sink = std::move(sink);
+    // In the list before it is enabled, so that a provider that registers meanwhile finds it.
     TraceHub::Instance().Start(Self);
     Enable(level, flags);
 }
@@ -74,6 +75,7 @@ void Stamp(TraceRecord& record, const GUID* messageClass, std::uint64_t sequence
 
 ULONG Write(TRACEHANDLE logger, const GUID* messageClass, TraceRecord& record)
 {
+    // A reference: the session may end while its sink runs.
     const TraceHub::Session session = TraceHub::Instance().Find(logger);
     if (!session)
         return ERROR_INVALID_HANDLE;

@@ -78,6 +78,7 @@ void TraceHub::Disable(const Session& session)
 {
     {
         const ScopedLock lock(TraceLock);
+        // Zero means disabled. The session stays in the list, for a later Enable.
         session->Version = 0;
     }
     NotifyProviders(session->Control);
@@ -85,6 +86,7 @@ void TraceHub::Disable(const Session& session)
 
 void TraceHub::Stop(const Session& session)
 {
+    // First, because the providers must be notified while the logger's handle is still valid.
     Disable(session);
     const ScopedLock lock(TraceLock);
     std::erase(Sessions, session);
@@ -143,6 +145,7 @@ std::optional<TraceHub::Request> TraceHub::NextRequest(TraceProvider& provider)
             newest = session.get();
     }
     const std::uint64_t version = newest != nullptr ? newest->Version : 0;
+    // Recorded under the lock before the callback runs, so that each setting is reported once.
     if (std::exchange(provider.ReportedVersion, version) == version)
         return std::nullopt;
     const TRACEHANDLE previous = std::exchange(provider.ReportedLogger, newest != nullptr ? newest->Logger : 0);

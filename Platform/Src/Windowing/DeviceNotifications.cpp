@@ -55,6 +55,7 @@ try
         SetLastError(ERROR_INVALID_DATA);
         return nullptr;
     }
+    // A window of any thread may be registered; its own thread receives the messages.
     const WindowPtr window = WindowTable::Instance().Find(static_cast<HWND>(recipient));
     const HDEVNOTIFY made = window ? WindowTable::Instance().Register(window, wanted->dbcc_classguid) : nullptr;
     if (made == nullptr)

@@ -16,6 +16,7 @@ DWORD RetrieveError(const MSG* message, HWND window, UINT first, UINT last)
 {
     if (message == nullptr)
         return ERROR_NOACCESS;
+    // Checked before the filter, because Windows reports a destroyed window by a specific error.
     if (window != nullptr && !WindowTable::Instance().Find(window))
         return ERROR_INVALID_WINDOW_HANDLE;
     return window != nullptr || first != 0 || last != 0 ? ERROR_INVALID_PARAMETER : ERROR_SUCCESS;
@@ -31,6 +32,7 @@ bool TakeMessage(MSG& message, bool wait, bool remove)
 MSG MakeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     using namespace std::chrono;
+    // Milliseconds since an arbitrary start, cut to 32 bits like the tick count of Windows.
     const auto now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
     return {window, message, wParam, lParam, static_cast<DWORD>(now), {0, 0}};
 }
@@ -110,6 +112,7 @@ try
     if (WindowingCallFails("SendMessageW"))
         return 0;
     const WindowPtr found = WindowTable::Instance().Find(window);
+    // Blocks without a bound, as published: the receiver may never retrieve messages.
     const auto answer = found ? ThisThreadsQueue()->Send(found, {message, wParam, lParam}) : std::nullopt;
     if (!answer)
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);

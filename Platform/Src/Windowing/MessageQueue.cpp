@@ -31,10 +31,12 @@ std::optional<LRESULT> MessageQueue::Send(const WindowPtr& window, const WindowM
     }
     // Shared with the receiver, because the sender may give up first.
     const auto sent = std::make_shared<Sent>(Sent{window, message, shared_from_this()});
+    // From here on the receiver handles the message, even if the sender gives up.
     window->Queue->Incoming.push_back(sent);
     window->Queue->Wake();
     const auto end = patience ? std::optional(std::chrono::steady_clock::now() + *patience) : std::nullopt;
     DispatchUntil(end, [&]() PLATFORM_REQUIRES(WindowLock) { return sent->Over; });
+    // Empty on a time-out, and if the window was destroyed.
     return sent->Answer;
 }
 

@@ -30,6 +30,7 @@ struct QueueOwner
     }
     ~QueueOwner()
     {
+        // First: destructors that run later on this thread may call a windowing function.
         threadEnded = true;
         const ScopedLock lock(WindowLock);
         Queue->End();
@@ -67,6 +68,7 @@ MessageQueuePtr QueueOfThread(DWORD thread)
 bool WindowingCallFails(const char* function)
 try
 {
+    // Creates the queue: as on Windows, a thread can receive posted messages after its first such call.
     ThisThreadsQueue();
     return CallFails(function);
 }

@@ -16,6 +16,7 @@ ATOM WindowTable::AddClass(HINSTANCE module, const std::string& name, WNDPROC pr
 {
     const ScopedLock lock(WindowLock);
     const auto number = static_cast<ATOM>(LastClass + 1);
+    // The number is consumed only by a successful registration.
     if (!Classes[module].try_emplace(name, Class{number, procedure}).second)
         return 0;
     return LastClass = number;
@@ -98,6 +99,7 @@ std::size_t WindowTable::Count() const
 HDEVNOTIFY WindowTable::Register(const WindowPtr& window, const GUID& interfaceClass)
 {
     const ScopedLock lock(WindowLock);
+    // Destroyed after the caller looked it up: a registration would never be removed.
     if (window->Gone)
         return nullptr;
     const std::uintptr_t number = NextNumber();

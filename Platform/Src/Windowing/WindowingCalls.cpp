@@ -39,6 +39,7 @@ HINSTANCE OrProgram(HINSTANCE module)
     return module != nullptr ? module : ProgramModule();
 }
 
+// A negative number of extra bytes is an error on Windows; positive ones have no effect here.
 bool IsComplete(const WNDCLASSEXW* windowClass)
 {
     return windowClass != nullptr && windowClass->cbSize == sizeof(WNDCLASSEXW) &&
@@ -69,6 +70,7 @@ LRESULT Call(const Window& window, UINT message, const void* record = nullptr)
 /// Returns false if the window is being destroyed already. Runs on the window's thread.
 bool Destroy(Window& window)
 {
+    // A procedure may call DestroyWindow again inside WM_DESTROY.
     if (std::exchange(window.Leaving, true))
         return false;
     Call(window, WM_DESTROY);
@@ -175,6 +177,7 @@ catch (const std::bad_alloc&)
 
 BOOL ShowWindow(HWND window, int /*command*/)
 {
+    // FALSE means that the window was hidden before, so it is no failure.
     if (!WindowingCallFails("ShowWindow") && !WindowTable::Instance().Find(window))
         SetLastError(ERROR_INVALID_WINDOW_HANDLE);
     return FALSE;

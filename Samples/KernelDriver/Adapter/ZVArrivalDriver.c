@@ -13,6 +13,7 @@ typedef struct
     UNICODE_STRING Link;
 } Extension;
 
+/* Stops the completion on its way up: Start continues and completes the request itself. */
 static NTSTATUS NTAPI Arrived(PDEVICE_OBJECT device, PIRP irp, PVOID event)
 {
     (void)device;
@@ -31,6 +32,7 @@ static NTSTATUS Start(Extension* extension, PIRP irp)
     IoCopyCurrentIrpStackLocationToNext(irp);
     IoSetCompletionRoutine(irp, Arrived, &event, TRUE, TRUE, TRUE);
     status = IoCallDriver(extension->Lower, irp);
+    /* The event is on the stack, so this must not return before the lower driver has finished. */
     if (status == STATUS_PENDING)
     {
         KeWaitForSingleObject(&event, Executive, KernelMode, FALSE, NULL);
@@ -78,6 +80,7 @@ static NTSTATUS NTAPI PlugAndPlay(PDEVICE_OBJECT device, PIRP irp)
         IoSetDeviceInterfaceState(&extension->Link, FALSE);
         irp->IoStatus.Status = STATUS_SUCCESS;
         break;
+    /* Succeeds at once, because there is no hardware whose state must be saved or restored. */
     case IRP_MN_QUERY_REMOVE_DEVICE:
     case IRP_MN_CANCEL_REMOVE_DEVICE:
     case IRP_MN_QUERY_STOP_DEVICE:
@@ -85,6 +88,7 @@ static NTSTATUS NTAPI PlugAndPlay(PDEVICE_OBJECT device, PIRP irp)
     case IRP_MN_STOP_DEVICE:
         irp->IoStatus.Status = STATUS_SUCCESS;
         break;
+    /* The status of other requests must stay unchanged on the way down. */
     default:
         break;
     }
@@ -96,6 +100,7 @@ static NTSTATUS NTAPI Power(PDEVICE_OBJECT device, PIRP irp)
 {
     Extension* const extension = device->DeviceExtension;
 
+    /* Before the request is passed on, as Windows requires up to version 5.2; later versions ignore it. */
     PoStartNextPowerIrp(irp);
     IoSkipCurrentIrpStackLocation(irp);
     return PoCallDriver(extension->Lower, irp);
@@ -122,6 +127,7 @@ static NTSTATUS NTAPI AddDevice(PDRIVER_OBJECT driver, PDEVICE_OBJECT physical)
         IoDeleteDevice(device);
         return status;
     }
+    /* Copies how the device below transfers data and handles power, as Windows requires of an attached device. */
     device->Flags |= extension->Lower->Flags & (DO_BUFFERED_IO | DO_DIRECT_IO | DO_POWER_PAGABLE);
     device->Flags &= ~(ULONG)DO_DEVICE_INITIALIZING;
     return STATUS_SUCCESS;

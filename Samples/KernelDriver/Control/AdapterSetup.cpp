@@ -15,6 +15,7 @@ constexpr char NetClassKey[] = R"(SYSTEM\CurrentControlSet\Control\Class\{4D36E9
 constexpr char DeviceName[] = R"(ROOT\ZVARRIVAL\0000)";
 constexpr char HardwareId[] = "root\\zvarrival\0"; // A list of one.
 
+/// Returns a record that the setup functions accept as an output.
 SP_DEVINFO_DATA NoDevice()
 {
     SP_DEVINFO_DATA device{};
@@ -43,11 +44,13 @@ void AddAdapter()
     Require(SetupDiSetDeviceRegistryPropertyA(set.Get(), &device, SPDRP_HARDWAREID,
                                               reinterpret_cast<const BYTE*>(HardwareId), sizeof HardwareId),
             "SetupDiSetDeviceRegistryProperty");
+    // Registered before the driver is installed, because the installation searches for devices by their hardware ID.
     Require(SetupDiCallClassInstaller(DIF_REGISTERDEVICE, set.Get(), &device), "SetupDiCallClassInstaller");
     const std::string inf = ProgramFolder() + "ZVArrival.inf";
     BOOL restart = FALSE;
     if (UpdateDriverForPlugAndPlayDevicesA(nullptr, "root\\zvarrival", inf.c_str(), INSTALLFLAG_FORCE, &restart))
         return;
+    // Read before the removal, which overwrites the last error. A device without a driver must not remain.
     const Failure failure{"UpdateDriverForPlugAndPlayDevices", GetLastError()};
     SetupDiCallClassInstaller(DIF_REMOVE, set.Get(), &device);
     throw failure;

@@ -43,9 +43,11 @@ void Stop(SC_HANDLE driver)
 {
     SERVICE_STATUS status{};
     if (!ControlService(driver, SERVICE_CONTROL_STOP, &status) && GetLastError() != ERROR_SERVICE_NOT_ACTIVE)
+        // An earlier stop may be waiting for open handles.
         Require(StateOf(driver) == SERVICE_STOP_PENDING, "ControlService");
     for (int tries = 0; StateOf(driver) != SERVICE_STOPPED; ++tries)
     {
+        // 10 seconds.
         if (tries == 100)
             throw Failure{"QueryServiceStatus", ERROR_TIMEOUT};
         Sleep(100);
@@ -61,6 +63,7 @@ void InstallDriver(const std::string& file)
     Require(length != 0, "GetFullPathName");
     if (length >= sizeof path)
         throw Failure{"GetFullPathName", ERROR_FILENAME_EXCED_RANGE};
+    // Windows would register a missing file and report it only at the start.
     Require(GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES, "GetFileAttributes");
     const Service manager = OpenManager(SC_MANAGER_CREATE_SERVICE);
     if (const Service driver = FindDriver(manager.get(), SERVICE_CHANGE_CONFIG))
@@ -97,6 +100,7 @@ void UninstallDriver()
     if (!driver)
         return;
     Stop(driver.get());
+    // Deleted when the last handle on the service is closed, which may be in another program.
     Require(DeleteService(driver.get()), "DeleteService");
 }
 

@@ -22,6 +22,7 @@ constexpr auto UntrustedRoot = static_cast<unsigned long>(CERT_E_UNTRUSTEDROOT);
 constexpr char RunInstall[] = "run 'zvdriver install' first";
 constexpr char Sign[] = "sign the driver and switch test signing on, see README.md";
 
+/// The first row that fits applies.
 constexpr Remedy Remedies[] = {
     {"", ERROR_ACCESS_DENIED, "run it from an administrator's prompt"},
     {"", ERROR_SERVICE_DOES_NOT_EXIST, RunInstall},
@@ -44,6 +45,7 @@ constexpr Remedy Remedies[] = {
     {"SetupDiOpenDeviceInfo", ERROR_NO_SUCH_DEVINST, "run 'zvdriver add-adapter' first"},
 };
 
+/// Returns the operating system's text without its final full stop; empty if there is none.
 std::string WindowsText(unsigned long error)
 {
     char text[256];

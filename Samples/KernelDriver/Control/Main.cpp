@@ -54,8 +54,10 @@ int Install(Arguments arguments)
     return 0;
 }
 
+/// Created before the handler is installed and never closed, because the handler may run until the process exits.
 HANDLE Interrupted;
 
+/// Runs on a thread that Windows creates. TRUE marks the event as handled, so that Ctrl-C does not end the process.
 BOOL WINAPI OnConsoleEvent(DWORD)
 {
     return SetEvent(Interrupted);
@@ -130,6 +132,7 @@ int Run(const Command& command, Arguments arguments)
         std::fprintf(stderr, "zvdriver: %s: %s\n", command.Name.data(), Describe(failure).c_str());
         return 1;
     }
+    // std::stoul and WaitTime report a wrong number this way.
     catch (const std::logic_error&)
     {
         std::fprintf(stderr, "zvdriver: %s: \"%s\" is not a number of seconds up to 86400; run 'zvdriver --help'\n",

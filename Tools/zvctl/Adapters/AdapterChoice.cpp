@@ -23,6 +23,7 @@ std::string Lower(std::string_view text)
     return lower;
 }
 
+/// Returns the indices of the adapters whose identity or name fits. The text that `fits` receives is in lower case.
 template <class Fits>
 std::vector<std::size_t> Matches(const Names& adapters, Fits fits)
 {
@@ -41,6 +42,7 @@ std::vector<std::size_t> Candidates(const Names& adapters, std::string_view text
     if (!text.empty() && end == text.data() + text.size())
         return error == std::errc{} && index < adapters.size() ? std::vector{index} : std::vector<std::size_t>{};
     const std::string wanted = Lower(text);
+    // A complete identity or name wins, even if it is a part of another adapter's text.
     auto whole = Matches(adapters, [&](const std::string& name) { return name == wanted; });
     if (!whole.empty())
         return whole;
@@ -54,6 +56,7 @@ std::string ChoiceLine(const Names& adapters, std::size_t index)
 
 } // namespace
 
+/// An ambiguous text lists only the matches in the error; one without a match lists every adapter.
 std::size_t ChooseName(const Names& adapters, std::string_view text)
 {
     const std::vector<std::size_t> candidates = Candidates(adapters, text);
@@ -77,6 +80,8 @@ const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const std::vector<_ZV_SRVC_DEVICE_INFO
 
 OpenAdapter::OpenAdapter(std::string_view text, DriverNeed need) : Record(ChooseAdapter(ListAdapters(), text))
 {
+    // The library returns a device with this status: the adapter works, but its control device does not answer.
+    // Registry access and enabling or disabling do not use the driver.
     const unsigned int status = SessionManager()->OpenDevice(&Record, ZV_SRVC_DEVICE_UWP, Device);
     if (status != ZV_SRVC_ERR_CONTROL_DEVICE || need == DriverNeed::Answers)
         Require("OpenDevice", status);

@@ -8,6 +8,7 @@
 namespace
 {
 
+/// The columns of the list, in the order of the heading in AdapterTable.
 using Row = std::array<std::string, 7>;
 
 struct NamedFlag
@@ -16,6 +17,7 @@ struct NamedFlag
     std::string_view Name;
 };
 
+/// In the order in which the flags are printed.
 constexpr NamedFlag FlagTable[] = {
     {ZV_DEV_HAS_PROBLEM, "problem"},
     {ZV_DEV_ABSENT, "absent"},
@@ -53,6 +55,7 @@ std::string Line(const Row& row, const std::array<std::size_t, 7>& widths)
 
 } // namespace
 
+/// Names come from drivers and INF files; a control character could change the terminal's state.
 std::string Printable(std::string_view text)
 {
     std::string shown(text);
@@ -79,6 +82,7 @@ std::string_view BusOf(std::string_view service)
 std::vector<std::string_view> FlagNames(std::uint32_t stateFlags)
 {
     std::vector<std::string_view> names;
+    // "Ready" is no flag: other flags, such as a changed driver, may accompany it.
     if ((stateFlags & ZV_DEV_UNAVAILABLE_MASK) == 0)
         names.emplace_back("ready");
     for (const NamedFlag& flag : FlagTable)

@@ -27,11 +27,13 @@ public:
         Record.OutLength = request.OutputSize;
         Record.Timeout = request.TimeoutMs;
     }
+    // Neither copied nor moved: the record points into the buffers, and the library keeps a pointer to the object.
     PendingRequest(const PendingRequest&) = delete;
     PendingRequest& operator=(const PendingRequest&) = delete;
 
     void Send(CDeviceIntf& device) { Require("SendIOCTLReq", device.SendIOCTLReq(&Record)); }
 
+    /// After this returns, the object must exist until Await has returned a status.
     void SendWithCallback(CDeviceIntf& device)
     {
         Record.IsAsync = 1;
@@ -47,6 +49,7 @@ public:
     {
         const auto deadline = std::chrono::steady_clock::now() + bound;
         const ScopedLock guard(Lock);
+        // Status is checked again after a time-out, because the callback may have arrived at that moment.
         while (!Status && Completed.wait_until(Lock, deadline) == std::cv_status::no_timeout)
             ;
         return Status;
@@ -95,6 +98,7 @@ struct AbandonedRequest
 
 void KeepUntilExit(AbandonedRequest abandoned)
 {
+    // A late callback still writes to the request.
     static NeverDestroyed<std::list<AbandonedRequest>> kept;
     kept.Object.push_back(std::move(abandoned));
 }
@@ -119,6 +123,7 @@ Bytes SendAndAwaitCallback(const std::shared_ptr<CDeviceIntf>& device, const Con
     const std::optional<std::uint32_t> status = pending->Await(bound);
     if (!status)
     {
+        // The library may complete the request at any later time, so its memory must not be freed here.
         KeepUntilExit({std::move(pending), device});
         throw std::runtime_error(
             fmt::format("SendIOCTLReq: no callback within {} ms; a simulated driver never calls back", bound.count()));
@@ -133,6 +138,7 @@ Bytes QueryItem(CDeviceIntf& device, std::uint32_t id, std::uint32_t size)
 {
     Bytes data(std::max(size, 1U)); // the library rejects a null buffer
     Require("SetQueryInfo", device.SetQueryInfo(0, id, data.data(), size));
+    // Removes the byte that was added for a size of 0.
     data.resize(size);
     return data;
 }
@@ -141,6 +147,7 @@ void SetItem(CDeviceIntf& device, std::uint32_t id, Bytes data)
 {
     WarnOfLostLength(data.size(), ItemHead);
     const auto size = static_cast<std::uint32_t>(data.size());
+    // The size that is passed stays 0; only the pointer must not be null.
     data.resize(std::max(size, 1U));
     Require("SetQueryInfo", device.SetQueryInfo(1, id, data.data(), size));
 }

@@ -36,6 +36,7 @@ std::vector<char> FilterRecord(std::string_view filter, std::string_view instanc
 {
     if (filter.size() >= ZV_FILTER_TEXT_SIZE)
         throw std::length_error("the filter text is longer than 49 characters");
+    // The record has a one-byte array at its end; the pattern text extends past it.
     constexpr std::size_t head = offsetof(_ZV_SRVC_DEVICE_FILTER, InstanceIdList);
     std::vector<char> record(head + instancePatterns.size() + 1);
     std::ranges::copy(filter, record.data());
@@ -47,6 +48,7 @@ std::vector<char> FilterRecord(std::string_view filter, std::string_view instanc
 
 std::shared_ptr<CDeviceManagerIntf> SessionManager()
 {
+    // A failed creation leaves the static uninitialised, so that the next command tries again.
     static const std::shared_ptr<CDeviceManagerIntf> manager = MakeManager();
     return manager;
 }
@@ -59,6 +61,7 @@ std::vector<_ZV_SRVC_DEVICE_INFO> ListAdapters(std::string_view filter, std::str
     CDeviceManagerIntf& manager = *SessionManager();
     _ZV_SRVC_DEVICE_LIST_RSP result = {};
     std::vector<_ZV_SRVC_DEVICE_INFO> adapters;
+    // Without a buffer, the call returns only the size in bytes.
     unsigned int status = manager.GetZVDeviceList(&request, &result);
     for (int round = 0; status == ZV_SRVC_ERR_BUFFER_TOO_SMALL && round < MaxRounds; ++round)
     {
@@ -86,6 +89,7 @@ catch (const OperationFailed& failure)
 
 void KeepDevice(std::string_view identity, std::shared_ptr<CDeviceIntf> device)
 {
+    // An earlier device of the adapter may be bound to a driver that has been removed since.
     Devices().insert_or_assign(std::string(identity), std::move(device));
 }
 

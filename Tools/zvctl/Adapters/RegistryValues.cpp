@@ -27,6 +27,7 @@ constexpr NamedType TypeTable[] = {
     {Text, "sz"}, {ExpandText, "expand_sz"}, {Binary, "binary"}, {Number, "dword"}, {TextList, "multi_sz"},
 };
 
+/// Stored texts end in a NUL, which the size includes, as the registry requires.
 RegistryValue TextValue(const std::string& text)
 {
     RegistryValue value{Text, {text.begin(), text.end()}};
@@ -42,6 +43,7 @@ RegistryValue NumberValue(std::uint32_t number)
 }
 
 /// Returns the text up to its NUL, which a stored text may lack.
+/// Lists have no text form here and are printed as bytes.
 std::optional<std::string> AsText(const RegistryValue& value)
 {
     if (value.Type != Text && value.Type != ExpandText)
@@ -80,6 +82,7 @@ std::string ValueText(const RegistryValue& value)
         return Printable(*text) + '\n';
     if (const auto number = AsNumber(value))
         return fmt::format("{0} (0x{0:x})\n", *number);
+    // Lists, binary values and numbers of an unexpected size.
     return HexDump(value.Data);
 }
 
@@ -107,6 +110,7 @@ RegistryValue ReadValue(CDeviceIntf& device, const ValuePlace& place)
     value.Data.resize(size);
     if (size != 0)
         read(value.Data.data());
+    // The value may have become shorter between the two reads. If it grew, the second read fails.
     value.Data.resize(std::min<std::size_t>(size, value.Data.size()));
     return value;
 }

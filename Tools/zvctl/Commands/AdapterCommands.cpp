@@ -30,6 +30,8 @@ void List(const ListOptions& options)
     fmt::print("{}", Json(std::move(array)).Text());
 }
 
+// The options are shared by the parser and the action, which runs after this function has returned. All commands
+// below use the same scheme.
 Command AddList(Syntax app)
 {
     const auto options = std::make_shared<ListOptions>();
@@ -53,6 +55,7 @@ struct InfoOptions
 void Info(const InfoOptions& options)
 {
     const OpenAdapter adapter(options.Adapter);
+    // Read again through the device: its record is current, while the one of the list was read before the open.
     _ZV_SRVC_DEVICE_INFO record = {};
     Require("GetDeviceInfo", adapter.Device->GetDeviceInfo(&record));
     fmt::print("{}", options.Json ? AdapterJson(record).Text() : AdapterDetails(record));
@@ -69,6 +72,7 @@ Command AddInfo(Syntax app)
 
 void Ability(const std::string& text)
 {
+    // The ability is a registry value, so the driver need not answer.
     const OpenAdapter adapter(text, DriverNeed::Optional);
     std::uint32_t ability = 0;
     Require("GetAbility", adapter.Device->GetAbility(&ability));
@@ -93,6 +97,7 @@ try
 }
 catch (const OperationFailed& failure)
 {
+    // Only this status has a cause that the user can remove.
     if (!enable || failure.Status() != ZV_SRVC_ERR_DEVICE_NOT_OPEN)
         throw;
     throw std::runtime_error(

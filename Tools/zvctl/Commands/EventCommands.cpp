@@ -34,12 +34,15 @@ void Watch(const WatchOptions& options)
     const auto deadline = options.Seconds ? EventFeed::Clock::now() + std::chrono::seconds(*options.Seconds)
                                           : EventFeed::Clock::time_point::max();
     PrintNow(FirstLine(feed.AdapterCount(), options.Json));
+    // An unset count is unequal to every number, so the loop then ends by time or by a signal only.
     for (std::uint32_t count = 0; count != options.Count; ++count)
     {
+        // Empty after the deadline or a signal; both are a regular end of this command.
         const std::optional<AdapterEvent> event = feed.Take(deadline);
         if (!event)
             break;
         if (options.Json)
+            // Printed and flushed per line, because a caller may read the lines through a pipe as they arrive.
             PrintNow(EventJson(*event, feed.TakeChanges()));
         else
             PrintEvent(feed, *event);
@@ -68,6 +71,7 @@ void Wait(const WaitOptions& options)
 void PrintQueued()
 {
     EventFeed& feed = EventFeed::OfSession();
+    // A deadline that has passed takes what is queued and does not wait.
     while (const std::optional<AdapterEvent> event = feed.Take(EventFeed::Clock::now()))
         PrintEvent(feed, *event);
 }

@@ -23,10 +23,12 @@ void AddFormatOptions(Syntax command, DataFormat& format)
 
 void PrintData(const Bytes& data, const DataFormat& format, Json::Object members)
 {
+    // No line end follows raw bytes, so that they can be piped into a file.
     if (format.Raw)
         return PrintRaw(data);
     if (!format.Json)
         return fmt::print("{}", HexDump(data));
+    // The caller's members come first, in the order of the JSON object.
     members.emplace_back("length", data.size());
     members.emplace_back("data", HexText(data, ""));
     fmt::print("{}", Json(std::move(members)).Text());

@@ -18,6 +18,7 @@ struct RegOptions
     RegistryValue Value;
     DataFormat Format;
 
+    /// One word is the name of a value of the driver key itself; of two words the first is a subkey.
     ValuePlace Place() const { return {Path.size() > 1 ? Path.front() : "", Path.back()}; }
 };
 
@@ -31,6 +32,7 @@ void Print(const RegistryValue& value, const DataFormat& format)
         fmt::print("{}", format.Json ? ValueJson(value).Text() : ValueText(value));
 }
 
+/// Adds the part that read, write and delete have in common.
 Syntax AddOperation(Syntax reg, const char* name, const char* help, const OptionsPtr& options)
 {
     Syntax operation = reg.AddCommand(name, help);
@@ -45,6 +47,7 @@ Command AddRead(Syntax reg)
     const Syntax read = AddOperation(reg, "read", "Print a value", options);
     AddFormatOptions(read, options->Format);
     return {read, [options] {
+                // The registry is reachable without a driver that answers; write and delete rely on this too.
                 const OpenAdapter adapter(options->Adapter, DriverNeed::Optional);
                 Print(ReadValue(*adapter.Device, options->Place()), options->Format);
             }};

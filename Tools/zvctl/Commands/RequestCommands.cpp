@@ -57,6 +57,7 @@ struct IoctlOptions
     DataFormat Format;
 };
 
+/// Returns only if the request succeeded: a failure, including one that a callback reports, is an exception.
 void Ioctl(const IoctlOptions& options)
 {
     const OpenAdapter adapter(options.Adapter);
@@ -87,6 +88,7 @@ Command AddIoctl(Syntax app)
         .AddParsed(
             "--id",
             [&request](const std::string& text) {
+                // The field in the driver's request record has 16 bits; a larger number would be truncated silently.
                 constexpr std::uint32_t limit = std::numeric_limits<std::uint16_t>::max();
                 request.Id = static_cast<std::uint16_t>(ParseNumber(text, limit));
             },

@@ -28,6 +28,7 @@ void RunLines(std::istream& lines, const std::string& name)
             more = runner.Run(line);
         }
     }
+    // Keeps the class of the error, which determines the exit code.
     catch (const UsageError& mistake)
     {
         throw UsageError(place(mistake));

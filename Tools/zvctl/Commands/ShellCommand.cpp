@@ -11,6 +11,7 @@ namespace
 
 using LineSource = std::function<std::optional<std::string>()>;
 
+/// The source owns the editor and refers to the runner, which must outlive it.
 LineSource TerminalLines(LineRunner& runner)
 {
     const auto editor = std::make_shared<LineEditor>(
@@ -39,6 +40,7 @@ catch (const std::exception& failure)
 void Shell()
 {
     LineRunner runner;
+    // Without a terminal, for example with piped input, neither a prompt nor editing is useful.
     const LineSource next = isatty(STDIN_FILENO) != 0 ? TerminalLines(runner) : NextPlainLine;
     while (const std::optional<std::string> line = next())
         if (!RunAndReport(runner, *line))

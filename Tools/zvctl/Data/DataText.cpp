@@ -11,6 +11,7 @@
 namespace
 {
 
+/// Bytes in a line of a dump.
 constexpr std::size_t LineSize = 16;
 constexpr std::string_view TextPrefix = "text:";
 
@@ -36,6 +37,7 @@ Bytes ReadFile(const std::string& path)
     return data;
 }
 
+/// Accepts blanks, colons and dashes between pairs, as dumps and hardware addresses contain them.
 Bytes ParseHex(std::string_view text)
 {
     Bytes data;
@@ -46,6 +48,7 @@ Bytes ParseHex(std::string_view text)
         if (pair.empty())
             break;
         std::uint8_t byte = 0;
+        // from_chars accepts a single digit too, so the number of characters that it used is checked.
         const char* const end = std::from_chars(pair.data(), pair.data() + pair.size(), byte, 16).ptr;
         if (end - pair.data() != 2)
             throw std::invalid_argument(fmt::format("\"{}\" is not pairs of hexadecimal digits", text));
@@ -67,6 +70,7 @@ std::string Characters(std::span<const std::uint8_t> data)
 
 std::uint32_t ParseNumber(std::string_view text, std::uint32_t limit)
 {
+    // A leading zero does not mean octal.
     const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
     const std::string_view digits = hexadecimal ? text.substr(2) : text;
     std::uint32_t number = 0;

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+// Ordered: the members keep the order in which they were added, which scripts and tests compare.
 using nlohmann::ordered_json;
 
 /// Converts a value to one of the JSON library.
@@ -36,6 +37,7 @@ private:
     }
 };
 
+// A field of a driver may hold bytes that are not UTF-8. They are replaced; dump() would throw otherwise.
 std::string Json::Text() const
 {
     return JsonWriter::Convert(*this).dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';

@@ -15,6 +15,7 @@ static_assert(std::atomic<WakeSignal*>::is_always_lock_free && std::atomic<bool>
 
 extern "C" void NoteSignal(int number)
 {
+    // The interrupted code may be about to read errno.
     const int error = errno;
     Arrived = true;
     if (number == SIGTERM)
@@ -36,6 +37,7 @@ void Handle(void (*handler)(int))
 
 void EndSignals::Take(WakeSignal& wake)
 {
+    // Before the handler is installed, because a signal may arrive at once.
     Wake = &wake;
     Handle(NoteSignal);
 }
@@ -44,6 +46,7 @@ void EndSignals::Release()
 {
     if (Wake.exchange(nullptr) != nullptr)
         Handle(SIG_DFL);
+    // Not HasTerm: a script or a session ends after the command that received it.
     Arrived = false;
 }
 

@@ -13,6 +13,7 @@ namespace
 
 using Adapters = std::vector<_ZV_SRVC_DEVICE_INFO>;
 
+/// Adapters are identified by NetCfgInstanceId; the other fields may change while an adapter is present.
 std::optional<_ZV_SRVC_DEVICE_INFO> Find(const Adapters& adapters, const _ZV_SRVC_DEVICE_INFO& wanted)
 {
     const auto found = std::ranges::find_if(adapters, [&](const auto& adapter) {
@@ -62,6 +63,7 @@ EventFeed::EventFeed() : Listed(ListAllOrNone())
 void EventFeed::Add(std::uint32_t code)
 {
     {
+        // Released before Set, so that the main thread does not wake only to wait for the lock.
         const ScopedLock guard(Lock);
         Queued.push_back({code, std::chrono::system_clock::now()});
     }
@@ -84,6 +86,7 @@ std::optional<AdapterEvent> EventFeed::Take(Clock::time_point deadline)
     {
         // Cleared before the checks, so that a later event or signal ends the wait.
         Woken.Clear();
+        // Read before the queue, so that an event that arrives by the deadline is returned.
         const bool late = Clock::now() >= deadline;
         if (EndSignals::Asked())
             return std::nullopt;
@@ -95,6 +98,7 @@ std::optional<AdapterEvent> EventFeed::Take(Clock::time_point deadline)
 
 std::vector<AdapterChange> EventFeed::TakeChanges()
 {
+    // The list may contain the effect of later events too; those then report no change.
     Adapters now = ListAllOrNone();
     std::vector<AdapterChange> changes = CompareLists(Listed, now);
     Listed = std::move(now);

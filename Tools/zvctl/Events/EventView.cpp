@@ -16,6 +16,7 @@ namespace
 std::string LocalTime(std::chrono::system_clock::time_point time, std::string format)
 {
     const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time).time_since_epoch().count() % 1000;
+    // strftime has no conversion for fractions of a second.
     format.replace(format.find("%f"), 2, fmt::format("{:03}", milliseconds));
     const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
     const std::tm* const local = std::localtime(&seconds); // the main thread alone prints
@@ -34,6 +35,7 @@ std::string VersionOf(const _ZV_SRVC_DEVICE_INFO& adapter)
     return Printable(FieldText(adapter.DriverVersion));
 }
 
+/// At least one of `Before` and `After` is set.
 std::string ChangeText(const AdapterChange& change)
 {
     const _ZV_SRVC_DEVICE_INFO& known = change.After ? *change.After : *change.Before;
@@ -48,6 +50,7 @@ std::string ChangeText(const AdapterChange& change)
     return text;
 }
 
+/// Returns null for a list that does not contain the adapter.
 Json StateJson(const std::optional<_ZV_SRVC_DEVICE_INFO>& adapter)
 {
     if (!adapter)
@@ -70,6 +73,7 @@ Json ChangeJson(const AdapterChange& change)
 
 std::string EventName(std::uint32_t code)
 {
+    // A newer library may send codes that this program has no name for.
     const auto row = std::ranges::find(EventNames, code, [](const auto& entry) { return entry.first; });
     return row == EventNames.end() ? fmt::format("event 0x{:x}", code) : row->second;
 }

@@ -9,6 +9,7 @@
 namespace
 {
 
+/// Non-blocking: Clear may find the flag unset, and Set must not wait inside a signal handler.
 int MakeEventFd()
 {
     const int made = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -33,6 +34,7 @@ WakeSignal::~WakeSignal()
 
 void WakeSignal::Set()
 {
+    // An eventfd is async-signal-safe to write, unlike a condition variable.
     eventfd_write(Self->Fd, 1);
 }
 
@@ -44,6 +46,7 @@ void WakeSignal::Clear()
 
 void WakeSignal::WaitUntil(Clock::time_point deadline)
 {
+    // A signal ends poll early, which WaitUntil permits.
     pollfd waited = {Self->Fd, POLLIN, 0};
     poll(&waited, 1, static_cast<int>(Step(deadline).count()));
 }

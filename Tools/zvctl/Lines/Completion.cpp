@@ -42,6 +42,7 @@ Texts AdapterTexts()
     return texts;
 }
 
+/// @param arguments number of words after the command. The adapter and the event are always the first argument.
 Texts Candidates(const Syntax& command, std::size_t arguments, std::string_view word)
 {
     if (word.starts_with('-'))
@@ -55,6 +56,7 @@ Texts Candidates(const Syntax& command, std::size_t arguments, std::string_view 
     return texts;
 }
 
+/// Ignores the case of ASCII letters, as the choice of an adapter does.
 bool BeginsWith(std::string_view text, std::string_view word)
 {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
@@ -66,11 +68,13 @@ bool BeginsWith(std::string_view text, std::string_view word)
 std::vector<std::string> LineRunner::Complete(std::string_view before, std::string_view word)
 try
 {
+    // Built like the syntax of Run, so that every command that runs can be completed.
     CommandLine line;
     AddCommands(line.Root());
     Syntax command = line.Root();
     std::size_t arguments = 0;
     for (const std::string& given : SplitLine(before))
+        // A word that names no command is an argument of the command so far.
         if (const std::optional<Syntax> next = command.Find(given))
             command = *next;
         else if (!given.starts_with('-'))

@@ -23,9 +23,11 @@ std::vector<std::string> Matches;
 
 struct Free
 {
+    /// readline allocates its results with malloc.
     void operator()(char* text) const { std::free(text); }
 };
 
+/// The editor calls this with 0, 1, 2 and so on until it returns null, and frees each text.
 char* NextMatch(const char* /*word*/, int state)
 {
     const auto index = static_cast<std::size_t>(state);
@@ -64,6 +66,7 @@ private:
 /// Returns a byte of the terminal, or a line end after Ctrl-C, so that the editor returns the line.
 int ReadByte()
 {
+    // Polls both, because a blocking read of the terminal would not notice the pipe.
     pollfd sources[] = {{STDIN_FILENO, POLLIN, 0}, {InterruptPipe[0], POLLIN, 0}};
     while (poll(sources, 2, -1) < 0)
         if (errno != EINTR)
@@ -80,6 +83,7 @@ int ReadByte()
 /// Returns a complete character, as the editor expects from this callback.
 int ReadCharacter(FILE* /*stream*/)
 {
+    // Bytes of one UTF-8 character are collected here; -2 means that more are needed, -1 that they are invalid.
     std::mbstate_t state = {};
     for (;;)
     {
@@ -118,6 +122,7 @@ LineEditor::LineEditor(Completer completer)
 
 LineEditor::~LineEditor()
 {
+    // The editor's settings are global and refer to this object.
     rl_attempted_completion_function = nullptr;
     for (const int end : InterruptPipe)
         close(end);
@@ -128,6 +133,7 @@ std::optional<std::string> LineEditor::Read(const std::string& prompt)
 {
     const InterruptHandler handler;
     const std::unique_ptr<char, Free> line(readline(prompt.c_str()));
+    // An empty line continues the session, as Ctrl-C does in other shells.
     if (std::exchange(Interrupted, false))
         return "";
     if (line == nullptr)

@@ -35,6 +35,7 @@ catch (const std::exception& failure)
 
 } // namespace
 
+/// A quote may start inside a word, and "" is an empty word. A # starts a comment only at the start of a word.
 std::vector<std::string> SplitLine(std::string_view line)
 {
     std::vector<std::string> words;
@@ -67,6 +68,7 @@ std::vector<std::string> SplitLine(std::string_view line)
 
 LineRunner::LineRunner()
 {
+    // Registers before the first line, so that "wait" finds the events of earlier lines too.
     EventFeed::OfSession();
 }
 
@@ -76,6 +78,7 @@ Command LineRunner::AddHelp(Syntax app)
     Syntax help = app.AddCommand("help", "List all commands, or describe one");
     help.AddText("COMMAND", *name, "");
     return {help, [app, name] {
+                // Without a name the session's own commands are listed, which the program's --help does not contain.
                 const std::optional<Syntax> described = name->empty() ? app : app.Find(*name);
                 if (!described)
                     throw std::runtime_error(fmt::format("no command \"{}\"; run 'help'", *name));
@@ -102,8 +105,10 @@ bool LineRunner::Run(std::string_view line)
     // A new syntax for each line, because parsing changes the values of its options.
     CommandLine syntax;
     const std::vector<Command> commands = AddCommands(syntax.Root());
+    // Checked before parsing, because the parser's error for an unknown command does not mention 'help'.
     if (const std::string& name = words.front(); !name.starts_with('-') && !syntax.Root().Find(name))
         throw UsageError(fmt::format("no command \"{}\"; run 'help'", name));
+    // False after a line that only asked for help.
     if (!syntax.Parse(std::move(words)))
         return true;
     RunCommand(*std::ranges::find_if(commands, [](const Command& command) { return command.Words.IsChosen(); }));

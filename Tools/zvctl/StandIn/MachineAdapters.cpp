@@ -18,6 +18,7 @@ std::vector<AdapterName> MachineAdapterNames(const Platform::Machine& machine)
 
 Platform::AdapterId ChooseMachineAdapter(const Platform::Machine& machine, std::string_view text)
 {
+    // Both calls list the adapters in the same order, so the index of the name is that of the id.
     return machine.Adapters()[ChooseName(MachineAdapterNames(machine), text)];
 }
 

@@ -40,9 +40,11 @@ void RequireConsent(bool done)
 void Configure(Machine& machine, const VerbOptions& options, const std::string& settings)
 {
     const std::string name = machine.Adapter(Chosen(machine, options)).ControlDeviceName;
+    // Null while the adapter is absent.
     const auto device = name.empty() ? nullptr : machine.Device(name);
     if (device == nullptr)
         throw std::runtime_error("this adapter has no driver");
+    // The driver writes its message here, truncated to the buffer.
     std::array<char, 200> error{};
     if (!device->Configure(settings.c_str(), error.data(), error.size()))
         throw std::runtime_error(error.data());
@@ -58,6 +60,7 @@ Command AddVerb(Syntax app, const char* name, const char* help, const std::share
     return {app.AddCommand(name, help), [options, act] { act(*Platform::CurrentMachine(), *options); }};
 }
 
+/// Adds a command whose first argument is an adapter of the machine, including absent ones.
 Command AddAdapterVerb(Syntax app, const char* name, const char* help, const std::shared_ptr<VerbOptions>& options,
                        Act act)
 {

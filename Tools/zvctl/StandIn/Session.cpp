@@ -28,6 +28,7 @@ try
 {
     const char* const named = std::getenv("ZV_MACHINE");
     const bool inEnvironment = named != nullptr && *named != '\0';
+    // Threads of the library use the machine until the process exits. --machine takes precedence over ZV_MACHINE.
     static const NeverDestroyed<Platform::ScopedMachine> installed(
         file.empty() && inEnvironment ? Platform::CurrentMachine() : MakeMachine(file));
 }

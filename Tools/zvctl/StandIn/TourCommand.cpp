@@ -24,6 +24,7 @@ constexpr std::uint32_t ItemSize = 6;
 constexpr std::uint32_t SyncCode = 0x222000;
 constexpr std::uint32_t AsyncCode = 0x222004;
 constexpr std::uint32_t AsyncSize = 450;
+// A response ends with a chunk that is shorter than ZV_RSP_CHUNK_SIZE, hence the additional one.
 constexpr std::uint32_t AsyncChunks = AsyncSize / ZV_RSP_CHUNK_SIZE + 1;
 constexpr std::chrono::seconds Patience{4};
 
@@ -87,6 +88,7 @@ std::string Tour::Choose(const std::string& wanted)
     return fmt::format("{} {}", Printable(FieldText(Chosen.NetCfgInstanceId)), Printable(FieldText(Chosen.DeviceName)));
 }
 
+/// A driver that does not answer fails this step, because the tour sends requests to it.
 std::string Tour::Open()
 {
     const unsigned int status = SessionManager()->OpenDevice(&Chosen, ZV_SRVC_DEVICE_UWP, Device);
@@ -160,6 +162,7 @@ void Tour::Run(const std::string& wanted)
 {
     if (Step("list", [&] { return List(); }) && Step("choose", [&] { return Choose(wanted); }))
         Step("open", [&] { return Open(); });
+    // The later steps are independent of each other, so each runs even if an earlier one failed.
     if (Device != nullptr)
     {
         VisitItem();

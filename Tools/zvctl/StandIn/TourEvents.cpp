@@ -64,14 +64,17 @@ std::vector<std::uint32_t> AwaitStep(const EventStep& step, CDeviceIntf& device)
             throw std::runtime_error(fmt::format("{} within {} s; the flags are {}", Names(arrived),
                                                  EventPatience.count(), FlagsWithNumber(FlagsOf(device))));
         arrived.push_back(event->Code);
+        // Erases one occurrence only: the resume expects the same event twice.
         if (const auto wanted = std::ranges::find(missing, event->Code); wanted != missing.end())
             missing.erase(wanted);
     }
     return arrived;
 }
 
+/// Performs one step and returns its line of the tour. @throws std::runtime_error if an expected event is missing.
 std::string CarryOut(const EventStep& step, CDeviceIntf& device)
 {
+    // An adapter that is in the expected state already would cause no event, and the step would time out.
     const std::uint32_t before = FlagsOf(device);
     if ((before & step.Needed) != step.Needed)
         return fmt::format("skipped: already {}", FlagText(before));
@@ -152,6 +155,7 @@ void VisitEvents(TourSteps& steps, std::shared_ptr<CDeviceIntf>& device)
     if (!steps.Step("watch", StartWatching))
         return;
     for (const EventStep& step : MakeSteps(*machine, *id, device))
+        // The steps build on each other: after a failed one, the flags of the next would be wrong.
         if (!steps.Step(step.Name, [&] { return CarryOut(step, *device); }))
             return;
 }

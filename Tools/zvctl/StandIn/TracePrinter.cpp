@@ -19,7 +19,9 @@ std::uint64_t NowNs()
 
 void Print(const Platform::TraceRecord& record, std::uint64_t startNs)
 {
+    // Signed, because the time stamp is 0 in a message whose flags request none.
     const double seconds = static_cast<double>(static_cast<std::int64_t>(record.TimestampNs - startNs)) / 1e9;
+    // The record has bytes, because Machine.h uses no type of Windows.
     ZVTraceGuid messageClass;
     static_assert(sizeof messageClass == sizeof record.MessageClass);
     std::memcpy(&messageClass, record.MessageClass, sizeof messageClass);

@@ -14,6 +14,7 @@ namespace
 constexpr std::uint32_t AllComponents =
     TRACE_FLAG_SERVICE | TRACE_FLAG_DEVICE | TRACE_FLAG_DEVICE_MANAGER | TRACE_FLAG_NOTIFICATION | TRACE_FLAG_OS_EVENT;
 
+/// Formats an argument by the letter after "%": s for a text, x for hexadecimal, any other for decimal.
 std::string ArgumentText(char kind, const std::vector<std::uint8_t>& bytes)
 {
     if (kind == 's')
@@ -50,6 +51,7 @@ std::string TraceMessageText(const ZVTraceMessage& row, const std::vector<std::v
             continue;
         }
         ++at;
+        // A message with fewer arguments than its text shows "<?>" instead of failing.
         shown += next < arguments.size() ? ArgumentText(text[at], arguments[next]) : "<?>";
         ++next;
     }

@@ -33,6 +33,7 @@ catch (const std::invalid_argument& mistake)
     throw CLI::ValidationError(name, mistake.what());
 }
 
+/// Without a filter, get_subcommands returns only the commands that were parsed.
 std::vector<CLI::App*> AllCommands(CLI::App& app)
 {
     return app.get_subcommands([](const CLI::App*) { return true; });
@@ -113,6 +114,7 @@ void Syntax::RequireCommand()
 Option Syntax::AddText(const std::string& name, std::string& value, const std::string& help)
 {
     CLI::Option* const option = Parsed->add_option(name, value, help)->type_name("");
+    // Shown in the help as the default.
     if (!value.empty())
         option->default_str(value);
     return Option(*option);
@@ -136,6 +138,7 @@ Option Syntax::AddFlag(const std::string& name, bool& value, const std::string& 
 
 Option Syntax::AddParsed(const std::string& name, Reader read, const std::string& help)
 {
+    // The value is read at once; a value whose format depends on another option uses AddFinalRead.
     CLI::callback_t callback = [name, read = std::move(read)](const CLI::results_t& texts) {
         Read(name, read, texts.front());
         return true;
@@ -150,11 +153,13 @@ Option Syntax::AddPath(std::vector<std::string>& values, const std::string& usag
 
 void Syntax::AddFinalRead(const std::string& name, const std::string& text, Reader read)
 {
+    // Called once all options of the command are parsed.
     Parsed->parse_complete_callback([name, &text, read = std::move(read)] { Read(name, read, text); });
 }
 
 std::string Syntax::Name() const
 {
+    // Two levels suffice: only "reg" has commands below it.
     const CLI::App* const parent = Parsed->get_parent();
     if (parent == nullptr)
         return "";
@@ -204,6 +209,7 @@ bool Syntax::HasArgument(const std::string& name) const
 CommandLine::CommandLine() : App(std::make_unique<CLI::App>())
 {
     App->formatter(std::make_shared<UsageFormatter>());
+    // A line of a session always names a command; a program call may omit it.
     App->require_subcommand(1);
 }
 
@@ -227,6 +233,7 @@ try
 }
 catch (const CLI::ParseError& error)
 {
+    // The parser reports --help and --version as errors with this code.
     if (error.get_exit_code() == 0)
     {
         App->exit(error); // prints

@@ -19,6 +19,7 @@ BOOL WINAPI NoteSignal(DWORD signal)
     Arrived = true;
     if (signal == CTRL_BREAK_EVENT)
         HasBreak = true;
+    // Null after Release, which may run concurrently with this thread; signal objects exist until the process exits.
     if (WakeSignal* const wake = Wake)
         wake->Set();
     return TRUE;
@@ -28,6 +29,7 @@ BOOL WINAPI NoteSignal(DWORD signal)
 
 void EndSignals::Take(WakeSignal& wake)
 {
+    // Windows keeps a list of handlers; adding this one twice would call it twice.
     if (Wake.exchange(&wake) == nullptr)
         SetConsoleCtrlHandler(NoteSignal, TRUE);
 }
@@ -36,6 +38,7 @@ void EndSignals::Release()
 {
     if (Wake.exchange(nullptr) != nullptr)
         SetConsoleCtrlHandler(NoteSignal, FALSE);
+    // Not HasBreak: a script or a session ends after the command that received it.
     Arrived = false;
 }
 

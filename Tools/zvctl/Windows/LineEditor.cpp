@@ -12,6 +12,7 @@ LineEditor::~LineEditor() = default;
 std::optional<std::string> LineEditor::Read(const std::string& prompt)
 {
     fmt::print("{}", prompt);
+    // The prompt has no line end, so it would stay in the buffer.
     std::fflush(stdout);
     std::string line;
     return std::getline(std::cin, line) ? std::optional(std::move(line)) : std::nullopt;

@@ -8,6 +8,7 @@ namespace
 
 HANDLE MakeEvent()
 {
+    // Manual reset: only Clear resets the flag, as with the eventfd on Linux.
     const HANDLE made = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     if (made == nullptr)
         throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), "CreateEvent");
