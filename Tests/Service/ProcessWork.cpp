@@ -114,9 +114,9 @@ void SendRequests(Host& host)
 /// A driver that exists as long as the process and keeps the requests of the host.
 TestDriver& PlugHoldingAdapter()
 {
-    TestDriver& driver = **new std::shared_ptr(PlugAdapter("{held}"));
-    driver.On(HostCode, driver.Hold());
-    return driver;
+    static const auto& driver = *new std::shared_ptr(PlugAdapter("{held}"));
+    driver->On(HostCode, driver->Hold());
+    return *driver;
 }
 
 /// Threads inside requests that the driver never ends.
