@@ -34,7 +34,9 @@ std::optional<LRESULT> MessageQueue::Send(const WindowPtr& window, const WindowM
     // From here on the receiver handles the message, even if the sender gives up.
     window->Queue->Incoming.push_back(sent);
     window->Queue->Wake();
-    const auto end = patience ? std::optional(std::chrono::steady_clock::now() + *patience) : std::nullopt;
+    std::optional<std::chrono::steady_clock::time_point> end;
+    if (patience)
+        end.emplace(std::chrono::steady_clock::now() + *patience);
     DispatchUntil(end, [&]() PLATFORM_REQUIRES(WindowLock) { return sent->Over; });
     // Empty on a time-out, and if the window was destroyed.
     return sent->Answer;
