@@ -2,13 +2,17 @@
 #include "RootAdapter.h"
 #include "TestMachine.h"
 
+#include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <string_view>
+#include <thread>
 
 namespace
 {
 
-/// Keeps two adapters in the registry, one with a control device, until stdin ends.
+/// Keeps two adapters in the registry, one with a control device, until the current folder has a file "stop". A
+/// file, because background processes of Wine would keep a pipe open.
 void KeepKernelAdapters()
 {
     RemoveRegistryAdapters();
@@ -20,8 +24,8 @@ void KeepKernelAdapters()
     driver.On(0x99000008, TestDriver::EndWith(0, {'o', 'k'}));
     std::puts("ready");
     std::fflush(stdout);
-    while (std::getchar() != EOF)
-        ;
+    while (!std::filesystem::exists("stop"))
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     const ZvkCounts counts = driver.Counts();
     std::printf("%u malformed requests, %u open handles\n", counts.Malformed, counts.Opens);
     RemoveRegistryAdapters();

@@ -1,10 +1,7 @@
 Adapters of the registry. The first has a control device of the kernel-mode test driver.
 
-  $ mkfifo to from
-  $ timeout 100 $ZV_RUNNER "$ZV_BUILD/bin/test_adapters.exe" kernel <to >from 2>/dev/null &
-  $ exec 9>to 8<from
-  $ read -r line <&8; echo "$line" | tr -d '\r'
-  ready
+  $ timeout 200 $ZV_RUNNER "$ZV_BUILD/bin/test_adapters.exe" kernel >printed 2>/dev/null &
+  $ until grep -q ready printed || ! kill -0 $! 2>/dev/null; do sleep 0.01; done
 
   $ zvctl list
   #  NAME          BUS   SERVICE  VERSION  IDENTITY  FLAGS
@@ -47,6 +44,7 @@ The driver answers each of these requests in its own way: a response in chunks, 
 
 All requests were well formed, and each process closed its handles.
 
-  $ exec 9>&-
-  $ read -r line <&8; echo "$line" | tr -d '\r'
+  $ touch stop
+  $ wait $!
+  $ tail -n 1 printed | tr -d '\r'
   0 malformed requests, 0 open handles
