@@ -19,8 +19,8 @@ bool CClientQueue::Remove(std::uint32_t clientId)
 
 /// Calls the clients through references taken at the start: a client that registers meanwhile receives
 /// the next event first, and one that deregisters stays valid until its call has returned. A client that
-/// an earlier client deregistered in its callback is skipped, because its host may have released it. A
-/// callback may also release the manager, so nothing of this object is used after the first one.
+/// an earlier client deregistered in its callback is skipped, because its host may have released it.
+/// Uses no member after the first callback, because a callback may release the manager.
 void CClientQueue::NotifyCallback(std::string /*name*/, const ZVBlob& blob)
 {
     const auto message = ReadBlob<_ZV_WLAN_EVENT_MSG>(blob);
