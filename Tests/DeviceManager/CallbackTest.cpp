@@ -163,10 +163,13 @@ TEST(Callback, MayReleaseTheLastReferenceToItsManager)
     for (const std::uint32_t type : {0U, ZV_INFO_REQ_MAGIC})
     {
         static std::shared_ptr<CUWPDeviceManager> manager;
+        static std::atomic<bool> isPosted;
         static std::atomic<bool> isReleased;
         manager = std::make_shared<CUWPDeviceManager>();
+        isPosted = false;
         isReleased = false;
         _ZV_WLAN_NOTIFY_HDLR client{[](void*, std::uint32_t, const _ZV_WLAN_NOTIFY_DATA*) {
+                                        AwaitChange(isPosted, false); // The post uses the manager.
                                         manager.reset();
                                         isReleased = true;
                                         NotifyChange();
@@ -174,6 +177,8 @@ TEST(Callback, MayReleaseTheLastReferenceToItsManager)
                                     nullptr, 0, type};
         manager->RegisterNotification(&client);
         manager->PwrEvtHdlr(0x218, 4, 0);
+        isPosted = true;
+        NotifyChange();
         AwaitChange(isReleased, false);
     }
 }
