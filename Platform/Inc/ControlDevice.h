@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <memory>
 #include <span>
+#include <string>
 
 namespace Platform
 {
@@ -97,5 +98,14 @@ inline void ControlDevice::Cleanup(std::uint64_t /*openId*/) {}
 /// @return null for invalid settings; `error`, a buffer of `errorRoom` bytes, then describes the error.
 using CreateControlDeviceFunction = ControlDevice* (*)(const char* deviceName, const char* settings, char* error,
                                                        std::size_t errorRoom);
+
+/// Loads a driver and has it create a device, as a machine file does. The driver stays loaded until the process ends.
+/// @param module file name, such as "ZVDriverModel.dll". A name without a folder is searched for in the folder of the
+///        program, in the current folder, in the folder of the stand-in's library and by the loader.
+/// @param deviceName the name under which the caller attaches the device; see Machine::AttachDevice.
+/// @param settings JSON text in the driver's own format.
+/// @throws std::runtime_error that says why there is no device: the module cannot be loaded or rejects the settings.
+PLATFORM_API std::shared_ptr<ControlDevice> LoadControlDevice(const std::string& module, const std::string& deviceName,
+                                                              const std::string& settings = "{}");
 
 } // namespace Platform

@@ -30,7 +30,7 @@ TEST(SampleHost, WorksWithTheMachineOfTheEnvironment)
     EXPECT_EQ(result.Code, 0);
     EXPECT_THAT(result.Out, HasSubstr("{9B1D6F2C-57A8-4E0D-B3C4-0A6F8E215D74}  zvwlane  "
                                       "Zorvane WL900E Wi-Fi 6E PCIe Adapter  0x1\n"
-                                      "answer 0x5a56\ncallback with status 0, response 0x3020100\n"));
+                                      "answer 56 5a 00 00\nresponse 00 01 02 03\n"));
 }
 
 TEST(SampleHost, WorksWithTheSimulatedDriver)
@@ -39,14 +39,14 @@ TEST(SampleHost, WorksWithTheSimulatedDriver)
     EXPECT_EQ(result.Code, 0);
     EXPECT_EQ(std::ranges::count(result.Out, '\n'), 5);
     EXPECT_THAT(result.Out, AllOf(HasSubstr("  zvwlans  Zorvane Virtual SDIO Adapter  0x0\n"),
-                                  HasSubstr("answer 0x5a56\nno callback\n")));
+                                  HasSubstr("answer 56 5a 00 00\nno response\n")));
 }
 
 TEST(SampleHost, ReportsThatThereIsNoAdapter)
 {
     const Process::ToolResult result = Process::RunTool(SAMPLE_HOST_PATH, "");
     EXPECT_EQ(result.Code, 1);
-    EXPECT_EQ(result.Err, "no list: ZV_SRVC_ERR_NO_DEVICE (13)\n");
+    EXPECT_EQ(result.Err, "sample_host: no adapter\n");
 }
 
 TEST(SampleHost, IsWhatTheReadmeShows)

@@ -2,6 +2,7 @@
 /// What a host does through the public interface, in the words of the tests.
 #pragma once
 
+#include "HostKit/Adapters.h"
 #include "ZVSrvcLib.h"
 
 #include <cstdint>
@@ -20,25 +21,7 @@ inline std::shared_ptr<CDeviceManagerIntf> MakeManager()
     return manager;
 }
 
-/// A filter record with its open end.
-class FilterRecord
-{
-public:
-    explicit FilterRecord(std::string_view filter, std::string_view patterns = "")
-        : Bytes(ZV_FILTER_TEXT_SIZE + patterns.size() + 1)
-    {
-        filter.copy(Bytes.data(), ZV_FILTER_TEXT_SIZE - 1);
-        patterns.copy(Bytes.data() + ZV_FILTER_TEXT_SIZE, patterns.size());
-        Request = {ZV_DEVICE_LIST_REQ_TAG, 0, reinterpret_cast<const _ZV_SRVC_DEVICE_FILTER*>(Bytes.data())};
-    }
-    FilterRecord(const FilterRecord&) = delete;
-    FilterRecord& operator=(const FilterRecord&) = delete;
-
-    _ZV_SRVC_DEVICE_LIST_REQ Request{};
-
-private:
-    std::vector<char> Bytes;
-};
+using HostKit::FilterRecord;
 
 struct Listing
 {
@@ -55,19 +38,10 @@ struct Listing
     }
 };
 
-/// The usual two calls, again when the list grows between them.
 inline Listing List(CDeviceManagerIntf& manager, std::string_view filter, std::string_view patterns = "")
 {
-    const FilterRecord record(filter, patterns);
     Listing listing;
-    _ZV_SRVC_DEVICE_LIST_RSP result{};
-    while ((listing.Status = manager.GetZVDeviceList(&record.Request, &result)) == ZV_SRVC_ERR_BUFFER_TOO_SMALL)
-    {
-        // One more than needed, since a null buffer only asks for the size.
-        listing.Records.resize(result.Length / sizeof(_ZV_SRVC_DEVICE_INFO) + 1);
-        result.Buffer = listing.Records.data();
-    }
-    listing.Records.resize(listing.Status == ZV_SRVC_SUCCESS ? result.Length / sizeof(_ZV_SRVC_DEVICE_INFO) : 0);
+    listing.Status = HostKit::QueryAdapters(manager, filter, patterns, listing.Records);
     return listing;
 }
 

@@ -15,12 +15,30 @@ namespace
 
 constexpr const char* ExportName = "CreateControlDevice";
 
+/// Returns the file with its folder, because the loader searches its own path for a bare name. Empty if there is none.
+std::string FileIn(const std::filesystem::path& folder, const std::string& module)
+{
+    std::error_code ignored;
+    const std::filesystem::path file = folder / module;
+    return !folder.empty() && std::filesystem::exists(file, ignored) ? file.string() : "";
+}
+
+/// The folder of the stand-in itself, where an installation has the drivers.
+std::filesystem::path LibraryFolder()
+{
+    const link_map* const self = MapOfAddress(ExportName);
+    return self != nullptr ? std::filesystem::path(self->l_name).parent_path() : std::filesystem::path();
+}
+
 std::string FileOf(const std::string& folder, const std::string& module)
 {
-    const std::filesystem::path beside = std::filesystem::path(folder) / module;
-    std::error_code ignored;
-    // With the folder, because the loader searches its own path for a bare name.
-    return !folder.empty() && std::filesystem::exists(beside, ignored) ? beside.string() : ModuleFile(module);
+    if (std::string file = FileIn(folder, module); !file.empty())
+        return file;
+    std::string file = ModuleFile(module);
+    if (file != module)
+        return file;
+    std::string installed = FileIn(LibraryFolder(), module);
+    return installed.empty() ? file : installed;
 }
 
 CreateControlDeviceFunction LoadMaker(const std::string& folder, const std::string& module)
@@ -50,6 +68,12 @@ std::shared_ptr<ControlDevice> MakeControlDevice(const std::string& folder, cons
         throw DriverModuleError("makes no device: " + std::string(error.data()));
     }
     return device;
+}
+
+std::shared_ptr<ControlDevice> LoadControlDevice(const std::string& module, const std::string& deviceName,
+                                                 const std::string& settings)
+{
+    return MakeControlDevice("", module, deviceName, settings);
 }
 
 } // namespace Platform

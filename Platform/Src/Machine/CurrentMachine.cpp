@@ -1,4 +1,5 @@
 // Which machine the published functions use.
+#include "CallActivity.h"
 #include "MachineImpl.h"
 #include "PublishedCall.h"
 
@@ -76,6 +77,7 @@ std::shared_ptr<Machine> CurrentMachine()
 std::optional<std::uint32_t> EnterCall(const char* function)
 try
 {
+    const CallEntry entry;
     return CurrentMachine()->Internal().Faults.Enter(function);
 }
 catch (const std::bad_alloc&)

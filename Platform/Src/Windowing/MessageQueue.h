@@ -58,6 +58,8 @@ public:
     /// Returns false if the queue is full.
     bool Post(const MSG& message) PLATFORM_REQUIRES(WindowLock);
     void PostQuit(int exitCode) PLATFORM_REQUIRES(WindowLock);
+    /// Returns whether the owner has retrieved all messages.
+    bool IsEmpty() const PLATFORM_REQUIRES(WindowLock) { return Incoming.empty() && Posted.empty(); }
     /// Dispatches the sent messages, then returns the next posted one. Returns false if there is none.
     bool Take(MSG& message, bool wait, bool remove) PLATFORM_REQUIRES(WindowLock);
 

@@ -2,6 +2,7 @@
 
 #include "WindowTable.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 namespace Platform
@@ -63,6 +64,13 @@ MessageQueuePtr QueueOfThread(DWORD thread)
 {
     const auto found = Queues().find(thread);
     return found == Queues().end() ? nullptr : found->second;
+}
+
+bool AnyQueueHasMessages()
+{
+    const ScopedLock lock(WindowLock);
+    return std::ranges::any_of(Queues(), [](const auto& entry)
+                                             PLATFORM_REQUIRES(WindowLock) { return !entry.second->IsEmpty(); });
 }
 
 bool WindowingCallFails(const char* function)

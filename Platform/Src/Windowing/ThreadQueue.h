@@ -15,6 +15,9 @@ MessageQueuePtr ThisThreadsQueue() PLATFORM_EXCLUDES(WindowLock);
 /// Returns null for a thread that has no queue.
 MessageQueuePtr QueueOfThread(DWORD thread) PLATFORM_REQUIRES(WindowLock);
 
+/// Returns whether a thread has messages that it has not retrieved.
+bool AnyQueueHasMessages() PLATFORM_EXCLUDES(WindowLock);
+
 /// Gives the calling thread its queue, then does what CallFails does. Without memory for a queue the call fails.
 bool WindowingCallFails(const char* function);
 
