@@ -42,7 +42,7 @@ extern "C"
     /// ERROR_FILE_NOT_FOUND when there is none, ERROR_INVALID_PARAMETER for another disposition than
     /// OPEN_EXISTING, or the error of the device itself.
     PLATFORM_API HANDLE CreateFileA(const char* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
-                                    DWORD disposition, DWORD flags, HANDLE templateFile);
+                                    DWORD disposition, DWORD flags, HANDLE templateFile) PLATFORM_NAME(CreateFileA);
 
     /// Sends a control request.
     /// - TRUE: it completed successfully; `*returned` is its byte count and its event is signalled.
@@ -53,19 +53,19 @@ extern "C"
     /// A handle without FILE_FLAG_OVERLAPPED takes no OVERLAPPED, and the call waits for completion; any
     /// other handle requires one: ERROR_INVALID_PARAMETER.
     PLATFORM_API BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, void* output,
-                                      DWORD outputSize, DWORD* returned, OVERLAPPED* overlapped);
+                                      DWORD outputSize, DWORD* returned, OVERLAPPED* overlapped) PLATFORM_NAME(DeviceIoControl);
 
     /// Cancels this thread's requests in flight on a file; TRUE even if there are none.
-    PLATFORM_API BOOL CancelIo(HANDLE file);
+    PLATFORM_API BOOL CancelIo(HANDLE file) PLATFORM_NAME(CancelIo);
     /// Requests the cancellation of one request on a file, or of all with null, whichever threads sent
     /// them. ERROR_NOT_FOUND when there is nothing to cancel.
-    PLATFORM_API BOOL CancelIoEx(HANDLE file, OVERLAPPED* overlapped);
+    PLATFORM_API BOOL CancelIoEx(HANDLE file, OVERLAPPED* overlapped) PLATFORM_NAME(CancelIoEx);
 
     /// Returns a request's result: TRUE or its error, with the transferred bytes in either case. While the request
     /// is in flight: ERROR_IO_INCOMPLETE, or with `wait` blocks on its event, or on the file if it has none. The
     /// wait consumes an automatic event. If another thread signalled the event, the result is meaningless.
-    PLATFORM_API BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred, BOOL wait);
+    PLATFORM_API BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred, BOOL wait) PLATFORM_NAME(GetOverlappedResult);
 
     /// Closes a file or an event. Cancels the requests in flight on a file.
-    PLATFORM_API BOOL CloseHandle(HANDLE handle);
+    PLATFORM_API BOOL CloseHandle(HANDLE handle) PLATFORM_NAME(CloseHandle);
 }

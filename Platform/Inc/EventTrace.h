@@ -57,22 +57,22 @@ extern "C"
     /// one provider's callback never overlap.
     PLATFORM_API ULONG RegisterTraceGuidsW(WMIDPREQUEST callback, void* context, const GUID* control, ULONG guidCount,
                                            TRACE_GUID_REGISTRATION* guids, const WCHAR* imagePath,
-                                           const WCHAR* resourceName, TRACEHANDLE* registration);
+                                           const WCHAR* resourceName, TRACEHANDLE* registration) PLATFORM_NAME(RegisterTraceGuidsW);
 
     /// Ends a registration. The callback of an enabled provider is called to disable it before this returns,
     /// and never afterwards.
-    PLATFORM_API ULONG UnregisterTraceGuids(TRACEHANDLE registration);
+    PLATFORM_API ULONG UnregisterTraceGuids(TRACEHANDLE registration) PLATFORM_NAME(UnregisterTraceGuids);
 
     /// Returns the logger in the buffer of an enable callback; INVALID_HANDLE_VALUE's number for any other buffer.
-    PLATFORM_API TRACEHANDLE GetTraceLoggerHandle(void* buffer);
+    PLATFORM_API TRACEHANDLE GetTraceLoggerHandle(void* buffer) PLATFORM_NAME(GetTraceLoggerHandle);
     /// Return the level and the flags of a logger's handle, even after its session has ended. 0 only for a simulated
     /// fault or a setting of 0.
-    PLATFORM_API UCHAR GetTraceEnableLevel(TRACEHANDLE logger);
-    PLATFORM_API ULONG GetTraceEnableFlags(TRACEHANDLE logger);
+    PLATFORM_API UCHAR GetTraceEnableLevel(TRACEHANDLE logger) PLATFORM_NAME(GetTraceEnableLevel);
+    PLATFORM_API ULONG GetTraceEnableFlags(TRACEHANDLE logger) PLATFORM_NAME(GetTraceEnableFlags);
 
     /// Writes a message. The arguments are pairs of a `const void*` and a `size_t`, ended by a null
     /// pointer. Returns ERROR_INVALID_HANDLE once the session has ended. The session's sink runs on the calling
     /// thread. The number is published as a USHORT, which va_start in C++ does not accept as the last parameter.
     PLATFORM_API ULONG TraceMessage(TRACEHANDLE logger, ULONG messageFlags, const GUID* messageClass,
-                                    UINT messageNumber, ...);
+                                    UINT messageNumber, ...) PLATFORM_NAME(TraceMessage);
 }

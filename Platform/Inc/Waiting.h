@@ -22,19 +22,19 @@ extern "C"
     /// kind and state stay unchanged, and the last error is ERROR_ALREADY_EXISTS; otherwise a success sets
     /// it to 0.
     PLATFORM_API HANDLE CreateEventW(SECURITY_ATTRIBUTES* security, BOOL manualReset, BOOL initialState,
-                                     const WCHAR* name);
+                                     const WCHAR* name) PLATFORM_NAME(CreateEventW);
     /// Signals an event. An automatic one releases a single wait, now or later; a manual one all until it is reset.
-    PLATFORM_API BOOL SetEvent(HANDLE event);
+    PLATFORM_API BOOL SetEvent(HANDLE event) PLATFORM_NAME(SetEvent);
     /// Ends the signal of an event. Waits that it has released still return.
-    PLATFORM_API BOOL ResetEvent(HANDLE event);
+    PLATFORM_API BOOL ResetEvent(HANDLE event) PLATFORM_NAME(ResetEvent);
 
     /// Blocks until an event is signalled, or a request without an event has completed on a file. A time of 0 only
     /// checks.
     /// WAIT_FAILED for a bad handle.
-    PLATFORM_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
+    PLATFORM_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) PLATFORM_NAME(WaitForSingleObject);
 
     /// Blocks until one of up to 64 objects is signalled: WAIT_OBJECT_0 + the lowest index that is signalled; only that
     /// one is consumed. Waiting for all is refused with ERROR_INVALID_PARAMETER. A bad handle among them
     /// fails the call and consumes nothing.
-    PLATFORM_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds);
+    PLATFORM_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds) PLATFORM_NAME(WaitForMultipleObjects);
 }

@@ -134,13 +134,13 @@ extern "C"
 {
     /// Returns a stock icon or cursor, which is not freed. Null with ERROR_RESOURCE_NAME_NOT_FOUND for another
     /// number, and with ERROR_RESOURCE_DATA_NOT_FOUND for a module, because modules have no resources here.
-    PLATFORM_API HICON LoadIconW(HINSTANCE module, const WCHAR* name);
-    PLATFORM_API HCURSOR LoadCursorW(HINSTANCE module, const WCHAR* name);
+    PLATFORM_API HICON LoadIconW(HINSTANCE module, const WCHAR* name) PLATFORM_NAME(LoadIconW);
+    PLATFORM_API HCURSOR LoadCursorW(HINSTANCE module, const WCHAR* name) PLATFORM_NAME(LoadCursorW);
 
     /// Registers a window class. Returns 0 for a wrong size, a missing procedure or name (ERROR_INVALID_PARAMETER), or
     /// a class that the module has registered already (ERROR_CLASS_ALREADY_EXISTS). Names are case-insensitive; a null
     /// module means the program, here and in CreateWindowExW.
-    PLATFORM_API ATOM RegisterClassExW(const WNDCLASSEXW* windowClass);
+    PLATFORM_API ATOM RegisterClassExW(const WNDCLASSEXW* windowClass) PLATFORM_NAME(RegisterClassExW);
 
     /// Creates a window and calls its procedure with WM_GETMINMAXINFO, WM_NCCREATE, WM_NCCALCSIZE and
     /// WM_CREATE before it returns. 0 from WM_NCCREATE or -1 from WM_CREATE refuses the creation and leaves the
@@ -148,24 +148,24 @@ extern "C"
     /// top-level windows without an owner are supported: ERROR_INVALID_WINDOW_HANDLE for a parent.
     PLATFORM_API HWND CreateWindowExW(DWORD extendedStyle, const WCHAR* className, const WCHAR* title, DWORD style,
                                       int x, int y, int width, int height, HWND parent, HMENU menu, HINSTANCE instance,
-                                      void* parameter);
+                                      void* parameter) PLATFORM_NAME(CreateWindowExW);
 
     /// Draws nothing. Returns FALSE, because the window was hidden before; for a window that does not exist also
     /// sets ERROR_INVALID_WINDOW_HANDLE.
-    PLATFORM_API BOOL ShowWindow(HWND window, int command);
+    PLATFORM_API BOOL ShowWindow(HWND window, int command) PLATFORM_NAME(ShowWindow);
     /// Draws nothing. Returns FALSE for a window that does not exist (ERROR_INVALID_WINDOW_HANDLE).
-    PLATFORM_API BOOL UpdateWindow(HWND window);
+    PLATFORM_API BOOL UpdateWindow(HWND window) PLATFORM_NAME(UpdateWindow);
 
     /// Registers a window for the messages of a device-interface class until the window is destroyed. The
     /// filter is copied. Null with ERROR_INVALID_DATA for another filter, ERROR_INVALID_PARAMETER for no window. A
     /// window that registers twice receives each message twice.
-    PLATFORM_API HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD flags);
+    PLATFORM_API HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD flags) PLATFORM_NAME(RegisterDeviceNotificationW);
     /// Ends a registration. A message that is being sent is still delivered. ERROR_INVALID_HANDLE for an unknown one.
-    PLATFORM_API BOOL UnregisterDeviceNotification(HDEVNOTIFY notification);
+    PLATFORM_API BOOL UnregisterDeviceNotification(HDEVNOTIFY notification) PLATFORM_NAME(UnregisterDeviceNotification);
 
     /// Calls the procedure with WM_DESTROY and WM_NCDESTROY. ERROR_ACCESS_DENIED for a window of another
     /// thread. Threads that wait for an answer of the window are released.
-    PLATFORM_API BOOL DestroyWindow(HWND window);
+    PLATFORM_API BOOL DestroyWindow(HWND window) PLATFORM_NAME(DestroyWindow);
     /// Returns the calling thread's number. Cannot fail.
-    PLATFORM_API DWORD GetCurrentThreadId();
+    PLATFORM_API DWORD GetCurrentThreadId() PLATFORM_NAME(GetCurrentThreadId);
 }

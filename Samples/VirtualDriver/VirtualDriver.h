@@ -11,7 +11,11 @@
 
 #include <cstdint>
 
+#if defined(_MSC_VER) || defined(__MINGW32__)
+#define VIRTUAL_DRIVER_API extern "C" __declspec(dllexport)
+#else
 #define VIRTUAL_DRIVER_API extern "C" __attribute__((visibility("default")))
+#endif
 
 /// The library's handler of power and device messages. It ignores `window`.
 using PnPHandler = std::intptr_t (*)(void* window, unsigned int message, std::uintptr_t wParam, std::intptr_t lParam);

@@ -10,3 +10,4 @@
 #include "ZVRequests.h"
 #include "ZVStatus.h"
 #include "ZVTraceMessages.h"
+#include "ZVVersion.h"

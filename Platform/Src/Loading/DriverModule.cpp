@@ -15,30 +15,25 @@ namespace
 
 constexpr const char* ExportName = "CreateControlDevice";
 
-/// Returns the file with its folder, because the loader searches its own path for a bare name. Empty if there is none.
-std::string FileIn(const std::filesystem::path& folder, const std::string& module)
-{
-    std::error_code ignored;
-    const std::filesystem::path file = folder / module;
-    return !folder.empty() && std::filesystem::exists(file, ignored) ? file.string() : "";
-}
+/// Its address identifies the file that contains the stand-in.
+const char standInAnchor = 0;
 
-/// The folder of the stand-in itself, where an installation has the drivers.
-std::filesystem::path LibraryFolder()
-{
-    const link_map* const self = MapOfAddress(ExportName);
-    return self != nullptr ? std::filesystem::path(self->l_name).parent_path() : std::filesystem::path();
-}
-
+/// Searches the folder of the machine file, then like LoadLibraryA, then where the stand-in is installed: a host of
+/// an installed library may be in any folder.
 std::string FileOf(const std::string& folder, const std::string& module)
 {
-    if (std::string file = FileIn(folder, module); !file.empty())
-        return file;
-    std::string file = ModuleFile(module);
-    if (file != module)
-        return file;
-    std::string installed = FileIn(LibraryFolder(), module);
-    return installed.empty() ? file : installed;
+    std::error_code ignored;
+    const auto exists = [&](const std::filesystem::path& file) { return std::filesystem::exists(file, ignored); };
+    // With the folder, because the loader searches its own path for a bare name.
+    if (const auto file = std::filesystem::path(folder) / module; !folder.empty() && exists(file))
+        return file.string();
+    if (std::string found = ModuleFile(module); found != module)
+        return found;
+    const auto own = std::filesystem::path(MapOfAddress(&standInAnchor)->l_name).parent_path();
+    for (const auto& place : {own, own / ZV_DRIVER_FOLDER})
+        if (const auto file = place / module; exists(file))
+            return file.string();
+    return module;
 }
 
 CreateControlDeviceFunction LoadMaker(const std::string& folder, const std::string& module)

@@ -84,12 +84,17 @@ void Write(ZVTracePoint point, const Arguments&... arguments)
 
 } // namespace TraceDetail
 
-/// A trace point. Level and component are those of the point's row. The arguments are evaluated only if
-/// the session has enabled the point.
-#define ZV_TRACE(point, ...)                                                                                           \
+/// The first argument of a list that has at least two.
+#define ZV_TRACE_FIRST(first, ...) first
+
+/// ZV_TRACE(point, arguments...): a trace point. Level and component are those of the point's row. The arguments are
+/// evaluated only if the session has enabled the point. The point is part of the list, because not every
+/// preprocessor can drop the comma after a lone one.
+#define ZV_TRACE(...)                                                                                                  \
     do                                                                                                                 \
     {                                                                                                                  \
-        constexpr const ZVTraceMessage& zvTraceRow = ZV_TRACE_MESSAGES[static_cast<std::size_t>(ZVTracePoint::point)]; \
+        constexpr const ZVTraceMessage& zvTraceRow =                                                                   \
+            ZV_TRACE_MESSAGES[static_cast<std::size_t>(ZVTracePoint::ZV_TRACE_FIRST(__VA_ARGS__, 0))];                 \
         if (TraceWanted(zvTraceRow.Level, zvTraceRow.Flag)) [[unlikely]]                                               \
-            TraceDetail::Write(ZVTracePoint::point __VA_OPT__(, ) __VA_ARGS__);                                        \
+            TraceDetail::Write(ZVTracePoint::__VA_ARGS__);                                                             \
     } while (false)
