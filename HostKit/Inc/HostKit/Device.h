@@ -66,7 +66,8 @@ public:
 
     /// Sends a request and waits for the driver.
     /// @return the output, or the error of CDeviceIntf::SendIOCTLReq: ZV_SRVC_ERR_FAILURE if the driver refused the
-    ///         request or did not complete it in time, ZV_SRVC_ERR_DEVICE_NOT_OPEN for an unusable adapter.
+    ///         request at once or did not complete it in time, ZV_SRVC_ERR_DEVICE_NOT_OPEN for an unusable adapter.
+    ///         For the library, a request that the driver completes later with an error has succeeded.
     /// @throws std::bad_alloc
     /// @note Blocks for at most the request's time-out + 100 ms.
     Result Send(const Request& request) const
@@ -81,9 +82,10 @@ public:
     /// Sends a request without waiting for the driver. The request's memory belongs to HostKit: it stays valid until
     /// the completion, or until the device is destroyed if the request never runs.
     /// @return becomes ready exactly once, whatever happens. With an error at once if the library refuses the request,
-    ///         for example ZV_SRVC_ERR_DEVICE_NOT_OPEN; with ZV_SRVC_ERR_FAILURE if the driver refuses it or does not
-    ///         complete it in time; with operation_canceled when the device is closed or released before its thread
-    ///         has started the request. The future may be dropped at any time, which does not block.
+    ///         for example ZV_SRVC_ERR_DEVICE_NOT_OPEN; with ZV_SRVC_ERR_FAILURE if the driver refuses it at once or
+    ///         does not complete it in time, as with Send; with operation_canceled when the device is closed or
+    ///         released before its thread has started the request. The future may be dropped at any time, which does
+    ///         not block.
     /// @throws std::bad_alloc; the request was not accepted then.
     /// @note Does not block. The future is ready at most 3000 ms + 100 ms after the driver's last response chunk. With
     ///       a simulated driver (VirtualDriver_UWP.dll) the library reports no completion, so the future becomes ready

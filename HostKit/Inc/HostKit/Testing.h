@@ -52,7 +52,8 @@ public:
     void Plug() const { Computer->Plug(Id); }
     /// Removes the adapter without a query, like a pulled plug. Its driver cancels the requests in flight.
     void Unplug() const { Computer->Unplug(Id); }
-    /// @param problem number of the problem, 0 for none. An adapter with a problem is unusable.
+    /// @param problem number of the problem, 0 for none. An adapter with a problem is unusable. The library notices the
+    ///        end of a problem, and Enable too, when it checks its list after the next removal of any adapter.
     void SetProblem(std::uint32_t problem) const { Computer->SetProblem(Id, problem); }
     void Enable() const { Computer->Enable(Id); }
     void Disable() const { Computer->Disable(Id); }
@@ -70,7 +71,8 @@ public:
     void Slow(Milliseconds delay) const { Configure(R"({"slowMs": )" + std::to_string(delay.count()) + "}"); }
     /// Completes requests only when they are cancelled, so that each runs into its time-out.
     void Hang(bool hangs = true) const { Configure(hangs ? R"({"hang": true})" : R"({"hang": false})"); }
-    /// Completes every request with an error number of Windows; 0 for normal operation.
+    /// Completes every request with an error number of Windows; 0 for normal operation. The request fails if it is
+    /// refused at once, which it is unless the driver is slow too.
     void Refuse(std::uint32_t error = 5) const { Configure(R"({"refuse": )" + std::to_string(error) + "}"); }
     /// Fails every open with an error number of Windows; 0 for normal operation.
     void RefuseOpen(std::uint32_t error = 5) const { Configure(R"({"refuseOpen": )" + std::to_string(error) + "}"); }
