@@ -161,7 +161,7 @@ TEST(Enumeration, AFieldIsTruncatedBetweenCodePointsAndTerminated)
 TEST(Enumeration, AFilterTextHasAtMost49Characters)
 {
     const auto change = [](AdapterDescription& a) { a.Service = std::string(80, 'Q'); };
-    EXPECT_EQ(ListOne(change, std::string(89, 'q')).Status, ZV_SRVC_ERR_NO_DEVICE);
+    EXPECT_EQ(ListOne(change, std::string(49, 'q')).Status, ZV_SRVC_ERR_NO_DEVICE);
 }
 
 TEST(Enumeration, AFailedSetUpCallEndsTheEnumerationAndAFailedReadSkipsTheDevice)
