@@ -94,7 +94,7 @@ TEST(Requests, TheFutureIsReadyAlthoughTheCallbackNeverComes)
     {
         HostKit::Device device = Hold(std::make_shared<FakeDevice>());
         std::future<HostKit::Result> future = device.SendAsync(Large);
-        device.SendAsync(Large); // and a future that nobody waits for
+        device.SendAsync(Large); // its future is dropped
         std::shared_ptr<CDeviceIntf> interface = device.Interface();
         if (closes)
             device.Close();

@@ -36,11 +36,11 @@ enum class ClientList : std::uint32_t
 };
 
 /// Registers a client for events and queues what it receives: ZV_EVT_DEVICE_ARRIVED and the other codes of ZVEvents.h,
-/// in the order of delivery. An event that nobody takes stays in the queue and occupies four bytes.
+/// in the order of delivery. An event stays in the queue, in four bytes, until it is taken.
 ///
 /// Any thread may call any operation at any time except during the destructor. Each event is taken by one caller.
 /// Only an event ends a wait early. Do not wait in a callback of a client of the same list and manager, because the
-/// waiting thread itself would have to deliver the event.
+/// waiting thread itself delivers the events.
 class EventQueue
 {
 public:
@@ -68,7 +68,7 @@ public:
         }
     }
 
-    /// Removes the client and drops the events that nobody has taken. Does not wait for a delivery that is under way
+    /// Removes the client and drops the events in the queue. Does not wait for a delivery that is under way
     /// on another thread; such a delivery touches no memory of this object. May run in a callback.
     ~EventQueue()
     {

@@ -30,7 +30,7 @@ struct AdapterSetup
 {
     std::string Identity;              ///< NetCfgInstanceId, such as "{test-1}"; not empty, and unique on the machine.
     std::string Name = "Test adapter"; ///< DeviceName; ASCII characters.
-    /// Name of the driver's service: "zvwlanu" (listed by ZV_USB), "zvwlans" (ZV_SDIO) or "zvwlane" (ZV_PCIE).
+    /// Name of the service: "zvwlanu" (listed by ZV_USB), "zvwlans" (ZV_SDIO) or "zvwlane" (ZV_PCIE).
     std::string Service = "zvwlanu";
     /// JSON text with the settings of the driver model; docs/TEST-YOUR-HOST.md describes them.
     std::string DriverSettings = "{}";
