@@ -21,7 +21,8 @@ namespace Platform
 /// So the library has then handled all messages and requests that were sent before, and its events have reached the
 /// clients. A thread that sleeps and continues its work afterwards is not detected: a callback of the host that sleeps
 /// looks finished. The library itself has one such thread: after a removal it reads the registry every 50 ms for up to
-/// 2.5 seconds per adapter, to find out whether the driver is uninstalled. Pass 100 ms as `pause` to wait for that too. A host thread that polls without sleeping for 5 ms makes every call time out.
+/// 2.5 seconds per adapter, to find out whether the driver is uninstalled. Pass 100 ms as `pause` to wait for that too.
+/// A host thread that polls without sleeping for 5 ms makes every call time out.
 ///
 /// @return false if the process was not quiet in time. At least one check is made.
 /// @throws std::system_error if the threads cannot be listed, which needs "/proc".

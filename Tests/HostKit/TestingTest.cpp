@@ -23,12 +23,11 @@ protected:
     HostKit::Device Device = HostKit::OpenDevice(*Manager, HostKit::ListAdapters(*Manager).at(0));
 };
 
-/// The library clears the flag of a problem when it checks its list after a removal.
+/// The first arrival clears the adapter's absence, the second one its problem.
 void Recover(const TestAdapter& adapter)
 {
     adapter.SetProblem(0);
-    adapter.Unplug();
-    adapter.Plug();
+    Platform::CurrentMachine()->Broadcast(0x219, 0x8000);
 }
 
 TEST_F(TestingTest, VerbsChangeWhatARequestReturns)

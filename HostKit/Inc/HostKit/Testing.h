@@ -52,8 +52,9 @@ public:
     void Plug() const { Computer->Plug(Id); }
     /// Removes the adapter without a query, like a pulled plug. Its driver cancels the requests in flight.
     void Unplug() const { Computer->Unplug(Id); }
-    /// @param problem number of the problem, 0 for none. An adapter with a problem is unusable. The library notices the
-    ///        end of a problem, and Enable too, when it checks its list after the next removal of any adapter.
+    /// @param problem number of the problem, 0 for none. An adapter with a problem is unusable. After the end of a
+    ///        problem, which includes Enable, the library clears the flag ZV_DEV_ABSENT. It clears ZV_DEV_HAS_PROBLEM
+    ///        at the next arrival of any adapter, such as the message `machine->Broadcast(0x219, 0x8000)`.
     void SetProblem(std::uint32_t problem) const { Computer->SetProblem(Id, problem); }
     void Enable() const { Computer->Enable(Id); }
     void Disable() const { Computer->Disable(Id); }
