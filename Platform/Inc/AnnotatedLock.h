@@ -9,21 +9,24 @@
 #include <condition_variable>
 #include <mutex>
 
+/// An attribute of the analysis; nothing with other compilers.
 #ifdef __clang__
 #define PLATFORM_THREAD_ATTRIBUTE(x) __attribute__((x))
 #else
 #define PLATFORM_THREAD_ATTRIBUTE(x)
 #endif
 
-/// A class whose objects are locks, and a class that holds one for a scope.
+/// A class whose objects are locks.
 #define PLATFORM_CAPABILITY(name) PLATFORM_THREAD_ATTRIBUTE(capability(name))
+/// A class that holds a lock for a scope.
 #define PLATFORM_SCOPED_CAPABILITY PLATFORM_THREAD_ATTRIBUTE(scoped_lockable)
-/// A field that may be used only while holding the lock, and a pointer whose target may.
+/// A field that may be used only while holding the lock.
 #define PLATFORM_GUARDED_BY(lock) PLATFORM_THREAD_ATTRIBUTE(guarded_by(lock))
+/// A pointer whose target may be used only while holding the lock.
 #define PLATFORM_TARGET_GUARDED_BY(lock) PLATFORM_THREAD_ATTRIBUTE(pt_guarded_by(lock))
-/// A function that returns with the lock held, and a function that its caller calls while holding the lock and that
-/// releases it. Without arguments the lock is the object itself.
+/// A function that returns with the lock held. Without arguments the lock is the object itself.
 #define PLATFORM_ACQUIRE(...) PLATFORM_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
+/// A function that its caller calls while holding the lock, and that releases it.
 #define PLATFORM_RELEASE(...) PLATFORM_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 /// A function that its caller may call only while holding the lock.
 #define PLATFORM_REQUIRES(...) PLATFORM_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
@@ -39,7 +42,9 @@ namespace Platform
 class PLATFORM_CAPABILITY("mutex") Mutex
 {
 public:
+    /// Blocks until the calling thread holds the mutex.
     void Lock() PLATFORM_ACQUIRE() { Native.lock(); }
+    /// Releases the mutex. Only the thread that holds it may call this.
     void Unlock() PLATFORM_RELEASE() { Native.unlock(); }
 
 private:
@@ -53,7 +58,9 @@ private:
 class PLATFORM_SCOPED_CAPABILITY ScopedLock
 {
 public:
+    /// Takes the mutex, which must outlive this object.
     explicit ScopedLock(Mutex& mutex) PLATFORM_ACQUIRE(mutex) : Target(mutex) { Target.Lock(); }
+    /// Releases the mutex if it is held.
     ~ScopedLock() PLATFORM_RELEASE()
     {
         if (Held)
@@ -85,9 +92,10 @@ private:
 class Condition
 {
 public:
-    /// May be called with or without the mutex. If the notified thread may destroy this object, call it while holding
-    /// the mutex.
+    /// Wakes one waiting thread. May be called with or without the mutex. If the notified thread may destroy this
+    /// object, call it while holding the mutex.
     void NotifyOne() { Native.notify_one(); }
+    /// Wakes all waiting threads, like NotifyOne.
     void NotifyAll() { Native.notify_all(); }
 
     /// Releases the mutex while blocking, and holds it again on return. May return without a notification.
@@ -97,7 +105,10 @@ public:
         Native.wait(lock);
         lock.release();
     }
-    /// Like Wait, until a point of time at the latest. @return false when it has passed.
+    /// Waits like Wait, until a point of time at the latest.
+    /// @param mutex held by the caller.
+    /// @param end the point of time.
+    /// @return false when it has passed.
     bool WaitUntil(Mutex& mutex, std::chrono::steady_clock::time_point end) PLATFORM_REQUIRES(mutex)
     {
         std::unique_lock lock(mutex.Native, std::adopt_lock);

@@ -21,12 +21,15 @@ namespace Platform
 class IoRequest
 {
 public:
+    /// Completes the request with 995 if nothing else has.
     virtual ~IoRequest() = default;
 
-    virtual std::uint32_t Code() const = 0; ///< The control code.
-    /// Valid as long as the request exists.
+    /// Returns the control code.
+    virtual std::uint32_t Code() const = 0;
+    /// Returns the caller's input. Valid as long as the request exists.
     virtual std::span<const std::uint8_t> Input() const = 0;
-    virtual std::size_t OutputRoom() const = 0; ///< Capacity of the caller's buffer in bytes.
+    /// Returns the capacity of the caller's buffer in bytes.
+    virtual std::size_t OutputRoom() const = 0;
     /// Identifies the open handle that the request came through.
     virtual std::uint64_t OpenId() const = 0;
     /// Reports a cancellation, even before Cancel is called.
@@ -47,10 +50,12 @@ public:
 class ControlDevice
 {
 public:
+    /// Called when the machine and all callers have released the device.
     virtual ~ControlDevice() = default;
 
-    /// Called when a caller opens the device. @param openId identifies the handle; never reused. @return 0, or the
-    /// error with which CreateFileA fails.
+    /// Called when a caller opens the device.
+    /// @param openId identifies the handle; never reused.
+    /// @return 0, or the error with which CreateFileA fails.
     virtual std::uint32_t Open(std::uint64_t openId);
     /// Called when the last reference to an open handle is dropped and its requests have been cancelled.
     virtual void Close(std::uint64_t openId);
@@ -63,8 +68,9 @@ public:
     virtual void Cancel(const std::shared_ptr<IoRequest>& request);
     /// Changes the driver's behaviour at run time; settings that are left out stay unchanged.
     /// @param settings JSON text in the driver's own format.
-    /// @return false for an invalid setting; `error`, a buffer of `errorRoom` bytes, then describes it. The
-    ///         default accepts no settings.
+    /// @param error receives a text that describes an invalid setting.
+    /// @param errorRoom capacity of `error` in bytes.
+    /// @return false for an invalid setting. The default accepts no settings.
     virtual bool Configure(const char* settings, char* error, std::size_t errorRoom);
     /// Called when the caller closes its handle, after the cancellation of its requests in flight. Close is called
     /// only after the last of them has completed, so a driver that holds cancelled requests completes them here.
@@ -95,7 +101,9 @@ inline void ControlDevice::Cleanup(std::uint64_t /*openId*/) {}
 /// module; the machine owns the result.
 /// @param deviceName the name under which the device will be opened, without the leading "\\.\".
 /// @param settings the settings of the machine file for this device as JSON text, "{}" if there are none.
-/// @return null for invalid settings; `error`, a buffer of `errorRoom` bytes, then describes the error.
+/// @param error receives a text that describes invalid settings.
+/// @param errorRoom capacity of `error` in bytes.
+/// @return null for invalid settings.
 using CreateControlDeviceFunction = ControlDevice* (*)(const char* deviceName, const char* settings, char* error,
                                                        std::size_t errorRoom);
 

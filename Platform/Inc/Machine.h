@@ -22,13 +22,14 @@ namespace Platform
 /// A registry value: its type number and its bytes as stored.
 struct PLATFORM_API RegistryValue
 {
-    std::uint32_t Type = 0;
-    std::vector<std::uint8_t> Data;
+    std::uint32_t Type = 0;         ///< Such as 1 for REG_SZ and 4 for REG_DWORD.
+    std::vector<std::uint8_t> Data; ///< Texts end with a NUL; numbers are little-endian.
 
-    static RegistryValue Text(std::string_view text);  ///< REG_SZ with its NUL.
-    static RegistryValue Number(std::uint32_t number); ///< REG_DWORD.
-    static RegistryValue Binary(std::vector<std::uint8_t> bytes);
+    static RegistryValue Text(std::string_view text);             ///< REG_SZ with its NUL.
+    static RegistryValue Number(std::uint32_t number);            ///< REG_DWORD.
+    static RegistryValue Binary(std::vector<std::uint8_t> bytes); ///< REG_BINARY.
 
+    /// Compares type and bytes.
     bool operator==(const RegistryValue&) const = default;
 };
 
@@ -36,23 +37,22 @@ struct PLATFORM_API RegistryValue
 /// Every field has an initialiser, so that a designated one may name just those that matter.
 struct AdapterDescription
 {
-    std::optional<std::string> NetCfgInstanceId = {};
-    std::optional<std::string> DeviceInstanceId = {};
-    std::optional<std::string> DriverVersion = {};
-    std::optional<std::string> InfSection = {};
-    std::optional<std::string> Service = {}; ///< Value "Service" of the driver key's "NDI".
+    std::optional<std::string> NetCfgInstanceId = {}; ///< Value of the driver key: the adapter's identity.
+    std::optional<std::string> DeviceInstanceId = {}; ///< Value "DeviceInstanceID" of the driver key.
+    std::optional<std::string> DriverVersion = {};    ///< Value of the driver key.
+    std::optional<std::string> InfSection = {};       ///< Value of the driver key.
+    std::optional<std::string> Service = {};          ///< Value "Service" of the driver key's "NDI".
 
-    // Device properties, 16-bit as Windows stores them.
-    std::optional<std::u16string> HardwareId = {};
-    std::optional<std::u16string> FriendlyName = {};
-    std::optional<std::u16string> Description = {};
-    std::optional<std::u16string> ClassName = {};
-    std::optional<std::u16string> ClassGuid =
-        {}; ///< Only the registry text; the node always belongs to the network class.
+    std::optional<std::u16string> HardwareId = {};   ///< Property; 16-bit as Windows stores it, like the next ones.
+    std::optional<std::u16string> FriendlyName = {}; ///< Property; the display name.
+    std::optional<std::u16string> Description = {};  ///< Property; the display name without a friendly name.
+    std::optional<std::u16string> ClassName = {};    ///< Property.
+    /// Property. Only the registry text; the node always belongs to the network class.
+    std::optional<std::u16string> ClassGuid = {};
     /// Property SPDRP_DRIVER. When it is not set but `AssignDriverKey` is, the machine chooses the next
     /// free "{4D36E972-E325-11CE-BFC1-08002BE10318}\NNNN" as the adapter is added.
     std::optional<std::u16string> DriverKey = {};
-    bool AssignDriverKey = true;
+    bool AssignDriverKey = true; ///< See `DriverKey`.
 
     bool HasDriverKey = true;  ///< The driver key exists in the registry.
     bool HasLinkage = true;    ///< Its subkey "Linkage" exists.
@@ -72,22 +72,23 @@ struct AdapterDescription
     std::map<std::string, RegistryValue> Values = {};
 };
 
-/// Identifies an adapter of a machine for as long as the machine lives.
+/// Identifies an adapter of a machine as long as the machine exists. Never reused.
 using AdapterId = std::uint32_t;
 
 /// Counts of what the process has open; all zero when nothing leaks.
 struct OpenObjects
 {
-    std::size_t RegistryKeys = 0;
-    std::size_t DeviceSets = 0;
-    std::size_t Modules = 0;
-    std::size_t TraceProviders = 0;
+    std::size_t RegistryKeys = 0;   ///< Open keys.
+    std::size_t DeviceSets = 0;     ///< Sets of SetupDiGetClassDevsW.
+    std::size_t Modules = 0;        ///< References to loaded modules.
+    std::size_t TraceProviders = 0; ///< Registered providers.
 
-    std::size_t Files = 0;
+    std::size_t Files = 0;            ///< Handles of control devices.
     std::size_t Events = 0;           ///< Handles, not events.
     std::size_t RequestsInFlight = 0; ///< Not completed yet, whether or not their handle is open.
     std::size_t Windows = 0;          ///< Not in the total: a window may live as long as the process.
 
+    /// Returns the sum of all counts but `Windows`.
     std::size_t Total() const
     {
         return RegistryKeys + DeviceSets + Modules + TraceProviders + Files + Events + RequestsInFlight;
@@ -97,19 +98,20 @@ struct OpenObjects
 /// A message that a provider wrote.
 struct TraceRecord
 {
-    std::uint8_t MessageClass[16] = {}; ///< GUID in memory layout.
-    std::uint16_t Number = 0;
-    std::uint32_t MessageFlags = 0;
-    std::uint64_t Sequence = 0;
-    std::uint64_t TimestampNs = 0; ///< Monotonic clock.
-    std::uint32_t ThreadId = 0;
-    std::vector<std::vector<std::uint8_t>> Arguments;
+    std::uint8_t MessageClass[16] = {};               ///< GUID in memory layout.
+    std::uint16_t Number = 0;                         ///< Number of the message within its class.
+    std::uint32_t MessageFlags = 0;                   ///< What the provider requested; anything else is 0 here.
+    std::uint64_t Sequence = 0;                       ///< Counts the messages of the session from 1.
+    std::uint64_t TimestampNs = 0;                    ///< Monotonic clock.
+    std::uint32_t ThreadId = 0;                       ///< The writing thread.
+    std::vector<std::vector<std::uint8_t>> Arguments; ///< The bytes of each argument, in order.
 };
 
 /// An error in a machine file; `what()` names the file, the position and the error.
 class PLATFORM_API MachineFileError : public std::runtime_error
 {
 public:
+    /// Takes the text.
     using std::runtime_error::runtime_error;
 };
 
@@ -118,16 +120,20 @@ public:
 class PLATFORM_API Machine
 {
 public:
+    /// Creates the empty machine. CurrentMachine returns it only once a ScopedMachine has installed it.
     Machine();
+    /// Releases the adapters and their control devices.
     ~Machine();
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
 
-    /// Fills the machine from a JSON text; the format is in Platform/README.md.
+    /// Fills the machine from a JSON text; docs/MACHINE-FILE.md describes the format.
+    /// @param json the text. Its contents are added to what the machine has.
     /// @param origin names the text in error messages.
-    /// @throws MachineFileError
+    /// @throws MachineFileError for an error in the text; the machine is unchanged then.
     void Load(std::string_view json, std::string_view origin);
-    /// Reads a file and loads it. @throws MachineFileError
+    /// Reads a file and loads it, with warnings on stderr for adapters that no host can list or open.
+    /// @throws MachineFileError like Load, and if the file cannot be read.
     void LoadFile(const std::string& path);
 
     /// Adds an adapter with its registry keys. Its control device is reachable if the adapter is present. Sends no
@@ -142,7 +148,7 @@ public:
     AdapterDescription Adapter(AdapterId id) const;
     /// Removes the node and its registry keys. Its control device is unreachable until another adapter names it.
     void RemoveAdapter(AdapterId id);
-    /// All adapters in the order in which they were added.
+    /// Returns all adapters in the order in which they were added.
     std::vector<AdapterId> Adapters() const;
 
     /// @name Events of a computer
@@ -189,6 +195,8 @@ public:
     /// @name Control devices
     /// Names come without the "\\.\" that callers open them with, and compare without regard to case.
     /// @{
+
+    /// Makes a device reachable under a name.
     /// @throws std::invalid_argument for a name that is empty or attached already, and for no device.
     void AttachDevice(const std::string& name, std::shared_ptr<ControlDevice> device);
     /// Makes the device vanish: opens find none, new requests on open handles fail with 1617
@@ -201,19 +209,21 @@ public:
 
     /// @name Registry below HKEY_LOCAL_MACHINE, by path; names compare without regard to case.
     /// @{
+
     /// Sets a value. Creates the key and its missing parents.
     void SetValue(std::string_view path, std::string_view name, const RegistryValue& value);
     /// Returns nothing if the key or the value does not exist.
     std::optional<RegistryValue> Value(std::string_view path, std::string_view name) const;
-    bool KeyExists(std::string_view path) const;
+    bool KeyExists(std::string_view path) const; ///< Returns whether there is such a key.
     /// Deletes a key with all keys below it. Open handles on them then fail with ERROR_KEY_DELETED (1018). Does nothing
     /// if there is no such key. @throws std::invalid_argument for the root.
     void DeleteTree(std::string_view path);
     /// @}
 
     /// @name Faults
-    /// Makes a platform call fail although nothing is wrong.
+    /// Make platform calls fail although nothing is wrong, count them, and run code in them.
     /// @{
+
     /// The `nth` call (1: the next one) of the function with this published name fails with `error`;
     /// with `count` above 1 the following ones too. An error number of 0 keeps the function's plain
     /// failure result and leaves the last error unchanged; where the result is itself the error number,
@@ -229,8 +239,8 @@ public:
     void OnCall(std::string_view function, std::function<void()> hook);
     /// @}
 
-    class Impl;
-    Impl& Internal() const { return *Self; }
+    class Impl;                              ///< The state.
+    Impl& Internal() const { return *Self; } ///< For the stand-in itself.
 
 private:
     std::unique_ptr<Impl> Self;
@@ -248,14 +258,15 @@ class PLATFORM_API ScopedMachine
 public:
     /// Installs a new, empty machine.
     ScopedMachine();
+    /// Installs this machine.
     explicit ScopedMachine(std::shared_ptr<Machine> machine);
     /// Installs the previous machine again.
     ~ScopedMachine();
     ScopedMachine(const ScopedMachine&) = delete;
     ScopedMachine& operator=(const ScopedMachine&) = delete;
 
-    Machine& operator*() const { return *Installed; }
-    Machine* operator->() const { return Installed.get(); }
+    Machine& operator*() const { return *Installed; }       ///< Returns the installed machine.
+    Machine* operator->() const { return Installed.get(); } ///< Returns the installed machine.
 
 private:
     std::shared_ptr<Machine> Installed;
@@ -270,7 +281,10 @@ PLATFORM_API OpenObjects CountOpenObjects();
 class PLATFORM_API TraceSession
 {
 public:
-    /// @param provider 16 bytes, GUID in memory layout.
+    /// Starts the session.
+    /// @param provider control GUID, 16 bytes in memory layout.
+    /// @param level the provider writes messages up to this level.
+    /// @param flags the components whose messages it writes.
     /// @param sink receives every message, on the writing thread, one at a time, with no lock held.
     TraceSession(const void* provider, std::uint8_t level, std::uint32_t flags,
                  std::function<void(const TraceRecord&)> sink);
@@ -284,7 +298,7 @@ public:
     /// Disables the provider and keeps the session.
     void Disable();
 
-    struct State;
+    struct State; ///< For the stand-in itself.
 
 private:
     std::shared_ptr<State> Self;

@@ -23,16 +23,17 @@ namespace Platform
 class PLATFORM_API ScriptedDevice : public ControlDevice
 {
 public:
-    using RequestPtr = std::shared_ptr<IoRequest>;
-    using Answer = std::function<void(const RequestPtr&)>;
+    using RequestPtr = std::shared_ptr<IoRequest>;         ///< A request; a copy keeps it in flight.
+    using Answer = std::function<void(const RequestPtr&)>; ///< Completes a request or keeps it.
 
     /// A request as it arrived.
     struct Seen
     {
-        std::uint32_t Code;
-        std::vector<std::uint8_t> Input;
-        std::size_t Room; ///< Capacity of the output buffer in bytes.
+        std::uint32_t Code;              ///< The control code.
+        std::vector<std::uint8_t> Input; ///< A copy of the caller's input.
+        std::size_t Room;                ///< Capacity of the output buffer in bytes.
 
+        /// Compares all fields.
         bool operator==(const Seen&) const = default;
     };
 
@@ -41,6 +42,7 @@ public:
     void On(std::uint32_t code, Answer answer);
     /// Returns an answer that completes requests at once.
     /// @param error platform error number, 0 for success.
+    /// @param output copied to the caller's buffer, cut to its size.
     static Answer EndWith(std::uint32_t error, std::vector<std::uint8_t> output = {});
     /// Returns an answer that holds requests for Held. The device must outlive its use.
     Answer Hold();
@@ -48,6 +50,9 @@ public:
     /// Removes and returns the oldest held request of a code. Blocks until there is one.
     RequestPtr Held(std::uint32_t code);
     /// Completes the oldest held request of a code, or of any code with 0.
+    /// @param code the control code, or 0.
+    /// @param error platform error number, 0 for success.
+    /// @param output copied to the caller's buffer, cut to its size.
     /// @return false if none is held.
     bool EndHeld(std::uint32_t code, std::uint32_t error, const std::vector<std::uint8_t>& output = {});
     /// Blocks until at least `count` requests are held.
@@ -69,9 +74,9 @@ public:
 
     /// @name Called by the stand-in, on the thread of the caller
     /// @{
-    void Start(const RequestPtr& request) override;
-    void Cancel(const RequestPtr& request) override;
-    void Cleanup(std::uint64_t openId) override;
+    void Start(const RequestPtr& request) override;  ///< Records the request and runs its answer.
+    void Cancel(const RequestPtr& request) override; ///< Completes the request with 995, or holds it.
+    void Cleanup(std::uint64_t openId) override;     ///< Completes held requests of HoldCancelledUntilClose.
     /// @}
 
 private:

@@ -43,7 +43,7 @@ VIRTUAL_DRIVER_API void Virtual_AccessRegistry(const char* name, std::uint32_t o
                                                const char* valueName, std::uint32_t* type, std::uint8_t* data,
                                                std::uint32_t* size);
 
-/// Carries out one control request: reads the input, fills the output.
+/// Carries out one control request: reads the input, fills the output. The time-out is the host's; nothing enforces it.
 VIRTUAL_DRIVER_API void Virtual_SendIOCTLReq(const char* name, std::uint32_t code, std::uint32_t requestId,
                                              const void* inBuffer, std::uint32_t inLength, void* outBuffer,
                                              std::uint32_t outLength, std::uint32_t timeoutMs);
@@ -52,5 +52,6 @@ VIRTUAL_DRIVER_API void Virtual_SendIOCTLReq(const char* name, std::uint32_t cod
 /// on its thread, each after a delay: "MILLISECONDS:STEP", separated by semicolons. STEP is "remove N" or
 /// "arrive N" (index of an adapter in the list, from 0), "suspend" or "resume". When the library starts,
 /// the steps of the environment variable ZV_VIRTUAL_SCRIPT are appended first.
-/// @return 0 on a syntax error; no step is then appended, and the error is printed to stderr.
+/// @param steps the text; with null the result is 0.
+/// @return 1, or 0 on a syntax error; no step is then appended, and the error is printed to stderr.
 VIRTUAL_DRIVER_API int VirtualDriver_Script(const char* steps);

@@ -109,9 +109,10 @@ public:
                                         std::uint32_t* type, std::uint8_t* data, std::uint32_t* size) = 0;
 
 protected:
+    /// Only the library implements this interface.
     CDeviceIntf() = default;
-    CDeviceIntf(const CDeviceIntf&) = default;
-    CDeviceIntf& operator=(const CDeviceIntf&) = default;
+    CDeviceIntf(const CDeviceIntf&) = default;            ///< For the implementation.
+    CDeviceIntf& operator=(const CDeviceIntf&) = default; ///< For the implementation.
     /// Not virtual: the shared pointer from the factory destroys the complete object.
     ~CDeviceIntf() = default;
 };

@@ -46,12 +46,15 @@ public:
     /// Registers a client for events. It receives the events delivered from now on.
     /// @param client copied; receives its ClientId, 1 for the manager's first.
     /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_INVALID_PARAMETER for a null pointer.
+    /// @throws std::bad_alloc when memory runs out; the client is not registered then.
+    /// @note Does not block.
     virtual unsigned int RegisterNotification(_ZV_WLAN_NOTIFY_HDLR* client) = 0;
 
     /// Removes a client. Does not wait for a callback that is running or about to run.
     /// @param client only ClientId and ClientType are read.
     /// @return ZV_SRVC_SUCCESS, or ZV_SRVC_ERR_INVALID_PARAMETER for a null pointer and when no such client
     ///         is registered.
+    /// @note Does not block.
     virtual unsigned int DeRegisterNotification(const _ZV_WLAN_NOTIFY_HDLR* client) = 0;
 
     /// Enables or disables a device's adapter.
@@ -60,12 +63,15 @@ public:
     /// @return ZV_SRVC_SUCCESS; ZV_SRVC_ERR_FAILURE when the devices cannot be listed;
     ///         ZV_SRVC_ERR_INVALID_PARAMETER when no present device is this adapter; otherwise the
     ///         error number of Windows.
+    /// @note Blocks for one enumeration of all devices and for the device installer of Windows, whose time
+    ///       the library does not bound.
     virtual unsigned int NicChangeState(std::shared_ptr<CDeviceIntf>& device, std::uint8_t enable) = 0;
 
 protected:
+    /// Only the library implements this interface.
     CDeviceManagerIntf() = default;
-    CDeviceManagerIntf(const CDeviceManagerIntf&) = default;
-    CDeviceManagerIntf& operator=(const CDeviceManagerIntf&) = default;
+    CDeviceManagerIntf(const CDeviceManagerIntf&) = default;            ///< For the implementation.
+    CDeviceManagerIntf& operator=(const CDeviceManagerIntf&) = default; ///< For the implementation.
     /// Not virtual: the shared pointer from the factory destroys the complete object.
     ~CDeviceManagerIntf() = default;
 };

@@ -30,6 +30,8 @@
 template <class Interface>
 unsigned int CreateZVModule(std::shared_ptr<Interface>& module, _ZV_SRVC_INTERFACE_TYPE type);
 
+/// The instance for devices, which the library exports.
 extern template ZV_API unsigned int CreateZVModule<CDeviceIntf>(std::shared_ptr<CDeviceIntf>&, _ZV_SRVC_INTERFACE_TYPE);
+/// The instance for managers, which the library exports.
 extern template ZV_API unsigned int CreateZVModule<CDeviceManagerIntf>(std::shared_ptr<CDeviceManagerIntf>&,
                                                                        _ZV_SRVC_INTERFACE_TYPE);

@@ -10,27 +10,30 @@
 /// {DF8CCA02-A0FE-49D1-95A6-EE3D58F48496}.
 struct ZVTraceGuid
 {
-    std::uint32_t Data1;
-    std::uint16_t Data2;
-    std::uint16_t Data3;
-    std::uint8_t Data4[8];
+    std::uint32_t Data1;   ///< The first eight hexadecimal digits.
+    std::uint16_t Data2;   ///< The next four.
+    std::uint16_t Data3;   ///< The next four.
+    std::uint8_t Data4[8]; ///< The last sixteen, two for each byte.
 
+    /// Compares all fields.
     friend constexpr bool operator==(const ZVTraceGuid&, const ZVTraceGuid&) = default;
 };
 
 static_assert(sizeof(ZVTraceGuid) == 16);
 
+/// The GUID that a controller enables.
 inline constexpr ZVTraceGuid ZV_TRACE_PROVIDER = {
     0xDF8CCA02, 0xA0FE, 0x49D1, {0x95, 0xA6, 0xEE, 0x3D, 0x58, 0xF4, 0x84, 0x96}};
 
 /// @name Component flags
 /// A controller enables the components whose bits it sets.
 /// @{
-inline constexpr std::uint32_t TRACE_FLAG_SERVICE = 0x01;
-inline constexpr std::uint32_t TRACE_FLAG_DEVICE = 0x02;
-inline constexpr std::uint32_t TRACE_FLAG_DEVICE_MANAGER = 0x04;
-inline constexpr std::uint32_t TRACE_FLAG_NOTIFICATION = 0x08;
-inline constexpr std::uint32_t TRACE_FLAG_OS_EVENT = 0x10;
+inline constexpr std::uint32_t TRACE_FLAG_SERVICE = 0x01;        ///< Service object, factory, registry access.
+inline constexpr std::uint32_t TRACE_FLAG_DEVICE = 0x02;         ///< Devices and their requests.
+inline constexpr std::uint32_t TRACE_FLAG_DEVICE_MANAGER = 0x04; ///< Listings, checks and merges of adapters.
+inline constexpr std::uint32_t TRACE_FLAG_NOTIFICATION = 0x08;   ///< Threads that deliver notifications.
+inline constexpr std::uint32_t TRACE_FLAG_OS_EVENT =
+    0x10; ///< Window messages, the registry, checks for uninstalled drivers.
 /// @}
 
 /// @name Levels
@@ -43,13 +46,13 @@ inline constexpr std::uint8_t ZV_TRACE_LEVEL_VERBOSE = 4; ///< Frequent points, 
 /// The source units. Each has its own message-class GUID and numbers its messages from 10.
 enum class ZVTraceUnit : std::uint8_t
 {
-    Notification,
-    Service,
-    Factory,
-    Device,
-    DeviceManager,
-    OSAPIWrapper,
-    TrackedThread,
+    Notification,  ///< Threads that deliver notifications.
+    Service,       ///< The service object.
+    Factory,       ///< CreateZVModule.
+    Device,        ///< Devices.
+    DeviceManager, ///< Device managers.
+    OSAPIWrapper,  ///< Calls of the operating system.
+    TrackedThread, ///< The window's thread.
 };
 
 /// Message-class GUIDs in the order of ZVTraceUnit.
@@ -66,10 +69,10 @@ inline constexpr ZVTraceGuid ZV_TRACE_CLASSES[] = {
 /// One trace point.
 struct ZVTraceMessage
 {
-    ZVTraceUnit Unit;
+    ZVTraceUnit Unit;     ///< Selects the message class.
     std::uint16_t Number; ///< Counts from 10 within the unit.
-    std::uint8_t Level;
-    std::uint32_t Flag;
+    std::uint8_t Level;   ///< A session receives the message if its own level is at least this.
+    std::uint32_t Flag;   ///< The component.
     /// Message text. `%s` is a text argument, `%u` and `%x` are 32-bit numbers in decimal and
     /// hexadecimal, in the order of the arguments.
     const char* Text;
@@ -178,8 +181,10 @@ consteval bool ZVTraceNumbersAreUnique()
 
 static_assert(ZVTraceNumbersAreUnique());
 
-/// Finds the row of a received trace message.
-/// @return null when the library has no such point.
+/// Finds the row of a received trace message. Never fails and does not block.
+/// @param messageClass one of ZV_TRACE_CLASSES.
+/// @param number the message's number within the class.
+/// @return a row with static lifetime; null when the library has no such point.
 constexpr const ZVTraceMessage* ZVFindTraceMessage(const ZVTraceGuid& messageClass, std::uint16_t number) noexcept
 {
     for (const ZVTraceMessage& row : ZV_TRACE_MESSAGES)
