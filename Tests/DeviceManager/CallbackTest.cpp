@@ -126,7 +126,7 @@ protected:
     AsyncRequest Request{1, 0x222004, 4};
 };
 
-/// Some cells of the table of operations by callback in docs/ARCHITECTURE.md. A call that waits for the
+/// Some cells of the table of operations by callback in docs/THREADS.md. A call that waits for the
 /// callback's own thread never returns; the test's time limit detects that.
 TEST_P(Callback, MayCallTheOperations)
 {
