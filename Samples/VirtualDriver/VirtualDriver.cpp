@@ -23,7 +23,7 @@ namespace
 /// The request that Open sends to every driver.
 constexpr std::uint32_t InformationBlockCode = 0x122428;
 
-/// The information block: the four words listed in docs/SIMULATION.md, and 84 zero bytes.
+/// The information block: the four words of docs/SIMULATED-DRIVER.md, and 84 zero bytes.
 struct InformationBlock
 {
     std::uint32_t Words[4] = {0x5A560001, 0x00010000, 0x00000003, 0x00000064};

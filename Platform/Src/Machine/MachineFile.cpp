@@ -27,7 +27,7 @@ using Field =
     std::variant<std::optional<std::string> AdapterDescription::*, std::optional<std::u16string> AdapterDescription::*,
                  bool AdapterDescription::*, std::uint32_t AdapterDescription::*, ValueTable AdapterDescription::*>;
 
-// The keys of an adapter. They are documented in Platform/README.md.
+// The keys of an adapter. They are documented in docs/MACHINE-FILE.md.
 constexpr std::array AdapterFields = std::to_array<std::pair<std::string_view, Field>>({
     {"netCfgInstanceId", &AdapterDescription::NetCfgInstanceId},
     {"deviceInstanceId", &AdapterDescription::DeviceInstanceId},
