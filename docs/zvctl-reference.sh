@@ -7,25 +7,60 @@ zvctl=$(realpath -- "$1")
 # The names in the list of commands of a help text.
 commands_of() { sed -nE '/^Subcommands:/,$ s/^ {2}([a-z][a-z-]*)( .*)?$/\1/p'; }
 
-# describe LEVEL [WORD...]; prints a heading with the help of a command, then the commands below it.
-describe() {
-  local level=$1 help name names
-  shift
-  help=$("$zvctl" "$@" --help)
-  printf '\n%s %s\n\n```text\n%s\n```\n' "$level" "zvctl${*:+ $*}" "$help"
-  names=$(commands_of <<<"$help")
-  for name in $names; do
-    describe "##" "$@" "$name"
-  done
-  [[ $# -gt 0 || -n $names ]] || {
-    echo "zvctl-reference: no commands in the help of $zvctl" >&2
-    return 1
-  }
+in_session() { "$zvctl" script - <<<"help $*"; }
+
+# section TITLE TEXT
+section() {
+  cat <<TEXT
+
+### $1
+
+\`\`\`text
+$2
+\`\`\`
+TEXT
 }
 
-cat <<'TEXT'
+# describe WORD...; prints the help of a command, then that of the commands below it.
+describe() {
+  local help name
+  help=$("$zvctl" "$@" --help)
+  section "$*" "${help%$'\n\n'"$footer"}"
+  for name in $(commands_of <<<"$help"); do
+    describe "$@" "$name"
+  done
+}
+
+overview=$("$zvctl" --help)
+# The last paragraph, which every help text repeats.
+footer=${overview##*$'\n\n'}
+names=$(commands_of <<<"$overview")
+session_names=$(in_session | commands_of)
+if [[ -z $names || -z $session_names ]]; then
+  echo "zvctl-reference: no commands in the help of $zvctl" >&2
+  exit 1
+fi
+
+cat <<TEXT
 # zvctl reference
 
-The help texts of `zvctl`, as the program prints them. [ZVCTL.md](ZVCTL.md) explains the commands by example.
+The help texts of \`zvctl\`, as the program prints them. [ZVCTL.md](docs/ZVCTL.md) explains the commands by example.
+
+\`\`\`text
+$overview
+\`\`\`
+
+## Commands
 TEXT
-describe "##"
+for name in $names; do
+  describe "$name"
+done
+cat <<'TEXT'
+
+## Commands of sessions
+
+These lines work in `shell` and `script`, like the commands above.
+TEXT
+for name in $session_names; do
+  grep -qxF -- "$name" <<<"$names" || section "$name" "$(in_session "$name")"
+done
