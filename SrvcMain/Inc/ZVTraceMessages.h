@@ -32,8 +32,7 @@ inline constexpr std::uint32_t TRACE_FLAG_SERVICE = 0x01;        ///< Service ob
 inline constexpr std::uint32_t TRACE_FLAG_DEVICE = 0x02;         ///< Devices and their requests.
 inline constexpr std::uint32_t TRACE_FLAG_DEVICE_MANAGER = 0x04; ///< Listings, checks and merges of adapters.
 inline constexpr std::uint32_t TRACE_FLAG_NOTIFICATION = 0x08;   ///< Threads that deliver notifications.
-inline constexpr std::uint32_t TRACE_FLAG_OS_EVENT =
-    0x10; ///< Window messages, the registry, checks for uninstalled drivers.
+inline constexpr std::uint32_t TRACE_FLAG_OS_EVENT = 0x10;       ///< Window messages, registry, uninstall checks.
 /// @}
 
 /// @name Levels
