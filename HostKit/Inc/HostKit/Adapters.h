@@ -78,6 +78,7 @@ private:
 
 /// Lists adapters for a host that works with statuses and with the library's own filter. Calls GetZVDeviceList again
 /// with a larger buffer when the list has grown between two calls.
+/// @param manager the manager to ask.
 /// @param services see AdapterFilter. @param instanceIds see `_ZV_SRVC_DEVICE_FILTER`.
 /// @param adapters receives the adapters in the library's order; empty unless the result is ZV_SRVC_SUCCESS.
 /// @return the status of GetZVDeviceList, including ZV_SRVC_ERR_NO_DEVICE when no adapter passes the filter;
@@ -113,6 +114,8 @@ inline unsigned int QueryAdapters(CDeviceManagerIntf& manager, std::string_view 
 
 /// Lists adapters. A computer without a matching adapter is no error: the adapter may arrive later, so the result is
 /// then an empty list.
+/// @param manager the manager to ask.
+/// @param filter which adapters to list.
 /// @param error receives the error of QueryAdapters other than ZV_SRVC_ERR_NO_DEVICE; cleared otherwise.
 /// @return the adapters, owned by the caller; empty after an error.
 /// @throws std::bad_alloc
@@ -146,6 +149,7 @@ inline bool IsUsable(const Adapter& adapter)
 }
 
 /// Opens an adapter.
+/// @param manager the manager that has listed the adapter.
 /// @param adapter only NetCfgInstanceId is read.
 /// @param error receives the error of CDeviceManagerIntf::OpenDevice, or is cleared. With ZV_SRVC_ERR_CONTROL_DEVICE
 ///        the driver did not answer, but the device is bound: it can be used, for example for registry values.

@@ -58,6 +58,7 @@ public:
     /// The operations of the library that HostKit does not wrap. Close the device through Close below: after
     /// CDeviceIntf::Close, futures of requests that never ran become ready only when the device is released.
     CDeviceIntf* operator->() const noexcept { return Shared->Library.get(); }
+    /// The same.
     CDeviceIntf& operator*() const noexcept { return *Shared->Library; }
 
     /// Returns a pointer for operations that take one, such as CDeviceManagerIntf::NicChangeState. It counts as a copy
@@ -96,6 +97,7 @@ public:
     }
 
     /// Queries an information item of the driver.
+    /// @param id number of the item.
     /// @param size bytes to query; the driver answers exactly this many.
     /// @return the item, or the error of CDeviceIntf::SetQueryInfo, such as ZV_SRVC_ERR_DRIVER_REQUEST.
     /// @throws std::bad_alloc

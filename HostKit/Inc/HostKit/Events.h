@@ -44,12 +44,13 @@ enum class ClientList : std::uint32_t
 class EventQueue
 {
 public:
-    using Event = std::uint32_t; ///< A code of ZVEvents.h, such as ZV_EVT_DEVICE_ARRIVED.
-    using Milliseconds = std::chrono::milliseconds;
+    using Event = std::uint32_t;                    ///< A code of ZVEvents.h, such as ZV_EVT_DEVICE_ARRIVED.
+    using Milliseconds = std::chrono::milliseconds; ///< The unit of time-outs.
 
     /// Registers the client. It receives the events delivered from now on. The library notices messages of the
     /// operating system once its window exists, which the first ListAdapters of the process waits for.
     /// @param manager must not be null; the queue keeps a reference.
+    /// @param list the client list, whose thread delivers the events.
     /// @throws std::bad_alloc; std::system_error if the library refuses the client.
     explicit EventQueue(std::shared_ptr<CDeviceManagerIntf> manager, ClientList list = ClientList::First)
         : Manager(std::move(manager)), Number(Detail::EventBuffers::Instance().Add(Buffer))

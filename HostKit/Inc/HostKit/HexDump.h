@@ -15,6 +15,7 @@ namespace HostKit
 {
 
 /// Returns each byte as two lower-case hexadecimal digits.
+/// @param data the bytes.
 /// @param separator stands between two bytes, such as " " or ":".
 inline std::string HexText(std::span<const std::uint8_t> data, std::string_view separator = "")
 {

@@ -16,6 +16,7 @@
 namespace HostKit
 {
 
+/// Memory of a request or an item.
 using Bytes = std::vector<std::uint8_t>;
 
 /// A control request that the host and the adapter's driver define. HostKit chooses its RequestId.

@@ -52,6 +52,7 @@ inline std::error_code MakeStateChangeError(unsigned int result) noexcept
 }
 
 /// Throws unless the operation succeeded.
+/// @param error what the operation returned.
 /// @param operation what was attempted; begins the text of the exception.
 /// @throws std::system_error with the error and a text such as
 ///         "open adapter: ZV_SRVC_ERR_CONTROL_DEVICE: the driver does not answer".

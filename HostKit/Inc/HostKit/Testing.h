@@ -45,20 +45,27 @@ struct AdapterSetup
 class TestAdapter
 {
 public:
-    using Milliseconds = std::chrono::milliseconds;
+    using Milliseconds = std::chrono::milliseconds; ///< The unit of times.
 
     /// @name Events of the adapter; see Platform::Machine
     /// @{
+
+    /// Inserts the adapter. If its driver was uninstalled, installs it again.
     void Plug() const { Computer->Plug(Id); }
     /// Removes the adapter without a query, like a pulled plug. Its driver cancels the requests in flight.
     void Unplug() const { Computer->Unplug(Id); }
+    /// Gives the node a problem.
     /// @param problem number of the problem, 0 for none. An adapter with a problem is unusable. After the end of a
     ///        problem, which includes Enable, the library clears the flag ZV_DEV_ABSENT. It clears ZV_DEV_HAS_PROBLEM
     ///        at the next arrival of any adapter, such as the message `machine->Broadcast(0x219, 0x8000)`.
     void SetProblem(std::uint32_t problem) const { Computer->SetProblem(Id, problem); }
+    /// Clears problem 22.
     void Enable() const { Computer->Enable(Id); }
+    /// Sets problem 22, like a disable in the Device Manager.
     void Disable() const { Computer->Disable(Id); }
+    /// Stops the adapter, replaces its driver version and starts it again.
     void UpdateDriver(std::string_view version) const { Computer->UpdateDriver(Id, version); }
+    /// Removes the adapter and its driver key.
     void Uninstall() const { Computer->Uninstall(Id); }
     /// @}
 
@@ -119,7 +126,7 @@ private:
 class TestMachine
 {
 public:
-    using Milliseconds = std::chrono::milliseconds;
+    using Milliseconds = std::chrono::milliseconds; ///< The unit of times.
 
     /// Adds the adapters and registry values of a machine file's text. @throws std::runtime_error with the position
     /// of a mistake; the machine stays unchanged then.
@@ -161,8 +168,9 @@ public:
         throw std::out_of_range("the machine has no adapter " + std::string(identity));
     }
 
-    /// Sends the messages of a suspend, or of a resume. Windows announces a resume twice, so hosts receive two events.
+    /// Sends the message of a suspend.
     void Suspend() { Computer->Suspend(); }
+    /// Sends the messages of a resume. Windows announces it twice, so hosts receive two events.
     void Resume() { Computer->Resume(); }
 
     /// Makes calls of a platform function fail although nothing is wrong.
@@ -176,6 +184,7 @@ public:
 
     /// Blocks until the library and the host have nothing to do, for at most `timeout`. Platform::WaitUntilQuiet in
     /// Quiet.h documents what that means and what it cannot detect.
+    /// @param timeout bound of the wait.
     /// @param pause time without a platform call. Pass 100 ms after a removal to wait for the library's check whether
     ///        the driver was uninstalled, which takes up to 2.5 seconds.
     /// @return false if they were still busy, for example because a driver hangs.
