@@ -82,6 +82,8 @@ guides)
     count=$((count + 1))
   done
   ((count > 0)) || fail "no guide has a project"
+  cmake -DGUIDE="$source/docs/MACHINE-FILE.md" -DFOLDER="$folder/machine" -P "$source/cmake/ExtractExamples.cmake"
+  "$folder/prefix/bin/zvctl" --machine "$folder/machine/machine.json" info WL600U
   ;;
 *) fail "no such case: $how" ;;
 esac
