@@ -219,4 +219,9 @@ void Machine::SetCallerRights(bool administrator)
     Self->Administrator = administrator;
 }
 
+bool Machine::HasCallerRights() const
+{
+    return Self->Administrator;
+}
+
 } // namespace Platform
