@@ -18,8 +18,8 @@ Adapters of the registry. The first has a control device of the kernel-mode test
   bus                 USB
   state flags         0x0 (ready)
   $ zvctl info 1
-  ! zvctl: info: OpenDevice: ZV_SRVC_ERR_CONTROL_DEVICE (15)
-  [1]
+  ! zvctl: info: OpenDevice: ZV_SRVC_ERR_CONTROL_DEVICE (15): "Adapter 0078" has no control device; install its driver
+  [5]
 
 The driver stores an item, and the registry a value, for later processes.
 
@@ -37,8 +37,8 @@ The driver answers each of these requests in its own way: a response in chunks, 
   $ zvctl ioctl 0 0x99000000 --async --out 300 --raw | wc -c
   300
   $ zvctl ioctl 0 0x99000004 --async --out 300
-  ! zvctl: ioctl: SendIOCTLReq: the callback reports status 1; the request could not be sent
-  [1]
+  ! zvctl: ioctl: SendIOCTLReq: ZV_SRVC_ERR_FAILURE (1): the driver refused the request, or did not accept it within 1000 ms
+  [6]
   $ zvctl ioctl 0 0x99000008 --out 2 --raw
   ok (no-eol)
 

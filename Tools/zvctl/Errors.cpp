@@ -1,14 +1,68 @@
 #include "Errors.h"
 
+#include "Json.h"
+#include "Terminal.h"
+
 #include <ZVStatus.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <fmt/core.h>
 #include <system_error>
 
+namespace
+{
+
+/// Returns the code of a status without regard to the operation. Callers that know more pass the code themselves.
+ExitCode CodeOf(unsigned int status)
+{
+    switch (status)
+    {
+    case ZV_SRVC_ERR_NO_DEVICE:
+        return ExitCode::NotFound;
+    case ZV_SRVC_ERR_DEVICE_NOT_OPEN:
+        return ExitCode::NotReady;
+    case ZV_SRVC_ERR_DRIVER_REQUEST:
+    case ZV_SRVC_ERR_CONTROL_DEVICE:
+        return ExitCode::Refused;
+    default:
+        return ExitCode::OperationFailed;
+    }
+}
+
+std::string StatusText(std::string_view operation, unsigned int status)
+{
+    return fmt::format("{}: {} ({})", operation, ZVStatusName(status), status);
+}
+
+} // namespace
+
+Failure Failure::WithMessage(const std::string& message) const
+{
+    Failure copy(message, ExitWith, FailedOperation);
+    copy.Number = Number;
+    return copy;
+}
+
+Failure Failure::After(std::string_view text) const
+{
+    return WithMessage(fmt::format("{}{}", text, what()));
+}
+
+Failure Failure::Before(std::string_view text) const
+{
+    return WithMessage(fmt::format("{}{}", what(), text));
+}
+
 OperationFailed::OperationFailed(std::string_view operation, unsigned int status)
-    : std::runtime_error(fmt::format("{}: {} ({})", operation, ZVStatusName(status), status)), Number(status)
+    : Failure(fmt::format("{}; run 'zvctl explain {}'", StatusText(operation, status), status), CodeOf(status),
+              operation, status)
+{
+}
+
+OperationFailed::OperationFailed(std::string_view operation, unsigned int status, ExitCode code, std::string_view cause)
+    : Failure(fmt::format("{}: {}", StatusText(operation, status), cause), code, operation, status)
 {
 }
 
@@ -16,6 +70,44 @@ void Require(std::string_view operation, unsigned int status)
 {
     if (status != ZV_SRVC_SUCCESS)
         throw OperationFailed(operation, status);
+}
+
+Failure CurrentFailure()
+try
+{
+    throw;
+}
+catch (const Failure& failure)
+{
+    return failure;
+}
+catch (const std::exception& failure)
+{
+    return Failure(failure.what());
+}
+
+void ReportFailure(const Failure& failure, std::string_view command, bool json)
+{
+    if (*failure.what() == '\0')
+        return;
+    if (!json)
+    {
+        fmt::print(stderr, "{} {}{}{}\n", Painted(stderr, Colour::Red, "zvctl:"), command, command.empty() ? "" : ": ",
+                   failure.what());
+        return;
+    }
+    const auto status = failure.Status();
+    // The operation is that of the library, or the command, or the program.
+    const std::string_view ownOperation = command.empty() ? "zvctl" : command;
+    const Json error = Json::Object{
+        {"command", command},
+        {"operation", failure.Operation().empty() ? ownOperation : failure.Operation()},
+        {"status", status ? Json(*status) : Json()},
+        {"name", status ? Json(ZVStatusName(*status)) : Json()},
+        {"exitCode", static_cast<unsigned int>(failure.Code())},
+        {"message", failure.what()},
+    };
+    fmt::print("{}\n", Json(Json::Object{{"error", error}}).Line());
 }
 
 /// A write to a full disk or a closed pipe is often reported here only.

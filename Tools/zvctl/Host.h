@@ -4,6 +4,7 @@
 #pragma once
 
 #include "AdapterChoice.h"
+#include "AdapterFacts.h"
 #include "Command.h"
 
 #include <functional>
@@ -33,5 +34,19 @@ std::vector<Command> AddSessionCommands(Syntax app);
 
 /// Returns the machine's adapters, whether or not the library lists them.
 std::vector<AdapterName> KnownAdapters();
+
+/// Returns what the operating system knows of its network adapters, in its order.
+std::vector<AdapterFacts> Facts();
+
+/// What surrounds the adapters.
+struct Surroundings
+{
+    std::string Source = {}; ///< Where the adapters come from.
+    bool IsAdministrator = false;
+    bool HasEventWindow = false; ///< Of the library, in this process.
+};
+
+/// Called after the library was started.
+Surroundings Inspect();
 
 } // namespace Host

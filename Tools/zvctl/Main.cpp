@@ -1,6 +1,9 @@
 #include "Command.h"
+#include "Completion.h"
 #include "Errors.h"
 #include "Host.h"
+#include "Options.h"
+#include "Terminal.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -10,79 +13,129 @@
 namespace
 {
 
+using Words = std::vector<std::string>;
+
 const Command& ChosenCommand(const std::vector<Command>& commands)
 {
     for (const Command& command : commands)
         if (command.Words.IsChosen())
             return command;
-    // The host's default command, tour or list; see AddToolCommands.
+    // The host's default command, tour or list; see AddProgramCommands.
     return commands.front();
 }
 
-std::vector<Command> AddCommands(Syntax app)
+/// Prints the failure that is being handled. Call in a handler only.
+/// @param command what the message names; empty if the failure names it.
+/// @return its exit code.
+ExitCode Report(const std::string& command, bool json)
 {
-    std::vector<Command> commands = AddToolCommands(app);
-    commands.push_back(AddScriptCommand(app));
-    commands.push_back(AddShellCommand(app));
-    return commands;
+    const Failure failure = CurrentFailure();
+    ReportFailure(failure, command, json);
+    return failure.Code();
 }
 
-/// Returns the exit code of an action and prints its failure.
-/// @param operation what the message names; empty if the failure names it.
-ExitCode Try(const std::string& operation, const std::function<void()>& action)
+/// Names the place of a command that only sessions have.
+std::string ExplainSessionCommand(const std::string& word)
 {
-    const auto fail = [&](ExitCode code, const std::exception& failure) {
-        fmt::print(stderr, "zvctl: {}{}{}\n", operation, operation.empty() ? "" : ": ", failure.what());
-        return code;
-    };
-    try
+    bool ended = false;
+    CommandLine session;
+    AddSessionCommands(session.Root(), ended);
+    return session.Root().Find(word) ? fmt::format("\"{}\" works in 'zvctl shell' and 'zvctl script' only", word) : "";
+}
+
+/// The syntax of the command line.
+class Program
+{
+public:
+    Program()
     {
-        action();
+        Line.SetExplainer(ExplainSessionCommand);
+        Line.Root()
+            .AddChoice("--color", ColourName, {"auto", "always", "never"},
+                       "Colours: auto (the default; on a terminal, unless NO_COLOR is set), always or never")
+            .ValueName("WHEN");
+    }
+
+    ExitCode Run(const Words& words)
+    {
+        const bool json = AsksForJson(words);
+        std::string name; // of what a failure concerns
+        try
+        {
+            if (!Parse(words))
+                return ExitCode::Success;
+            SetUp();
+            const Command& command = ChosenCommand(Commands);
+            name = command.Words.Name();
+            command.Run();
+            FlushOutput();
+            return ExitCode::Success;
+        }
+        catch (const UsageError&)
+        {
+            // Not for an error in the machine file, which no command causes.
+            return Report(IsParsed ? name : Line.ChosenName(), json);
+        }
+        catch (const std::exception&)
+        {
+            return Report(name, json);
+        }
+    }
+
+    /// Prints what the last word can become, for the completion of a shell. Errors print nothing: a shell would show
+    /// them in the middle of the line.
+    ExitCode Complete(Words words)
+    {
+        const std::string last = words.empty() ? "" : words.back();
+        if (!words.empty())
+            words.pop_back();
+        try
+        {
+            // The options of the words select the machine whose adapters are completed. They are complete, although
+            // the command may still lack arguments.
+            CommandLine options({.Name = "zvctl", .Version = "", .Description = "", .Footer = ""});
+            const auto setUp = Host::AddOptions(options.Root());
+            options.ParseKnown(words);
+            setUp();
+            for (const std::string& text : CompleteWord(Line.Root(), words, last))
+                fmt::print("{}\n", text);
+        }
+        catch (const std::exception&)
+        {
+            return ExitCode::OperationFailed;
+        }
         return ExitCode::Success;
     }
-    // Before std::exception, its base class.
-    catch (const UsageError& mistake)
-    {
-        return fail(ExitCode::Usage, mistake);
-    }
-    catch (const std::exception& failure)
-    {
-        return fail(ExitCode::OperationFailed, failure);
-    }
-}
 
-/// Adds what the user can do.
-bool ParseArguments(CommandLine& line, int count, char** arguments)
-try
-{
-    return line.Parse({arguments + 1, arguments + count});
-}
-catch (const UsageError& mistake)
-{
-    const std::string name = line.ChosenName();
-    throw UsageError(fmt::format("{}; run 'zvctl {}{}--help'", mistake.what(), name, name.empty() ? "" : " "));
-}
+private:
+    bool Parse(const Words& words)
+    {
+        const bool isCommand = Line.Parse(words);
+        IsParsed = true;
+        SetColourMode(ColourName == "always"  ? ColourMode::Always
+                      : ColourName == "never" ? ColourMode::Never
+                                              : ColourMode::Auto);
+        return isCommand;
+    }
 
-ExitCode Run(int count, char** arguments)
-{
-    CommandLine line(
-        {.Name = "zvctl", .Version = ZVCTL_VERSION, .Description = Host::Description, .Footer = Host::Footer});
+    bool IsParsed = false;
+    CommandLine Line{{.Name = "zvctl",
+                      .Version = ZVCTL_VERSION,
+                      .Description = Host::Description,
+                      .Footer = fmt::format("{}\n{}", Host::Footer, ExitCodeHelp)}};
+    std::string ColourName = "auto";
     // Runs after parsing, because the options determine which machine the commands use.
-    const std::function<void()> setUp = Host::AddOptions(line.Root());
-    const std::vector<Command> commands = AddCommands(line.Root());
-    bool isCommand = false;
-    const ExitCode prepared = Try("", [&] {
-        isCommand = ParseArguments(line, count, arguments);
-        if (isCommand)
-            setUp();
-    });
-    if (prepared != ExitCode::Success || !isCommand)
-        return prepared;
-    const Command& command = ChosenCommand(commands);
-    return Try(command.Words.Name(), [&command] {
-        command.Run();
-        FlushOutput();
-    });
+    const std::function<void()> SetUp = Host::AddOptions(Line.Root());
+    const std::vector<Command> Commands = AddProgramCommands(Line.Root());
+};
+
+ExitCode Run(const Words& words)
+{
+    Program program;
+    // Not an option of the syntax, because any words may follow it.
+    if (!words.empty() && words.front() == "--complete-args")
+        return program.Complete({words.begin() + 1, words.end()});
+    return program.Run(words);
 }
 
 } // namespace
@@ -90,7 +143,7 @@ ExitCode Run(int count, char** arguments)
 int main(int argc, char** argv)
 {
     Host::PrepareStreams();
-    const ExitCode code = Run(argc, argv);
+    const ExitCode code = Run({argv + 1, argv + argc});
     std::fflush(nullptr);
     // A normal exit of the library would wait up to 2.5 seconds for each removed adapter, to check whether
     // its driver is uninstalled. Nothing would receive that event here.

@@ -27,14 +27,14 @@ A filter selects by bus or by service, a pattern by device instance ID.
   0  Zorvane WL630U Nano USB Adapter #2    USB   zvlwlanu  1.9.12.40  {C7E45D19-08B2-4A6F-8F31-D29A6B7E5C03}  ready
   1  Zorvane WL900E Wi-Fi 6E PCIe Adapter  PCIe  zvwlane   2.1.0.58   {9B1D6F2C-57A8-4E0D-B3C4-0A6F8E215D74}  problem
   $ zvctl list --filter zv_usb
-  ! zvctl: list: GetZVDeviceList: ZV_SRVC_ERR_NO_DEVICE (13)
-  [1]
+  ! zvctl: list: GetZVDeviceList: ZV_SRVC_ERR_NO_DEVICE (13): no adapter matches filter "zv_usb"; filters are ZV_ALL, ZV_USB, ZV_SDIO, ZV_PCIE and service names in lower case; 'zvctl doctor' shows all adapters
+  [3]
   $ zvctl list --filter ''
-  ! zvctl: list: GetZVDeviceList: ZV_SRVC_ERR_INVALID_PARAMETER (12)
-  [1]
+  ! zvctl: list: --filter: expected 1 to 49 characters; run 'zvctl list --help'
+  [2]
   $ zvctl list --instance NOWHERE
-  ! zvctl: list: GetZVDeviceList: ZV_SRVC_ERR_NO_DEVICE (13)
-  [1]
+  ! zvctl: list: GetZVDeviceList: ZV_SRVC_ERR_NO_DEVICE (13): no adapter of filter "ZV_ALL" has a device instance ID that contains "NOWHERE"; 'zvctl doctor' shows all adapters
+  [3]
 
 JSON has every field of the record.
 
@@ -75,7 +75,7 @@ The part must be unambiguous.
   ! zvctl: ability: several adapters match "Wi-Fi"; choose one of:
   !   0  {3F0C2A84-6E1B-4D57-9A2E-71B5C80D4F16}  Zorvane WL600U Wi-Fi 6 USB Adapter
   !   3  {9B1D6F2C-57A8-4E0D-B3C4-0A6F8E215D74}  Zorvane WL900E Wi-Fi 6E PCIe Adapter
-  [1]
+  [3]
 
 Digits are an index, never a part.
 
@@ -85,7 +85,7 @@ Digits are an index, never a part.
   !   1  {C7E45D19-08B2-4A6F-8F31-D29A6B7E5C03}  Zorvane WL630U Nano USB Adapter #2
   !   2  {61D80B3E-F4C9-4E72-A15D-3B8C07E9A6F2}  Zorvane WL610S SDIO Module
   !   3  {9B1D6F2C-57A8-4E0D-B3C4-0A6F8E215D74}  Zorvane WL900E Wi-Fi 6E PCIe Adapter
-  [1]
+  [3]
 
 A complete name takes precedence over a part of another.
 
@@ -101,7 +101,7 @@ A complete name takes precedence over a part of another.
   ! zvctl: ability: several adapters match "Twi"; choose one of:
   !   0  {1}  Twin #2
   !   1  {2}  Twin
-  [1]
+  [3]
 
 An adapter without the value has no ability; one with a problem cannot be opened.
 
@@ -116,8 +116,8 @@ An adapter without the value has no ability; one with a problem cannot be opened
   bus                 SDIO
   state flags         0x0 (ready)
   $ zvctl ability 2
-  ! zvctl: ability: GetAbility: ZV_SRVC_ERR_ABILITY_QUERY (5)
-  [1]
+  ! zvctl: ability: GetAbility: ZV_SRVC_ERR_ABILITY_QUERY (5): no value "ZVSrvcLibSupport" in the driver key; the driver reports no ability
+  [3]
   $ zvctl info 3
-  ! zvctl: info: OpenDevice: ZV_SRVC_ERR_DEVICE_NOT_OPEN (14)
-  [1]
+  ! zvctl: info: OpenDevice: ZV_SRVC_ERR_DEVICE_NOT_OPEN (14): "Zorvane WL900E Wi-Fi 6E PCIe Adapter" is disabled, problem 22; run 'zvctl explain problem 22'
+  [5]

@@ -5,29 +5,59 @@ Help and version.
   Usage: zvctl [OPTIONS] [SUBCOMMAND]
     list                        List the adapters that pass a filter
     shell                       Run an interactive session; 'help' lists its commands
-  Exit codes: 0 success; 1 the operation failed; 2 wrong usage or a bad machine file.
+  Exit codes: 0 success; 1 failure; 2 wrong usage or a bad machine file; 3 not found; 4 time-out;
   $ zvctl reg read --help | grep Usage
   Usage: zvctl reg read [OPTIONS] ADAPTER [SUBKEY] NAME
 
 A mistake on the command line ends with exit code 2.
 
+  $ zvctl lst
+  ! zvctl: no command "lst"; did you mean "list"? run 'zvctl --help'
+  [2]
   $ zvctl walk
-  ! zvctl: not expected: walk; run 'zvctl --help'
+  ! zvctl: no command "walk"; run 'zvctl --help'
+  [2]
+  $ zvctl plug 0
+  ! zvctl: "plug" works in 'zvctl shell' and 'zvctl script' only
+  [2]
+  $ zvctl reg raed 0
+  ! zvctl: reg: no command "raed"; did you mean "read"? run 'zvctl reg --help'
+  [2]
+  $ zvctl list --filtre
+  ! zvctl: list: no option "--filtre"; did you mean "--filter"? run 'zvctl list --help'
+  [2]
+  $ zvctl list 0
+  ! zvctl: list: unexpected argument "0"; run 'zvctl list --help'
+  [2]
+  $ zvctl list --filter
+  ! zvctl: list: --filter requires a value; run 'zvctl list --help'
+  [2]
+  $ zvctl list --filter A --filter B
+  ! zvctl: list: --filter is given more than once; run 'zvctl list --help'
+  [2]
+  $ zvctl reg read 0
+  ! zvctl: reg read: NAME is required; run 'zvctl reg read --help'
   [2]
   $ zvctl list --unknown
-  ! zvctl: list: not expected: --unknown; run 'zvctl list --help'
+  ! zvctl: list: no option "--unknown"; run 'zvctl list --help'
   [2]
   $ zvctl list --filter 12345678901234567890123456789012345678901234567890
-  ! zvctl: list: --filter: at most 49 characters; run 'zvctl list --help'
+  ! zvctl: list: --filter: expected 1 to 49 characters; run 'zvctl list --help'
+  [2]
+  $ zvctl --trace 0 list
+  ! zvctl: list: --trace: "0" selects no message; expected 1 to 4; run 'zvctl list --help'
+  [2]
+  $ zvctl --trace 4:32 list
+  ! zvctl: list: --trace: "32" is not a number up to 31; run 'zvctl list --help'
   [2]
   $ zvctl --trace loud
-  ! zvctl: --trace: "loud" is not a number up to 255; run 'zvctl --help'
+  ! zvctl: --trace: "loud" is not a number up to 4; run 'zvctl --help'
   [2]
   $ zvctl --trace 4:0x1G list
-  ! zvctl: list: --trace: "0x1G" is not a number up to 4294967295; run 'zvctl list --help'
+  ! zvctl: list: --trace: "0x1G" is not a number up to 31; run 'zvctl list --help'
   [2]
   $ zvctl --trace 256 list
-  ! zvctl: list: --trace: "256" is not a number up to 255; run 'zvctl list --help'
+  ! zvctl: list: --trace: "256" is not a number up to 4; run 'zvctl list --help'
   [2]
   $ zvctl get 0 0x10
   ! zvctl: get: LENGTH is required; run 'zvctl get --help'
@@ -39,7 +69,7 @@ A mistake on the command line ends with exit code 2.
   ! zvctl: get: LENGTH: "0x4000001" is not a number up to 67108864; run 'zvctl get --help'
   [2]
   $ zvctl get 0 0x10 6 --raw --json
-  ! zvctl: get: --raw excludes --json; run 'zvctl get --help'
+  {"error":{"command":"get","operation":"get","status":null,"name":null,"exitCode":2,"message":"--raw excludes --json; run 'zvctl get --help'"}}
   [2]
   $ zvctl set 0 0x10 010
   ! zvctl: set: DATA: "010" is not pairs of hexadecimal digits; run 'zvctl set --help'
@@ -66,10 +96,21 @@ A mistake on the command line ends with exit code 2.
   ! zvctl: reg write: --type: "qword" is none of sz, dword, binary; run 'zvctl reg write --help'
   [2]
   $ zvctl reg read 0 A B C
-  ! zvctl: reg read: PATH: At Most 2 required but received 3; run 'zvctl reg read --help'
+  ! zvctl: reg read: unexpected argument "C"; run 'zvctl reg read --help'
   [2]
   $ zvctl reg
-  ! zvctl: reg: a subcommand is required; run 'zvctl reg --help'
+  ! zvctl: reg: one of read, write, delete is required; run 'zvctl reg --help'
+  [2]
+
+The command help prints what --help prints, and describes the commands of a session.
+
+  $ diff <(zvctl help) <(zvctl --help)
+  $ diff <(zvctl help reg read) <(zvctl reg read --help)
+  $ zvctl help plug | grep -E 'Usage|works'
+  Usage: plug [OPTIONS] ADAPTER
+  This command works in 'zvctl shell' and 'zvctl script' only.
+  $ zvctl help lists
+  ! zvctl: help: no command "lists"; did you mean "list"? run 'help' for a list
   [2]
 
 A full disk is a failure.

@@ -36,9 +36,11 @@ The trace goes to stderr. It shows how the library starts, and each adapter of a
   making a device manager
   service object is up
 
-A level and component flags limit it.
+A level and component flags limit it. A line begins with the time, as that of an event.
 
   $ zvctl --trace 3 list 2>&1 >/dev/null | grep -Eo 'service object is up|accepted' | sort -u
   accepted
+  $ zvctl list --trace 4:1 2>&1 >/dev/null | sed -E 's/^! [0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]{8}\.[0-9]{3}Z /TIME /' | head -n 1
+  TIME 4 service        service object is up, simulated driver loaded: 0
   $ zvctl list --trace 4:0x1 2>&1 >/dev/null | grep -Eo 'service object is up|accepted' | sort -u
   service object is up

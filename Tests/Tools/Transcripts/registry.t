@@ -35,17 +35,17 @@ Writing and deleting.
     "value": "78"
   }
   300 (0x12c)
-  ! zvctl: script: stdin:6: reg read: AccessRegistry: ZV_SRVC_ERR_FAILURE (1)
-  [1]
+  ! zvctl: script: stdin:6: reg read: AccessRegistry: ZV_SRVC_ERR_FAILURE (1): no value "DriverVersion" in the driver key
+  [3]
 
 A missing value and an adapter that cannot be opened.
 
   $ zvctl reg read 0 Nothing
-  ! zvctl: reg read: AccessRegistry: ZV_SRVC_ERR_FAILURE (1)
-  [1]
+  ! zvctl: reg read: AccessRegistry: ZV_SRVC_ERR_FAILURE (1): no value "Nothing" in the driver key
+  [3]
   $ zvctl reg delete 0 Nothing
-  ! zvctl: reg delete: AccessRegistry: ZV_SRVC_ERR_FAILURE (1)
-  [1]
+  ! zvctl: reg delete: AccessRegistry: ZV_SRVC_ERR_FAILURE (1): no value "Nothing" in the driver key
+  [3]
   $ zvctl reg write 3 N --data x
-  ! zvctl: reg write: OpenDevice: ZV_SRVC_ERR_DEVICE_NOT_OPEN (14)
-  [1]
+  ! zvctl: reg write: OpenDevice: ZV_SRVC_ERR_DEVICE_NOT_OPEN (14): "Zorvane WL900E Wi-Fi 6E PCIe Adapter" is disabled, problem 22; run 'zvctl explain problem 22'
+  [5]

@@ -52,18 +52,18 @@ response.
   > }
   $ machine '{"slowMs": 100}' >slow.json
   $ zvctl --machine slow.json get 0 1 4
-  ! zvctl: get: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2)
-  [1]
+  ! zvctl: get: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2): the driver did not answer within 50 ms
+  [4]
   $ zvctl --machine slow.json ioctl 0 1 --timeout 5
-  ! zvctl: ioctl: SendIOCTLReq: ZV_SRVC_ERR_FAILURE (1)
-  [1]
+  ! zvctl: ioctl: SendIOCTLReq: ZV_SRVC_ERR_FAILURE (1): the driver did not answer within 5 ms
+  [4]
   $ zvctl --machine slow.json ioctl 0 1 --timeout 5 --async
-  ! zvctl: ioctl: SendIOCTLReq: the callback reports status 1; the request could not be sent
-  [1]
+  ! zvctl: ioctl: SendIOCTLReq: ZV_SRVC_ERR_FAILURE (1): the driver refused the request, or did not accept it within 5 ms
+  [6]
   $ machine '{"silent": true}' >silent.json
   $ zvctl --machine silent.json ioctl 0 1 --async --timeout 0 --patience 20
   ! zvctl: ioctl: SendIOCTLReq: no callback within 20 ms; a simulated driver never calls back
-  [1]
+  [4]
 
 The driver sees 16 bits of the length, which count 40 bytes of the record around an item.
 

@@ -88,7 +88,7 @@ Adapters.
     ]
   }
   $ zvctl ability 0
-  ! zvctl: ability: GetAbility: ZV_SRVC_ERR_ABILITY_QUERY (5)
+  ! zvctl: ability: GetAbility: ZV_SRVC_ERR_ABILITY_QUERY (5): the value "ZVSrvcLibSupport" is neither a text nor a 32-bit number
   [1]
 
 Requests.
@@ -154,7 +154,7 @@ A session reads back what it wrote.
   service             zvwlanu
   bus                 USB
   state flags         0x0 (ready)
-  ! zvctl: script: stdin:2: ability: GetAbility: ZV_SRVC_ERR_ABILITY_QUERY (5)
+  ! zvctl: script: stdin:2: ability: GetAbility: ZV_SRVC_ERR_ABILITY_QUERY (5): the value "ZVSrvcLibSupport" is neither a text nor a 32-bit number
   [1]
   $ printf 'nonsense\nget 99 0 1\nlist\nhelp list\nexit\n' | zvctl shell
   #  NAME                          BUS   SERVICE  VERSION  IDENTITY                                FLAGS
@@ -168,7 +168,7 @@ A session reads back what it wrote.
     -h,--help                   Print this help message and exit
     --filter TEXT=ZV_ALL        ZV_ALL, ZV_USB, ZV_SDIO, ZV_PCIE, or driver service names in lower case
     --instance TEXT             Only adapters whose device instance ID contains one of these texts, separated by ';'
-    --json                      Print a JSON array with every field of each record
+    --json                      Print a JSON array with every field of each record; errors too
   
   ! zvctl: no command "nonsense"; run 'help'
   ! zvctl: get: no adapter matches "99"; choose one of:
@@ -183,18 +183,18 @@ Failures.
   !   0  {5A560001-0000-4000-8000-000000000001}  Zorvane Virtual USB Adapter
   !   1  {5A560001-0000-4000-8000-000000000002}  Zorvane Virtual SDIO Adapter
   !   2  {5A560001-0000-4000-8000-000000000003}  Zorvane Virtual PCIe Adapter
-  [1]
+  [3]
   $ zvctl info nobody
   ! zvctl: info: no adapter matches "nobody"; choose one of:
   !   0  {5A560001-0000-4000-8000-000000000001}  Zorvane Virtual USB Adapter
   !   1  {5A560001-0000-4000-8000-000000000002}  Zorvane Virtual SDIO Adapter
   !   2  {5A560001-0000-4000-8000-000000000003}  Zorvane Virtual PCIe Adapter
-  [1]
+  [3]
   $ zvctl ioctl 0 0x222004 --async --out 4 --timeout 1 --patience 1
   ! zvctl: ioctl: SendIOCTLReq: no callback within 2 ms; a simulated driver never calls back
-  [1]
+  [4]
   $ zvctl nonsense
-  ! zvctl: not expected: nonsense; run 'zvctl --help'
+  ! zvctl: no command "nonsense"; run 'zvctl --help'
   [2]
   $ zvctl get 0 0x10
   ! zvctl: get: LENGTH is required; run 'zvctl get --help'
@@ -209,7 +209,7 @@ Failures.
   ! zvctl: set: DATA: missing.bin: cannot be read: No such file or directory; run 'zvctl set --help'
   [2]
   $ zvctl list --filter "$(printf 'x%.0s' {1..50})"
-  ! zvctl: list: --filter: at most 49 characters; run 'zvctl list --help'
+  ! zvctl: list: --filter: expected 1 to 49 characters; run 'zvctl list --help'
   [2]
   $ zvctl watch --for soon
   ! zvctl: watch: --for: "soon" is not a number up to 4294967295; run 'zvctl watch --help'

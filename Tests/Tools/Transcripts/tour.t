@@ -53,12 +53,12 @@ Failed steps are reported, and the tour continues.
   $ zvctl --machine mute.json
   list        1 adapter
   choose      {1} <Unknown Device>
-  open        FAILED: OpenDevice: ZV_SRVC_ERR_CONTROL_DEVICE (15)
-  get         FAILED: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2)
-  set         FAILED: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2)
-  get         FAILED: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2)
-  ioctl       FAILED: SendIOCTLReq: ZV_SRVC_ERR_FAILURE (1)
-  ioctl async FAILED: SendIOCTLReq: the callback reports status 1; the request could not be sent
+  open        FAILED: OpenDevice: ZV_SRVC_ERR_CONTROL_DEVICE (15): "<Unknown Device>" has no control device; install its driver
+  get         FAILED: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2): the driver refused the request, or its control device cannot be opened
+  set         FAILED: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2): the driver refused the request, or its control device cannot be opened
+  get         FAILED: SetQueryInfo: ZV_SRVC_ERR_DRIVER_REQUEST (2): the driver refused the request, or its control device cannot be opened
+  ioctl       FAILED: SendIOCTLReq: ZV_SRVC_ERR_FAILURE (1): the driver refused the request, or its control device cannot be opened
+  ioctl async FAILED: SendIOCTLReq: ZV_SRVC_ERR_FAILURE (1): the driver refused the request, or did not accept it within 1000 ms
   reg write   ZvctlTour = "was here" (sz)
   reg read    ZvctlTour = "was here" (sz)
   reg delete  ZvctlTour
@@ -74,8 +74,8 @@ Failed steps are reported, and the tour continues.
   ! zvctl: tour: 6 of the steps failed
   [1]
   $ zvctl --machine mute.json info 0
-  ! zvctl: info: OpenDevice: ZV_SRVC_ERR_CONTROL_DEVICE (15)
-  [1]
+  ! zvctl: info: OpenDevice: ZV_SRVC_ERR_CONTROL_DEVICE (15): "<Unknown Device>" has no control device; install its driver
+  [5]
   $ zvctl --machine mute.json reg read 0 NetCfgInstanceId
   {1}
   $ echo "$one, \"problem\": 22}]}" >problem.json

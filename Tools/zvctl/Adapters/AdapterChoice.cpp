@@ -1,13 +1,14 @@
 #include "AdapterChoice.h"
 
 #include "AdapterView.h"
-#include "Errors.h"
+#include "Diagnosis.h"
+#include "KeptDevices.h"
 #include "Library.h"
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <fmt/core.h>
-#include <stdexcept>
 
 namespace
 {
@@ -67,7 +68,7 @@ std::size_t ChooseName(const Names& adapters, std::string_view text)
     for (std::size_t index = 0; index < adapters.size(); ++index)
         if (candidates.empty() || std::ranges::find(candidates, index) != candidates.end())
             message += ChoiceLine(adapters, index);
-    throw std::runtime_error(message);
+    throw Failure(message, ExitCode::NotFound);
 }
 
 const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters, std::string_view text)
@@ -78,12 +79,27 @@ const _ZV_SRVC_DEVICE_INFO& ChooseAdapter(const std::vector<_ZV_SRVC_DEVICE_INFO
     return adapters[ChooseName(names, text)];
 }
 
-OpenAdapter::OpenAdapter(std::string_view text, DriverNeed need) : Record(ChooseAdapter(ListAdapters(), text))
+std::vector<_ZV_SRVC_DEVICE_INFO> ListSomeAdapters()
 {
+    std::vector<_ZV_SRVC_DEVICE_INFO> adapters = ListAllOrNone();
+    if (adapters.empty())
+        throw OperationFailed("GetZVDeviceList", ZV_SRVC_ERR_NO_DEVICE, ExitCode::NotFound,
+                              "no adapter is listed; run 'zvctl doctor'");
+    return adapters;
+}
+
+OpenAdapter::OpenAdapter(std::string_view text, DriverNeed need, const std::string& remedy)
+    : Record(ChooseAdapter(ListSomeAdapters(), text)),
+      Device(KeptDevices::FindUsable(Record, need == DriverNeed::Answers))
+{
+    if (Device != nullptr)
+        return;
     // The library returns a device with this status: the adapter works, but its control device does not answer.
     // Registry access and enabling or disabling do not use the driver.
+    const auto start = std::chrono::steady_clock::now();
     const unsigned int status = SessionManager()->OpenDevice(&Record, ZV_SRVC_DEVICE_UWP, Device);
-    if (status != ZV_SRVC_ERR_CONTROL_DEVICE || need == DriverNeed::Answers)
-        Require("OpenDevice", status);
-    KeepDevice(FieldText(Record.NetCfgInstanceId), Device);
+    const bool answered = status == ZV_SRVC_SUCCESS;
+    if (!answered && (status != ZV_SRVC_ERR_CONTROL_DEVICE || need == DriverNeed::Answers))
+        throw OpenFailure(Record, status, std::chrono::steady_clock::now() - start, remedy);
+    KeptDevices::Keep(FieldText(Record.NetCfgInstanceId), Device, answered);
 }

@@ -18,7 +18,7 @@ struct AdapterName
 
 /// Returns the index of the adapter that `text` selects: digits are its index; any other text is its complete
 /// identity or name, or otherwise a part of either, case-insensitive.
-/// @throws std::runtime_error that lists the candidates unless exactly one matches.
+/// @throws Failure that lists the candidates unless exactly one matches.
 std::size_t ChooseName(const std::vector<AdapterName>& adapters, std::string_view text);
 
 /// Returns the record of the adapter that `text` selects, as ChooseName.
@@ -31,11 +31,15 @@ enum class DriverNeed
     Optional, ///< The command sends no request to the driver.
 };
 
-/// Opens an adapter. The session keeps the device.
+/// Returns the listed adapters. @throws OperationFailed with a remedy if there is none.
+std::vector<_ZV_SRVC_DEVICE_INFO> ListSomeAdapters();
+
+/// Opens an adapter. A session keeps the device for its later lines; see KeptDevices.h.
 struct OpenAdapter
 {
-    /// @throws std::runtime_error as ChooseAdapter; OperationFailed
-    explicit OpenAdapter(std::string_view text, DriverNeed need = DriverNeed::Answers);
+    /// @param remedy replaces the usual one of a failure to open the adapter.
+    /// @throws Failure
+    explicit OpenAdapter(std::string_view text, DriverNeed need = DriverNeed::Answers, const std::string& remedy = "");
 
     _ZV_SRVC_DEVICE_INFO Record; ///< From the list.
     std::shared_ptr<CDeviceIntf> Device;

@@ -1,15 +1,18 @@
 #include "AdapterView.h"
 
 #include "DataText.h"
+#include "Terminal.h"
 
 #include <array>
 #include <fmt/core.h>
+#include <numeric>
 
 namespace
 {
 
 /// The columns of the list, in the order of the heading in AdapterTable.
 using Row = std::array<std::string, 7>;
+using Widths = std::array<std::size_t, 7>;
 
 struct NamedFlag
 {
@@ -44,13 +47,49 @@ Row RowOf(std::size_t index, const _ZV_SRVC_DEVICE_INFO& adapter)
     };
 }
 
+/// Cuts a text to a number of characters, the last of which then is an ellipsis.
+std::string Cut(std::string text, std::size_t most)
+{
+    if (Width(text) <= most)
+        return text;
+    // A continuation byte belongs to the character before it, which is removed with it.
+    while (Width(text) >= most)
+        text.pop_back();
+    return text + "\u2026";
+}
+
+/// Takes the missing columns from the longest ones, which still show what distinguishes the adapters.
+void Shrink(Widths& widths, std::size_t most)
+{
+    constexpr std::size_t gap = 2;
+    constexpr std::size_t least = 8;
+    while (std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1)) > most)
+    {
+        const auto longest = std::ranges::max_element(widths);
+        if (*longest <= least)
+            return;
+        --*longest;
+    }
+}
+
+Colour FlagColour(std::uint32_t stateFlags)
+{
+    if ((stateFlags & ZV_DEV_UNAVAILABLE_MASK) != 0)
+        return Colour::Red;
+    return stateFlags == 0 ? Colour::Green : Colour::Yellow;
+}
+
 /// Pads all columns but the last, so that no line ends in blanks.
-std::string Line(const Row& row, const std::array<std::size_t, 7>& widths)
+std::string Line(const Row& row, const Widths& widths, std::optional<Colour> lastColour)
 {
     std::string line;
     for (std::size_t column = 0; column + 1 < row.size(); ++column)
-        line += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
-    return line + row.back() + '\n';
+    {
+        const std::string text = Cut(row[column], widths[column]);
+        line += text + std::string(widths[column] - Width(text) + 2, ' ');
+    }
+    const std::string last = Cut(row.back(), widths.back());
+    return line + (lastColour ? Painted(stdout, *lastColour, last) : last);
 }
 
 } // namespace
@@ -131,19 +170,21 @@ std::string AdapterDetails(const _ZV_SRVC_DEVICE_INFO& adapter)
     return details;
 }
 
-std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters)
+std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters, std::optional<std::size_t> width)
 {
     std::vector<Row> rows = {{"#", "NAME", "BUS", "SERVICE", "VERSION", "IDENTITY", "FLAGS"}};
     for (const _ZV_SRVC_DEVICE_INFO& adapter : adapters)
         rows.push_back(RowOf(rows.size() - 1, adapter));
 
-    std::array<std::size_t, 7> widths = {};
+    Widths widths = {};
     for (const Row& row : rows)
         for (std::size_t column = 0; column < row.size(); ++column)
             widths[column] = std::max(widths[column], Width(row[column]));
+    if (width)
+        Shrink(widths, *width);
 
-    std::string table;
-    for (const Row& row : rows)
-        table += Line(row, widths);
+    std::string table = Painted(stdout, Colour::Bold, Line(rows.front(), widths, std::nullopt)) + '\n';
+    for (std::size_t index = 0; index < adapters.size(); ++index)
+        table += Line(rows[index + 1], widths, FlagColour(adapters[index].StateFlags)) + '\n';
     return table;
 }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,4 +40,5 @@ Json AdapterJson(const _ZV_SRVC_DEVICE_INFO& adapter);
 std::string AdapterDetails(const _ZV_SRVC_DEVICE_INFO& adapter);
 
 /// Returns a table with a heading and one line for each adapter.
-std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters);
+/// @param width the columns of the terminal. The longest columns are cut to fit; without a width none is.
+std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters, std::optional<std::size_t> width);

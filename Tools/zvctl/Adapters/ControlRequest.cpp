@@ -1,6 +1,6 @@
 #include "ControlRequest.h"
 
-#include "Errors.h"
+#include "Diagnosis.h"
 #include "Lock.h"
 #include "NeverDestroyed.h"
 
@@ -8,7 +8,6 @@
 #include <fmt/core.h>
 #include <list>
 #include <optional>
-#include <stdexcept>
 
 namespace
 {
@@ -31,7 +30,15 @@ public:
     PendingRequest(const PendingRequest&) = delete;
     PendingRequest& operator=(const PendingRequest&) = delete;
 
-    void Send(CDeviceIntf& device) { Require("SendIOCTLReq", device.SendIOCTLReq(&Record)); }
+    /// A synchronous request blocks until the driver's answer or the time-out.
+    void Send(CDeviceIntf& device)
+    {
+        const auto start = Clock::now();
+        const unsigned int status = device.SendIOCTLReq(&Record);
+        if (status != ZV_SRVC_SUCCESS)
+            throw RequestFailure("SendIOCTLReq", status, Clock::now() - start,
+                                 std::chrono::milliseconds(Record.Timeout));
+    }
 
     /// After this returns, the object must exist until Await has returned a status.
     void SendWithCallback(CDeviceIntf& device)
@@ -47,7 +54,7 @@ public:
     /// Returns the callback's status, or nothing if it does not arrive in time.
     std::optional<std::uint32_t> Await(std::chrono::milliseconds bound)
     {
-        const auto deadline = std::chrono::steady_clock::now() + bound;
+        const auto deadline = Clock::now() + bound;
         const ScopedLock guard(Lock);
         // Status is checked again after a time-out, because the callback may have arrived at that moment.
         while (!Status && Completed.wait_until(Lock, deadline) == std::cv_status::no_timeout)
@@ -58,6 +65,8 @@ public:
     Bytes TakeOutput() { return std::move(Output); }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     /// Notifies while holding the lock: after its release, the main thread may destroy the object.
     void Complete(std::uint32_t status)
     {
@@ -88,6 +97,17 @@ void WarnOfLostLength(std::size_t size, std::size_t head)
 
 /// Size of the record that precedes an item.
 constexpr std::size_t ItemHead = 40;
+
+/// Time-out that the library uses for items.
+constexpr std::chrono::milliseconds ItemBound{50};
+
+void AccessItem(CDeviceIntf& device, std::uint8_t isSet, std::uint32_t id, Bytes& data, std::uint32_t size)
+{
+    const auto start = std::chrono::steady_clock::now();
+    const unsigned int status = device.SetQueryInfo(isSet, id, data.data(), size);
+    if (status != ZV_SRVC_SUCCESS)
+        throw RequestFailure("SetQueryInfo", status, std::chrono::steady_clock::now() - start, ItemBound);
+}
 
 /// A request that has not completed, and its device: destroying the device would wait for the request.
 struct AbandonedRequest
@@ -125,19 +145,22 @@ Bytes SendAndAwaitCallback(const std::shared_ptr<CDeviceIntf>& device, const Con
     {
         // The library may complete the request at any later time, so its memory must not be freed here.
         KeepUntilExit({std::move(pending), device});
-        throw std::runtime_error(
-            fmt::format("SendIOCTLReq: no callback within {} ms; a simulated driver never calls back", bound.count()));
+        throw Failure(
+            fmt::format("SendIOCTLReq: no callback within {} ms; a simulated driver never calls back", bound.count()),
+            ExitCode::TimedOut, "SendIOCTLReq");
     }
     if (*status != 0)
-        throw std::runtime_error(
-            fmt::format("SendIOCTLReq: the callback reports status {}; the request could not be sent", *status));
+        // Its time does not tell which, because the callback comes after the collection of the response.
+        throw OperationFailed(
+            "SendIOCTLReq", *status, ExitCode::Refused,
+            fmt::format("the driver refused the request, or did not accept it within {} ms", request.TimeoutMs));
     return pending->TakeOutput();
 }
 
 Bytes QueryItem(CDeviceIntf& device, std::uint32_t id, std::uint32_t size)
 {
     Bytes data(std::max(size, 1U)); // the library rejects a null buffer
-    Require("SetQueryInfo", device.SetQueryInfo(0, id, data.data(), size));
+    AccessItem(device, 0, id, data, size);
     // Removes the byte that was added for a size of 0.
     data.resize(size);
     return data;
@@ -149,5 +172,5 @@ void SetItem(CDeviceIntf& device, std::uint32_t id, Bytes data)
     const auto size = static_cast<std::uint32_t>(data.size());
     // The size that is passed stays 0; only the pointer must not be null.
     data.resize(std::max(size, 1U));
-    Require("SetQueryInfo", device.SetQueryInfo(1, id, data.data(), size));
+    AccessItem(device, 1, id, data, size);
 }

@@ -27,9 +27,8 @@ Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request);
 /// Sends an asynchronous request and waits for its callback, for its time-out plus `patience`.
 /// @param patience the library collects a response until 3 seconds have passed without a chunk.
 /// @return the whole output buffer at the time of the callback.
-/// @throws OperationFailed when the request is refused; std::runtime_error when the callback reports a
-///         failure or does not come. The library then keeps the request's memory and the device until
-///         the process ends.
+/// @throws Failure when the request is refused, or when the callback reports a failure or does not come. In the last
+///         case the library keeps the request's memory and the device until the process ends.
 Bytes SendAndAwaitCallback(const std::shared_ptr<CDeviceIntf>& device, const ControlRequest& request,
                            std::chrono::milliseconds patience);
 

@@ -6,10 +6,8 @@
 
 #include <algorithm>
 #include <fmt/core.h>
-#include <map>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 namespace
 {
@@ -22,13 +20,6 @@ std::shared_ptr<CDeviceManagerIntf> MakeManager()
     std::shared_ptr<CDeviceManagerIntf> manager;
     Require("CreateZVModule", CreateZVModule(manager, ZV_SRVC_DEVICE_MANAGER_UWP));
     return manager;
-}
-
-/// Constructed after the library's service, so that the devices are destroyed before it.
-std::map<std::string, std::shared_ptr<CDeviceIntf>, std::less<>>& Devices()
-{
-    static std::map<std::string, std::shared_ptr<CDeviceIntf>, std::less<>> devices;
-    return devices;
 }
 
 /// Returns the bytes of a `_ZV_SRVC_DEVICE_FILTER` with its complete pattern text.
@@ -87,23 +78,15 @@ catch (const OperationFailed& failure)
     return {};
 }
 
-void KeepDevice(std::string_view identity, std::shared_ptr<CDeviceIntf> device)
-{
-    // An earlier device of the adapter may be bound to a driver that has been removed since.
-    Devices().insert_or_assign(std::string(identity), std::move(device));
-}
-
-std::shared_ptr<CDeviceIntf> KeptDevice(std::string_view identity)
-{
-    const auto kept = Devices().find(identity);
-    return kept == Devices().end() ? nullptr : kept->second;
-}
-
 void SetAdapterEnabled(std::shared_ptr<CDeviceIntf>& device, bool enable)
 {
     const unsigned int status = SessionManager()->NicChangeState(device, enable ? 1 : 0);
     // The operation has only three statuses of the library; any other number is an error of Windows.
     if (status > ZV_SRVC_ERR_FAILURE && status != ZV_SRVC_ERR_INVALID_PARAMETER)
-        throw std::runtime_error(fmt::format("NicChangeState: system error {0} (0x{0:x})", status));
+        throw Failure(fmt::format("NicChangeState: Windows refuses with error {0} (0x{0:x})", status),
+                      ExitCode::OperationFailed, "NicChangeState");
+    if (status == ZV_SRVC_ERR_INVALID_PARAMETER)
+        throw OperationFailed("NicChangeState", status, ExitCode::OperationFailed,
+                              "the adapter is absent, or the caller lacks administrator rights; run 'zvctl doctor'");
     Require("NicChangeState", status);
 }

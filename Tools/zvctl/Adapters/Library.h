@@ -1,5 +1,5 @@
 /// @file
-/// The library as plain function calls: one manager for the session, its adapters and the devices it opened.
+/// The library as plain function calls: one manager for the session, and its adapters.
 /// All functions are called by the main thread only.
 #pragma once
 
@@ -24,13 +24,6 @@ std::vector<_ZV_SRVC_DEVICE_INFO> ListAdapters(std::string_view filter = "ZV_ALL
 /// Lists all adapters. Returns an empty list if there is none. @throws OperationFailed
 std::vector<_ZV_SRVC_DEVICE_INFO> ListAllOrNone();
 
-/// Keeps the device that was opened last for an adapter. It can still enable the adapter after it was disabled,
-/// when the library does not open it any more.
-void KeepDevice(std::string_view identity, std::shared_ptr<CDeviceIntf> device);
-
-/// Returns the device that is kept for an adapter, or null.
-std::shared_ptr<CDeviceIntf> KeptDevice(std::string_view identity);
-
 /// Enables or disables the adapter of a device.
-/// @throws OperationFailed; std::runtime_error with the error number of Windows.
+/// @throws Failure
 void SetAdapterEnabled(std::shared_ptr<CDeviceIntf>& device, bool enable);

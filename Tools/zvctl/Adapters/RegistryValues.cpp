@@ -61,6 +61,17 @@ std::optional<std::uint32_t> AsNumber(const RegistryValue& value)
     return number;
 }
 
+/// Distinguishes a missing value from one that cannot be accessed; the library has one status for both.
+OperationFailed AccessFailure(CDeviceIntf& device, const ValuePlace& place, unsigned int status, std::string_view what)
+{
+    if (status != ZV_SRVC_ERR_FAILURE)
+        return {"AccessRegistry", status};
+    if (HasValue(device, place))
+        return {"AccessRegistry", status, ExitCode::OperationFailed, fmt::format("the value {}", what)};
+    const std::string key = place.SubKey.empty() ? "the driver key" : fmt::format("key \"{}\"", place.SubKey);
+    return {"AccessRegistry", status, ExitCode::NotFound, fmt::format("no value \"{}\" in {}", place.Name, key)};
+}
+
 } // namespace
 
 RegistryValue ParseValue(const std::string& type, const std::string& text)
@@ -98,13 +109,23 @@ Json ValueJson(const RegistryValue& value)
     return object(HexText(value.Data, ""));
 }
 
+bool HasValue(CDeviceIntf& device, const ValuePlace& place)
+{
+    std::uint32_t type = 0;
+    std::uint32_t size = 0;
+    // Without a buffer the library reads the type and the size only.
+    return device.AccessRegistry(ZV_REG_OP_READ, place.SubKey, place.Name, &type, nullptr, &size) == ZV_SRVC_SUCCESS;
+}
+
 RegistryValue ReadValue(CDeviceIntf& device, const ValuePlace& place)
 {
     RegistryValue value;
     std::uint32_t size = 0;
     const auto read = [&](std::uint8_t* data) {
-        Require("AccessRegistry",
-                device.AccessRegistry(ZV_REG_OP_READ, place.SubKey, place.Name, &value.Type, data, &size));
+        const unsigned int status =
+            device.AccessRegistry(ZV_REG_OP_READ, place.SubKey, place.Name, &value.Type, data, &size);
+        if (status != ZV_SRVC_SUCCESS)
+            throw AccessFailure(device, place, status, "cannot be read");
     };
     read(nullptr); // type and size only
     value.Data.resize(size);
@@ -118,12 +139,18 @@ RegistryValue ReadValue(CDeviceIntf& device, const ValuePlace& place)
 void WriteValue(CDeviceIntf& device, const ValuePlace& place, RegistryValue value)
 {
     auto size = static_cast<std::uint32_t>(value.Data.size());
-    Require("AccessRegistry",
-            device.AccessRegistry(ZV_REG_OP_WRITE, place.SubKey, place.Name, &value.Type, value.Data.data(), &size));
+    const unsigned int status =
+        device.AccessRegistry(ZV_REG_OP_WRITE, place.SubKey, place.Name, &value.Type, value.Data.data(), &size);
+    if (status == ZV_SRVC_ERR_FAILURE)
+        throw OperationFailed("AccessRegistry", status, ExitCode::OperationFailed,
+                              "the value cannot be written; run as administrator");
+    Require("AccessRegistry", status);
 }
 
 void DeleteValue(CDeviceIntf& device, const ValuePlace& place)
 {
-    Require("AccessRegistry",
-            device.AccessRegistry(ZV_REG_OP_DELETE_VALUE, place.SubKey, place.Name, nullptr, nullptr, nullptr));
+    const unsigned int status =
+        device.AccessRegistry(ZV_REG_OP_DELETE_VALUE, place.SubKey, place.Name, nullptr, nullptr, nullptr);
+    if (status != ZV_SRVC_SUCCESS)
+        throw AccessFailure(device, place, status, "cannot be deleted; run as administrator");
 }

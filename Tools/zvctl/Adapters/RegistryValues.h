@@ -38,7 +38,10 @@ struct ValuePlace
     std::string Name;
 };
 
-/// All three throw OperationFailed.
+/// Returns whether a value can be read.
+bool HasValue(CDeviceIntf& device, const ValuePlace& place);
+
+/// All three throw OperationFailed with its cause.
 RegistryValue ReadValue(CDeviceIntf& device, const ValuePlace& place);
 void WriteValue(CDeviceIntf& device, const ValuePlace& place, RegistryValue value);
 void DeleteValue(CDeviceIntf& device, const ValuePlace& place);

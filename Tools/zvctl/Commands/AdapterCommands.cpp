@@ -3,11 +3,13 @@
 #include "AdapterView.h"
 #include "Command.h"
 #include "Errors.h"
+#include "KeptDevices.h"
 #include "Library.h"
 #include "Options.h"
+#include "RegistryValues.h"
+#include "Terminal.h"
 
 #include <fmt/core.h>
-#include <stdexcept>
 
 namespace
 {
@@ -19,11 +21,35 @@ struct ListOptions
     bool Json = false;
 };
 
+/// Explains a list without adapters by the options.
+OperationFailed NothingListed(const ListOptions& options)
+{
+    const std::string cause =
+        options.Patterns.empty()
+            ? fmt::format("no adapter matches filter \"{}\"; filters are ZV_ALL, ZV_USB, ZV_SDIO, ZV_PCIE and service "
+                          "names in lower case",
+                          options.Filter)
+            : fmt::format("no adapter of filter \"{}\" has a device instance ID that contains \"{}\"", options.Filter,
+                          options.Patterns);
+    return {"GetZVDeviceList", ZV_SRVC_ERR_NO_DEVICE, ExitCode::NotFound,
+            cause + "; 'zvctl doctor' shows all adapters"};
+}
+
 void List(const ListOptions& options)
 {
-    const std::vector<_ZV_SRVC_DEVICE_INFO> adapters = ListAdapters(options.Filter, options.Patterns);
+    std::vector<_ZV_SRVC_DEVICE_INFO> adapters;
+    try
+    {
+        adapters = ListAdapters(options.Filter, options.Patterns);
+    }
+    catch (const OperationFailed& failure)
+    {
+        if (failure.Status() != ZV_SRVC_ERR_NO_DEVICE)
+            throw;
+        throw NothingListed(options);
+    }
     if (!options.Json)
-        return fmt::print("{}", AdapterTable(adapters));
+        return fmt::print("{}", AdapterTable(adapters, TerminalWidth()));
     Json::Array array;
     for (const _ZV_SRVC_DEVICE_INFO& adapter : adapters)
         array.push_back(AdapterJson(adapter));
@@ -37,12 +63,12 @@ Command AddList(Syntax app)
     const auto options = std::make_shared<ListOptions>();
     Syntax list = app.AddCommand("list", "List the adapters that pass a filter");
     list.AddText("--filter", options->Filter, "ZV_ALL, ZV_USB, ZV_SDIO, ZV_PCIE, or driver service names in lower case")
-        .MaxLength(ZV_FILTER_TEXT_SIZE - 1)
+        .Length(1, ZV_FILTER_TEXT_SIZE - 1)
         .ValueName("TEXT");
     list.AddText("--instance", options->Patterns,
                  "Only adapters whose device instance ID contains one of these texts, separated by ';'")
         .ValueName("TEXT");
-    list.AddFlag("--json", options->Json, "Print a JSON array with every field of each record");
+    AddJson(list, options->Json, "Print a JSON array with every field of each record");
     return {list, [options] { List(*options); }};
 }
 
@@ -66,42 +92,55 @@ Command AddInfo(Syntax app)
     const auto options = std::make_shared<InfoOptions>();
     Syntax info = app.AddCommand("info", "Open an adapter and show its record");
     AddAdapter(info, options->Adapter);
-    info.AddFlag("--json", options->Json, "Print a JSON object with every field");
+    AddJson(info, options->Json, "Print a JSON object with every field");
     return {info, [options] { Info(*options); }};
 }
 
-void Ability(const std::string& text)
+/// Explains a failure of GetAbility: the library has one status for a missing and for an unusable value.
+OperationFailed NoAbility(CDeviceIntf& device, unsigned int status)
+{
+    const ValuePlace place = {"", "ZVSrvcLibSupport"};
+    if (status != ZV_SRVC_ERR_ABILITY_QUERY)
+        return {"GetAbility", status};
+    if (!HasValue(device, place))
+        return {"GetAbility", status, ExitCode::NotFound,
+                fmt::format("no value \"{}\" in the driver key; the driver reports no ability", place.Name)};
+    return {"GetAbility", status, ExitCode::OperationFailed,
+            fmt::format("the value \"{}\" is neither a text nor a 32-bit number", place.Name)};
+}
+
+void Ability(const InfoOptions& options)
 {
     // The ability is a registry value, so the driver need not answer.
-    const OpenAdapter adapter(text, DriverNeed::Optional);
+    const OpenAdapter adapter(options.Adapter, DriverNeed::Optional);
     std::uint32_t ability = 0;
-    Require("GetAbility", adapter.Device->GetAbility(&ability));
-    fmt::print("{}\n", ability);
+    if (const unsigned int status = adapter.Device->GetAbility(&ability); status != ZV_SRVC_SUCCESS)
+        throw NoAbility(*adapter.Device, status);
+    if (!options.Json)
+        return fmt::print("{}\n", ability);
+    const Json object = Json::Object{{"adapter", FieldText(adapter.Record.NetCfgInstanceId)}, {"ability", ability}};
+    fmt::print("{}", object.Text());
 }
 
 Command AddAbility(Syntax app)
 {
-    const auto adapter = std::make_shared<std::string>();
+    const auto options = std::make_shared<InfoOptions>();
     const Syntax ability = app.AddCommand("ability", "Print the ability number of an adapter's driver");
-    AddAdapter(ability, *adapter);
-    return {ability, [adapter] { Ability(*adapter); }};
+    AddAdapter(ability, options->Adapter);
+    AddJson(ability, options->Json);
+    return {ability, [options] { Ability(*options); }};
 }
 
 /// Prefers a kept device, because the library does not open a disabled adapter.
 std::shared_ptr<CDeviceIntf> DeviceFor(const std::string& text, bool enable)
-try
 {
-    const std::vector<_ZV_SRVC_DEVICE_INFO> adapters = ListAllOrNone();
-    const std::shared_ptr<CDeviceIntf> kept = KeptDevice(FieldText(ChooseAdapter(adapters, text).NetCfgInstanceId));
-    return kept != nullptr ? kept : OpenAdapter(text, DriverNeed::Optional).Device;
-}
-catch (const OperationFailed& failure)
-{
-    // Only this status has a cause that the user can remove.
-    if (!enable || failure.Status() != ZV_SRVC_ERR_DEVICE_NOT_OPEN)
-        throw;
-    throw std::runtime_error(
-        fmt::format("{}; enabling requires a session that opened the adapter while it worked", failure.what()));
+    const std::vector<_ZV_SRVC_DEVICE_INFO> adapters = ListSomeAdapters();
+    const auto kept = KeptDevices::Find(FieldText(ChooseAdapter(adapters, text).NetCfgInstanceId));
+    return kept != nullptr
+               ? kept
+               : OpenAdapter(text, DriverNeed::Optional,
+                             enable ? "enabling requires a session that opened the adapter while it worked" : "")
+                     .Device;
 }
 
 Command AddSwitch(Syntax app, const char* name, const char* help, bool enable)

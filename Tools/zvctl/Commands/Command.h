@@ -15,8 +15,12 @@ struct Command
     std::function<void()> Run;
 };
 
-/// Adds the commands that work alone and as lines of a session; the default one comes first.
-std::vector<Command> AddToolCommands(Syntax app);
+/// Adds the commands of the program; the default one comes first.
+std::vector<Command> AddProgramCommands(Syntax app);
+
+/// Adds the commands of a session's lines.
+/// @param ended set by the command that ends the session; it must exist as long as the commands.
+std::vector<Command> AddSessionCommands(Syntax app, bool& ended);
 
 /// Adds list, info, ability, enable and disable.
 std::vector<Command> AddAdapterCommands(Syntax app);
@@ -38,3 +42,15 @@ Command AddScriptCommand(Syntax app);
 
 /// Adds shell, which runs lines as they are typed.
 Command AddShellCommand(Syntax app);
+
+/// Adds help, which prints what --help prints for the commands of `app`.
+Command AddHelpCommand(Syntax app);
+
+/// Adds doctor, which checks the machine and its adapters.
+Command AddDoctorCommand(Syntax app);
+
+/// Adds explain, which describes statuses, flags, events and problem numbers.
+Command AddExplainCommand(Syntax app);
+
+/// Adds assert, echo, expect-fail and sleep, which scripts need.
+std::vector<Command> AddScriptLines(Syntax app);

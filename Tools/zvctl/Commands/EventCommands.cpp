@@ -1,6 +1,7 @@
 // Commands that print events: as they arrive, or from the queue of a session.
 #include "Command.h"
 #include "EndSignals.h"
+#include "Errors.h"
 #include "EventView.h"
 #include "Options.h"
 
@@ -41,11 +42,7 @@ void Watch(const WatchOptions& options)
         const std::optional<AdapterEvent> event = feed.Take(deadline);
         if (!event)
             break;
-        if (options.Json)
-            // Printed and flushed per line, because a caller may read the lines through a pipe as they arrive.
-            PrintNow(EventJson(*event, feed.TakeChanges()));
-        else
-            PrintEvent(feed, *event);
+        PrintEvent(feed, *event, options.Json);
     }
 }
 
@@ -53,6 +50,7 @@ struct WaitOptions
 {
     std::string Event;
     std::uint32_t Seconds = 10;
+    bool Json = false;
 };
 
 /// Discards other events. The line of the expected one lists what they changed.
@@ -63,17 +61,18 @@ void Wait(const WaitOptions& options)
     const auto deadline = EventFeed::Clock::now() + std::chrono::seconds(options.Seconds);
     while (const std::optional<AdapterEvent> event = feed.Take(deadline))
         if (EventName(event->Code) == options.Event)
-            return PrintEvent(feed, *event);
-    throw std::runtime_error(
-        EndSignals::Asked() ? "interrupted" : fmt::format("no event {} within {} s", options.Event, options.Seconds));
+            return PrintEvent(feed, *event, options.Json);
+    if (EndSignals::Asked())
+        throw std::runtime_error("interrupted");
+    throw Failure(fmt::format("no event {} within {} s", options.Event, options.Seconds), ExitCode::TimedOut);
 }
 
-void PrintQueued()
+void PrintQueued(bool json)
 {
     EventFeed& feed = EventFeed::OfSession();
     // A deadline that has passed takes what is queued and does not wait.
     while (const std::optional<AdapterEvent> event = feed.Take(EventFeed::Clock::now()))
-        PrintEvent(feed, *event);
+        PrintEvent(feed, *event, json);
 }
 
 Command AddWait(Syntax app)
@@ -84,6 +83,7 @@ Command AddWait(Syntax app)
     std::ranges::transform(EventNames, std::back_inserter(names), [](const auto& entry) { return entry.second; });
     wait.AddChoice("EVENT", options->Event, names, Join(names, ", ")).Required();
     AddNumber(wait, "SECONDS", options->Seconds, "Time-out (10)");
+    AddJson(wait, options->Json);
     return {wait, [options] { Wait(*options); }};
 }
 
@@ -93,7 +93,7 @@ Command AddWatchCommand(Syntax app)
 {
     const auto options = std::make_shared<WatchOptions>();
     Syntax watch = app.AddCommand("watch", "Print events and what they changed, until Ctrl-C");
-    watch.AddFlag("--json", options->Json, "Print one JSON object per line");
+    AddJson(watch, options->Json, "Print one JSON object per line");
     AddNumber(watch, "--for", options->Seconds, "Stop after this time").ValueName("SECONDS");
     AddNumber(watch, "--count", options->Count, "Stop after this number of events").ValueName("N");
     return {watch, [options] { Watch(*options); }};
@@ -101,6 +101,8 @@ Command AddWatchCommand(Syntax app)
 
 std::vector<Command> AddWaitCommands(Syntax app)
 {
+    const auto json = std::make_shared<bool>();
     const Syntax events = app.AddCommand("events", "Print the events not yet consumed");
-    return {AddWait(app), {events, PrintQueued}};
+    AddJson(events, *json, "Print one JSON object per line");
+    return {AddWait(app), {events, [json] { PrintQueued(*json); }}};
 }

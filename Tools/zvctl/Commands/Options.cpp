@@ -1,5 +1,6 @@
 #include "Options.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fmt/core.h>
 
@@ -15,10 +16,27 @@ Option AddAdapter(Syntax command, std::string& adapter)
     return command.AddText("ADAPTER", adapter, "Index in the list, or an unambiguous part of ID or name").Required();
 }
 
+void AddJson(Syntax command, bool& json, const std::string& help)
+{
+    command.AddFlag("--json", json, help + "; errors too");
+}
+
+void AddErrorJson(Syntax command)
+{
+    command.AddFlag("--json", "Print an error as a JSON object");
+}
+
+bool AsksForJson(const std::vector<std::string>& words)
+{
+    // "--" ends the options.
+    const auto end = std::ranges::find(words, "--");
+    return std::find(words.begin(), end, "--json") != end;
+}
+
 void AddFormatOptions(Syntax command, DataFormat& format)
 {
     const Option raw = command.AddFlag("--raw", format.Raw, "Print the raw bytes");
-    command.AddFlag("--json", format.Json, "Print a JSON object").Excludes(raw);
+    command.AddFlag("--json", format.Json, "Print a JSON object; errors too").Excludes(raw);
 }
 
 void PrintData(const Bytes& data, const DataFormat& format, Json::Object members)

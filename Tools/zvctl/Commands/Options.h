@@ -8,6 +8,7 @@
 
 #include <limits>
 #include <string>
+#include <vector>
 
 /// Adds a number up to a limit, decimal or, with 0x, hexadecimal. `value` is a number or an optional number.
 template <class Value>
@@ -23,6 +24,15 @@ Option AddData(Syntax command, const std::string& name, Bytes& data);
 
 /// Adds ADAPTER, the first argument of a command.
 Option AddAdapter(Syntax command, std::string& adapter);
+
+/// Adds --json to a command that prints something: the result, or the error, as JSON.
+void AddJson(Syntax command, bool& json, const std::string& help = "Print a JSON object");
+
+/// Adds --json to a command that prints only errors.
+void AddErrorJson(Syntax command);
+
+/// Returns whether the words contain --json, even if they are wrong otherwise.
+bool AsksForJson(const std::vector<std::string>& words);
 
 /// The form in which a command prints data: a hex dump by default.
 struct DataFormat

@@ -37,7 +37,8 @@ Syntax AddOperation(Syntax reg, const char* name, const char* help, const Option
 {
     Syntax operation = reg.AddCommand(name, help);
     AddAdapter(operation, options->Adapter);
-    operation.AddPath(options->Path, "[SUBKEY] NAME", "The value's name; before it, a key below the driver key");
+    operation.AddPath("NAME", options->Path, "[SUBKEY] NAME",
+                      "The value's name; before it, a key below the driver key");
     return operation;
 }
 

@@ -16,9 +16,6 @@ void RunLines(std::istream& lines, const std::string& name)
 {
     LineRunner runner;
     std::size_t number = 0;
-    const auto place = [&](const std::exception& failure) {
-        return fmt::format("{}:{}: {}", name, number, failure.what());
-    };
     try
     {
         bool more = true;
@@ -28,14 +25,9 @@ void RunLines(std::istream& lines, const std::string& name)
             more = runner.Run(line);
         }
     }
-    // Keeps the class of the error, which determines the exit code.
-    catch (const UsageError& mistake)
+    catch (const std::exception&)
     {
-        throw UsageError(place(mistake));
-    }
-    catch (const std::exception& failure)
-    {
-        throw std::runtime_error(place(failure));
+        throw CurrentFailure().After(fmt::format("{}:{}: ", name, number));
     }
     // Opening a directory succeeds; only reading it fails.
     if (lines.bad())

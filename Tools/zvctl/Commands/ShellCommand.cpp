@@ -1,4 +1,6 @@
 #include "Command.h"
+#include "Completion.h"
+#include "Errors.h"
 #include "LineEditor.h"
 #include "LineRunner.h"
 
@@ -11,11 +13,10 @@ namespace
 
 using LineSource = std::function<std::optional<std::string>()>;
 
-/// The source owns the editor and refers to the runner, which must outlive it.
-LineSource TerminalLines(LineRunner& runner)
+/// The source owns the editor.
+LineSource TerminalLines()
 {
-    const auto editor = std::make_shared<LineEditor>(
-        [&runner](std::string_view before, std::string_view word) { return runner.Complete(before, word); });
+    const auto editor = std::make_shared<LineEditor>(CompleteLine);
     return [editor] { return editor->Read("zvctl> "); };
 }
 
@@ -31,9 +32,9 @@ try
 {
     return runner.Run(line);
 }
-catch (const std::exception& failure)
+catch (const std::exception&)
 {
-    fmt::print(stderr, "zvctl: {}\n", failure.what());
+    ReportFailure(CurrentFailure(), "", false);
     return true;
 }
 
@@ -41,7 +42,7 @@ void Shell()
 {
     LineRunner runner;
     // Without a terminal, for example with piped input, neither a prompt nor editing is useful.
-    const LineSource next = isatty(STDIN_FILENO) != 0 ? TerminalLines(runner) : NextPlainLine;
+    const LineSource next = isatty(STDIN_FILENO) != 0 ? TerminalLines() : NextPlainLine;
     while (const std::optional<std::string> line = next())
         if (!RunAndReport(runner, *line))
             return;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <fmt/core.h>
 #include <fstream>
@@ -79,6 +80,18 @@ std::uint32_t ParseNumber(std::string_view text, std::uint32_t limit)
     if (error != std::errc{} || end != digits.data() + digits.size() || number > limit)
         throw std::invalid_argument(fmt::format("\"{}\" is not a number up to {}", text, limit));
     return number;
+}
+
+std::chrono::milliseconds ParseSeconds(std::string_view text)
+{
+    constexpr double most = 30 * 24 * 3600;
+    double seconds = 0;
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), seconds, std::chars_format::fixed);
+    // The comparison is false for "nan".
+    if (error != std::errc{} || end != text.data() + text.size() || !(seconds >= 0 && seconds <= most))
+        throw std::invalid_argument(fmt::format("\"{}\" is not a number of seconds", text));
+    return std::chrono::milliseconds(std::llround(seconds * 1000));
 }
 
 Bytes ParseData(const std::string& text)

@@ -2,6 +2,7 @@
 /// Parses and prints numbers and bytes.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -18,6 +19,9 @@ inline constexpr std::uint32_t MaxDataSize = 64U << 20;
 
 /// Parses a decimal number, or hexadecimal with 0x. @throws std::invalid_argument that describes the error.
 std::uint32_t ParseNumber(std::string_view text, std::uint32_t limit = std::numeric_limits<std::uint32_t>::max());
+
+/// Parses a time in seconds, with or without a fraction, of at most 30 days. @throws std::invalid_argument
+std::chrono::milliseconds ParseSeconds(std::string_view text);
 
 /// Parses bytes: pairs of hexadecimal digits, optionally separated by blanks, ':' and '-'; the text after
 /// "text:"; or the contents of FILE for "@FILE".

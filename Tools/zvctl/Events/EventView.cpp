@@ -3,26 +3,14 @@
 #include "AdapterView.h"
 #include "DataText.h"
 #include "Errors.h"
+#include "TimeText.h"
 
 #include <algorithm>
-#include <ctime>
 #include <fmt/core.h>
 #include <iterator>
 
 namespace
 {
-
-/// Formats the local time as strftime. "%f" becomes milliseconds.
-std::string LocalTime(std::chrono::system_clock::time_point time, std::string format)
-{
-    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time).time_since_epoch().count() % 1000;
-    // strftime has no conversion for fractions of a second.
-    format.replace(format.find("%f"), 2, fmt::format("{:03}", milliseconds));
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-    const std::tm* const local = std::localtime(&seconds); // the main thread alone prints
-    char text[64];
-    return {text, std::strftime(text, sizeof text, format.c_str(), local)};
-}
 
 /// Returns "before -> after", or one of them if they are equal.
 std::string Difference(const std::string& before, const std::string& after)
@@ -82,7 +70,7 @@ std::string EventText(const AdapterEvent& event, const std::vector<AdapterChange
 {
     std::vector<std::string> texts;
     std::ranges::transform(changes, std::back_inserter(texts), ChangeText);
-    return fmt::format("{} {:<18} {}", LocalTime(event.Time, "%H:%M:%S.%f"), EventName(event.Code),
+    return fmt::format("{} {:<18} {}", UtcText(event.Time), EventName(event.Code),
                        texts.empty() ? "nothing new in the list" : Join(texts, "; "));
 }
 
@@ -90,7 +78,7 @@ std::string EventJson(const AdapterEvent& event, const std::vector<AdapterChange
 {
     Json::Array list;
     std::ranges::transform(changes, std::back_inserter(list), ChangeJson);
-    const Json object = Json::Object{{"time", LocalTime(event.Time, "%Y-%m-%dT%H:%M:%S.%f%z")},
+    const Json object = Json::Object{{"time", UtcText(event.Time)},
                                      {"event", EventName(event.Code)},
                                      {"code", event.Code},
                                      {"changes", std::move(list)}};
@@ -103,7 +91,8 @@ void PrintNow(std::string_view line)
     FlushOutput();
 }
 
-void PrintEvent(EventFeed& feed, const AdapterEvent& event)
+void PrintEvent(EventFeed& feed, const AdapterEvent& event, bool json)
 {
-    PrintNow(EventText(event, feed.TakeChanges()));
+    // Printed and flushed per line, because a caller may read the lines through a pipe as they arrive.
+    PrintNow(json ? EventJson(event, feed.TakeChanges()) : EventText(event, feed.TakeChanges()));
 }

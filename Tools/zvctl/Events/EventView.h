@@ -20,7 +20,7 @@ inline constexpr std::array<std::pair<std::uint32_t, const char*>, 5> EventNames
 /// Returns the name of an event, or its number if it has no name.
 std::string EventName(std::uint32_t code);
 
-/// Returns a line with local time, name and changes.
+/// Returns a line with time, name and changes.
 std::string EventText(const AdapterEvent& event, const std::vector<AdapterChange>& changes);
 
 /// Returns the same as a JSON object on one line.
@@ -29,5 +29,5 @@ std::string EventJson(const AdapterEvent& event, const std::vector<AdapterChange
 /// Prints a line and flushes, even to a pipe. @throws std::system_error
 void PrintNow(std::string_view line);
 
-/// Prints an event as text, with the changes since the previous one.
-void PrintEvent(EventFeed& feed, const AdapterEvent& event);
+/// Prints an event with the changes since the previous one.
+void PrintEvent(EventFeed& feed, const AdapterEvent& event, bool json);

@@ -1,13 +1,16 @@
-// Completes an unfinished line.
+#include "Completion.h"
+
 #include "AdapterView.h"
-#include "Errors.h"
-#include "EventView.h"
+#include "Explanations.h"
 #include "Host.h"
 #include "Library.h"
 #include "LineRunner.h"
 
 #include <algorithm>
+#include <iterator>
+#include <optional>
 #include <sstream>
+#include <stdexcept>
 
 namespace
 {
@@ -42,18 +45,61 @@ Texts AdapterTexts()
     return texts;
 }
 
-/// @param arguments number of words after the command. The adapter and the event are always the first argument.
-Texts Candidates(const Syntax& command, std::size_t arguments, std::string_view word)
+/// What the words before the unfinished one mean.
+struct Place
 {
+    Syntax Command;
+    std::size_t Arguments = 0; ///< Words after the command that are neither options nor their values.
+    std::string Option = {};   ///< The option whose value is unfinished; empty if it is none.
+};
+
+/// Options of the program may follow a command, so an option is searched in both.
+bool TakesValue(const Syntax& root, const Syntax& command, const std::string& option)
+{
+    return command.TakesValue(option) || root.TakesValue(option);
+}
+
+Place Follow(const Syntax& root, const Texts& before)
+{
+    Place place{.Command = root};
+    for (const std::string& word : before)
+        if (!place.Option.empty())
+            place.Option.clear();
+        else if (word.starts_with("--"))
+            place.Option = TakesValue(root, place.Command, word) ? word : "";
+        // A word that names no command is an argument of the command so far.
+        else if (const std::optional<Syntax> next = place.Command.Find(word); next && place.Arguments == 0)
+            place.Command = *next;
+        else if (place.Command.Name() == "expect-fail")
+            return Follow(root, {std::ranges::find(before, word), before.end()});
+        else
+            ++place.Arguments;
+    return place;
+}
+
+/// The names of filters are not choices, because a filter may name any service.
+Texts OptionValues(const Syntax& root, const Place& place)
+{
+    if (place.Option == "--filter")
+        return {"ZV_ALL", "ZV_USB", "ZV_SDIO", "ZV_PCIE"};
+    Texts choices = place.Command.Choices(place.Option);
+    return choices.empty() ? root.Choices(place.Option) : choices;
+}
+
+Texts Candidates(const Syntax& root, const Place& place, std::string_view word)
+{
+    if (!place.Option.empty())
+        return OptionValues(root, place);
     if (word.starts_with('-'))
-        return command.OptionNames();
-    if (arguments == 0 && command.HasArgument("ADAPTER"))
+        return place.Command.OptionNames();
+    const std::optional<std::string> argument = place.Command.ArgumentName(place.Arguments);
+    if (argument == "ADAPTER")
         return AdapterTexts();
-    Texts texts = command.CommandNames();
-    if (arguments == 0 && command.HasArgument("EVENT"))
-        for (const auto& [code, name] : EventNames)
-            texts.emplace_back(name);
-    return texts;
+    if (argument == "FLAG")
+        return ExplainedNames(ExplainedKind::Flag);
+    if (argument == "COMMAND")
+        return root.CommandNames();
+    return argument ? place.Command.Choices(*argument) : place.Command.CommandNames();
 }
 
 /// Ignores the case of ASCII letters, as the choice of an adapter does.
@@ -65,25 +111,28 @@ bool BeginsWith(std::string_view text, std::string_view word)
 
 } // namespace
 
-std::vector<std::string> LineRunner::Complete(std::string_view before, std::string_view word)
+Texts CompleteWord(Syntax root, const Texts& before, std::string_view word)
 try
 {
-    // Built like the syntax of Run, so that every command that runs can be completed.
-    CommandLine line;
-    AddCommands(line.Root());
-    Syntax command = line.Root();
-    std::size_t arguments = 0;
-    for (const std::string& given : SplitLine(before))
-        // A word that names no command is an argument of the command so far.
-        if (const std::optional<Syntax> next = command.Find(given))
-            command = *next;
-        else if (!given.starts_with('-'))
-            ++arguments;
-    Texts texts = Candidates(command, arguments, word);
+    Texts texts = Candidates(root, Follow(root, before), word);
     std::erase_if(texts, [&](const std::string& text) { return text.empty() || !BeginsWith(text, word); });
     return texts;
 }
 catch (const std::runtime_error&)
 {
-    return {}; // an unterminated quote, or adapters that cannot be listed
+    return {}; // adapters that cannot be listed
+}
+
+Texts CompleteLine(std::string_view before, std::string_view word)
+try
+{
+    // Built like the syntax of a line, so that every command that runs can be completed.
+    bool ended = false;
+    CommandLine line;
+    AddSessionCommands(line.Root(), ended);
+    return CompleteWord(line.Root(), SplitLine(before), word);
+}
+catch (const std::runtime_error&)
+{
+    return {}; // an unterminated quote
 }

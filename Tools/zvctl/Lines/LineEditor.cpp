@@ -8,14 +8,19 @@
 #include <cwchar>
 #include <editline/readline.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <memory>
 #include <poll.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
 
 namespace
 {
+
+/// Lines that the history keeps.
+constexpr int MaxHistory = 1000;
 
 // The editor passes no context to its callbacks.
 Completer CurrentCompleter;
@@ -105,6 +110,40 @@ char** CompleteWord(const char* word, int start, int /*end*/)
     return Matches.empty() ? nullptr : rl_completion_matches(word, NextMatch);
 }
 
+/// Returns the file of the history, or an empty path if the user has no home.
+std::filesystem::path HistoryFile()
+{
+    const char* const state = std::getenv("XDG_STATE_HOME");
+    const char* const home = std::getenv("HOME");
+    // A relative path is ignored, as the convention for the variable demands.
+    if (state != nullptr && *state == '/')
+        return std::filesystem::path(state) / "zvctl" / "history";
+    if (home != nullptr && *home != '\0')
+        return std::filesystem::path(home) / ".local" / "state" / "zvctl" / "history";
+    return {};
+}
+
+void LoadHistory(const std::filesystem::path& file)
+{
+    stifle_history(MaxHistory);
+    if (!file.empty())
+        read_history(file.c_str()); // there is none before the first session
+}
+
+/// Lines may contain private data, so only the user may read them. A history that cannot be written is no failure of
+/// the session.
+void SaveHistory(const std::filesystem::path& file)
+{
+    if (file.empty())
+        return;
+    std::error_code ignored;
+    std::filesystem::create_directories(file.parent_path().parent_path(), ignored);
+    mkdir(file.parent_path().c_str(), S_IRWXU);
+    const mode_t mask = umask(S_IRWXG | S_IRWXO);
+    write_history(file.c_str());
+    umask(mask);
+}
+
 } // namespace
 
 LineEditor::LineEditor(Completer completer)
@@ -116,12 +155,14 @@ LineEditor::LineEditor(Completer completer)
     rl_getc_function = ReadCharacter; // before rl_initialize, which reads it once
     rl_initialize();
     using_history();
+    LoadHistory(HistoryFile());
     rl_attempted_completion_function = CompleteWord;
     rl_basic_word_break_characters = " \t"; // not the brace that identities begin with
 }
 
 LineEditor::~LineEditor()
 {
+    SaveHistory(HistoryFile());
     // The editor's settings are global and refer to this object.
     rl_attempted_completion_function = nullptr;
     for (const int end : InterruptPipe)

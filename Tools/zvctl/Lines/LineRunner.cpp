@@ -1,13 +1,14 @@
 #include "LineRunner.h"
 
+#include "DataText.h"
 #include "EndSignals.h"
 #include "Errors.h"
 #include "EventFeed.h"
-#include "Host.h"
+#include "EventView.h"
+#include "Options.h"
 
 #include <algorithm>
 #include <fmt/core.h>
-#include <iterator>
 
 namespace
 {
@@ -21,16 +22,33 @@ struct SignalRelease
     SignalRelease& operator=(const SignalRelease&) = delete;
 };
 
-void RunCommand(const Command& command)
+/// Returns the failure with the command's name. Reports it as a JSON object too if the line asks for JSON, because the
+/// reader of stdout expects it.
+Failure Named(const Failure& failure, const std::string& command, bool json)
+{
+    if (json)
+        ReportFailure(failure, command, true);
+    return command.empty() ? failure : failure.After(command + ": ");
+}
+
+void RunCommand(const Command& command, bool json)
 try
 {
     const SignalRelease release; // between lines, Ctrl-C ends the session
     command.Run();
     FlushOutput();
 }
-catch (const std::exception& failure)
+catch (const std::exception&)
 {
-    throw std::runtime_error(fmt::format("{}: {}", command.Words.Name(), failure.what()));
+    throw Named(CurrentFailure(), command.Words.Name(), json);
+}
+
+/// Explains the commands that work outside of a session only.
+std::string ExplainProgramCommand(const std::string& word)
+{
+    CommandLine program;
+    AddProgramCommands(program.Root());
+    return program.Root().Find(word) ? fmt::format("\"{}\" does not work in a session", word) : "";
 }
 
 } // namespace
@@ -72,45 +90,55 @@ LineRunner::LineRunner()
     EventFeed::OfSession();
 }
 
-Command LineRunner::AddHelp(Syntax app)
+/// Runs a line that must fail. A syntax error is none of the failures that a script can expect.
+void LineRunner::RunExpectingFailure(const std::vector<std::string>& words)
 {
-    const auto name = std::make_shared<std::string>();
-    Syntax help = app.AddCommand("help", "List all commands, or describe one");
-    help.AddText("COMMAND", *name, "");
-    return {help, [app, name] {
-                // Without a name the session's own commands are listed, which the program's --help does not contain.
-                const std::optional<Syntax> described = name->empty() ? app : app.Find(*name);
-                if (!described)
-                    throw std::runtime_error(fmt::format("no command \"{}\"; run 'help'", *name));
-                fmt::print("{}", described->Help());
-            }};
+    try
+    {
+        RunWords(words);
+    }
+    catch (const Failure& failure)
+    {
+        if (failure.Code() == ExitCode::Usage)
+            throw;
+        return;
+    }
+    throw Failure(fmt::format("expect-fail: \"{}\" succeeded", Join(words, " ")));
 }
 
-std::vector<Command> LineRunner::AddCommands(Syntax app)
+void LineRunner::RunWords(const std::vector<std::string>& words)
 {
-    std::vector<Command> commands = AddToolCommands(app);
-    std::ranges::move(Host::AddSessionCommands(app), std::back_inserter(commands));
-    std::ranges::move(AddWaitCommands(app), std::back_inserter(commands));
-    commands.push_back(AddHelp(app));
-    for (const char* name : {"quit", "exit"})
-        commands.push_back({app.AddCommand(name, "End the session"), [this] { Ended = true; }});
-    return commands;
+    // The arguments of these two are not parsed here, because they may look like options.
+    const std::vector<std::string> rest(words.begin() + 1, words.end());
+    const bool asksForHelp = rest.size() == 1 && (rest.front() == "--help" || rest.front() == "-h");
+    if (words.front() == "expect-fail" && !rest.empty() && !asksForHelp)
+        return RunExpectingFailure(rest);
+    if (words.front() == "echo" && !asksForHelp)
+        return PrintNow(Join(rest, " "));
+
+    // A new syntax for each line, because parsing changes the values of its options.
+    CommandLine syntax;
+    syntax.SetExplainer(ExplainProgramCommand);
+    const std::vector<Command> commands = AddSessionCommands(syntax.Root(), Ended);
+    const auto parse = [&]() -> bool {
+        try
+        {
+            return syntax.Parse(words);
+        }
+        catch (const UsageError& mistake)
+        {
+            throw Named(mistake, syntax.ChosenName(), AsksForJson(words));
+        }
+    };
+    // False after a line that only asked for help.
+    if (parse())
+        RunCommand(*std::ranges::find_if(commands, [](const Command& command) { return command.Words.IsChosen(); }),
+                   AsksForJson(words));
 }
 
 bool LineRunner::Run(std::string_view line)
 {
-    std::vector<std::string> words = SplitLine(line);
-    if (words.empty())
-        return true;
-    // A new syntax for each line, because parsing changes the values of its options.
-    CommandLine syntax;
-    const std::vector<Command> commands = AddCommands(syntax.Root());
-    // Checked before parsing, because the parser's error for an unknown command does not mention 'help'.
-    if (const std::string& name = words.front(); !name.starts_with('-') && !syntax.Root().Find(name))
-        throw UsageError(fmt::format("no command \"{}\"; run 'help'", name));
-    // False after a line that only asked for help.
-    if (!syntax.Parse(std::move(words)))
-        return true;
-    RunCommand(*std::ranges::find_if(commands, [](const Command& command) { return command.Words.IsChosen(); }));
+    if (const std::vector<std::string> words = SplitLine(line); !words.empty())
+        RunWords(words);
     return !Ended && !EndSignals::Terminated();
 }

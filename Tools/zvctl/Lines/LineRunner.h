@@ -1,5 +1,5 @@
 /// @file
-/// Runs the lines of a session, which share one machine, one manager and one event feed.
+/// Runs the lines of a session, which share one machine, one manager, their open devices and one event feed.
 #pragma once
 
 #include "Command.h"
@@ -20,15 +20,12 @@ public:
     LineRunner();
 
     /// Runs a line. @return false if the line ends the session.
-    /// @throws UsageError for a syntax error; std::exception for a failure. Both name the command.
+    /// @throws UsageError for a syntax error; Failure otherwise. Both name the command.
     bool Run(std::string_view line);
 
-    /// Returns the commands, options, adapters or events that `word` can become after the words of `before`.
-    std::vector<std::string> Complete(std::string_view before, std::string_view word);
-
 private:
-    std::vector<Command> AddCommands(Syntax app);
-    static Command AddHelp(Syntax app);
+    void RunWords(const std::vector<std::string>& words);
+    void RunExpectingFailure(const std::vector<std::string>& words);
 
     bool Ended = false;
 };

@@ -1,4 +1,5 @@
 // Commands that change the machine. The library receives the same messages as on Windows.
+#include "Errors.h"
 #include "MachineAdapters.h"
 #include "Options.h"
 #include "StandInCommands.h"
@@ -43,7 +44,7 @@ void Configure(Machine& machine, const VerbOptions& options, const std::string& 
     // Null while the adapter is absent.
     const auto device = name.empty() ? nullptr : machine.Device(name);
     if (device == nullptr)
-        throw std::runtime_error("this adapter has no driver");
+        throw Failure("this adapter has no driver", ExitCode::NotReady);
     // The driver writes its message here, truncated to the buffer.
     std::array<char, 200> error{};
     if (!device->Configure(settings.c_str(), error.data(), error.size()))
@@ -105,6 +106,17 @@ Command AddDriverVersion(Syntax app)
     return verb;
 }
 
+/// Reaches every setting that a driver can change while it runs.
+Command AddDriver(Syntax app)
+{
+    const auto options = std::make_shared<VerbOptions>();
+    Command verb =
+        AddAdapterVerb(app, "driver", "Change the behaviour of an adapter's driver", options,
+                       [](Machine& machine, const VerbOptions& given) { Configure(machine, given, given.Text); });
+    verb.Words.AddText("JSON", options->Text, "Switches as in a machine file, such as '{\"refuse\": 31}'").Required();
+    return verb;
+}
+
 Command AddSlow(Syntax app)
 {
     const auto options = std::make_shared<VerbOptions>();
@@ -155,6 +167,7 @@ std::vector<Command> AddMachineCommands(Syntax app)
                      [](Machine& machine, const VerbOptions&) { machine.Suspend(); }),
         AddPlainVerb(app, "resume", "Resume the computer",
                      [](Machine& machine, const VerbOptions&) { machine.Resume(); }),
+        AddDriver(app),
         AddSlow(app),
         AddHang(app),
         AddRights(app),

@@ -11,6 +11,8 @@
 namespace
 {
 
+std::string Source;
+
 std::shared_ptr<Platform::Machine> MakeMachine(const std::string& file)
 {
     auto machine = std::make_shared<Platform::Machine>();
@@ -28,6 +30,8 @@ try
 {
     const char* const named = std::getenv("ZV_MACHINE");
     const bool inEnvironment = named != nullptr && *named != '\0';
+    const std::string chosen = file.empty() && inEnvironment ? named : file;
+    Source = chosen.empty() ? "built-in machine" : "machine file " + chosen;
     // Threads of the library use the machine until the process exits. --machine takes precedence over ZV_MACHINE.
     static const NeverDestroyed<Platform::ScopedMachine> installed(
         file.empty() && inEnvironment ? Platform::CurrentMachine() : MakeMachine(file));
@@ -35,4 +39,9 @@ try
 catch (const Platform::MachineFileError& mistake)
 {
     throw UsageError(mistake.what());
+}
+
+const std::string& MachineSource()
+{
+    return Source;
 }

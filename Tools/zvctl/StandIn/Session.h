@@ -12,3 +12,6 @@ extern const char DefaultMachineText[];
 /// library's first use.
 /// @throws UsageError for an error in the file.
 void InstallMachine(const std::string& file);
+
+/// Returns where the installed machine comes from: "machine file FILE" or "built-in machine".
+const std::string& MachineSource();

@@ -23,8 +23,7 @@ const char Host::Description[] = "Works with the Wi-Fi adapters of a described m
 const char Host::Footer[] = "Without a command, tour runs. \"zvctl COMMAND --help\" describes a command.\n"
                             "Numbers are decimal or, with 0x, hexadecimal.\n"
                             "The machine is --machine FILE, or the file named by ZV_MACHINE, or a built-in "
-                            "one.\n"
-                            "Exit codes: 0 success; 1 the operation failed; 2 wrong usage or a bad machine file.";
+                            "one.";
 
 /// POSIX streams need no preparation.
 void Host::PrepareStreams() {}
@@ -35,7 +34,8 @@ std::function<void()> Host::AddOptions(Syntax app)
     app.AddText("--machine", options->File, "JSON file that describes the machine").ValueName("FILE");
     app.AddParsed(
            "--trace", [options](const std::string& text) { options->Trace = ParseTraceSettings(text); },
-           "Print the library's trace to stderr up to LEVEL (1 to 4) for the components in FLAGS "
+           "Print the library's trace to stderr up to LEVEL (1 fatal, 3 ordinary, 4 all; 2 as 1) for the components "
+           "in FLAGS "
            "(1 service, 2 device, 4 device manager, 8 notification, 16 window messages; default 0x1F)")
         .ValueName("LEVEL[:FLAGS]");
     return [options] {
@@ -53,6 +53,18 @@ std::vector<Command> Host::AddCommands(Syntax app)
 std::vector<Command> Host::AddSessionCommands(Syntax app)
 {
     return AddMachineCommands(app);
+}
+
+Host::Surroundings Host::Inspect()
+{
+    return {.Source = MachineSource(),
+            .IsAdministrator = Platform::CurrentMachine()->HasCallerRights(),
+            .HasEventWindow = Platform::CountOpenObjects().Windows > 0};
+}
+
+std::vector<AdapterFacts> Host::Facts()
+{
+    return MachineAdapterFacts(*Platform::CurrentMachine());
 }
 
 std::vector<AdapterName> Host::KnownAdapters()

@@ -2,6 +2,7 @@
 #include "AdapterChoice.h"
 #include "AdapterView.h"
 #include "ControlRequest.h"
+#include "Diagnosis.h"
 #include "Errors.h"
 #include "Library.h"
 #include "Options.h"
@@ -47,6 +48,8 @@ std::string Ends(const Bytes& data)
 class Tour
 {
 public:
+    explicit Tour(bool json) : Steps(json) {}
+
     void Run(const std::string& wanted);
 
 private:
@@ -91,8 +94,10 @@ std::string Tour::Choose(const std::string& wanted)
 /// A driver that does not answer fails this step, because the tour sends requests to it.
 std::string Tour::Open()
 {
+    const auto start = std::chrono::steady_clock::now();
     const unsigned int status = SessionManager()->OpenDevice(&Chosen, ZV_SRVC_DEVICE_UWP, Device);
-    Require("OpenDevice", status);
+    if (status != ZV_SRVC_SUCCESS)
+        throw OpenFailure(Chosen, status, std::chrono::steady_clock::now() - start, "");
     return fmt::format("{} ({})", ZVStatusName(status), status);
 }
 
@@ -178,8 +183,14 @@ void Tour::Run(const std::string& wanted)
 
 Command AddTourCommand(Syntax app)
 {
-    const auto adapter = std::make_shared<std::string>();
+    struct Options
+    {
+        std::string Adapter;
+        bool Json = false;
+    };
+    const auto options = std::make_shared<Options>();
     Syntax tour = app.AddCommand("tour", "Demonstrate everything with one adapter (default: the first ready one)");
-    tour.AddText("ADAPTER", *adapter, "Index in the list, or an unambiguous part of ID or name");
-    return {tour, [adapter] { Tour().Run(*adapter); }};
+    tour.AddText("ADAPTER", options->Adapter, "Index in the list, or an unambiguous part of ID or name");
+    AddJson(tour, options->Json, "Print one JSON object per line");
+    return {tour, [options] { Tour(options->Json).Run(options->Adapter); }};
 }

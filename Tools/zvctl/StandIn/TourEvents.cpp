@@ -149,7 +149,7 @@ void VisitEvents(TourSteps& steps, std::shared_ptr<CDeviceIntf>& device)
     const auto id = FindMachineAdapter(*machine, FieldText(record.NetCfgInstanceId));
     if (!id)
     {
-        fmt::print("{:<12}skipped: a simulated driver's adapter does not depend on the machine\n", "events");
+        steps.Skip("events", "a simulated driver's adapter does not depend on the machine");
         return;
     }
     if (!steps.Step("watch", StartWatching))

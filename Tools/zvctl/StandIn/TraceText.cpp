@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fmt/core.h>
-#include <limits>
+#include <stdexcept>
 
 namespace
 {
@@ -33,9 +33,15 @@ TraceSettings ParseTraceSettings(const std::string& text)
 {
     const std::size_t colon = text.find(':');
     const std::string_view level = std::string_view(text).substr(0, colon);
+    const auto parse = [](std::string_view part, std::uint32_t most) {
+        const std::uint32_t number = ParseNumber(part, most);
+        if (number == 0)
+            throw std::invalid_argument(fmt::format("\"{}\" selects no message; expected 1 to {}", part, most));
+        return number;
+    };
     const std::uint32_t flags =
-        colon == std::string::npos ? AllComponents : ParseNumber(std::string_view(text).substr(colon + 1));
-    return {static_cast<std::uint8_t>(ParseNumber(level, std::numeric_limits<std::uint8_t>::max())), flags};
+        colon == std::string::npos ? AllComponents : parse(std::string_view(text).substr(colon + 1), AllComponents);
+    return {static_cast<std::uint8_t>(parse(level, ZV_TRACE_LEVEL_VERBOSE)), flags};
 }
 
 std::string TraceMessageText(const ZVTraceMessage& row, const std::vector<std::vector<std::uint8_t>>& arguments)

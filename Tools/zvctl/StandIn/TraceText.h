@@ -16,7 +16,8 @@ struct TraceSettings
     std::uint32_t Flags;
 };
 
-/// Reads LEVEL[:FLAGS], each decimal or, with 0x, hexadecimal; all components without FLAGS.
+/// Reads LEVEL[:FLAGS], each decimal or, with 0x, hexadecimal; all components without FLAGS. Every level from 1 to 4
+/// is accepted, because it is an upper bound; the library has no message of level 2.
 /// @throws std::invalid_argument that describes the error.
 TraceSettings ParseTraceSettings(const std::string& text);
 

@@ -2,23 +2,47 @@
 
 #include "DataText.h"
 #include "Errors.h"
+#include "Suggestion.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <sstream>
 #include <stdexcept>
 
 namespace
 {
 
-/// Shows an option's own text in the usage line, where the base class shows "PATH(1x)".
+/// Shows an argument's own text, such as "[SUBKEY] NAME", instead of its name.
 class UsageFormatter final : public CLI::Formatter
 {
 public:
     std::string make_option_usage(const CLI::Option* option) const override
     {
         const std::string& text = option->get_option_text();
+        if (option->get_group().empty())
+            return "";
         return text.empty() ? CLI::Formatter::make_option_usage(option) : text;
+    }
+
+    std::string make_option_name(const CLI::Option* option, bool isPositional) const override
+    {
+        const std::string& text = option->get_option_text();
+        return text.empty() || !isPositional ? CLI::Formatter::make_option_name(option, isPositional) : text;
+    }
+
+    std::string make_option_opts(const CLI::Option* option) const override
+    {
+        return option->get_option_text().empty() ? CLI::Formatter::make_option_opts(option) : "";
+    }
+
+    /// A hidden option leaves a blank at the end.
+    std::string make_usage(const CLI::App* app, std::string name) const override
+    {
+        std::string usage = CLI::Formatter::make_usage(app, std::move(name));
+        while (usage.ends_with(" \n"))
+            usage.erase(usage.size() - 2, 1);
+        return usage;
     }
 };
 
@@ -55,15 +79,23 @@ CLI::App& Innermost(CLI::App& app)
     return chosen.empty() ? app : Innermost(*chosen.back());
 }
 
-/// Replaces the parser's sentence about unexpected words, which lists them in reverse.
-std::string Cause(const CLI::ParseError& error, CLI::App& app)
+/// Returns an option's name from a message of the parser that begins with it.
+std::string LeadingName(const std::string& message)
 {
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr)
-        return WithoutCapital(error.what());
-    std::string cause = "not expected:";
-    for (const std::string& word : app.remaining(true))
-        cause += ' ' + word;
-    return cause;
+    return message.substr(0, message.find(':'));
+}
+
+/// Replaces those sentences of the parser that do not name the cause.
+std::string Cause(const CLI::ParseError& error, CLI::App& innermost)
+{
+    const std::string message = error.what();
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr)
+        return LeadingName(message) +
+               (message.find("At Most") == std::string::npos ? " requires a value" : " is given more than once");
+    if (const auto names = Syntax(innermost).CommandNames();
+        !names.empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr)
+        return "one of " + Join(names, ", ") + " is required";
+    return WithoutCapital(message);
 }
 
 } // namespace
@@ -86,10 +118,11 @@ Option Option::Excludes(Option other)
     return *this;
 }
 
-Option Option::MaxLength(std::size_t characters)
+Option Option::Length(std::size_t least, std::size_t most)
 {
-    const auto check = [characters](const std::string& text) {
-        return text.size() <= characters ? "" : "at most " + std::to_string(characters) + " characters";
+    const auto check = [least, most](const std::string& text) {
+        const bool fits = text.size() >= least && text.size() <= most;
+        return fits ? "" : "expected " + std::to_string(least) + " to " + std::to_string(most) + " characters";
     };
     Parsed->check(CLI::Validator(check, ""));
     return *this;
@@ -128,12 +161,20 @@ Option Syntax::AddChoice(const std::string& name, std::string& value, const std:
         return std::ranges::find(choices, text) != choices.end() ? ""
                                                                  : '"' + text + "\" is none of " + Join(choices, ", ");
     };
-    return Option(*Parsed->add_option(name, value, help)->check(CLI::Validator(check, ""))->type_name(""));
+    CLI::Validator validator(check, "");
+    // The choices are stored in the name, which the parser does not show; see Choices.
+    validator.name(Join(choices, ","));
+    return Option(*Parsed->add_option(name, value, help)->check(validator)->type_name(""));
 }
 
 Option Syntax::AddFlag(const std::string& name, bool& value, const std::string& help)
 {
     return Option(*Parsed->add_flag(name, value, help));
+}
+
+Option Syntax::AddFlag(const std::string& name, const std::string& help)
+{
+    return Option(*Parsed->add_flag(name, help));
 }
 
 Option Syntax::AddParsed(const std::string& name, Reader read, const std::string& help)
@@ -146,9 +187,22 @@ Option Syntax::AddParsed(const std::string& name, Reader read, const std::string
     return Option(*Parsed->add_option(name, std::move(callback), help)->type_name(""));
 }
 
-Option Syntax::AddPath(std::vector<std::string>& values, const std::string& usage, const std::string& help)
+Option Syntax::AddPath(const std::string& name, std::vector<std::string>& values, const std::string& usage,
+                       const std::string& help)
 {
-    return Option(*Parsed->add_option("PATH", values, help)->required()->expected(1, 2)->option_text(usage));
+    // Two arguments, because the parser splits the texts of a list at commas if they begin with a bracket.
+    const auto append = [&values](const CLI::results_t& texts) {
+        values.push_back(texts.front());
+        return true;
+    };
+    CLI::Option* const first = Parsed->add_option(name, CLI::callback_t(append), help)->required()->option_text(usage);
+    Parsed->add_option(name + '2', CLI::callback_t(append))->group(""); // hidden
+    return Option(*first);
+}
+
+Option Syntax::AddTexts(const std::string& name, std::vector<std::string>& values, const std::string& help)
+{
+    return Option(*Parsed->add_option(name, values, help)->type_name(""));
 }
 
 void Syntax::AddFinalRead(const std::string& name, const std::string& text, Reader read)
@@ -169,7 +223,12 @@ std::string Syntax::Name() const
 /// The parser's own help() describes the chosen command instead.
 std::string Syntax::Help() const
 {
-    return Parsed->get_formatter()->make_help(Parsed, Parsed->get_name(), CLI::AppFormatMode::Normal);
+    const CLI::App* root = Parsed;
+    while (root->get_parent() != nullptr)
+        root = root->get_parent();
+    // The usage begins with the name of the program; a session has none.
+    const std::string name = root->get_name() + (root == Parsed || root->get_name().empty() ? "" : " ") + Name();
+    return Parsed->get_formatter()->make_help(Parsed, name, CLI::AppFormatMode::Normal);
 }
 
 bool Syntax::IsChosen() const
@@ -201,9 +260,46 @@ std::vector<std::string> Syntax::OptionNames() const
     return names;
 }
 
-bool Syntax::HasArgument(const std::string& name) const
+std::optional<std::string> Syntax::ArgumentName(std::size_t index) const
 {
-    return Parsed->get_option_no_throw(name) != nullptr;
+    std::string visible;
+    for (const CLI::Option* option :
+         Parsed->get_options([](const CLI::Option* each) { return each->get_positional(); }))
+    {
+        if (!option->get_group().empty())
+            visible = option->get_name(true, false);
+        const auto taken = static_cast<std::size_t>(option->get_items_expected_max());
+        if (index < taken)
+            return visible;
+        index -= taken;
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> Syntax::Choices(const std::string& name) const
+{
+    CLI::Option* const option = Parsed->get_option_no_throw(name);
+    std::vector<std::string> choices;
+    if (option == nullptr)
+        return choices;
+    try
+    {
+        // The first validator of a choice has the choices as its name.
+        std::istringstream names(option->get_validator(0)->get_name());
+        for (std::string choice; std::getline(names, choice, ',');)
+            choices.push_back(choice);
+    }
+    catch (const CLI::OptionNotFound&)
+    {
+        return {}; // the parser's report of an option without a validator
+    }
+    return choices;
+}
+
+bool Syntax::TakesValue(const std::string& option) const
+{
+    const CLI::Option* const found = Parsed->get_option_no_throw(option);
+    return found != nullptr && found->get_items_expected_max() > 0;
 }
 
 CommandLine::CommandLine() : App(std::make_unique<CLI::App>())
@@ -239,8 +335,45 @@ catch (const CLI::ParseError& error)
         App->exit(error); // prints
         return false;
     }
-    const std::string name = ChosenName();
-    throw UsageError((name.empty() ? "" : name + ": ") + Cause(error, *App));
+    throw UsageError(Complaint(error));
+}
+
+void CommandLine::ParseKnown(std::vector<std::string> words)
+{
+    App->allow_extras();
+    App->set_help_flag(); // --help is to be ignored too
+    Parse(std::move(words));
+}
+
+std::string CommandLine::Remedy(const std::string& command) const
+{
+    const std::string& program = App->get_name();
+    if (program.empty())
+        return "run 'help" + (command.empty() ? "" : ' ' + command) + "'";
+    return "run '" + program + ' ' + command + (command.empty() ? "" : " ") + "--help'";
+}
+
+/// An unexpected word is a misspelled option or command, or an argument too many.
+std::string CommandLine::Complaint(const std::exception& error) const
+{
+    CLI::App& innermost = Innermost(*App);
+    const Syntax command(innermost);
+    const std::string name = command.Name();
+    const std::vector<std::string> unexpected = App->remaining(true);
+    // A missing command is reported before an unexpected word, which often is that command misspelled.
+    const bool lacksCommand =
+        dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !command.CommandNames().empty();
+    if (unexpected.empty() || (!lacksCommand && dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr))
+        return Cause(dynamic_cast<const CLI::ParseError&>(error), innermost) + "; " + Remedy(name);
+    const std::string& word = unexpected.front();
+    const bool isOption = word.size() > 1 && word.starts_with('-');
+    if (!isOption && command.CommandNames().empty())
+        return "unexpected argument \"" + word + "\"; " + Remedy(name);
+    if (const std::string explained = isOption ? "" : ExplainWord(word); !explained.empty())
+        return explained;
+    const std::string cause = (isOption ? "no option \"" : "no command \"") + word + '"';
+    return WithSuggestion(cause, Suggestion(word, isOption ? command.OptionNames() : command.CommandNames()),
+                          Remedy(name));
 }
 
 std::string CommandLine::ChosenName() const

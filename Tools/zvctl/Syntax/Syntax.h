@@ -2,11 +2,13 @@
 /// The syntax of a command line. Only Syntax.cpp includes the parser library, which takes long to compile.
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace CLI
@@ -25,7 +27,7 @@ public:
     Option Required();
     Option Requires(Option other);
     Option Excludes(Option other);
-    Option MaxLength(std::size_t characters);
+    Option Length(std::size_t least, std::size_t most);
     /// Sets the placeholder of the value in the help; there is none by default.
     Option ValueName(const std::string& name);
 
@@ -51,9 +53,14 @@ public:
     Option AddChoice(const std::string& name, std::string& value, const std::vector<std::string>& choices,
                      const std::string& help);
     Option AddFlag(const std::string& name, bool& value, const std::string& help);
+    /// Adds a flag that the caller recognises among the words itself.
+    Option AddFlag(const std::string& name, const std::string& help);
     Option AddParsed(const std::string& name, Reader read, const std::string& help);
-    /// Adds one or two arguments, shown as `usage`.
-    Option AddPath(std::vector<std::string>& values, const std::string& usage, const std::string& help);
+    /// Adds one or two arguments, the last of which has a name, shown as `usage`.
+    Option AddPath(const std::string& name, std::vector<std::string>& values, const std::string& usage,
+                   const std::string& help);
+    /// Adds any number of arguments.
+    Option AddTexts(const std::string& name, std::vector<std::string>& values, const std::string& help);
     /// Calls `read` after all values of the command were parsed.
     void AddFinalRead(const std::string& name, const std::string& text, Reader read);
 
@@ -67,7 +74,12 @@ public:
     std::optional<Syntax> Find(std::string_view name) const;
     std::vector<std::string> CommandNames() const;
     std::vector<std::string> OptionNames() const;
-    bool HasArgument(const std::string& name) const;
+    /// Returns the name of the argument at an index; the last one may take all that follow.
+    std::optional<std::string> ArgumentName(std::size_t index) const;
+    /// Returns the values that AddChoice permits for an argument or option; empty if there are others.
+    std::vector<std::string> Choices(const std::string& name) const;
+    /// Returns whether a value follows the option.
+    bool TakesValue(const std::string& option) const;
 
 private:
     CLI::App* Parsed;
@@ -94,15 +106,28 @@ public:
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
 
+    /// Explains a word that is no command here. Returns an empty text if it cannot.
+    using Explainer = std::function<std::string(const std::string& word)>;
+
     Syntax Root() const { return Syntax(*App); }
 
+    /// Sets the function that explains commands of another place.
+    void SetExplainer(Explainer explain) { ExplainWord = std::move(explain); }
+
     /// @return false if the words ask for help or the version, which is printed.
-    /// @throws UsageError that names the command.
+    /// @throws UsageError with cause and remedy.
     bool Parse(std::vector<std::string> words);
+
+    /// Parses the options among words and ignores all others. @throws UsageError for a wrong value.
+    void ParseKnown(std::vector<std::string> words);
 
     /// Returns the innermost command among the parsed words, even after an error; empty without one.
     std::string ChosenName() const;
 
 private:
+    std::string Complaint(const std::exception& error) const;
+    std::string Remedy(const std::string& command) const;
+
     const std::unique_ptr<CLI::App> App;
+    Explainer ExplainWord = [](const std::string&) { return std::string(); };
 };
