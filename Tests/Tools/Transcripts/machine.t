@@ -17,7 +17,7 @@ An error in the file is reported with its position.
   ! zvctl: broken.json: parse error at line 3, column 1: syntax error while parsing object key - unexpected end of input; expected string literal
   [2]
   $ ZV_MACHINE=broken.json zvctl list
-  ! broken.json: parse error at line 3, column 1: syntax error while parsing object key - unexpected end of input; expected string literal
+  ! zvctl: broken.json: parse error at line 3, column 1: syntax error while parsing object key - unexpected end of input; expected string literal
   [2]
   $ zvctl --machine /nowhere/machine.json
   ! zvctl: /nowhere/machine.json: cannot be read: No such file or directory

@@ -33,8 +33,7 @@ try
     const std::string chosen = file.empty() && inEnvironment ? named : file;
     Source = chosen.empty() ? "built-in machine" : "machine file " + chosen;
     // Threads of the library use the machine until the process exits. --machine takes precedence over ZV_MACHINE.
-    static const NeverDestroyed<Platform::ScopedMachine> installed(
-        file.empty() && inEnvironment ? Platform::CurrentMachine() : MakeMachine(file));
+    static const NeverDestroyed<Platform::ScopedMachine> installed(MakeMachine(chosen));
 }
 catch (const Platform::MachineFileError& mistake)
 {

@@ -2,11 +2,10 @@
 
 #include "DataText.h"
 #include "Errors.h"
-#include "Suggestion.h"
+#include "ParseFault.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
 #include <sstream>
 #include <stdexcept>
 
@@ -63,15 +62,6 @@ std::vector<CLI::App*> AllCommands(CLI::App& app)
     return app.get_subcommands([](const CLI::App*) { return true; });
 }
 
-/// Words such as LENGTH keep their first letter.
-std::string WithoutCapital(std::string text)
-{
-    const auto isUpper = [](char c) { return std::isupper(static_cast<unsigned char>(c)) != 0; };
-    if (text.size() > 1 && isUpper(text[0]) && !isUpper(text[1]))
-        text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
-    return text;
-}
-
 /// Descends along the parsed commands, as from "reg" to "read".
 CLI::App& Innermost(CLI::App& app)
 {
@@ -79,23 +69,13 @@ CLI::App& Innermost(CLI::App& app)
     return chosen.empty() ? app : Innermost(*chosen.back());
 }
 
-/// Returns an option's name from a message of the parser that begins with it.
-std::string LeadingName(const std::string& message)
+ParseFault::Kind KindOf(const CLI::ParseError& error)
 {
-    return message.substr(0, message.find(':'));
-}
-
-/// Replaces those sentences of the parser that do not name the cause.
-std::string Cause(const CLI::ParseError& error, CLI::App& innermost)
-{
-    const std::string message = error.what();
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
+        return ParseFault::Kind::UnexpectedWord;
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr)
-        return LeadingName(message) +
-               (message.find("At Most") == std::string::npos ? " requires a value" : " is given more than once");
-    if (const auto names = Syntax(innermost).CommandNames();
-        !names.empty() && dynamic_cast<const CLI::RequiredError*>(&error) != nullptr)
-        return "one of " + Join(names, ", ") + " is required";
-    return WithoutCapital(message);
+        return ParseFault::Kind::WrongCount;
+    return ParseFault::Kind::Other;
 }
 
 } // namespace
@@ -120,9 +100,9 @@ Option Option::Excludes(Option other)
 
 Option Option::Length(std::size_t least, std::size_t most)
 {
-    const auto check = [least, most](const std::string& text) {
-        const bool fits = text.size() >= least && text.size() <= most;
-        return fits ? "" : "expected " + std::to_string(least) + " to " + std::to_string(most) + " characters";
+    const std::string fault = "expected " + std::to_string(least) + " to " + std::to_string(most) + " characters";
+    const auto check = [=](const std::string& text) {
+        return text.size() >= least && text.size() <= most ? std::string() : fault;
     };
     Parsed->check(CLI::Validator(check, ""));
     return *this;
@@ -161,9 +141,8 @@ Option Syntax::AddChoice(const std::string& name, std::string& value, const std:
         return std::ranges::find(choices, text) != choices.end() ? ""
                                                                  : '"' + text + "\" is none of " + Join(choices, ", ");
     };
-    CLI::Validator validator(check, "");
     // The choices are stored in the name, which the parser does not show; see Choices.
-    validator.name(Join(choices, ","));
+    const CLI::Validator validator = CLI::Validator(check, "").name(Join(choices, ","));
     return Option(*Parsed->add_option(name, value, help)->check(validator)->type_name(""));
 }
 
@@ -227,8 +206,8 @@ std::string Syntax::Help() const
     while (root->get_parent() != nullptr)
         root = root->get_parent();
     // The usage begins with the name of the program; a session has none.
-    const std::string name = root->get_name() + (root == Parsed || root->get_name().empty() ? "" : " ") + Name();
-    return Parsed->get_formatter()->make_help(Parsed, name, CLI::AppFormatMode::Normal);
+    const std::string blank = root == Parsed || root->get_name().empty() ? "" : " ";
+    return Parsed->get_formatter()->make_help(Parsed, root->get_name() + blank + Name(), CLI::AppFormatMode::Normal);
 }
 
 bool Syntax::IsChosen() const
@@ -277,23 +256,18 @@ std::optional<std::string> Syntax::ArgumentName(std::size_t index) const
 }
 
 std::vector<std::string> Syntax::Choices(const std::string& name) const
+try
 {
-    CLI::Option* const option = Parsed->get_option_no_throw(name);
     std::vector<std::string> choices;
-    if (option == nullptr)
-        return choices;
-    try
-    {
-        // The first validator of a choice has the choices as its name.
-        std::istringstream names(option->get_validator(0)->get_name());
-        for (std::string choice; std::getline(names, choice, ',');)
-            choices.push_back(choice);
-    }
-    catch (const CLI::OptionNotFound&)
-    {
-        return {}; // the parser's report of an option without a validator
-    }
+    // The first validator of a choice has the choices as its name.
+    std::istringstream names(Parsed->get_option(name)->get_validator(0)->get_name());
+    for (std::string choice; std::getline(names, choice, ',');)
+        choices.push_back(choice);
     return choices;
+}
+catch (const CLI::OptionNotFound&)
+{
+    return {}; // no such option, or one without a validator
 }
 
 bool Syntax::TakesValue(const std::string& option) const
@@ -345,35 +319,22 @@ void CommandLine::ParseKnown(std::vector<std::string> words)
     Parse(std::move(words));
 }
 
-std::string CommandLine::Remedy(const std::string& command) const
-{
-    const std::string& program = App->get_name();
-    if (program.empty())
-        return "run 'help" + (command.empty() ? "" : ' ' + command) + "'";
-    return "run '" + program + ' ' + command + (command.empty() ? "" : " ") + "--help'";
-}
-
-/// An unexpected word is a misspelled option or command, or an argument too many.
 std::string CommandLine::Complaint(const std::exception& error) const
 {
-    CLI::App& innermost = Innermost(*App);
-    const Syntax command(innermost);
-    const std::string name = command.Name();
+    const auto& parseError = dynamic_cast<const CLI::ParseError&>(error);
+    const Syntax command(Innermost(*App));
     const std::vector<std::string> unexpected = App->remaining(true);
-    // A missing command is reported before an unexpected word, which often is that command misspelled.
-    const bool lacksCommand =
-        dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !command.CommandNames().empty();
-    if (unexpected.empty() || (!lacksCommand && dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr))
-        return Cause(dynamic_cast<const CLI::ParseError&>(error), innermost) + "; " + Remedy(name);
-    const std::string& word = unexpected.front();
-    const bool isOption = word.size() > 1 && word.starts_with('-');
-    if (!isOption && command.CommandNames().empty())
-        return "unexpected argument \"" + word + "\"; " + Remedy(name);
-    if (const std::string explained = isOption ? "" : ExplainWord(word); !explained.empty())
-        return explained;
-    const std::string cause = (isOption ? "no option \"" : "no command \"") + word + '"';
-    return WithSuggestion(cause, Suggestion(word, isOption ? command.OptionNames() : command.CommandNames()),
-                          Remedy(name));
+    ParseFault fault = {.What = KindOf(parseError),
+                        .Message = error.what(),
+                        .Word = unexpected.empty() ? "" : unexpected.front(),
+                        .Program = App->get_name(),
+                        .Command = command.Name(),
+                        .Commands = command.CommandNames(),
+                        .Options = command.OptionNames()};
+    // The parser has one class for a missing command and a missing argument.
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !fault.Commands.empty())
+        fault.What = ParseFault::Kind::MissingCommand;
+    return Describe(fault, ExplainWord);
 }
 
 std::string CommandLine::ChosenName() const

@@ -126,7 +126,6 @@ public:
 
 private:
     std::string Complaint(const std::exception& error) const;
-    std::string Remedy(const std::string& command) const;
 
     const std::unique_ptr<CLI::App> App;
     Explainer ExplainWord = [](const std::string&) { return std::string(); };
