@@ -68,9 +68,12 @@ watching uninstalled adapters for further seconds.
 Changing an adapter requires rights, and the system can refuse.
 
   $ run_lines 'rights off\ndisable 0'
-  ! zvctl: script: stdin:2: disable: NicChangeState: ZV_SRVC_ERR_INVALID_PARAMETER (12): the adapter is absent, or the caller lacks administrator rights; run 'zvctl doctor'
+  ! zvctl: script: stdin:2: disable: NicChangeState: ZV_SRVC_ERR_INVALID_PARAMETER (12): the caller has no administrator rights; run as administrator
   [1]
   $ run_lines 'rights off\nrights on\ndisable 0'
+  $ run_lines 'info 0 --json\nunplug 0\nenable 0' | tail -n 1
+  ! zvctl: script: stdin:3: enable: NicChangeState: ZV_SRVC_ERR_INVALID_PARAMETER (12): the adapter is absent; run 'zvctl doctor'
+  [5]
   $ cat >refusing.json <<'END'
   > {"adapters": [{"netCfgInstanceId": "{1}", "hardwareId": "X", "service": "zvwlane", "stateChangeError": 3758096949}]}
   > END

@@ -28,12 +28,6 @@ constexpr NamedFlag FlagTable[] = {
     {ZV_DEV_DRIVER_UNINSTALLED, "driver-uninstalled"},
 };
 
-/// Returns the number of characters of a UTF-8 text: a continuation byte starts none.
-std::size_t Width(std::string_view text)
-{
-    return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
 Row RowOf(std::size_t index, const _ZV_SRVC_DEVICE_INFO& adapter)
 {
     return {
@@ -45,17 +39,6 @@ Row RowOf(std::size_t index, const _ZV_SRVC_DEVICE_INFO& adapter)
         Printable(FieldText(adapter.NetCfgInstanceId)),
         FlagText(adapter.StateFlags),
     };
-}
-
-/// Cuts a text to a number of characters, the last of which then is an ellipsis.
-std::string Cut(std::string text, std::size_t most)
-{
-    if (Width(text) <= most)
-        return text;
-    // A continuation byte belongs to the character before it, which is removed with it.
-    while (Width(text) >= most)
-        text.pop_back();
-    return text + "\u2026";
 }
 
 /// Takes the missing columns from the longest ones, which still show what distinguishes the adapters.
@@ -85,10 +68,10 @@ std::string Line(const Row& row, const Widths& widths, std::optional<Colour> las
     std::string line;
     for (std::size_t column = 0; column + 1 < row.size(); ++column)
     {
-        const std::string text = Cut(row[column], widths[column]);
-        line += text + std::string(widths[column] - Width(text) + 2, ' ');
+        const std::string text = CutText(row[column], widths[column]);
+        line += text + std::string(widths[column] - TextWidth(text) + 2, ' ');
     }
-    const std::string last = Cut(row.back(), widths.back());
+    const std::string last = CutText(row.back(), widths.back());
     return line + (lastColour ? Painted(stdout, *lastColour, last) : last);
 }
 
@@ -179,7 +162,7 @@ std::string AdapterTable(const std::vector<_ZV_SRVC_DEVICE_INFO>& adapters, std:
     Widths widths = {};
     for (const Row& row : rows)
         for (std::size_t column = 0; column < row.size(); ++column)
-            widths[column] = std::max(widths[column], Width(row[column]));
+            widths[column] = std::max(widths[column], TextWidth(row[column]));
     if (width)
         Shrink(widths, *width);
 

@@ -85,6 +85,21 @@ OperationFailed OpenFailure(const _ZV_SRVC_DEVICE_INFO& record, unsigned int sta
                         remedy.empty() ? found.Remedy : remedy)};
 }
 
+Failure SwitchFailure(unsigned int status)
+{
+    constexpr std::string_view operation = "NicChangeState";
+    if (status == ZV_SRVC_ERR_FAILURE)
+        return OperationFailed(operation, status);
+    // The operation has only three statuses of the library; any other number is an error of Windows.
+    if (status != ZV_SRVC_ERR_INVALID_PARAMETER)
+        return Failure(fmt::format("{0}: Windows refuses with error {1} (0x{1:x})", operation, status),
+                       ExitCode::OperationFailed, operation);
+    if (!Host::Inspect().IsAdministrator)
+        return OperationFailed(operation, status, ExitCode::OperationFailed,
+                               "the caller has no administrator rights; run as administrator");
+    return OperationFailed(operation, status, ExitCode::NotReady, "the adapter is absent; run 'zvctl doctor'");
+}
+
 OperationFailed RequestFailure(std::string_view operation, unsigned int status, std::chrono::nanoseconds elapsed,
                                std::chrono::milliseconds bound)
 {

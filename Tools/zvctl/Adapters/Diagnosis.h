@@ -21,6 +21,10 @@ std::string ProblemText(std::uint32_t problem);
 OperationFailed OpenFailure(const _ZV_SRVC_DEVICE_INFO& record, unsigned int status, std::chrono::nanoseconds elapsed,
                             const std::string& remedy);
 
+/// Returns the failure of NicChangeState.
+/// @param status of the library, or an error number of Windows.
+Failure SwitchFailure(unsigned int status);
+
 /// Returns the failure of a driver request.
 /// @param status the library has one for a refusal and for a time-out.
 /// @param bound the time-out that the library used.

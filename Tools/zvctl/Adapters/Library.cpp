@@ -1,11 +1,10 @@
 #include "Library.h"
 
-#include "Errors.h"
+#include "Diagnosis.h"
 
 #include <CreateZVModule.h>
 
 #include <algorithm>
-#include <fmt/core.h>
 #include <stdexcept>
 #include <string>
 
@@ -81,12 +80,6 @@ catch (const OperationFailed& failure)
 void SetAdapterEnabled(std::shared_ptr<CDeviceIntf>& device, bool enable)
 {
     const unsigned int status = SessionManager()->NicChangeState(device, enable ? 1 : 0);
-    // The operation has only three statuses of the library; any other number is an error of Windows.
-    if (status > ZV_SRVC_ERR_FAILURE && status != ZV_SRVC_ERR_INVALID_PARAMETER)
-        throw Failure(fmt::format("NicChangeState: Windows refuses with error {0} (0x{0:x})", status),
-                      ExitCode::OperationFailed, "NicChangeState");
-    if (status == ZV_SRVC_ERR_INVALID_PARAMETER)
-        throw OperationFailed("NicChangeState", status, ExitCode::OperationFailed,
-                              "the adapter is absent, or the caller lacks administrator rights; run 'zvctl doctor'");
-    Require("NicChangeState", status);
+    if (status != ZV_SRVC_SUCCESS)
+        throw SwitchFailure(status);
 }

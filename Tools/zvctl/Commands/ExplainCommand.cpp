@@ -2,8 +2,10 @@
 #include "Explanations.h"
 #include "Json.h"
 #include "Options.h"
+#include "Terminal.h"
 
 #include <fmt/core.h>
+#include <limits>
 
 namespace
 {
@@ -51,8 +53,12 @@ void Explain(const ExplainOptions& options)
     }
     if (!options.Words.empty())
         return fmt::print("{}", Text(rows));
+    const std::size_t width = TerminalWidth().value_or(std::numeric_limits<std::size_t>::max());
     for (const Explanation& row : rows)
-        fmt::print("{:<8} {:<7} {:<35} {}\n", KindName(row.Kind), row.Number, row.Name, row.Meaning);
+    {
+        const auto line = fmt::format("{:<8} {:<7} {:<35} {}", KindName(row.Kind), row.Number, row.Name, row.Meaning);
+        fmt::print("{}\n", CutText(line, width));
+    }
 }
 
 } // namespace

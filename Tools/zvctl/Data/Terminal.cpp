@@ -1,5 +1,6 @@
 #include "Terminal.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fmt/core.h>
 
@@ -40,6 +41,22 @@ int CodeOf(Colour colour)
 }
 
 } // namespace
+
+/// A continuation byte starts no character.
+std::size_t TextWidth(std::string_view text)
+{
+    return static_cast<std::size_t>(std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+std::string CutText(std::string text, std::size_t most)
+{
+    if (TextWidth(text) <= most)
+        return text;
+    // A continuation byte is removed together with the start of its character.
+    while (TextWidth(text) >= most)
+        text.pop_back();
+    return text + "\u2026";
+}
 
 void SetColourMode(ColourMode mode)
 {

@@ -17,6 +17,12 @@ std::optional<std::size_t> TerminalWidth();
 bool EnableEscapes(std::FILE* stream);
 /// @}
 
+/// Returns the number of characters of a UTF-8 text.
+std::size_t TextWidth(std::string_view text);
+
+/// Cuts a UTF-8 text to a number of characters, the last of which then is an ellipsis.
+std::string CutText(std::string text, std::size_t most);
+
 enum class Colour
 {
     Bold,
