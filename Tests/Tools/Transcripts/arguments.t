@@ -20,8 +20,8 @@ A mistake on the command line ends with exit code 2.
   $ zvctl plug 0
   ! zvctl: "plug" works in 'zvctl shell' and 'zvctl script' only
   [2]
-  $ zvctl reg raed 0
-  ! zvctl: reg: no command "raed"; did you mean "read"? run 'zvctl reg --help'
+  $ zvctl reg rea 0
+  ! zvctl: reg: no command "rea"; did you mean "read"? run 'zvctl reg --help'
   [2]
   $ zvctl list --filtre
   ! zvctl: list: no option "--filtre"; did you mean "--filter"? run 'zvctl list --help'
