@@ -26,6 +26,15 @@ A mistake on the command line ends with exit code 2.
   $ zvctl list --filtre
   ! zvctl: list: no option "--filtre"; did you mean "--filter"? run 'zvctl list --help'
   [2]
+  $ zvctl list --filtr=ZV_USB
+  ! zvctl: list: no option "--filtr"; did you mean "--filter"? run 'zvctl list --help'
+  [2]
+  $ zvctl --colour never list
+  ! zvctl: list: no option "--colour"; did you mean "--color"? run 'zvctl list --help'
+  [2]
+  $ zvctl list -- --json
+  ! zvctl: list: unexpected argument "--json"; run 'zvctl list --help'
+  [2]
   $ zvctl list 0
   ! zvctl: list: unexpected argument "0"; run 'zvctl list --help'
   [2]

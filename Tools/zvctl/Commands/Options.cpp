@@ -23,7 +23,8 @@ void AddJson(Syntax command, bool& json, const std::string& help)
 
 void AddErrorJson(Syntax command)
 {
-    command.AddFlag("--json", "Print an error as a JSON object");
+    static bool unused = false; // see AsksForJson
+    command.AddFlag("--json", unused, "Print an error as a JSON object");
 }
 
 bool AsksForJson(const std::vector<std::string>& words)

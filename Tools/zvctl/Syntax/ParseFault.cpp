@@ -3,6 +3,7 @@
 #include "DataText.h"
 #include "Suggestion.h"
 
+#include <algorithm>
 #include <cctype>
 
 namespace
@@ -45,14 +46,16 @@ std::string Remedy(const ParseFault& fault)
 /// An unexpected word is a misspelled option or command, or an argument too many. It often is the missing command.
 std::string Describe(const ParseFault& fault, const std::function<std::string(const std::string&)>& explainWord)
 {
-    const std::string& word = fault.Word;
+    const std::string word = fault.Word.substr(0, fault.Word.find('='));
     const bool concernsWord =
         fault.What == ParseFault::Kind::UnexpectedWord || fault.What == ParseFault::Kind::MissingCommand;
     if (word.empty() || !concernsWord)
         return Cause(fault) + "; " + Remedy(fault);
-    if (word.size() > 1 && word.starts_with('-'))
+    // After "--", the name of an option is an argument.
+    const bool isOption = word.starts_with('-') && std::ranges::find(fault.Options, word) == fault.Options.end();
+    if (isOption)
         return WithSuggestion("no option \"" + word + '"', Suggestion(word, fault.Options), Remedy(fault));
-    if (fault.Commands.empty())
+    if (fault.Commands.empty() || word.starts_with('-'))
         return "unexpected argument \"" + word + "\"; " + Remedy(fault);
     const std::string explained = explainWord(word);
     return explained.empty()

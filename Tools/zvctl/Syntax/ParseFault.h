@@ -23,7 +23,7 @@ struct ParseFault
     std::string Program = {}; ///< Empty for a line of a session.
     std::string Command = {}; ///< The command of the line; empty if it has none.
     std::vector<std::string> Commands = {}; ///< Names of the commands below it.
-    std::vector<std::string> Options = {};  ///< Names of its options.
+    std::vector<std::string> Options = {};  ///< Names of its options and of those of the program.
 };
 
 /// Returns cause and remedy.

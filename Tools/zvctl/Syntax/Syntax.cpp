@@ -151,11 +151,6 @@ Option Syntax::AddFlag(const std::string& name, bool& value, const std::string& 
     return Option(*Parsed->add_flag(name, value, help));
 }
 
-Option Syntax::AddFlag(const std::string& name, const std::string& help)
-{
-    return Option(*Parsed->add_flag(name, help));
-}
-
 Option Syntax::AddParsed(const std::string& name, Reader read, const std::string& help)
 {
     // The value is read at once; a value whose format depends on another option uses AddFinalRead.
@@ -233,9 +228,12 @@ std::vector<std::string> Syntax::CommandNames() const
 std::vector<std::string> Syntax::OptionNames() const
 {
     std::vector<std::string> names;
-    for (const CLI::Option* option : Parsed->get_options())
-        for (const std::string& name : option->get_lnames())
-            names.push_back("--" + name);
+    // Every command accepts the options of the program too; --help is the only one that both have.
+    for (const CLI::App* app = Parsed; app != nullptr; app = app->get_parent())
+        for (const CLI::Option* option : app->get_options())
+            for (const std::string& name : option->get_lnames())
+                if (app == Parsed || name != "help")
+                    names.push_back("--" + name);
     return names;
 }
 

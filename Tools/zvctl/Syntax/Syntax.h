@@ -53,8 +53,6 @@ public:
     Option AddChoice(const std::string& name, std::string& value, const std::vector<std::string>& choices,
                      const std::string& help);
     Option AddFlag(const std::string& name, bool& value, const std::string& help);
-    /// Adds a flag that the caller recognises among the words itself.
-    Option AddFlag(const std::string& name, const std::string& help);
     Option AddParsed(const std::string& name, Reader read, const std::string& help);
     /// Adds one or two arguments, the last of which has a name, shown as `usage`.
     Option AddPath(const std::string& name, std::vector<std::string>& values, const std::string& usage,
@@ -73,6 +71,7 @@ public:
     /// Returns the command of that name directly below this one.
     std::optional<Syntax> Find(std::string_view name) const;
     std::vector<std::string> CommandNames() const;
+    /// Returns the command's options and those of the program.
     std::vector<std::string> OptionNames() const;
     /// Returns the name of the argument at an index; the last one may take all that follow.
     std::optional<std::string> ArgumentName(std::size_t index) const;
