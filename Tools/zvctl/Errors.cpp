@@ -38,21 +38,19 @@ std::string StatusText(std::string_view operation, unsigned int status)
 
 } // namespace
 
-Failure Failure::WithMessage(const std::string& message) const
+Failure Failure::After(std::string_view text) const
 {
-    Failure copy(message, ExitWith, FailedOperation);
+    Failure copy(fmt::format("{}{}", text, what()), ExitWith, FailedOperation);
     copy.Number = Number;
+    copy.IsReported = IsReported;
     return copy;
 }
 
-Failure Failure::After(std::string_view text) const
+Failure Failure::WithReport(const std::string& message)
 {
-    return WithMessage(fmt::format("{}{}", text, what()));
-}
-
-Failure Failure::Before(std::string_view text) const
-{
-    return WithMessage(fmt::format("{}{}", what(), text));
+    Failure failure(message);
+    failure.IsReported = true;
+    return failure;
 }
 
 OperationFailed::OperationFailed(std::string_view operation, unsigned int status)
@@ -88,7 +86,7 @@ catch (const std::exception& failure)
 
 void ReportFailure(const Failure& failure, std::string_view command, bool json)
 {
-    if (*failure.what() == '\0')
+    if (json && failure.HasReport())
         return;
     if (!json)
     {
@@ -108,6 +106,8 @@ void ReportFailure(const Failure& failure, std::string_view command, bool json)
         {"message", failure.what()},
     };
     fmt::print("{}\n", Json(Json::Object{{"error", error}}).Line());
+    // Not FlushOutput, which would replace this failure by its own.
+    std::fflush(stdout);
 }
 
 /// A write to a full disk or a closed pipe is often reported here only.

@@ -41,8 +41,10 @@ public:
 
     /// Returns the same failure with a text in front of its message.
     Failure After(std::string_view text) const;
-    /// Returns the same failure with a text at the end of its message.
-    Failure Before(std::string_view text) const;
+
+    /// Returns a failure that the JSON output of the command describes already.
+    static Failure WithReport(const std::string& message);
+    bool HasReport() const { return IsReported; }
 
 protected:
     Failure(const std::string& message, ExitCode code, std::string_view operation, unsigned int status)
@@ -51,11 +53,10 @@ protected:
     }
 
 private:
-    Failure WithMessage(const std::string& message) const;
-
     ExitCode ExitWith;
     std::string FailedOperation;
     std::optional<unsigned int> Number;
+    bool IsReported = false;
 };
 
 /// A library operation that failed. `what()` is the operation, the name of the status, its number and the cause.
@@ -80,8 +81,7 @@ void Require(std::string_view operation, unsigned int status);
 /// Returns the exception that is being handled, as a Failure. Call in a handler only.
 Failure CurrentFailure();
 
-/// Prints a failure: on stderr, or with `json` as an object on stdout. Prints nothing for an empty message: the
-/// command itself has printed what failed.
+/// Prints a failure: on stderr, or with `json` as an object on stdout unless the output has it already.
 /// @param command its name; empty if the command line was not understood.
 void ReportFailure(const Failure& failure, std::string_view command, bool json);
 

@@ -58,7 +58,7 @@ Broken machines.
   $ check "$control" hardwareId
   problem WL1: not listed: it has no hardware ID; reinstall the adapter's driver
   $ check "$control" service
-  problem WL1: listed, but its key "NDI" has no value "Service", so no filter but ZV_ALL finds it; reinstall the adapter's driver
+  problem WL1: listed by every filter, because its key "NDI" has no value "Service"; reinstall the adapter's driver
   $ check "$control" netCfgInstanceId
   problem WL1: listed, but cannot be opened: its driver key has no value "NetCfgInstanceId"; reinstall the adapter's driver
 
@@ -73,8 +73,9 @@ A machine without adapters, a caller without rights, and a simulated driver.
   problem list: 0 adapters
   ! zvctl: doctor: found 1 problem
   [1]
-  $ printf 'rights off\nexpect-fail doctor\n' | zvctl script - | grep rights
+  $ printf 'rights off\ninfo 0\nhang 0 on\nexpect-fail doctor\n' | zvctl script - | grep -E 'rights|WL600U.*answer'
   note    rights: no administrator: adapters cannot be enabled or disabled; run as administrator
+  problem Zorvane WL600U Wi-Fi 6 USB Adapter: listed, but OpenDevice: ZV_SRVC_ERR_CONTROL_DEVICE (15): "Zorvane WL600U Wi-Fi 6 USB Adapter" has a driver that does not answer within 300 ms; plug the adapter in again or reinstall its driver
   $ cp "$ZV_BUILD/samples/VirtualDriver/VirtualDriver_UWP.dll" .
   $ zvctl doctor 2>/dev/null | grep -E 'simulated|list:'
   note    simulated driver: VirtualDriver_UWP.dll in the current directory replaces all adapters

@@ -88,18 +88,24 @@ std::vector<_ZV_SRVC_DEVICE_INFO> ListSomeAdapters()
     return adapters;
 }
 
+std::shared_ptr<CDeviceIntf> OpenAgain(const _ZV_SRVC_DEVICE_INFO& record, DriverNeed need, const std::string& remedy)
+{
+    // The library returns a device with this status: the adapter works, but its control device does not answer.
+    // Registry access and enabling or disabling do not use the driver.
+    std::shared_ptr<CDeviceIntf> device;
+    const auto start = std::chrono::steady_clock::now();
+    const unsigned int status = SessionManager()->OpenDevice(&record, ZV_SRVC_DEVICE_UWP, device);
+    const bool answered = status == ZV_SRVC_SUCCESS;
+    if (!answered && (status != ZV_SRVC_ERR_CONTROL_DEVICE || need == DriverNeed::Answers))
+        throw OpenFailure(record, status, std::chrono::steady_clock::now() - start, remedy);
+    KeptDevices::Keep(FieldText(record.NetCfgInstanceId), device, answered);
+    return device;
+}
+
 OpenAdapter::OpenAdapter(std::string_view text, DriverNeed need, const std::string& remedy)
     : Record(ChooseAdapter(ListSomeAdapters(), text)),
       Device(KeptDevices::FindUsable(Record, need == DriverNeed::Answers))
 {
-    if (Device != nullptr)
-        return;
-    // The library returns a device with this status: the adapter works, but its control device does not answer.
-    // Registry access and enabling or disabling do not use the driver.
-    const auto start = std::chrono::steady_clock::now();
-    const unsigned int status = SessionManager()->OpenDevice(&Record, ZV_SRVC_DEVICE_UWP, Device);
-    const bool answered = status == ZV_SRVC_SUCCESS;
-    if (!answered && (status != ZV_SRVC_ERR_CONTROL_DEVICE || need == DriverNeed::Answers))
-        throw OpenFailure(Record, status, std::chrono::steady_clock::now() - start, remedy);
-    KeptDevices::Keep(FieldText(Record.NetCfgInstanceId), Device, answered);
+    if (Device == nullptr)
+        Device = OpenAgain(Record, need, remedy);
 }

@@ -34,10 +34,16 @@ enum class DriverNeed
 /// Returns the listed adapters. @throws OperationFailed with a remedy if there is none.
 std::vector<_ZV_SRVC_DEVICE_INFO> ListSomeAdapters();
 
-/// Opens an adapter. A session keeps the device for its later lines; see KeptDevices.h.
+/// Opens an adapter even if it is open. A session keeps the device for its later lines; see KeptDevices.h.
+/// @param remedy replaces the usual one of a failure, unless it is empty.
+/// @throws OperationFailed
+std::shared_ptr<CDeviceIntf> OpenAgain(const _ZV_SRVC_DEVICE_INFO& record, DriverNeed need,
+                                       const std::string& remedy = "");
+
+/// An open adapter. Uses the device of an earlier line if possible.
 struct OpenAdapter
 {
-    /// @param remedy replaces the usual one of a failure to open the adapter.
+    /// @param remedy as for OpenAgain.
     /// @throws Failure
     explicit OpenAdapter(std::string_view text, DriverNeed need = DriverNeed::Answers, const std::string& remedy = "");
 

@@ -63,9 +63,9 @@ try
 {
     if (FieldText(record.Service).empty())
         return {.Result = Verdict::Problem,
-                .Detail = "listed, but its key \"NDI\" has no value \"Service\", so no filter but ZV_ALL finds it",
+                .Detail = "listed by every filter, because its key \"NDI\" has no value \"Service\"",
                 .Remedy = std::string(Reinstall)};
-    const OpenAdapter opened{std::string(FieldText(record.NetCfgInstanceId))};
+    OpenAgain(record, DriverNeed::Answers);
     return {.Detail = "listed, and its driver answers"};
 }
 catch (const Failure& failure)

@@ -57,7 +57,7 @@ void Examine(bool json)
         PrintFindings(adapters);
     }
     if (problems != 0)
-        throw Failure(json ? "" : fmt::format("found {} problem{}", problems, problems == 1 ? "" : "s"));
+        throw Failure::WithReport(fmt::format("found {} problem{}", problems, problems == 1 ? "" : "s"));
 }
 
 } // namespace

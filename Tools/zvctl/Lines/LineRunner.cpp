@@ -31,6 +31,16 @@ Failure Named(const Failure& failure, const std::string& command, bool json)
     return command.empty() ? failure : failure.After(command + ": ");
 }
 
+bool Parse(CommandLine& syntax, const std::vector<std::string>& words)
+try
+{
+    return syntax.Parse(words);
+}
+catch (const UsageError& mistake)
+{
+    throw Named(mistake, syntax.ChosenName(), AsksForJson(words));
+}
+
 void RunCommand(const Command& command, bool json)
 try
 {
@@ -120,18 +130,8 @@ void LineRunner::RunWords(const std::vector<std::string>& words)
     CommandLine syntax;
     syntax.SetExplainer(ExplainProgramCommand);
     const std::vector<Command> commands = AddSessionCommands(syntax.Root(), Ended);
-    const auto parse = [&]() -> bool {
-        try
-        {
-            return syntax.Parse(words);
-        }
-        catch (const UsageError& mistake)
-        {
-            throw Named(mistake, syntax.ChosenName(), AsksForJson(words));
-        }
-    };
     // False after a line that only asked for help.
-    if (parse())
+    if (Parse(syntax, words))
         RunCommand(*std::ranges::find_if(commands, [](const Command& command) { return command.Words.IsChosen(); }),
                    AsksForJson(words));
 }
