@@ -25,7 +25,6 @@ if ((EUID != 0)); then
   exit 0
 fi
 
-
 apt-get install -y --no-install-recommends "${packages[@]}" >"$folder/log" 2>&1 || fail "$(cat "$folder/log")"
 cp -r -- "$here/Project" "$folder/project"
 cmake -G Ninja -S "$folder/project" -B "$folder/build" >"$folder/log" && cmake --build "$folder/build" >>"$folder/log" ||
