@@ -4,8 +4,10 @@
 set -euo pipefail
 how=$1 build=$(realpath -- "$2") here=$(realpath -- "$(dirname -- "$0")")
 source=$(realpath -- "$here/../..")
-folder=$(mktemp -d)
-trap 'rm -rf -- "$folder"' EXIT
+# A fixed folder, so that the compiler cache knows the files of an earlier run.
+folder=$build/outside/$how
+rm -rf -- "$folder"
+mkdir -p -- "$folder"
 cp -r -- "$here/Project" "$folder/project"
 
 fail() {
@@ -21,7 +23,8 @@ install_library() {
 }
 
 build_project() {
-  cmake -G Ninja -S "$1" -B "$2" -DCMAKE_BUILD_TYPE=Debug "${@:3}"
+  cmake -G Ninja -S "$1" -B "$2" \
+    -DCMAKE_CXX_COMPILER_LAUNCHER="$(command -v ccache)" "${@:3}"
   cmake --build "$2" -j2
 }
 

@@ -44,7 +44,7 @@ Every machine file of the repository and of the documentation.
   $ for file in $(git -C "$ZV_SOURCE" ls-files 'Samples/*.json' 'Tests/*.json'); do
   >   cat "$ZV_SOURCE/$file" >>machine.json
   > done
-  $ sed -n '/^```json$/,/^```$/p' "$ZV_SOURCE/Platform/README.md" | grep -v '^```' >machine.2.json
+  $ sed -n '/^```json file=/,/^```$/p' "$ZV_SOURCE/docs/MACHINE-FILE.md" | grep -v '^```' >machine.2.json
 
 All of them fit, and each schema has a file. A schema refuses other documents.
 
