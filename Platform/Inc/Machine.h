@@ -190,6 +190,7 @@ public:
     void Broadcast(std::uint32_t message, std::uint64_t wParam);
     /// Sets whether callers have administrator rights; true at the start.
     void SetCallerRights(bool administrator);
+    /// Returns whether callers have them.
     bool HasCallerRights() const;
     /// @}
 
