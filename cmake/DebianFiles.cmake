@@ -25,6 +25,12 @@ foreach(component ${CPACK_COMPONENTS_ALL})
 ")
   execute_process(COMMAND gzip -9n ${folder}/changelog COMMAND_ERROR_IS_FATAL ANY)
 
+  # The owner has not published a mail address.
+  file(WRITE ${root}/share/lintian/overrides/${package} "${package}: bogus-mail-host *
+${package}: bogus-mail-host-in-debian-changelog *
+${package}: copyright-without-copyright-notice
+")
+
   file(GLOB_RECURSE files ${root}/bin/* ${root}/lib/*)
   foreach(file ${files})
     if(NOT IS_SYMLINK ${file})
