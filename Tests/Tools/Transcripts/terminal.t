@@ -1,7 +1,7 @@
 A terminal of 70 columns cuts the longest columns; a pipe does not.
 
   $ on_terminal() {
-  >   script -qec "stty cols ${COLUMNS_WANTED:-70}; $1" /dev/null </dev/null | tr -d '\r'
+  >   script -qec "stty cols 70; $1" /dev/null </dev/null | tr -d '\r'
   > }
   $ on_terminal "$ZVCTL --color never list --filter ZV_USB"
   #  NAME              BUS  SERVICE   VERSION    IDENTITY          FLAGS
@@ -9,6 +9,8 @@ A terminal of 70 columns cuts the longest columns; a pipe does not.
   1  Zorvane WL630U \xe2\x80\xa6  USB  zvlwlanu  1.9.12.40  {C7E45D19-08B2-\xe2\x80\xa6  ready (esc)
   $ zvctl list --filter ZV_USB | head -n 1 | wc -c
   111
+  $ on_terminal "$ZVCTL explain" | LC_ALL=C.UTF-8 wc -L
+  70
 
 Colours.
 
