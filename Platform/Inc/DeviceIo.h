@@ -53,7 +53,8 @@ extern "C"
     /// A handle without FILE_FLAG_OVERLAPPED takes no OVERLAPPED, and the call waits for completion; any
     /// other handle requires one: ERROR_INVALID_PARAMETER.
     PLATFORM_API BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, void* output,
-                                      DWORD outputSize, DWORD* returned, OVERLAPPED* overlapped) PLATFORM_NAME(DeviceIoControl);
+                                      DWORD outputSize, DWORD* returned, OVERLAPPED* overlapped)
+        PLATFORM_NAME(DeviceIoControl);
 
     /// Cancels this thread's requests in flight on a file; TRUE even if there are none.
     PLATFORM_API BOOL CancelIo(HANDLE file) PLATFORM_NAME(CancelIo);
@@ -64,7 +65,8 @@ extern "C"
     /// Returns a request's result: TRUE or its error, with the transferred bytes in either case. While the request
     /// is in flight: ERROR_IO_INCOMPLETE, or with `wait` blocks on its event, or on the file if it has none. The
     /// wait consumes an automatic event. If another thread signalled the event, the result is meaningless.
-    PLATFORM_API BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred, BOOL wait) PLATFORM_NAME(GetOverlappedResult);
+    PLATFORM_API BOOL GetOverlappedResult(HANDLE file, OVERLAPPED* overlapped, DWORD* transferred, BOOL wait)
+        PLATFORM_NAME(GetOverlappedResult);
 
     /// Closes a file or an event. Cancels the requests in flight on a file.
     PLATFORM_API BOOL CloseHandle(HANDLE handle) PLATFORM_NAME(CloseHandle);

@@ -104,29 +104,33 @@ extern "C"
 
     /// Takes a snapshot of the devices; INVALID_HANDLE_VALUE on failure. Without DIGCF_PRESENT it includes
     /// absent devices, without DIGCF_ALLCLASSES only those of one class. `enumerator` must be null.
-    PLATFORM_API HDEVINFO SetupDiGetClassDevsW(const GUID* classGuid, const WCHAR* enumerator, HWND parent,
-                                               DWORD flags) PLATFORM_NAME(SetupDiGetClassDevsW);
+    PLATFORM_API HDEVINFO SetupDiGetClassDevsW(const GUID* classGuid, const WCHAR* enumerator, HWND parent, DWORD flags)
+        PLATFORM_NAME(SetupDiGetClassDevsW);
     /// Closes a set. ERROR_INVALID_HANDLE for an unknown one.
     PLATFORM_API BOOL SetupDiDestroyDeviceInfoList(HDEVINFO set) PLATFORM_NAME(SetupDiDestroyDeviceInfoList);
 
     /// Opens a class's key, or with no class the root of all class keys. On failure the result is
     /// INVALID_HANDLE_VALUE as an HKEY, not null.
-    PLATFORM_API HKEY SetupDiOpenClassRegKey(const GUID* classGuid, REGSAM access) PLATFORM_NAME(SetupDiOpenClassRegKey);
+    PLATFORM_API HKEY SetupDiOpenClassRegKey(const GUID* classGuid, REGSAM access)
+        PLATFORM_NAME(SetupDiOpenClassRegKey);
 
     /// Reads the record of a device of the set. ERROR_NO_MORE_ITEMS after the last device, ERROR_INVALID_USER_BUFFER
     /// for a wrong cbSize.
-    PLATFORM_API BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* device) PLATFORM_NAME(SetupDiEnumDeviceInfo);
+    PLATFORM_API BOOL SetupDiEnumDeviceInfo(HDEVINFO set, DWORD index, SP_DEVINFO_DATA* device)
+        PLATFORM_NAME(SetupDiEnumDeviceInfo);
 
     /// Reads a property as 16-bit text with its NUL (two for a REG_MULTI_SZ); sizes count bytes.
     /// ERROR_INVALID_DATA when the device has no such property, ERROR_INSUFFICIENT_BUFFER with type and
     /// required size when the buffer is too small; the buffer is then unchanged.
     PLATFORM_API BOOL SetupDiGetDeviceRegistryPropertyW(HDEVINFO set, SP_DEVINFO_DATA* device, DWORD property,
                                                         DWORD* type, BYTE* buffer, DWORD bufferSize,
-                                                        DWORD* requiredSize) PLATFORM_NAME(SetupDiGetDeviceRegistryPropertyW);
+                                                        DWORD* requiredSize)
+        PLATFORM_NAME(SetupDiGetDeviceRegistryPropertyW);
 
     /// Reads a node's status bits and problem number as they are now. CR_NO_SUCH_DEVINST for an absent
     /// node; the outputs are then unchanged.
-    PLATFORM_API CONFIGRET CM_Get_DevNode_Status(ULONG* status, ULONG* problem, DEVINST device, ULONG flags) PLATFORM_NAME(CM_Get_DevNode_Status);
+    PLATFORM_API CONFIGRET CM_Get_DevNode_Status(ULONG* status, ULONG* problem, DEVINST device, ULONG flags)
+        PLATFORM_NAME(CM_Get_DevNode_Status);
 
     /// Opens a device's driver key (DICS_FLAG_GLOBAL, profile 0 and DIREG_DRV alone). On failure the
     /// result is INVALID_HANDLE_VALUE as an HKEY: ERROR_KEY_DOES_NOT_EXIST for a device without such a
@@ -139,7 +143,8 @@ extern "C"
     /// DICS_FLAG_CONFIGSPECIFIC: ERROR_INVALID_PARAMETER for others, ERROR_INVALID_USER_BUFFER for a
     /// wrong cbSize.
     PLATFORM_API BOOL SetupDiSetClassInstallParamsW(HDEVINFO set, SP_DEVINFO_DATA* device,
-                                                    SP_CLASSINSTALL_HEADER* parameters, DWORD size) PLATFORM_NAME(SetupDiSetClassInstallParamsW);
+                                                    SP_CLASSINSTALL_HEADER* parameters, DWORD size)
+        PLATFORM_NAME(SetupDiSetClassInstallParamsW);
 
     /// Carries out DIF_PROPERTYCHANGE with the parameters of the device: changes the node and sends the
     /// messages of the change before it returns. ERROR_NO_CLASSINSTALL_PARAMS without parameters for
@@ -147,5 +152,6 @@ extern "C"
     /// absent device, ERROR_NOT_DISABLEABLE when a window denied the removal, and the adapter's own
     /// refusal. An enable in DICS_FLAG_GLOBAL only ends a global disable, which no adapter here has. Blocks while
     /// window procedures handle the messages: call it without a lock that they need.
-    PLATFORM_API BOOL SetupDiCallClassInstaller(DI_FUNCTION function, HDEVINFO set, SP_DEVINFO_DATA* device) PLATFORM_NAME(SetupDiCallClassInstaller);
+    PLATFORM_API BOOL SetupDiCallClassInstaller(DI_FUNCTION function, HDEVINFO set, SP_DEVINFO_DATA* device)
+        PLATFORM_NAME(SetupDiCallClassInstaller);
 }

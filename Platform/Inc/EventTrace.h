@@ -57,7 +57,8 @@ extern "C"
     /// one provider's callback never overlap.
     PLATFORM_API ULONG RegisterTraceGuidsW(WMIDPREQUEST callback, void* context, const GUID* control, ULONG guidCount,
                                            TRACE_GUID_REGISTRATION* guids, const WCHAR* imagePath,
-                                           const WCHAR* resourceName, TRACEHANDLE* registration) PLATFORM_NAME(RegisterTraceGuidsW);
+                                           const WCHAR* resourceName, TRACEHANDLE* registration)
+        PLATFORM_NAME(RegisterTraceGuidsW);
 
     /// Ends a registration. The callback of an enabled provider is called to disable it before this returns,
     /// and never afterwards.

@@ -42,23 +42,27 @@ extern "C"
     PLATFORM_API BOOL GetMessageW(MSG* message, HWND window, UINT first, UINT last) PLATFORM_NAME(GetMessageW);
     /// Does what GetMessageW does, but returns FALSE at once if nothing is posted. PM_NOREMOVE leaves the message
     /// in the queue.
-    PLATFORM_API BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove) PLATFORM_NAME(PeekMessageW);
+    PLATFORM_API BOOL PeekMessageW(MSG* message, HWND window, UINT first, UINT last, UINT remove)
+        PLATFORM_NAME(PeekMessageW);
     /// Returns FALSE: there is no keyboard, so there is nothing to translate.
     PLATFORM_API BOOL TranslateMessage(const MSG* message) PLATFORM_NAME(TranslateMessage);
     /// Calls the procedure of the message's window and returns its result; 0 for a message to the thread.
     PLATFORM_API LRESULT DispatchMessageW(const MSG* message) PLATFORM_NAME(DispatchMessageW);
     /// The default procedure: accepts creation, power and device queries; otherwise returns 0.
-    PLATFORM_API LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) PLATFORM_NAME(DefWindowProcW);
+    PLATFORM_API LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+        PLATFORM_NAME(DefWindowProcW);
 
     /// Calls the procedure of a window on the window's thread and returns its result: immediately on that
     /// thread, otherwise when that thread next retrieves messages. While waiting, it dispatches messages
     /// sent to the calling thread. 0 with ERROR_INVALID_WINDOW_HANDLE if there is no such window or it is
     /// destroyed meanwhile. The wait has no bound.
-    PLATFORM_API LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) PLATFORM_NAME(SendMessageW);
+    PLATFORM_API LRESULT SendMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+        PLATFORM_NAME(SendMessageW);
     /// Posts a message; a null window means the calling thread. ERROR_NOT_ENOUGH_QUOTA when 10,000 are queued.
     PLATFORM_API BOOL PostMessageW(HWND window, UINT message, WPARAM wParam, LPARAM lParam) PLATFORM_NAME(PostMessageW);
     /// Posts a message to a thread. ERROR_INVALID_THREAD_ID for a thread that has no queue yet.
-    PLATFORM_API BOOL PostThreadMessageW(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam) PLATFORM_NAME(PostThreadMessageW);
+    PLATFORM_API BOOL PostThreadMessageW(DWORD thread, UINT message, WPARAM wParam, LPARAM lParam)
+        PLATFORM_NAME(PostThreadMessageW);
     /// Makes the calling thread's queue return WM_QUIT once nothing else is posted.
     PLATFORM_API void PostQuitMessage(int exitCode) PLATFORM_NAME(PostQuitMessage);
 }

@@ -31,7 +31,8 @@ extern "C"
     /// Finds the module that an address lies in (GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS is needed), for
     /// null the program, and counts a load of it, or with GET_MODULE_HANDLE_EX_FLAG_PIN keeps it until the
     /// process ends.
-    PLATFORM_API BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module) PLATFORM_NAME(GetModuleHandleExW);
+    PLATFORM_API BOOL GetModuleHandleExW(DWORD flags, const WCHAR* nameOrAddress, HMODULE* module)
+        PLATFORM_NAME(GetModuleHandleExW);
 
     /// Returns whether the process is exiting and Windows has already terminated its other threads. Never the case
     /// here, because Linux ends all threads together.

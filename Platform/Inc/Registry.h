@@ -56,7 +56,8 @@ extern "C"
     PLATFORM_API LSTATUS RegCloseKey(HKEY key) PLATFORM_NAME(RegCloseKey);
     /// Deletes a value of `subKey`, which is opened for this (an empty name opens `key` again), or through
     /// `key` itself if `subKey` is null. ERROR_FILE_NOT_FOUND if there is no such value.
-    PLATFORM_API LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName) PLATFORM_NAME(RegDeleteKeyValueA);
+    PLATFORM_API LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName)
+        PLATFORM_NAME(RegDeleteKeyValueA);
     /// Deletes a key with its values; ERROR_ACCESS_DENIED when it has subkeys.
     PLATFORM_API LSTATUS RegDeleteKeyA(HKEY key, const char* subKey) PLATFORM_NAME(RegDeleteKeyA);
 }

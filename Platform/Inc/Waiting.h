@@ -36,5 +36,6 @@ extern "C"
     /// Blocks until one of up to 64 objects is signalled: WAIT_OBJECT_0 + the lowest index that is signalled; only that
     /// one is consumed. Waiting for all is refused with ERROR_INVALID_PARAMETER. A bad handle among them
     /// fails the call and consumes nothing.
-    PLATFORM_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds) PLATFORM_NAME(WaitForMultipleObjects);
+    PLATFORM_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds)
+        PLATFORM_NAME(WaitForMultipleObjects);
 }

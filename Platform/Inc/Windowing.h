@@ -159,7 +159,8 @@ extern "C"
     /// Registers a window for the messages of a device-interface class until the window is destroyed. The
     /// filter is copied. Null with ERROR_INVALID_DATA for another filter, ERROR_INVALID_PARAMETER for no window. A
     /// window that registers twice receives each message twice.
-    PLATFORM_API HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD flags) PLATFORM_NAME(RegisterDeviceNotificationW);
+    PLATFORM_API HDEVNOTIFY RegisterDeviceNotificationW(HANDLE recipient, void* filter, DWORD flags)
+        PLATFORM_NAME(RegisterDeviceNotificationW);
     /// Ends a registration. A message that is being sent is still delivered. ERROR_INVALID_HANDLE for an unknown one.
     PLATFORM_API BOOL UnregisterDeviceNotification(HDEVNOTIFY notification) PLATFORM_NAME(UnregisterDeviceNotification);
 

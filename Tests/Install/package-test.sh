@@ -27,12 +27,13 @@ fi
 
 apt-get install -y --no-install-recommends "${packages[@]}" >"$folder/log" 2>&1 || fail "$(cat "$folder/log")"
 cp -r -- "$here/Project" "$folder/project"
-cmake -G Ninja -S "$folder/project" -B "$folder/build" >"$folder/log" && cmake --build "$folder/build" >>"$folder/log" ||
+if ! { cmake -G Ninja -S "$folder/project" -B "$folder/build" && cmake --build "$folder/build"; } >"$folder/log"; then
   fail "$(cat "$folder/log")"
+fi
 ZV_MACHINE=/usr/share/zvuwpsrvclib/Machines/default.json "$folder/build/host" >"$folder/out"
 [[ $(wc -l <"$folder/out") -eq 5 ]] || fail "the host printed: $(cat "$folder/out")"
 zvctl list >"$folder/out"
-[[ $(grep -c ZvW <"$folder/out") -ge 1 ]] || fail "zvctl printed: $(cat "$folder/out")"
+[[ $(grep -c ready "$folder/out") -eq 3 ]] || fail "zvctl printed: $(cat "$folder/out")"
 
 files=$(dpkg -L "${names[@]}" | sort -u)
 apt-get purge -y "${names[@]}" >"$folder/log" 2>&1 || fail "$(cat "$folder/log")"

@@ -27,4 +27,5 @@ cd -- "$folder"
 "$here/wine-session.sh" "$build/prefix" "$build/bin/zvdriver.exe" "$build/bin/ZVKernelDriver.sys" \
   "$source/cmake/run-windows-program.sh" "$folder/host.exe" >"$folder/out"
 lines=$(tr -d '\r' <"$folder/out")
-[[ $(wc -l <<<"$lines") -eq 4 && $(head -1 <<<"$lines") =~ ^[0-9]+\.[0-9]+\.[0-9]+$ ]] || fail "the host printed: $lines"
+[[ $(wc -l <<<"$lines") -eq 4 && $(head -1 <<<"$lines") =~ ^[0-9]+\.[0-9]+\.[0-9]+$ ]] ||
+  fail "the host printed: $lines"

@@ -9,8 +9,9 @@ namespace
 
 [[noreturn]] void Refuse(std::string_view origin)
 {
-    throw MachineFileError(std::string(origin) +
-                           ": cannot be read: this stand-in was built without nlohmann_json, so it reads no machine files");
+    throw MachineFileError(
+        std::string(origin) +
+        ": cannot be read: this stand-in was built without nlohmann_json, so it reads no machine files");
 }
 
 } // namespace

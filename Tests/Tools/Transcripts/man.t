@@ -1,6 +1,6 @@
 The manual page has no formatting errors, and describes every command.
 
-  $ page=$(find "$ZV_BUILD" -name zvctl.1)
+  $ page=$ZV_BUILD/zvctl.1
   $ groff -man -Tascii -P-cbou -ww "$page" >text
   $ grep -E '^[A-Z]' text | grep -vE '^ZVCTL'
   NAME

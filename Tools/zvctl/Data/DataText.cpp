@@ -12,8 +12,6 @@
 namespace
 {
 
-/// Bytes in a line of a dump.
-constexpr std::size_t LineSize = 16;
 constexpr std::string_view TextPrefix = "text:";
 
 void RequireSize(std::uintmax_t size)
@@ -59,14 +57,6 @@ Bytes ParseHex(std::string_view text)
     return data;
 }
 
-/// Replaces everything but printable ASCII characters by dots.
-std::string Characters(std::span<const std::uint8_t> data)
-{
-    std::string shown(data.begin(), data.end());
-    std::ranges::replace_if(shown, [](char c) { return c < ' ' || c > '~'; }, '.');
-    return shown;
-}
-
 } // namespace
 
 std::uint32_t ParseNumber(std::string_view text, std::uint32_t limit)
@@ -101,24 +91,4 @@ Bytes ParseData(const std::string& text)
     if (text.starts_with(TextPrefix))
         return {text.begin() + TextPrefix.size(), text.end()};
     return ParseHex(text);
-}
-
-std::string HexText(std::span<const std::uint8_t> data, std::string_view separator)
-{
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (const std::uint8_t byte : data)
-        text.append(text.empty() ? "" : separator) += {digits[byte >> 4], digits[byte & 0xF]};
-    return text;
-}
-
-std::string HexDump(std::span<const std::uint8_t> data)
-{
-    std::string dump;
-    for (std::size_t at = 0; at < data.size(); at += LineSize)
-    {
-        const auto line = data.subspan(at, std::min(LineSize, data.size() - at));
-        dump += fmt::format("{:08x}  {:<47}  |{}|\n", at, HexText(line, " "), Characters(line));
-    }
-    return dump;
 }

@@ -2,11 +2,12 @@
 /// Parses and prints numbers and bytes.
 #pragma once
 
+#include <HostKit/HexDump.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,11 +29,8 @@ std::chrono::milliseconds ParseSeconds(std::string_view text);
 /// @throws std::invalid_argument that describes the error.
 Bytes ParseData(const std::string& text);
 
-/// Returns pairs of hexadecimal digits, separated by a text.
-std::string HexText(std::span<const std::uint8_t> data, std::string_view separator);
-
-/// Returns lines of 16 bytes: offset, hexadecimal digits, characters.
-std::string HexDump(std::span<const std::uint8_t> data);
+using HostKit::HexDump;
+using HostKit::HexText;
 
 /// Returns the texts of a range, separated by another text.
 template <class Texts>
