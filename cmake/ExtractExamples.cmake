@@ -1,10 +1,10 @@
-# Writes the code blocks of a guide that name a file, such as "```cpp file=host.cpp", into a folder:
+# Writes the code blocks of a guide that name a file, such as "```cpp file=host.cpp", into a folder. Blocks that name
+# the same file follow each other in it:
 #   cmake -DGUIDE=docs/TEST-YOUR-HOST.md -DFOLDER=example -P cmake/ExtractExamples.cmake
-# Unchanged files keep their time, so that only changed examples are compiled again.
 cmake_policy(VERSION 3.25)
 
 file(READ ${GUIDE} rest)
-set(count 0)
+set(files "")
 while(rest MATCHES "\n```[a-z]+ file=([A-Za-z0-9_.-]+)\n")
   set(opening "${CMAKE_MATCH_0}")
   set(file "${FOLDER}/${CMAKE_MATCH_1}")
@@ -19,15 +19,13 @@ while(rest MATCHES "\n```[a-z]+ file=([A-Za-z0-9_.-]+)\n")
   math(EXPR end "${end} + 1")
   string(SUBSTRING "${rest}" 0 ${end} text)
   string(SUBSTRING "${rest}" ${end} -1 rest)
-  set(present "")
-  if(EXISTS "${file}")
-    file(READ "${file}" present)
-  endif()
-  if(NOT "${present}" STREQUAL "${text}")
+  if("${file}" IN_LIST files)
+    file(APPEND "${file}" "\n${text}")
+  else()
     file(WRITE "${file}" "${text}")
+    list(APPEND files "${file}")
   endif()
-  math(EXPR count "${count} + 1")
 endwhile()
-if(count EQUAL 0)
+if(NOT files)
   message(FATAL_ERROR "${GUIDE}: no block names a file")
 endif()

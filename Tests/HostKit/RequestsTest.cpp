@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <functional>
 #include <map>
 
@@ -34,7 +34,7 @@ public:
         for (const auto& [id, request] : Waiting)
         {
             Read(*request);
-            std::memset(request->OutBuffer, 0x5A, request->OutLength);
+            std::fill_n(static_cast<std::uint8_t*>(request->OutBuffer), request->OutLength, 0x5A);
         }
     }
 
@@ -51,7 +51,7 @@ public:
     void Complete(std::uint32_t status)
     {
         _ZV_SRVC_IOCTL_REQ* const request = Waiting.extract(Newest).mapped();
-        std::memset(request->OutBuffer, 0x11, request->OutLength);
+        std::fill_n(static_cast<std::uint8_t*>(request->OutBuffer), request->OutLength, 0x11);
         const _ZV_ASYNC_RESULT result{ZV_ASYNC_IOCTL_DONE, 8, request};
         request->NotifyFn(request->NotifyContext, status, &result);
     }
