@@ -14,7 +14,7 @@ fail() {
 
 (cd -- "$folder" && cmake -E tar xf "$build"/ZVUWPSrvcLib-*-windows-x86_64.zip)
 archive=$(echo "$folder"/ZVUWPSrvcLib-*)
-for file in bin/ZVUWPSrvcLib.dll bin/zvctl.exe lib/libZVUWPSrvcLib.dll.a include/ZVUWPSrvcLib/VirtualDriver.h \
+for file in bin/ZVUWPSrvcLib.dll bin/zvctl.exe lib/ZVUWPSrvcLib.dll.a include/ZVUWPSrvcLib/VirtualDriver.h \
   include/ZVUWPSrvcLib/HostKit/HostKit.h testdriver/ZVKernelDriver.sys testdriver/zvdriver.exe samples/Host/Host.cpp; do
   [[ -e $archive/$file ]] || fail "the archive has no $file"
 done
