@@ -94,14 +94,20 @@ void ReportFailure(const Failure& failure, std::string_view command, bool json)
                    failure.what());
         return;
     }
-    const auto status = failure.Status();
+    Json status; // null unless the library returned a status
+    Json name;
+    if (const auto number = failure.Status())
+    {
+        status = *number;
+        name = ZVStatusName(*number);
+    }
     // The operation is that of the library, or the command, or the program.
     const std::string_view ownOperation = command.empty() ? "zvctl" : command;
     const Json error = Json::Object{
         {"command", command},
         {"operation", failure.Operation().empty() ? ownOperation : failure.Operation()},
-        {"status", status ? Json(*status) : Json()},
-        {"name", status ? Json(ZVStatusName(*status)) : Json()},
+        {"status", status},
+        {"name", name},
         {"exitCode", static_cast<unsigned int>(failure.Code())},
         {"message", failure.what()},
     };
