@@ -90,4 +90,6 @@ endif()
 install(FILES CHANGES.md DESTINATION ${documents} COMPONENT Documentation)
 install(DIRECTORY Samples/List Samples/Host Samples/VirtualDriver DESTINATION ${documents}/samples
   COMPONENT Documentation)
+install(FILES Samples/DriverModel/ItemStore.cpp Samples/DriverModel/ItemStore.h Platform/Inc/AnnotatedLock.h
+  DESTINATION ${documents}/samples/VirtualDriver COMPONENT Documentation)
 install(FILES cmake/samples/CMakeLists.txt DESTINATION ${documents}/samples COMPONENT Documentation)

@@ -50,6 +50,8 @@ find-package)
   build_project "$samples" "$folder/samples" -DCMAKE_PREFIX_PATH="$folder/prefix"
   cd "$folder/empty"
   ZV_MACHINE=$folder/prefix/share/zvuwpsrvclib/Machines/default.json "$folder/samples/sample_host"
+  cd "$folder/samples/VirtualDriver"
+  [[ $("$folder/samples/list_host" | wc -l) -eq 3 ]] || fail "the sample simulated driver has not been used"
   ;;
 pkg-config)
   install_library
