@@ -91,6 +91,7 @@ guides)
   ((count > 0)) || fail "no guide has a project"
   cmake -DGUIDE="$source/docs/MACHINE-FILE.md" -DFOLDER="$folder/machine" -P "$source/cmake/ExtractExamples.cmake"
   "$folder/prefix/bin/zvctl" --machine "$folder/machine/machine.json" info WL600U
+  # shellcheck disable=SC2016 # backquotes of Markdown
   sed -n '/^```zvctl$/,/^```$/p' "$source/docs/ZVCTL.md" | grep -v '^```' | "$folder/prefix/bin/zvctl" script -
   ;;
 *) fail "no such case: $how" ;;
