@@ -4,13 +4,12 @@
 #   Tools          zvctl; on Windows the test driver too
 #   Documentation  guides and samples
 # Everything is relocatable.
-set(package lib/cmake/ZVUWPSrvcLib)
+set(package ${CMAKE_INSTALL_LIBDIR}/cmake/ZVUWPSrvcLib)
 set(headers ${CMAKE_INSTALL_INCLUDEDIR}/ZVUWPSrvcLib)
 if(WIN32)
   set(shared .)
   set(documents .)
 else()
-  set(package ${CMAKE_INSTALL_LIBDIR}/cmake/ZVUWPSrvcLib)
   set(shared ${CMAKE_INSTALL_DATADIR}/zvuwpsrvclib)
   set(documents ${CMAKE_INSTALL_DOCDIR})
 endif()

@@ -34,7 +34,7 @@ try
 }
 catch (const std::exception&)
 {
-    return std::nullopt; // facts improve a message; the failure that it reports is another one
+    return std::nullopt; // without facts, the message is less precise
 }
 
 struct Finding
@@ -50,7 +50,8 @@ Finding Unavailable(const _ZV_SRVC_DEVICE_INFO& record)
     if (facts && facts->Present && facts->Problem != 0)
         return {ExitCode::NotReady, (facts->Problem == DisabledProblem ? "is " : "has ") + ProblemText(facts->Problem),
                 fmt::format("run 'zvctl explain problem {}'", facts->Problem)};
-    // The flags remain if the system has no such adapter, or if its state has changed since the last event.
+    // Only the flags are known of an adapter that Windows does not have, or whose state has changed since the last
+    // event.
     return {ExitCode::NotReady, fmt::format("is {}", FlagText(record.StateFlags)), "run 'zvctl doctor'"};
 }
 

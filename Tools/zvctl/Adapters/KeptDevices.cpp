@@ -16,7 +16,7 @@ struct Kept
     bool Answered = false;
 };
 
-/// Constructed after the library's service, so that the devices are destroyed before it.
+/// The devices stay open until the program exits.
 std::map<std::string, Kept, std::less<>>& Devices()
 {
     static std::map<std::string, Kept, std::less<>> devices;

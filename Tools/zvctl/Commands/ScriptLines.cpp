@@ -63,7 +63,7 @@ void Assert(const AssertOptions& options)
 Command AddAssert(Syntax app)
 {
     const auto options = std::make_shared<AssertOptions>();
-    Syntax command = app.AddCommand("assert", "Fail unless an adapter has a flag, or has it not");
+    Syntax command = app.AddCommand("assert", "Fail unless an adapter has a flag or, with not, lacks it");
     AddAdapter(command, options->Adapter);
     command.AddPath("FLAG", options->Words, "[not] FLAG", Join(ExplainedNames(ExplainedKind::Flag), ", "));
     command.AddFinalRead("FLAG", options->Adapter, [given = options.get()](const std::string&) { CheckWords(*given); });

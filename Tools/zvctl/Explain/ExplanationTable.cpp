@@ -81,7 +81,7 @@ constexpr Explanation Table[] = {
          "run 'zvctl doctor' for the number, then 'zvctl explain problem NUMBER'"),
     Flag(ZV_DEV_ABSENT, "absent", "the last check did not confirm the adapter",
          "the adapter was unplugged, disabled, or could not be opened", "plug the adapter in or enable it"),
-    Flag(ZV_DEV_DRIVER_CHANGED, "driver-changed", "the installed driver version is another one than at the listing",
+    Flag(ZV_DEV_DRIVER_CHANGED, "driver-changed", "the installed driver version differs from the listed one",
          "the driver was updated", "list the adapters again to see the new version"),
     Flag(ZV_DEV_DRIVER_UNINSTALLED, "driver-uninstalled", "the adapter's driver was uninstalled",
          "the driver's registry key was deleted after the adapter left", Reinstall),

@@ -100,7 +100,7 @@ LineRunner::LineRunner()
     EventFeed::OfSession();
 }
 
-/// Runs a line that must fail. A syntax error is none of the failures that a script can expect.
+/// Runs a line that must fail. A syntax error is reported, because no script expects one.
 void LineRunner::RunExpectingFailure(const std::vector<std::string>& words)
 {
     try

@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Counts the insertions, deletions, replacements and swaps of neighbours that turn one text into the other.
+/// Counts the insertions, deletions, replacements and swaps of adjacent letters that turn one text into the other.
 std::size_t Distance(std::string_view one, std::string_view other)
 {
     // Row i has the distances of the first i letters of `one`; three rows suffice, the oldest for swaps.
