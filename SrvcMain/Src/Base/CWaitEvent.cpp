@@ -1,16 +1,5 @@
 #include "CWaitEvent.h"
 
-#include <thread>
-
-namespace
-{
-
-/// A sleep and its wake-up cost each side a system call, many times the cost of yielding the CPU. A
-/// busy producer has posted again by then; an idle thread loses next to nothing before it sleeps.
-constexpr int YieldsBeforeSleep = 8;
-
-} // namespace
-
 /// @return false when a wake is pending.
 bool CWaitEvent::FallAsleep()
 {
@@ -33,9 +22,6 @@ void CWaitEvent::WaitFor(std::chrono::milliseconds time)
 
 void CWaitEvent::Wait()
 {
-    for (int yields = 0; yields < YieldsBeforeSleep && State.load(std::memory_order_relaxed) == WakeState::Idle;
-         ++yields)
-        std::this_thread::yield();
     const CScopedLock lock(WakeLock);
     if (FallAsleep())
         while (State.load(std::memory_order_acquire) == WakeState::Asleep)

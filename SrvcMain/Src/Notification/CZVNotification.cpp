@@ -13,6 +13,9 @@ constexpr int EntryPauses = 10;
 /// A worker that became idle less than this ago may not have reached its wait.
 constexpr std::int64_t MinimumRestMs = 3;
 constexpr std::chrono::milliseconds Pause{1};
+/// A sleep and its wake-up cost each side a system call, many times the cost of yielding the CPU. A
+/// busy producer has posted again by then; an idle thread loses next to nothing before it sleeps.
+constexpr int YieldsBeforeSleep = 8;
 
 thread_local const CZVNotification* currentWorker = nullptr;
 
@@ -30,7 +33,7 @@ bool CZVNotification::IsOwnThread() const noexcept
 
 CZVNotification::~CZVNotification()
 {
-    DropQueued();
+    Queue.Drop();
     if (!IsOwnThread())
     {
         StopNotifyThread();
@@ -64,24 +67,22 @@ bool CZVNotification::SendNorification(const ZVBlob& blob)
 {
     if ((State & ZV_NOTIFY_RUNNING) == 0)
         return false;
-    Queue.PushBack(blob);
-    WakeEvent.Wake();
+    if (Queue.PushBack(blob))
+        WakeEvent.Wake();
     return true;
 }
 
 CZVNotification::CPrepared CZVNotification::Prepare(ZVBlob blob)
 {
-    CPrepared prepared;
-    prepared.push_back(std::move(blob));
-    return prepared;
+    return CBlobQueue::Prepare(std::move(blob));
 }
 
 bool CZVNotification::SendPrepared(CPrepared& prepared)
 {
     if ((State & ZV_NOTIFY_RUNNING) == 0)
         return false;
-    Queue.Append(prepared);
-    WakeEvent.Wake();
+    if (Queue.Append(prepared))
+        WakeEvent.Wake();
     return true;
 }
 
@@ -122,15 +123,6 @@ void CZVNotification::AwaitRest()
         nobodySignals.WaitFor(Pause);
 }
 
-void CZVNotification::DropQueued()
-{
-    CSafeList<ZVBlob>::CList dropped;
-    CSafeList<ZVBlob>::CList none;
-    const CScopedLock lock(TakenLock);
-    dropped.swap(Taken);
-    Queue.TakeAll(dropped, none);
-}
-
 void CZVNotification::Work()
 {
     bool isDestroyed = false;
@@ -141,7 +133,7 @@ void CZVNotification::Work()
     ZV_TRACE(NotifyThreadEntered, Name);
     for (;;)
     {
-        WakeEvent.Wait();
+        AwaitWork();
         const std::uint32_t state = State;
         if ((state & ZV_NOTIFY_RUNNING) == 0 || (state & ZV_NOTIFY_STOPPING) != 0)
             break;
@@ -152,37 +144,32 @@ void CZVNotification::Work()
     ZV_TRACE(NotifyThreadLeft, Name);
 }
 
+/// Returns when there are entries or a stop was requested, and sometimes without either.
+void CZVNotification::AwaitWork()
+{
+    // Without a handler nothing is delivered, so only a stop matters.
+    if (Handler == nullptr)
+    {
+        WakeEvent.Wait();
+        return;
+    }
+    for (int yields = 0; yields < YieldsBeforeSleep && !Queue.HasEntries(); ++yields)
+        std::this_thread::yield();
+    if (Queue.FallAsleep())
+        WakeEvent.Wait();
+}
+
 /// Delivers until the queue is empty, even if a stop is requested meanwhile.
 /// @return false when a handler has destroyed this object.
 bool CZVNotification::Drain(const bool& isDestroyed)
 {
-    if (Handler == nullptr)
-        return true;
-    CSafeList<ZVBlob>::CList spent;
     ZVBlob blob;
-    while (TakeNext(blob, spent))
+    while (Handler != nullptr && Queue.TakeNext(blob))
     {
         Handler->NotifyCallback(Name, blob);
         blob.reset();
         if (isDestroyed)
             return false;
     }
-    return true;
-}
-
-/// Takes the next entry. A whole batch leaves the queue in one critical section, so that the worker and
-/// the producers contend for its lock once per batch instead of once per entry.
-bool CZVNotification::TakeNext(ZVBlob& blob, CSafeList<ZVBlob>::CList& spent)
-{
-    const CScopedLock lock(TakenLock);
-    if (Taken.empty())
-        Queue.TakeAll(Taken, spent);
-    if (Taken.empty())
-        return false;
-    blob = std::move(Taken.front());
-    if (spent.size() < CSafeList<ZVBlob>::MaxSpare)
-        spent.splice(spent.end(), Taken, Taken.begin());
-    else
-        Taken.pop_front();
     return true;
 }

@@ -2,17 +2,15 @@
 /// A named worker thread with a first-in first-out queue of shared blobs.
 #pragma once
 
-#include "CSafeList.h"
+#include "CBlobQueue.h"
 #include "CWaitEvent.h"
 #include "LibraryThread.h"
-#include "Lock.h"
 #include "MessageBlob.h"
 #include "NotifyHandlers.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <thread>
 
@@ -46,7 +44,7 @@ public:
     bool SendNorification(const ZVBlob& blob);
 
     /// A blob in its queue entry.
-    using CPrepared = CSafeList<ZVBlob>::CList;
+    using CPrepared = CBlobQueue::CBlocks;
     /// Allocates the entry, for a caller that must not fail after it has committed to a message.
     /// @throws std::bad_alloc
     static CPrepared Prepare(ZVBlob blob);
@@ -65,26 +63,20 @@ private:
     static constexpr std::size_t CacheLine = 64;
 
     void Work();
+    void AwaitWork();
     bool Drain(const bool& isDestroyed);
-    bool TakeNext(ZVBlob& blob, CSafeList<ZVBlob>::CList& spent);
-    void DropQueued();
     void AwaitRest();
 
-    // Three groups on separate cache lines: constants while the worker runs, data that producers write,
-    // and data that the worker writes. So the two sides do not slow each other down.
+    // Constants while the worker runs, data of both sides, and data that the worker writes are on separate cache
+    // lines. So the two sides do not slow each other down.
     std::thread Thread;                  ///< Used by the starting and the stopping thread only.
     std::string Name;                    ///< Constant while the worker runs.
     CZVNotifyHandler* Handler = nullptr; ///< Constant while the worker runs.
     std::atomic<std::uint32_t> State{0}; ///< ZV_NOTIFY bits. Atomic, guarded by no lock.
     std::int64_t StopTime = 0;           ///< Monotonic nanoseconds; the stopping thread only.
 
-    alignas(CacheLine) CSafeList<ZVBlob> Queue; ///< Has its own lock, the queue lock.
-    CWaitEvent WakeEvent;                       ///< Has its own lock, the wake lock.
-
-    /// Guards the entries that the worker took off the queue in one critical section and has not yet
-    /// delivered. Only the destructor contends for it. Taken before the queue lock, never with the wake lock.
-    alignas(CacheLine) CLock TakenLock;
-    CSafeList<ZVBlob>::CList Taken ZV_GUARDED_BY(TakenLock);
+    CBlobQueue Queue;                        ///< Has its own locks.
+    alignas(CacheLine) CWaitEvent WakeEvent; ///< Has its own lock, the wake lock.
     std::atomic<std::int64_t> LastActive{0}; ///< Monotonic nanoseconds: when the worker became idle.
     /// Set by a destructor that runs on the worker, to report that the object no longer exists. Used on
     /// the worker only.

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 using ZVBlob = std::shared_ptr<unsigned char>;
 
@@ -46,10 +47,12 @@ struct _ZV_WLAN_EVENT_MSG
 static_assert(sizeof(_ZV_WLAN_EVENT_MSG) == 12);
 static_assert(offsetof(_ZV_WLAN_EVENT_MSG, Payload) == 8);
 
-/// Creates a blob of `size` zero bytes.
+/// Creates a blob of `size` zero bytes, in one allocation together with its reference count.
 inline ZVBlob MakeBlob(std::size_t size)
 {
-    return {new unsigned char[size](), std::default_delete<unsigned char[]>()};
+    auto bytes = std::make_shared<unsigned char[]>(size);
+    unsigned char* const first = bytes.get();
+    return {std::move(bytes), first};
 }
 
 template <class Record>

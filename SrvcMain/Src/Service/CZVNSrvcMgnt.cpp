@@ -11,6 +11,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 constinit CServiceOwner g_pSrvcMgnt;
 constinit CServiceGate ServiceGate;
@@ -36,12 +37,15 @@ public:
         const auto message = ReadBlob<CWindowMessageBlob>(blob);
         if (message.Type != ZV_EVT_WINDOW_MESSAGE)
             return;
-        for (const std::shared_ptr<CZVPwrEvtHandler>& handler : PwrEvtHandlers.Snapshot())
+        PwrEvtHandlers.CopyTo(Called);
+        for (const std::shared_ptr<CZVPwrEvtHandler>& handler : Called)
             handler->PwrEvtHdlr(message.Message, message.WParam, message.LParam);
+        Called.clear();
     }
 
     // Destroyed from the last to the first, so that the managers are released when no source can call them.
     CSafeList<std::shared_ptr<CZVPwrEvtHandler>> PwrEvtHandlers; ///< Has its own lock.
+    std::vector<std::shared_ptr<CZVPwrEvtHandler>> Called;       ///< The notification thread only; empty between calls.
     CZVNotification Notifier;                                    ///< Thread-safe.
     const std::string NotifierName = "Srvc_Manager_WinPwr_Notification";
     std::shared_ptr<COSPrivilege> OSPrivilege; ///< Set by Init.
