@@ -8,6 +8,14 @@ namespace
 /// One lock for the versions of all records, since a version changes only when a driver is updated.
 CLock versionLock;
 
+/// Raised after each change. Atomic, guarded by no lock.
+std::atomic<std::uint64_t> changeCount{0};
+
+void CountChange()
+{
+    changeCount.fetch_add(1, std::memory_order_release);
+}
+
 constexpr std::size_t FlagsBegin = offsetof(_ZV_SRVC_DEVICE_INFO, StateFlags);
 static_assert(FlagsBegin + sizeof(_ZV_SRVC_DEVICE_INFO::StateFlags) == sizeof(_ZV_SRVC_DEVICE_INFO));
 
@@ -37,16 +45,23 @@ std::uint32_t LoadStateFlags(const _ZV_SRVC_DEVICE_INFO& record)
 void StoreStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t flags)
 {
     Flags(record).store(flags, std::memory_order_relaxed);
+    CountChange();
 }
 
 bool SetStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits)
 {
-    return (Flags(record).fetch_or(bits, std::memory_order_relaxed) & bits) != bits;
+    if ((Flags(record).fetch_or(bits, std::memory_order_relaxed) & bits) == bits)
+        return false;
+    CountChange();
+    return true;
 }
 
 bool ClearStateFlags(_ZV_SRVC_DEVICE_INFO& record, std::uint32_t bits)
 {
-    return (Flags(record).fetch_and(~bits, std::memory_order_relaxed) & bits) != 0;
+    if ((Flags(record).fetch_and(~bits, std::memory_order_relaxed) & bits) == 0)
+        return false;
+    CountChange();
+    return true;
 }
 
 std::string DriverVersionOf(const _ZV_SRVC_DEVICE_INFO& record)
@@ -59,6 +74,12 @@ void TakeDriverVersion(_ZV_SRVC_DEVICE_INFO& record, const _ZV_SRVC_DEVICE_INFO&
 {
     const CScopedLock lock(versionLock);
     std::memcpy(record.DriverVersion, from.DriverVersion, sizeof record.DriverVersion);
+    CountChange();
+}
+
+std::uint64_t RecordChanges()
+{
+    return changeCount.load(std::memory_order_acquire);
 }
 
 void CopyRecord(const _ZV_SRVC_DEVICE_INFO& record, void* to)

@@ -29,6 +29,10 @@ std::string DriverVersionOf(const _ZV_SRVC_DEVICE_INFO& record);
 /// Copies the version of `from`, a record that no other thread can access yet.
 void TakeDriverVersion(_ZV_SRVC_DEVICE_INFO& record, const _ZV_SRVC_DEVICE_INFO& from);
 
+/// Counts the changes of flags and versions of all records. A copy that was begun after the count was read is up to
+/// date while the count stays the same.
+std::uint64_t RecordChanges();
+
 /// Copies all 724 bytes to memory of any alignment while the service may change the record.
 void CopyRecord(const _ZV_SRVC_DEVICE_INFO& record, void* to);
 

@@ -25,24 +25,51 @@ void TracePatterns(const CAdapterFilter& filter)
         ZV_TRACE(ListPattern, pattern);
 }
 
-/// Copies the records straight into the host's buffer. No lock: the vector never changes.
-unsigned int CopyListOut(const ZVAdapterRecords& list, _ZV_SRVC_DEVICE_LIST_RSP& result)
+/// Writes the size of the list to the result.
+/// @return false when the host's buffer is missing or too small.
+bool AcceptsSize(std::size_t count, _ZV_SRVC_DEVICE_LIST_RSP& result)
 {
-    const std::uint32_t needed = static_cast<std::uint32_t>(list.size()) * RecordSize;
+    const std::uint32_t needed = static_cast<std::uint32_t>(count) * RecordSize;
     const bool fits = result.Buffer != nullptr && needed <= result.Length;
     result.Length = needed;
     if (!fits)
-    {
         result.Type = ZV_DEVICE_LIST_RSP_TAG;
-        return ZV_SRVC_ERR_BUFFER_TOO_SMALL;
-    }
-    auto* to = reinterpret_cast<std::byte*>(result.Buffer);
+    return fits;
+}
+
+/// No lock: the vector never changes.
+void CopyRecords(const ZVAdapterRecords& list, std::byte* to)
+{
     for (const ZVAdapterRecord& record : list)
     {
         CopyRecord(*record, to);
         to += RecordSize;
     }
+}
+
+/// Copies the records straight into the host's buffer.
+unsigned int CopyListOut(const ZVAdapterRecords& list, _ZV_SRVC_DEVICE_LIST_RSP& result)
+{
+    if (!AcceptsSize(list.size(), result))
+        return ZV_SRVC_ERR_BUFFER_TOO_SMALL;
+    CopyRecords(list, reinterpret_cast<std::byte*>(result.Buffer));
     return ZV_SRVC_SUCCESS;
+}
+
+/// @return null when there is no memory for it.
+std::shared_ptr<const CListImage> MakeImage(const ZVRecordList& list)
+try
+{
+    const auto image = std::make_shared<CListImage>();
+    image->Of = list;
+    image->Changes = RecordChanges();
+    image->Bytes.resize(list->size() * RecordSize);
+    CopyRecords(*list, image->Bytes.data());
+    return image;
+}
+catch (const std::bad_alloc&)
+{
+    return nullptr;
 }
 
 /// Copies the flags of each delivered record to the first listed one of the same identity.
@@ -72,11 +99,10 @@ unsigned int CAdapterList::AnswerRequest(const _ZV_SRVC_DEVICE_LIST_REQ* request
     ZV_TRACE(ListRequest, std::string(text), std::string(services));
 
     unsigned int status = ZV_SRVC_SUCCESS;
-    const CListState state = Current();
-    if (!state.Records->empty() && state.Filter->ServiceFilter == services)
+    if (CCached cached = FindCached(services); cached.List != nullptr)
     {
         ZV_TRACE(ListFromCache);
-        status = CopyListOut(*state.Records, *result);
+        status = AnswerFromCache(std::move(cached), *result);
     }
     else
     {
@@ -88,6 +114,36 @@ unsigned int CAdapterList::AnswerRequest(const _ZV_SRVC_DEVICE_LIST_REQ* request
     }
     ZV_TRACE(ListResult, status, result->Length);
     return status;
+}
+
+CAdapterList::CCached CAdapterList::FindCached(std::string_view services) const
+{
+    const CScopedLock lock(ListLock);
+    if (Records->empty() || Filter->ServiceFilter != services)
+        return {};
+    const bool isCurrent = Image != nullptr && Image->Of == Records && Image->Changes == RecordChanges();
+    return {.List = Records, .Image = isCurrent ? Image : nullptr};
+}
+
+/// No lock is held for the copy: neither list nor image changes.
+unsigned int CAdapterList::AnswerFromCache(CCached cached, _ZV_SRVC_DEVICE_LIST_RSP& result)
+{
+    if (!AcceptsSize(cached.List->size(), result))
+        return ZV_SRVC_ERR_BUFFER_TOO_SMALL;
+    if (cached.Image == nullptr)
+    {
+        cached.Image = MakeImage(cached.List);
+        if (cached.Image == nullptr)
+        {
+            CopyRecords(*cached.List, reinterpret_cast<std::byte*>(result.Buffer));
+            return ZV_SRVC_SUCCESS;
+        }
+        std::shared_ptr<const CListImage> exchanged = cached.Image; // The previous image is freed after the lock.
+        const CScopedLock lock(ListLock);
+        Image.swap(exchanged);
+    }
+    std::memcpy(result.Buffer, cached.Image->Bytes.data(), cached.Image->Bytes.size());
+    return ZV_SRVC_SUCCESS;
 }
 
 /// Enumerates with no lock held, since others may read the list meanwhile, and then replaces filter and

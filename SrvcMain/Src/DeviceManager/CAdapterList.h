@@ -10,10 +10,12 @@
 #include "ZVDeviceInfo.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <string_view>
+#include <vector>
 
 /// How often a listing, a sweep or a merge reads the operating system before it accepts a result that is
 /// out of date. The service's thread then repeats what the result may lack.
@@ -25,6 +27,14 @@ inline constexpr std::uint32_t ZV_REPEAT_MERGE = 0x2;
 
 /// The records in listing order. The vector never changes once it is listed.
 using ZVRecordList = std::shared_ptr<const ZVAdapterRecords>;
+
+/// The bytes of all records as a host gets them, so that repeated listings cost one copy of memory. Never changes.
+struct CListImage
+{
+    ZVRecordList Of;           ///< The list that was copied; kept, so that no later list has its address.
+    std::uint64_t Changes = 0; ///< RecordChanges() before the copy.
+    std::vector<std::byte> Bytes;
+};
 
 /// What one listing, sweep or merge starts from.
 struct CListState
@@ -87,6 +97,15 @@ public:
     std::uint32_t TakeRepeats() { return Repeats.exchange(0); }
 
 private:
+    /// What a listing with this filter is answered from; `List` is null when it must enumerate.
+    struct CCached
+    {
+        ZVRecordList List;
+        std::shared_ptr<const CListImage> Image; ///< Null when there is none or it is out of date.
+    };
+
+    CCached FindCached(std::string_view services) const ZV_EXCLUDES(ListLock);
+    unsigned int AnswerFromCache(CCached cached, _ZV_SRVC_DEVICE_LIST_RSP& result) ZV_EXCLUDES(ListLock);
     unsigned int Enumerate(CAdapterFilter filter, _ZV_SRVC_DEVICE_LIST_RSP& result) ZV_EXCLUDES(ListLock);
 
     /// Held for a few assignments, and by a sweep or a merge for its flag changes; never while adapters are
@@ -95,6 +114,8 @@ private:
     ZVRecordList Records ZV_GUARDED_BY(ListLock) = std::make_shared<const ZVAdapterRecords>();
     /// What the list was last enumerated for. Immutable, so that it is exchanged without an allocation.
     std::shared_ptr<const CAdapterFilter> Filter ZV_GUARDED_BY(ListLock) = std::make_shared<const CAdapterFilter>();
+    /// Null before the first repeated listing. May be of an earlier list or out of date; a listing checks that.
+    std::shared_ptr<const CListImage> Image ZV_GUARDED_BY(ListLock);
     /// How often hosts have replaced the list, and how often the service has swept it and merged into it.
     /// From the other's count each side detects that what it has read of the operating system is out of date.
     std::uint64_t RebuildCount ZV_GUARDED_BY(ListLock) = 0;
