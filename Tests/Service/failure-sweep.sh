@@ -1,10 +1,11 @@
 #!/bin/bash
 # Makes each allocation, thread start and platform call of one use of the library fail in turn, each in a
 # separate process, and prints how many points of each kind there were.
-# usage: failure-sweep.sh FAILURE_HOST
+# usage: failure-sweep.sh FAILURE_HOST [STEP]
+# STEP: tests each STEPth point only (1).
 # Exit code 1 when a run hung, crashed, left something half done, or could not use the library afterwards.
 set -u
-host=$1
+host=$1 step=${2:-1}
 # A thread of an object that a failed call destroyed may end after the process has checked.
 export TSAN_OPTIONS=${TSAN_OPTIONS:-}:report_thread_leaks=0
 
@@ -26,12 +27,12 @@ counts=$("$host" count "${calls[@]}") || exit 1
 {
   while read -r kind count; do
     # Other threads may make a few calls more or fewer from run to run.
-    for ((n = 1; n <= count + 1; ++n)); do
+    for ((n = 1; n <= count + step; n += step)); do
       echo "$host $kind $n"
     done
   done <<<"$counts"
   # What the exit needs cannot be counted from inside the process; this is more than it does.
-  for ((n = 1; n <= 30; ++n)); do
+  for ((n = 1; n <= 30; n += step)); do
     echo "$host exit allocation $n"
   done
   for call in SendMessageW PostThreadMessageW UnregisterTraceGuids CloseHandle; do
