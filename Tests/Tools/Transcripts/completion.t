@@ -41,4 +41,4 @@ bash passes its words to the tool.
   watch
   WL600U WL630U WL610S
   read write delete
-  tour list info ability enable disable get set ioctl reg watc
+  tour list info ability enable disable get set ioctl bench re

@@ -7,6 +7,7 @@ JSON output of each kind. A file is named like its schema.
   $ print item get 0 0x11 6
   $ print ioctl ioctl 0 0x222000 --out 4
   $ print ioctl.2 ioctl 0 0x222000 --out 4 --async
+  $ print bench bench 0 0x222000 --count 20
   $ print registry-value reg read 0 DriverVersion
   $ print registry-value.2 reg read 0 ZVSrvcLibSupport
   $ print explanations explain
@@ -56,7 +57,7 @@ All of them fit, and each schema has a file. A schema refuses other documents.
   >   echo '{"adapter": 1, "more": 2}' >"bad/$kind.json"
   > done
   $ "$ZV_SOURCE/Tests/Tools/check-json.py" bad/* | cut -d : -f 1 | sort -u | wc -l
-  12
+  13
   $ sed 's/"bus": "SDIO"/"bus": "ISA"/; s/"stateFlags": 0/"stateFlags": "0"/' list.json >bad/list.json
   $ echo '{"adapters": [{"problem": -1, "friendly": "name", "values": {"V": {"type": "dword", "value": "3"}}}]}' \
   >   >bad/machine.json

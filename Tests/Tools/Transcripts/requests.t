@@ -43,6 +43,20 @@ The response of an asynchronous request counts from 0 to 250 and starts again.
   callback: status 0
   00000000  00 01 02                                         |...|
 
+A measurement has one line per power of two and counts every request. A failure ends it.
+
+  $ zvctl bench 0 0x222000 --out 8 --count 30 >measured
+  $ head -2 measured
+  30 requests, \d+ per second, [\d.e+-]+ MB/s of output (re)
+  shortest [\d.e+]+ [um]s, 50 % [\d.e+]+ [um]s, 90 % [\d.e+]+ [um]s, 99 % [\d.e+]+ [um]s, longest [\d.e+]+ [um]s (re)
+  $ tail -n +3 measured | awk '{ sum += $NF; marked += /#/ } END { print sum, (marked > 0) }'
+  30 1
+  $ zvctl bench 0 0x222000 --async --out 450 --count 3 --json | grep count | head -1
+    "count": 3,
+  $ zvctl bench 3 0x222000
+  ! zvctl: bench: OpenDevice: ZV_SRVC_ERR_DEVICE_NOT_OPEN (14): * (glob)
+  [5]
+
 A driver that answers too late, and one that never responds: the tool exits while the library still waits for the
 response.
 

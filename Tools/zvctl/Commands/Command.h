@@ -25,8 +25,11 @@ std::vector<Command> AddSessionCommands(Syntax app, bool& ended);
 /// Adds list, info, ability, enable and disable.
 std::vector<Command> AddAdapterCommands(Syntax app);
 
-/// Adds get, set and ioctl.
+/// Adds get, set, ioctl and bench.
 std::vector<Command> AddRequestCommands(Syntax app);
+
+/// Adds bench, which measures requests.
+Command AddBenchCommand(Syntax app);
 
 /// Adds reg read, reg write and reg delete.
 std::vector<Command> AddRegCommands(Syntax app);

@@ -2,6 +2,7 @@
 /// Arguments and options that several commands share.
 #pragma once
 
+#include "ControlRequest.h"
 #include "DataText.h"
 #include "Json.h"
 #include "Syntax.h"
@@ -24,6 +25,9 @@ Option AddData(Syntax command, const std::string& name, Bytes& data);
 
 /// Adds ADAPTER, the first argument of a command.
 Option AddAdapter(Syntax command, std::string& adapter);
+
+/// Adds the code and the options of a control request.
+void AddRequest(Syntax command, ControlRequest& request);
 
 /// Adds --json to a command that prints something: the result, or the error, as JSON.
 void AddJson(Syntax command, bool& json, const std::string& help = "Print a JSON object");

@@ -77,23 +77,9 @@ void Ioctl(const IoctlOptions& options)
 Command AddIoctl(Syntax app)
 {
     const auto options = std::make_shared<IoctlOptions>();
-    ControlRequest& request = options->Request;
     Syntax ioctl = app.AddCommand("ioctl", "Send a control request to an adapter's driver");
     AddAdapter(ioctl, options->Adapter);
-    AddNumber(ioctl, "CODE", request.Code, "Control code").Required();
-    AddData(ioctl, "--in", request.Input).ValueName("DATA");
-    AddNumber(ioctl, "--out", request.OutputSize, "Size of the output buffer in bytes (0)", MaxDataSize).ValueName("N");
-    AddNumber(ioctl, "--timeout", request.TimeoutMs, "Time-out of the request (1000)").ValueName("MS");
-    ioctl
-        .AddParsed(
-            "--id",
-            [&request](const std::string& text) {
-                // The field in the driver's request record has 16 bits; a larger number would be truncated silently.
-                constexpr std::uint32_t limit = std::numeric_limits<std::uint16_t>::max();
-                request.Id = static_cast<std::uint16_t>(ParseNumber(text, limit));
-            },
-            "Request number, up to 65535 (1)")
-        .ValueName("N");
+    AddRequest(ioctl, options->Request);
     const Option async =
         ioctl.AddFlag("--async", options->Async, "Send an asynchronous request and wait for its callback");
     AddNumber(ioctl, "--patience", options->PatienceMs, "How long to wait for the callback after the time-out (10000)")
@@ -105,7 +91,26 @@ Command AddIoctl(Syntax app)
 
 } // namespace
 
+void AddRequest(Syntax command, ControlRequest& request)
+{
+    AddNumber(command, "CODE", request.Code, "Control code").Required();
+    AddData(command, "--in", request.Input).ValueName("DATA");
+    AddNumber(command, "--out", request.OutputSize, "Size of the output buffer in bytes (0)", MaxDataSize)
+        .ValueName("N");
+    AddNumber(command, "--timeout", request.TimeoutMs, "Time-out of the request (1000)").ValueName("MS");
+    command
+        .AddParsed(
+            "--id",
+            [&request](const std::string& text) {
+                // The field in the driver's request record has 16 bits; a larger number would be truncated silently.
+                constexpr std::uint32_t limit = std::numeric_limits<std::uint16_t>::max();
+                request.Id = static_cast<std::uint16_t>(ParseNumber(text, limit));
+            },
+            "Request number, up to 65535 (1)")
+        .ValueName("N");
+}
+
 std::vector<Command> AddRequestCommands(Syntax app)
 {
-    return {AddGet(app), AddSet(app), AddIoctl(app)};
+    return {AddGet(app), AddSet(app), AddIoctl(app), AddBenchCommand(app)};
 }
