@@ -1,32 +1,22 @@
-/// The path of an event.
+/// The path of an event compared with the same two thread hops written with plain workers.
 ///
-/// Event: from the window procedure to a client's callback, two thread hops. Hops: the same two hops
-/// written with plain threads and queues. Each event is sent after the previous one has arrived; the time
-/// is the mean, and the counters give the distribution in microseconds.
-/// EventBurst, HopsBurst: a thousand events at once, in events per second.
+/// Event: one event after the other, from the window procedure to a client's callback.
+/// EventBurst: a thousand events at once, until the last callback.
 
+#include "Comparison.h"
 #include "Workers.h"
 
 #include "CZVNSrvcMgnt.h"
 #include "ZVSrvcLib.h"
 
-#include <benchmark/benchmark.h>
-
-#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <functional>
 #include <memory>
 #include <semaphore>
 #include <stdexcept>
-#include <vector>
 
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr int BurstSize = 1000;
 constexpr UINT PowerMessage = 0x218;
 constexpr WPARAM Suspend = 4;
 
@@ -37,20 +27,13 @@ public:
     void Expect(int arrivals) { Left = arrivals; }
     void Arrive()
     {
-        if (--Left != 0)
-            return;
-        At = Clock::now();
-        Done.release();
+        if (--Left == 0)
+            Done.release();
     }
-    Clock::time_point Await()
-    {
-        Done.acquire();
-        return At;
-    }
+    void Await() { Done.acquire(); }
 
 private:
     std::atomic<int> Left{0};
-    Clock::time_point At; ///< Written before Done is released.
     std::binary_semaphore Done{0};
 };
 
@@ -64,8 +47,9 @@ public:
         return library;
     }
 
-    std::shared_ptr<CDeviceManagerIntf> Manager;
-    Finish Suspended;
+    static void Send() { PwrEvtWndProc(nullptr, PowerMessage, Suspend, 0); }
+
+    Finish Arrived;
 
 private:
     Library()
@@ -79,57 +63,11 @@ private:
     static void Hear(void* context, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA* /*data*/)
     {
         if (event == ZV_EVT_SYSTEM_SUSPEND)
-            static_cast<Library*>(context)->Suspended.Arrive();
+            static_cast<Library*>(context)->Arrived.Arrive();
     }
+
+    std::shared_ptr<CDeviceManagerIntf> Manager;
 };
-
-/// Sends one thing after the other and keeps how long each took.
-template <class Send>
-void MeasureEach(benchmark::State& state, Finish& finish, const Send& send)
-{
-    std::vector<double> samples;
-    for ([[maybe_unused]] auto round : state)
-    {
-        finish.Expect(1);
-        const auto begin = Clock::now();
-        send();
-        samples.push_back(std::chrono::duration<double>(finish.Await() - begin).count());
-        state.SetIterationTime(samples.back());
-    }
-    std::ranges::sort(samples);
-    const auto share = [&](std::size_t percent) { return samples[(samples.size() - 1) * percent / 100] * 1e6; };
-    state.counters["p50_us"] = share(50);
-    state.counters["p99_us"] = share(99);
-}
-
-template <class Send>
-void MeasureBurst(benchmark::State& state, Finish& finish, const Send& send)
-{
-    for ([[maybe_unused]] auto round : state)
-    {
-        finish.Expect(BurstSize);
-        const auto begin = Clock::now();
-        for (int i = 0; i < BurstSize; ++i)
-            send();
-        state.SetIterationTime(std::chrono::duration<double>(finish.Await() - begin).count());
-    }
-    state.SetItemsProcessed(state.iterations() * BurstSize);
-}
-
-void SendSuspend()
-{
-    PwrEvtWndProc(nullptr, PowerMessage, Suspend, 0);
-}
-
-void Event(benchmark::State& state)
-{
-    MeasureEach(state, Library::Instance().Suspended, &SendSuspend);
-}
-
-void EventBurst(benchmark::State& state)
-{
-    MeasureBurst(state, Library::Instance().Suspended, &SendSuspend);
-}
 
 /// Two plain workers in a row, and a message for them.
 struct Chain
@@ -141,23 +79,39 @@ struct Chain
     void Send() const { First->Post(std::make_shared<unsigned char>()); }
 };
 
-void Hops(benchmark::State& state)
+template <class Path>
+double SecondsOfEvents(Path& path, int count)
 {
-    Chain chain;
-    MeasureEach(state, chain.Arrived, [&chain] { chain.Send(); });
+    path.Arrived.Expect(count);
+    return SecondsOf([&] {
+        for (int i = 0; i < count; ++i)
+            path.Send();
+        path.Arrived.Await();
+    });
 }
 
-void HopsBurst(benchmark::State& state)
+void CompareEvents(benchmark::State& state, Goal goal, int count)
 {
     Chain chain;
-    MeasureBurst(state, chain.Arrived, [&chain] { chain.Send(); });
+    Compare(
+        state, goal, [&] { return SecondsOfEvents(Library::Instance(), count); },
+        [&] { return SecondsOfEvents(chain, count); });
+    state.SetItemsProcessed(state.iterations() * count);
+}
+
+void Event(benchmark::State& state)
+{
+    CompareEvents(state, {}, 1);
+}
+
+void EventBurst(benchmark::State& state)
+{
+    CompareEvents(state, {.Ratio = 1.0}, 1000);
 }
 
 } // namespace
 
-BENCHMARK(Event)->UseManualTime();
-BENCHMARK(Hops)->UseManualTime();
-BENCHMARK(EventBurst)->UseManualTime();
-BENCHMARK(HopsBurst)->UseManualTime();
+BENCHMARK(Event)->Iterations(20'001)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(EventBurst)->Iterations(501)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 BENCHMARK_MAIN();

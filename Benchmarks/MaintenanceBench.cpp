@@ -10,10 +10,9 @@
 /// scheduler took the processor from the host (`preempted`): a host that waits for a lock gives it up by
 /// itself. The sweep's adapters are disabled, so that it makes no probe.
 
+#include "BenchMachine.h"
+
 #include "CZVNSrvcMgnt.h"
-#include "ControlDevice.h"
-#include "Machine.h"
-#include "ZVSrvcLib.h"
 
 #include <benchmark/benchmark.h>
 
@@ -21,13 +20,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <semaphore>
-#include <stdexcept>
-#include <string>
 #include <sys/resource.h>
 #include <thread>
+#include <vector>
 
 namespace
 {
@@ -45,7 +42,7 @@ double Seconds(Clock::duration time)
     return std::chrono::duration<double>(time).count();
 }
 
-/// The only manager of the process, because the service keeps notifying every manager ever created.
+/// The client that learns when the service is free again.
 class Library
 {
 public:
@@ -53,24 +50,6 @@ public:
     {
         static Library library;
         return library;
-    }
-
-    /// Asks for the size of the list.
-    unsigned int Ask(const char* name = "ZV_USB") const
-    {
-        _ZV_SRVC_DEVICE_FILTER filter{};
-        std::memcpy(filter.FilterText, name, std::strlen(name));
-        const _ZV_SRVC_DEVICE_LIST_REQ request{ZV_DEVICE_LIST_REQ_TAG, 0, &filter};
-        _ZV_SRVC_DEVICE_LIST_RSP result{};
-        return Manager->GetZVDeviceList(&request, &result);
-    }
-
-    /// Fills the list again from the current machine.
-    void Relist() const
-    {
-        Ask("nothing");
-        if (Ask() != ZV_SRVC_ERR_BUFFER_TOO_SMALL)
-            throw std::runtime_error("no adapter is listed");
     }
 
     /// Sends a message and returns when the service has handled it: the suspend that follows is queued after it.
@@ -85,10 +64,8 @@ public:
 private:
     Library()
     {
-        if (CreateZVModule(Manager, ZV_SRVC_DEVICE_MANAGER_UWP) != ZV_SRVC_SUCCESS)
-            throw std::runtime_error("no manager");
         _ZV_WLAN_NOTIFY_HDLR client{&Library::Hear, this, 0, 0};
-        Manager->RegisterNotification(&client);
+        BenchManager().RegisterNotification(&client);
     }
 
     static void Hear(void* context, std::uint32_t event, const _ZV_WLAN_NOTIFY_DATA* /*data*/)
@@ -100,7 +77,6 @@ private:
         self.Suspended.release();
     }
 
-    std::shared_ptr<CDeviceManagerIntf> Manager;
     std::binary_semaphore Suspended{0};
     Clock::time_point At; ///< Written before Suspended is released.
 };
@@ -115,18 +91,8 @@ void AddAdapters(Platform::Machine& machine, std::int64_t count, std::uint32_t p
 {
     const auto driver = std::make_shared<PromptDriver>();
     for (std::int64_t i = 0; i < count; ++i)
-    {
-        // All of one length: an identity that is part of another would count as the same adapter.
-        const std::string identity = "{" + std::to_string(100'000 + i) + "}";
-        Platform::AdapterDescription adapter;
-        adapter.NetCfgInstanceId = identity;
-        adapter.Service = "zvwlanu";
-        adapter.HardwareId = u"USB";
-        adapter.Problem = problem;
-        machine.AttachDevice("Zorvane_Wifi_Device" + identity, driver);
-        machine.AddAdapter(adapter);
-    }
-    Library::Instance().Relist();
+        AddBenchAdapter(machine, static_cast<std::size_t>(i), driver, problem);
+    BenchRelist();
 }
 
 void Sweep(benchmark::State& state)
@@ -173,6 +139,7 @@ void ListDuring(benchmark::State& state, WPARAM change, std::uint32_t problem)
     const Platform::ScopedMachine machine;
     AddAdapters(*machine, state.range(0), problem);
     library.Maintain(change); // What it changes at first is changed.
+    std::vector<_ZV_SRVC_DEVICE_INFO> none;
     double preempted = 0;
     for ([[maybe_unused]] auto round : state)
     {
@@ -186,7 +153,7 @@ void ListDuring(benchmark::State& state, WPARAM change, std::uint32_t problem)
         {
             const long switches = Preemptions();
             const auto begin = Clock::now();
-            library.Ask();
+            BenchList(none);
             const double time = Seconds(Clock::now() - begin);
             if (Preemptions() == switches)
                 longest = std::max(longest, time);

@@ -1,11 +1,12 @@
-/// The notification thread compared with a plain worker, Boost.Asio's post and a raw futex pair.
+/// The notification thread compared with plain workers, Boost.Asio's post and a raw futex pair.
 ///
-/// Throughput: posts a second from 1, 2 and 4 producers until the last one is delivered.
-/// PingPong: two workers on one CPU pass one blob back and forth; the time is that of one hop.
+/// Throughput: blobs that 1, 2 and 4 producers allocate and post, until the last one is delivered and released. A
+/// worker that takes the whole queue releases a blob long after it has delivered it; counted at the delivery, its
+/// last batch would be released for nothing.
+/// Hop: two workers on one CPU pass one blob back and forth; one hop.
 
+#include "Comparison.h"
 #include "Workers.h"
-
-#include <benchmark/benchmark.h>
 
 #include <linux/futex.h>
 #include <sched.h>
@@ -13,6 +14,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <latch>
 #include <semaphore>
@@ -26,44 +28,40 @@ using Maker = std::unique_ptr<Worker> (*)(BenchHandler);
 
 constexpr int PostsPerRound = 200'000;
 constexpr int HopsPerRound = 20'000;
+constexpr int Rounds = 31;
 
-/// Blobs of a producer's own, so that reference counts are no meeting place of the producers.
-std::vector<BenchBlob> MakeBlobs()
+double SecondsOfPosts(Maker make, int producers)
 {
-    std::vector<BenchBlob> blobs(1024);
-    for (BenchBlob& blob : blobs)
-        blob = BenchBlob(new unsigned char[12](), std::default_delete<unsigned char[]>());
-    return blobs;
-}
-
-void Throughput(benchmark::State& state, Maker make)
-{
-    const int producers = static_cast<int>(state.range(0));
     const int each = PostsPerRound / producers;
-    int left = 0; // The worker's own between two rounds.
+    std::atomic<int> left{each * producers};
     std::binary_semaphore done{0};
-    const auto worker = make([&](const BenchBlob&) {
-        if (--left == 0)
+    const auto release = [&](const unsigned char* bytes) {
+        delete[] bytes;
+        if (left.fetch_sub(1, std::memory_order_relaxed) == 1)
             done.release();
-    });
-    for (auto round : state)
-    {
-        left = each * producers;
-        std::latch start(producers + 1);
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < producers; ++i)
-            threads.emplace_back([&] {
-                const std::vector<BenchBlob> blobs = MakeBlobs();
-                start.arrive_and_wait();
-                for (int n = 0; n < each; ++n)
-                    worker->Post(blobs[static_cast<std::size_t>(n) % blobs.size()]);
-            });
-        const auto begin = std::chrono::steady_clock::now();
+    };
+    const auto worker = make([](const BenchBlob&) {});
+    std::latch start(producers + 1);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < producers; ++i)
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            for (int n = 0; n < each; ++n)
+                worker->Post(BenchBlob(new unsigned char[12](), release));
+        });
+    return SecondsOf([&] {
         start.arrive_and_wait();
         done.acquire();
-        state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
-    }
-    state.SetItemsProcessed(state.iterations() * each * producers);
+    });
+}
+
+void Throughput(benchmark::State& state, Maker reference)
+{
+    const int producers = static_cast<int>(state.range(0));
+    Compare(
+        state, {.Ratio = 1.0}, [&] { return SecondsOfPosts(&MakeNotification, producers); },
+        [&] { return SecondsOfPosts(reference, producers); });
+    state.SetItemsProcessed(state.iterations() * PostsPerRound);
 }
 
 /// Keeps the calling thread, and the threads that it starts, on one CPU.
@@ -86,11 +84,9 @@ private:
     cpu_set_t Before{};
 };
 
-void PingPong(benchmark::State& state, Maker make)
+double SecondsOfHop(Maker make)
 {
-    const OneCpu pin;
-    const BenchBlob blob = MakeBlobs().front();
-    int left = 0; // Of whichever worker has the blob.
+    int left = HopsPerRound; // Of whichever worker has the blob.
     std::binary_semaphore done{0};
     std::unique_ptr<Worker> ping;
     std::unique_ptr<Worker> pong;
@@ -104,13 +100,11 @@ void PingPong(benchmark::State& state, Maker make)
     };
     ping = make(hop(pong));
     pong = make(hop(ping));
-    for (auto round : state)
-    {
-        left = HopsPerRound;
-        ping->Post(blob);
-        done.acquire();
-    }
-    state.SetItemsProcessed(state.iterations() * HopsPerRound);
+    return SecondsOf([&] {
+               ping->Post(std::make_shared<unsigned char>());
+               done.acquire();
+           }) /
+           HopsPerRound;
 }
 
 void FutexWait(std::atomic<std::uint32_t>& word)
@@ -120,46 +114,57 @@ void FutexWait(std::atomic<std::uint32_t>& word)
     word.store(0, std::memory_order_relaxed);
 }
 
-void FutexWake(std::atomic<std::uint32_t>& word, std::uint32_t value)
+void FutexWake(std::atomic<std::uint32_t>& word)
 {
-    word.store(value, std::memory_order_release);
+    word.store(1, std::memory_order_release);
     syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
 }
 
-void FutexPair(benchmark::State& state)
+double SecondsOfFutexHop()
 {
-    const OneCpu pin;
     std::atomic<std::uint32_t> ping{0};
     std::atomic<std::uint32_t> pong{0};
-    std::atomic<bool> end{false};
     std::jthread other([&] {
-        for (;;)
-        {
-            FutexWait(pong);
-            if (end)
-                return;
-            FutexWake(ping, 1);
-        }
-    });
-    for (auto round : state)
         for (int i = 0; i < HopsPerRound / 2; ++i)
         {
-            FutexWake(pong, 1);
-            FutexWait(ping);
+            FutexWait(pong);
+            FutexWake(ping);
         }
-    end = true;
-    FutexWake(pong, 1);
-    state.SetItemsProcessed(state.iterations() * HopsPerRound);
+    });
+    return SecondsOf([&] {
+               for (int i = 0; i < HopsPerRound / 2; ++i)
+               {
+                   FutexWake(pong);
+                   FutexWait(ping);
+               }
+           }) /
+           HopsPerRound;
+}
+
+void HopToWorker(benchmark::State& state, Maker reference)
+{
+    const OneCpu pin;
+    Compare(state, {}, [] { return SecondsOfHop(&MakeNotification); }, [&] { return SecondsOfHop(reference); });
+}
+
+void HopToFutexPair(benchmark::State& state)
+{
+    const OneCpu pin;
+    Compare(state, {.Ratio = 1.15}, [] { return SecondsOfHop(&MakeNotification); }, &SecondsOfFutexHop);
+}
+
+void EachProducerCount(benchmark::internal::Benchmark* throughput)
+{
+    throughput->Arg(1)->Arg(2)->Arg(4)->Iterations(Rounds)->UseManualTime()->Unit(benchmark::kMillisecond);
 }
 
 } // namespace
 
-BENCHMARK_CAPTURE(Throughput, notification, &MakeNotification)->Arg(1)->Arg(2)->Arg(4)->UseManualTime();
-BENCHMARK_CAPTURE(Throughput, plain, &MakePlain)->Arg(1)->Arg(2)->Arg(4)->UseManualTime();
-BENCHMARK_CAPTURE(Throughput, asio, &MakeAsio)->Arg(1)->Arg(2)->Arg(4)->UseManualTime();
-BENCHMARK_CAPTURE(PingPong, notification, &MakeNotification)->UseRealTime();
-BENCHMARK_CAPTURE(PingPong, plain, &MakePlain)->UseRealTime();
-BENCHMARK_CAPTURE(PingPong, asio, &MakeAsio)->UseRealTime();
-BENCHMARK(FutexPair)->UseRealTime();
+BENCHMARK_CAPTURE(Throughput, swapping, &MakeSwapping)->Apply(&EachProducerCount);
+BENCHMARK_CAPTURE(Throughput, plain, &MakePlain)->Apply(&EachProducerCount);
+BENCHMARK_CAPTURE(Throughput, asio, &MakeAsio)->Apply(&EachProducerCount);
+BENCHMARK(HopToFutexPair)->Iterations(Rounds)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(HopToWorker, plain, &MakePlain)->Iterations(Rounds)->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(HopToWorker, asio, &MakeAsio)->Iterations(Rounds)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
 BENCHMARK_MAIN();

@@ -17,6 +17,7 @@
 #pragma GCC diagnostic pop
 
 #include <condition_variable>
+#include <deque>
 #include <list>
 #include <mutex>
 #include <thread>
@@ -83,6 +84,55 @@ private:
     std::thread Thread;
 };
 
+class SwappingWorker final : public Worker
+{
+public:
+    explicit SwappingWorker(BenchHandler handler) : Handler(std::move(handler)), Thread([this] { Run(); }) {}
+    ~SwappingWorker() override
+    {
+        Post(nullptr);
+        Thread.join();
+    }
+    void Post(const BenchBlob& blob) override
+    {
+        bool wasEmpty = false;
+        {
+            const std::lock_guard lock(Mutex);
+            wasEmpty = Queue.empty();
+            Queue.push_back(blob);
+        }
+        if (wasEmpty)
+            Condition.notify_one();
+    }
+
+private:
+    void Run()
+    {
+        std::deque<BenchBlob> batch;
+        for (;;)
+        {
+            {
+                std::unique_lock lock(Mutex);
+                Condition.wait(lock, [this] { return !Queue.empty(); });
+                batch.swap(Queue);
+            }
+            for (const BenchBlob& blob : batch)
+            {
+                if (blob == nullptr)
+                    return;
+                Handler(blob);
+            }
+            batch.clear();
+        }
+    }
+
+    BenchHandler Handler;
+    std::mutex Mutex;
+    std::condition_variable Condition;
+    std::deque<BenchBlob> Queue; ///< Guarded by Mutex.
+    std::thread Thread;
+};
+
 class AsioWorker final : public Worker
 {
 public:
@@ -114,6 +164,11 @@ std::unique_ptr<Worker> MakeNotification(BenchHandler handler)
 std::unique_ptr<Worker> MakePlain(BenchHandler handler)
 {
     return std::make_unique<PlainWorker>(std::move(handler));
+}
+
+std::unique_ptr<Worker> MakeSwapping(BenchHandler handler)
+{
+    return std::make_unique<SwappingWorker>(std::move(handler));
 }
 
 std::unique_ptr<Worker> MakeAsio(BenchHandler handler)
