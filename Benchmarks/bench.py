@@ -44,7 +44,8 @@ def run_all(programs, pattern):
         results += its_results
     if not results:
         sys.exit("bench: no benchmark matches")
-    context.pop("executable", None)
+    for private in ("executable", "host_name"):
+        context.pop(private, None)
     return context, results
 
 
@@ -67,8 +68,9 @@ def print_table(results):
             continue
         ratio = f"{result['ratio']:.2f} ({result['ratio_q1']:.2f} to {result['ratio_q3']:.2f})"
         goal = f"{result['goal']:.2f}" if "goal" in result else ""
-        print(f"{result['name']:<34} {duration(result['library_s']):>9} {duration(result['reference_s']):>9}  "
-              f"{ratio:<20} {goal:>6}{'  missed' if is_missed(result) else ''}")
+        row = (f"{result['name']:<34} {duration(result['library_s']):>9} {duration(result['reference_s']):>9}  "
+               f"{ratio:<20} {goal:>6}{'  missed' if is_missed(result) else ''}")
+        print(row.rstrip())
 
 
 def check(programs, results):

@@ -66,9 +66,9 @@ def latency(results, folder):
         for side, label in (("library", name), ("reference", reference)):
             rows = [(position, entry[f"{side}_{key}"] * 1e6) for position, (key, _) in enumerate(QUANTILES)]
             curves.append((label, "using 1:2 with linespoints lw 2", rows))
-    ticks = ", ".join(f"'{text} %' {position}" for position, (_, text) in enumerate(QUANTILES))
+    ticks = ", ".join(f"'{text}' {position}" for position, (_, text) in enumerate(QUANTILES))
     draw(folder, "latency", "Time until the callback",
-         f"set logscale y\nset xtics ({ticks})\nset xlabel 'share of the rounds that took at most'\nset ylabel 'µs'", curves)
+         f"set logscale y\nset xtics ({ticks})\nset xlabel 'percent of the rounds that took at most'\nset ylabel 'µs'", curves)
 
 
 def listing(results, folder):

@@ -133,6 +133,7 @@ TEST_F(ListingStress, ListingsDuringChangesAreComplete)
     Chance chance;
     const std::vector<std::string> identities = {"{first}", "{second}", "{third}"};
     std::vector<Platform::AdapterId> adapters;
+    adapters.reserve(identities.size());
     for (const std::string& identity : identities)
         adapters.push_back(Add(identity));
     List(*Manager, "ZV_ALL");

@@ -4,13 +4,14 @@
 
 #include "AnnotatedLock.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace Platform
@@ -44,11 +45,18 @@ private:
         std::shared_ptr<const std::function<void()>> Hook;
     };
 
+    /// Finds a name without making a string of it: every published call does.
+    struct TextHash
+    {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+    };
+
     Function& Entry(std::string_view function) PLATFORM_REQUIRES(Lock);
     Function* EntryIfPossible(std::string_view function) PLATFORM_REQUIRES(Lock);
 
     mutable Mutex Lock;
-    std::map<std::string, Function, std::less<>> Functions PLATFORM_GUARDED_BY(Lock);
+    std::unordered_map<std::string, Function, TextHash, std::equal_to<>> Functions PLATFORM_GUARDED_BY(Lock);
 };
 
 } // namespace Platform

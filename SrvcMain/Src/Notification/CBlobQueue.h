@@ -17,7 +17,9 @@
 class CBlobQueue
 {
 public:
-    static constexpr std::size_t BlockSize = 62; ///< Entries per block, so that a node takes one kilobyte.
+    /// Entries per block. A node then takes just under a kilobyte, the largest size that the C library of Linux
+    /// keeps per thread.
+    static constexpr std::size_t BlockSize = 60;
 
     struct CBlock
     {

@@ -86,7 +86,7 @@ Json ReportJson(const Timing& timing, const OpenAdapter& adapter, const BenchOpt
         quantiles.emplace_back(std::to_string(percent), NanosecondsOf(timing.AtMost(percent)));
     Json::Array histogram;
     for (const Timing::Bucket& bucket : timing.Histogram())
-        histogram.push_back(
+        histogram.emplace_back(
             Json::Object{{"fromNanoseconds", NanosecondsOf(bucket.From)}, {"count", std::uint64_t{bucket.Count}}});
     return Json::Object{{"adapter", FieldText(adapter.Record.NetCfgInstanceId)},
                         {"code", options.Request.Code},
