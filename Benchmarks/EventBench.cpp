@@ -1,4 +1,5 @@
-/// The path of an event compared with the same two thread hops written with plain workers.
+/// The path of an event compared with the same two thread hops written with plain workers. Each hop has a message of
+/// its own, as the window message and the event have.
 ///
 /// Event: one event after the other, from the window procedure to a client's callback.
 /// EventBurst: a thousand events at once, until the last callback.
@@ -10,6 +11,7 @@
 #include "ZVSrvcLib.h"
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <semaphore>
 #include <stdexcept>
@@ -69,14 +71,19 @@ private:
     std::shared_ptr<CDeviceManagerIntf> Manager;
 };
 
-/// Two plain workers in a row, and a message for them.
+BenchBlob MakeMessage(std::size_t size)
+{
+    return BenchBlob(new unsigned char[size](), std::default_delete<unsigned char[]>());
+}
+
+/// Two plain workers in a row.
 struct Chain
 {
     Finish Arrived;
     std::unique_ptr<Worker> Second = MakePlain([this](const BenchBlob&) { Arrived.Arrive(); });
-    std::unique_ptr<Worker> First = MakePlain([this](const BenchBlob& blob) { Second->Post(blob); });
+    std::unique_ptr<Worker> First = MakePlain([this](const BenchBlob&) { Second->Post(MakeMessage(12)); });
 
-    void Send() const { First->Post(std::make_shared<unsigned char>()); }
+    void Send() const { First->Post(MakeMessage(36)); }
 };
 
 template <class Path>

@@ -68,7 +68,7 @@ def latency(results, folder):
             curves.append((label, "using 1:2 with linespoints lw 2", rows))
     ticks = ", ".join(f"'{text}' {position}" for position, (_, text) in enumerate(QUANTILES))
     draw(folder, "latency", "Time until the callback",
-         f"set logscale y\nset xtics ({ticks})\nset xlabel 'percent of the rounds that took at most'\nset ylabel 'µs'", curves)
+         f"set logscale y\nset xtics ({ticks})\nset xlabel 'percentile'\nset ylabel 'µs'", curves)
 
 
 def listing(results, folder):

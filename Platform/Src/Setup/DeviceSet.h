@@ -23,6 +23,7 @@ class DeviceSet final : public HandleObject
 public:
     static constexpr HandleKind Kind = HandleKind::DeviceSet;
 
+    /// @param devices in the order of their ids.
     DeviceSet(std::shared_ptr<Machine> owner, std::vector<AdapterId> devices)
         : Owner(std::move(owner)), Data(Owner->Internal()), Devices(std::move(devices))
     {
@@ -33,12 +34,12 @@ public:
     bool Holds(const SP_DEVINFO_DATA* device) const
     {
         return device != nullptr && device->cbSize == sizeof(SP_DEVINFO_DATA) &&
-               std::ranges::count(Devices, device->DevInst) != 0;
+               std::ranges::binary_search(Devices, device->DevInst);
     }
 
     const std::shared_ptr<Machine> Owner;
-    Machine::Impl& Data; // of the owner
-    const std::vector<AdapterId> Devices;
+    Machine::Impl& Data;                  // of the owner
+    const std::vector<AdapterId> Devices; // sorted
     std::map<AdapterId, SP_PROPCHANGE_PARAMS> InstallParameters PLATFORM_GUARDED_BY(Data.Lock);
 };
 
