@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <thread>
 
 namespace
 {
@@ -35,9 +36,12 @@ protected:
         EXPECT_EQ(record.MessageFlags, 43U);
         const std::lock_guard lock(Mutex);
         Points.push_back(static_cast<ZVTracePoint>(row - ZV_TRACE_MESSAGES));
-        LastArguments = record.Arguments;
+        // Other threads may still send points that an earlier setting has enabled.
+        if (std::this_thread::get_id() == Owner)
+            LastArguments = record.Arguments;
     }
 
+    const std::thread::id Owner = std::this_thread::get_id();
     std::mutex Mutex;
     std::vector<ZVTracePoint> Points; ///< Guarded by Mutex.
     Arguments LastArguments;          ///< Of the test's own thread.
