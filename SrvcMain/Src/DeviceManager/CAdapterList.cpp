@@ -130,19 +130,20 @@ unsigned int CAdapterList::AnswerFromCache(CCached cached, _ZV_SRVC_DEVICE_LIST_
 {
     if (!AcceptsSize(cached.List->size(), result))
         return ZV_SRVC_ERR_BUFFER_TOO_SMALL;
+    auto* const to = reinterpret_cast<std::byte*>(result.Buffer); // Of any alignment.
     if (cached.Image == nullptr)
     {
         cached.Image = MakeImage(cached.List);
         if (cached.Image == nullptr)
         {
-            CopyRecords(*cached.List, reinterpret_cast<std::byte*>(result.Buffer));
+            CopyRecords(*cached.List, to);
             return ZV_SRVC_SUCCESS;
         }
         std::shared_ptr<const CListImage> exchanged = cached.Image; // The previous image is freed after the lock.
         const CScopedLock lock(ListLock);
         Image.swap(exchanged);
     }
-    std::memcpy(result.Buffer, cached.Image->Bytes.data(), cached.Image->Bytes.size());
+    std::memcpy(to, cached.Image->Bytes.data(), cached.Image->Bytes.size());
     return ZV_SRVC_SUCCESS;
 }
 
