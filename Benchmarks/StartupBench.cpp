@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <latch>
 #include <memory>
@@ -74,13 +75,8 @@ double SecondsOfThreads(int count)
 /// Runs this program with one argument and returns the number that it prints.
 double SecondsFromProcess(const char* argument)
 {
-    const std::string command = std::string("/proc/self/exe");
-    std::array<char, 4096> path{};
-    const ssize_t length = readlink(command.c_str(), path.data(), path.size() - 1);
-    if (length <= 0)
-        throw std::runtime_error("this program has no path");
-    const std::unique_ptr<FILE, int (*)(FILE*)> output(popen((std::string(path.data()) + ' ' + argument).c_str(), "r"),
-                                                       &pclose);
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
+    const std::unique_ptr<FILE, int (*)(FILE*)> output(popen((program + ' ' + argument).c_str(), "r"), &pclose);
     std::array<char, 64> text{};
     double seconds = 0;
     if (output == nullptr || std::fgets(text.data(), text.size(), output.get()) == nullptr ||

@@ -2,7 +2,7 @@
 # Makes each allocation, thread start and platform call of one use of the library fail in turn, each in a
 # separate process, and prints how many points of each kind there were.
 # usage: failure-sweep.sh FAILURE_HOST [STEP]
-# STEP: tests each STEPth point only (1).
+# STEP: tests every STEPth point only; 1 by default.
 # Exit code 1 when a run hung, crashed, left something half done, or could not use the library afterwards.
 set -u
 host=$1 step=${2:-1}

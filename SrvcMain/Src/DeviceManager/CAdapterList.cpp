@@ -130,21 +130,24 @@ unsigned int CAdapterList::AnswerFromCache(CCached cached, _ZV_SRVC_DEVICE_LIST_
 {
     if (!AcceptsSize(cached.List->size(), result))
         return ZV_SRVC_ERR_BUFFER_TOO_SMALL;
-    auto* const to = reinterpret_cast<std::byte*>(result.Buffer); // Of any alignment.
     if (cached.Image == nullptr)
-    {
-        cached.Image = MakeImage(cached.List);
-        if (cached.Image == nullptr)
-        {
-            CopyRecords(*cached.List, to);
-            return ZV_SRVC_SUCCESS;
-        }
-        std::shared_ptr<const CListImage> exchanged = cached.Image; // The previous image is freed after the lock.
-        const CScopedLock lock(ListLock);
-        Image.swap(exchanged);
-    }
-    std::memcpy(to, cached.Image->Bytes.data(), cached.Image->Bytes.size());
+        cached.Image = RenewImage(cached.List);
+    auto* const to = reinterpret_cast<std::byte*>(result.Buffer); // Of any alignment.
+    if (cached.Image != nullptr)
+        std::memcpy(to, cached.Image->Bytes.data(), cached.Image->Bytes.size());
+    else
+        CopyRecords(*cached.List, to);
     return ZV_SRVC_SUCCESS;
+}
+
+/// @return the new image, or null when there is no memory for it.
+std::shared_ptr<const CListImage> CAdapterList::RenewImage(const ZVRecordList& list)
+{
+    std::shared_ptr<const CListImage> image = MakeImage(list);
+    std::shared_ptr<const CListImage> exchanged = image; // The previous image is freed after the lock.
+    const CScopedLock lock(ListLock);
+    Image.swap(exchanged);
+    return image;
 }
 
 /// Enumerates with no lock held, since others may read the list meanwhile, and then replaces filter and

@@ -105,6 +105,7 @@ private:
     };
 
     CCached FindCached(std::string_view services) const ZV_EXCLUDES(ListLock);
+    std::shared_ptr<const CListImage> RenewImage(const ZVRecordList& list) ZV_EXCLUDES(ListLock);
     unsigned int AnswerFromCache(CCached cached, _ZV_SRVC_DEVICE_LIST_RSP& result) ZV_EXCLUDES(ListLock);
     unsigned int Enumerate(CAdapterFilter filter, _ZV_SRVC_DEVICE_LIST_RSP& result) ZV_EXCLUDES(ListLock);
 

@@ -13,7 +13,7 @@
 
 /// A first-in first-out queue for any number of producers and one consumer, the worker. A doubly linked list of
 /// blocks with several entries each: a post costs one critical section and no allocation while blocks can be
-/// reused, and the worker takes all blocks in one step. Both sides so contend once per batch, not once per entry.
+/// reused. The worker takes all blocks in one step, so it contends with the producers once per batch.
 class CBlobQueue
 {
 public:
@@ -63,7 +63,7 @@ public:
 
 private:
     static constexpr std::size_t CacheLine = 64;
-    /// Blocks kept for reuse: a burst of a thousand entries, the largest that a list of adapters causes at once.
+    /// Blocks kept for reuse, enough for a burst of about a thousand entries. Further blocks are freed.
     static constexpr std::size_t MaxSpare = 16;
     static constexpr std::uint32_t NoneLeft = 0x8000'0000; ///< More than any batch has.
 

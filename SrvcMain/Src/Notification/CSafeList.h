@@ -48,11 +48,12 @@ public:
     /// Returns a copy of the current elements, for iteration without the mutex.
     std::vector<T> Snapshot() const
     {
-        const CScopedLock lock(Mutex);
-        return {Elements.begin(), Elements.end()};
+        std::vector<T> copy;
+        CopyTo(copy);
+        return copy;
     }
 
-    /// Copies the current elements to an empty vector whose capacity is reused.
+    /// Copies the current elements to an empty vector, which keeps its capacity from call to call.
     void CopyTo(std::vector<T>& copy) const
     {
         const CScopedLock lock(Mutex);

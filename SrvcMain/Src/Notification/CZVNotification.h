@@ -67,8 +67,8 @@ private:
     bool Drain(const bool& isDestroyed);
     void AwaitRest();
 
-    // Constants while the worker runs, data of both sides, and data that the worker writes are on separate cache
-    // lines. So the two sides do not slow each other down.
+    // The constants, the queue and the wake-up are on separate cache lines, so that writing one does not slow down
+    // reading another.
     std::thread Thread;                  ///< Used by the starting and the stopping thread only.
     std::string Name;                    ///< Constant while the worker runs.
     CZVNotifyHandler* Handler = nullptr; ///< Constant while the worker runs.

@@ -53,6 +53,12 @@ A measurement has one line per power of two and counts every request. A failure 
   30 1
   $ zvctl bench 0 0x222000 --async --out 450 --count 3 --json | grep count | head -1
     "count": 3,
+  $ head -c 65536 /dev/zero >large
+  $ zvctl bench 0 0x222000 --in @large --count 2 >measured
+  ! zvctl: warning: 65536 input bytes; the driver sees only 16 bits of the length, enough for 65535
+  $ zvctl bench 0 0x222000 --count 0
+  ! * at least one request is needed* (glob)
+  [2]
   $ zvctl bench 3 0x222000
   ! zvctl: bench: OpenDevice: ZV_SRVC_ERR_DEVICE_NOT_OPEN (14): * (glob)
   [5]

@@ -125,9 +125,13 @@ void KeepUntilExit(AbandonedRequest abandoned)
 
 } // namespace
 
-Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request)
+void WarnOfLostLength(const ControlRequest& request)
 {
     WarnOfLostLength(request.Input.size(), 0);
+}
+
+Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request)
+{
     PendingRequest pending(request);
     pending.Send(device);
     return pending.TakeOutput();
@@ -136,7 +140,6 @@ Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request)
 Bytes SendAndAwaitCallback(const std::shared_ptr<CDeviceIntf>& device, const ControlRequest& request,
                            std::chrono::milliseconds patience)
 {
-    WarnOfLostLength(request.Input.size(), 0);
     auto pending = std::make_unique<PendingRequest>(request);
     pending->SendWithCallback(*device);
     const std::chrono::milliseconds bound = std::chrono::milliseconds(request.TimeoutMs) + patience;

@@ -20,6 +20,9 @@ struct ControlRequest
     std::uint32_t TimeoutMs = 1000;
 };
 
+/// Warns of input that is too long for the 16-bit length field of the driver's request record.
+void WarnOfLostLength(const ControlRequest& request);
+
 /// Sends a request and waits for its completion. @return the whole output buffer, because the library does
 /// not report a byte count. @throws OperationFailed
 Bytes SendAndWait(CDeviceIntf& device, const ControlRequest& request);

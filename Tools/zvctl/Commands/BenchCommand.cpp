@@ -8,13 +8,14 @@
 
 #include <algorithm>
 #include <fmt/core.h>
+#include <stdexcept>
 
 namespace
 {
 
 using Clock = std::chrono::steady_clock;
 
-/// The library ends a response after 3 seconds without a chunk.
+/// Longer than the 3 seconds without a chunk after which the library ends a response.
 constexpr std::chrono::seconds Patience{10};
 
 struct BenchOptions
@@ -28,6 +29,7 @@ struct BenchOptions
 
 Timing Measure(const OpenAdapter& adapter, const BenchOptions& options)
 {
+    WarnOfLostLength(options.Request);
     std::vector<Timing::Duration> times;
     times.reserve(options.Count);
     while (times.size() < options.Count)
@@ -48,8 +50,6 @@ std::string TimeText(Timing::Duration time)
     return us < 1000 ? fmt::format("{:.3g} us", us) : fmt::format("{:.3g} ms", us / 1000);
 }
 
-constexpr unsigned Percents[] = {0, 50, 90, 99, 100};
-
 void PrintHistogram(const Timing& timing)
 {
     constexpr std::size_t width = 40;
@@ -67,7 +67,7 @@ void PrintReport(const Timing& timing, std::uint32_t outputSize)
     fmt::print("{} requests, {:.0f} per second", timing.Count(), count / seconds);
     if (outputSize != 0)
         fmt::print(", {:.3g} MB/s of output", count * outputSize / seconds / 1e6);
-    fmt::print("\nshortest {}", TimeText(timing.AtMost(Percents[0])));
+    fmt::print("\nshortest {}", TimeText(timing.AtMost(0)));
     for (const unsigned percent : {50U, 90U, 99U})
         fmt::print(", {} % {}", percent, TimeText(timing.AtMost(percent)));
     fmt::print(", longest {}\n", TimeText(timing.AtMost(100)));
@@ -82,7 +82,7 @@ Json NanosecondsOf(Timing::Duration time)
 Json ReportJson(const Timing& timing, const OpenAdapter& adapter, const BenchOptions& options)
 {
     Json::Object quantiles;
-    for (const unsigned percent : Percents)
+    for (const unsigned percent : {0U, 50U, 90U, 99U, 100U})
         quantiles.emplace_back(std::to_string(percent), NanosecondsOf(timing.AtMost(percent)));
     Json::Array histogram;
     for (const Timing::Bucket& bucket : timing.Histogram())
@@ -122,7 +122,9 @@ Command AddBenchCommand(Syntax app)
             "--count",
             [options = options.get()](const std::string& text) {
                 constexpr std::uint32_t limit = 10'000'000; // 80 MB of times.
-                options->Count = std::max(ParseNumber(text, limit), 1U);
+                options->Count = ParseNumber(text, limit);
+                if (options->Count == 0)
+                    throw std::invalid_argument("at least one request is needed");
             },
             "Number of requests (1000)")
         .ValueName("N");

@@ -61,6 +61,7 @@ struct IoctlOptions
 void Ioctl(const IoctlOptions& options)
 {
     const OpenAdapter adapter(options.Adapter);
+    WarnOfLostLength(options.Request);
     const Bytes output = options.Async ? SendAndAwaitCallback(adapter.Device, options.Request,
                                                               std::chrono::milliseconds(options.PatienceMs))
                                        : SendAndWait(*adapter.Device, options.Request);
