@@ -26,12 +26,13 @@ start_one() {
     timeout --signal=KILL 30 ${launcher:+"$launcher"} "$1" "$2" "$3" "$4" 2>&1
   )
   code=$?
-  # Wine terminates other threads even inside its own heap and wait queues. In about one of 1000 exits the
-  # last thread then spins on a lock without an owner. A hang of the library sleeps and uses no CPU time; a
-  # start that spins is repeated once.
-  if [ -n "$launcher" ] && [ "$code" -eq 152 ] && [ -z "${5:-}" ]; then
+  # Wine terminates other threads even while they hold the spin locks of its own wait queues. The thread that
+  # exits then spins on a lock without an owner: in one of 300 exits of a host that receives events without a
+  # pause, and more often on a busy machine. A hang of the library sleeps and uses no CPU time, so a start that
+  # spins is repeated, three times at most.
+  if [ -n "$launcher" ] && [ "$code" -eq 152 ] && [ "${5:-0}" -lt 3 ]; then
     printf '%s %s: spun in Wine, started again\n' "$2" "$3" >&2
-    start_one "$1" "$2" "$3" "$4" again
+    start_one "$1" "$2" "$3" "$4" $((${5:-0} + 1))
     return
   fi
   case $code in
