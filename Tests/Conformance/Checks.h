@@ -31,3 +31,8 @@ private:
 };
 
 using WideText = std::basic_string<WCHAR>;
+
+inline HANDLE MakeEvent(BOOL manual, BOOL set = FALSE, const WCHAR* called = nullptr)
+{
+    return CreateEventW(nullptr, manual, set, called);
+}

@@ -48,11 +48,6 @@ struct Call
     DWORD Transferred = 99;
 };
 
-HANDLE MakeEvent(BOOL manual, BOOL set = FALSE)
-{
-    return CreateEventW(nullptr, manual, set, nullptr);
-}
-
 class IoTest : public testing::Test
 {
 protected:

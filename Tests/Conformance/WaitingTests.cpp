@@ -10,11 +10,6 @@ namespace
 
 constexpr CWideText name = "ZVConformance";
 
-HANDLE MakeEvent(BOOL manual, BOOL signalled, const WCHAR* called = nullptr)
-{
-    return CreateEventW(nullptr, manual, signalled, called);
-}
-
 TEST(WaitingTest, WaitForAnyConsumesOnlyTheLowestIndex)
 {
     // Events by kind: automatic (A) or manual (M), signalled in capitals.

@@ -5,6 +5,8 @@
 namespace
 {
 
+using Description = Platform::AdapterDescription;
+
 class NicChangeState : public AdapterTest
 {
 protected:
@@ -41,7 +43,6 @@ TEST_F(NicChangeState, DisablesAndEnablesWithAnyNumberButZero)
 
 TEST_F(NicChangeState, ErrorsAreReturnedUnchanged)
 {
-    using Description = Platform::AdapterDescription;
     const auto edit = [this](auto change) { return [this, change] { Change(change); }; };
     const auto fail = [this](const char* call, unsigned nth, std::uint32_t error) {
         return [this, call, nth, error] { Machine->FailCall(call, nth, error); };

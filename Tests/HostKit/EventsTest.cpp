@@ -16,9 +16,6 @@ using namespace std::chrono_literals;
 
 using Events = std::vector<std::uint32_t>;
 
-/// Only a failing test waits for so long.
-constexpr auto Bound = 30s;
-
 TEST(Events, AreTakenInOrder)
 {
     const auto manager = std::make_shared<FakeManager>();

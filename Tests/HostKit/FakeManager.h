@@ -5,8 +5,12 @@
 #include <CDeviceManagerIntf.h>
 
 #include <algorithm>
+#include <chrono>
 #include <deque>
 #include <vector>
+
+/// Only a failing test waits for so long.
+constexpr auto Bound = std::chrono::seconds(30);
 
 class FakeManager final : public CDeviceManagerIntf
 {

@@ -1,4 +1,6 @@
 // Requests and the memory that the library uses for them.
+#include "FakeManager.h"
+
 #include <HostKit/HostKit.h>
 #include <HostKit/Testing.h>
 
@@ -16,8 +18,6 @@ using namespace std::chrono_literals;
 using HostKit::Bytes;
 
 constexpr std::uint32_t Code = 0x222000;
-/// Only a failing test waits for so long.
-constexpr auto Bound = 30s;
 
 bool IsReady(const std::future<HostKit::Result>& future)
 {

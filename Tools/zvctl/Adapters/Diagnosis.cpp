@@ -37,14 +37,14 @@ catch (const std::exception&)
     return std::nullopt; // without facts, the message is less precise
 }
 
-struct Finding
+struct OpenCause
 {
     ExitCode Code;
     std::string Cause;
     std::string Remedy;
 };
 
-Finding Unavailable(const _ZV_SRVC_DEVICE_INFO& record)
+OpenCause Unavailable(const _ZV_SRVC_DEVICE_INFO& record)
 {
     const auto facts = FactsOf(record);
     if (facts && facts->Present && facts->Problem != 0)
@@ -55,7 +55,7 @@ Finding Unavailable(const _ZV_SRVC_DEVICE_INFO& record)
     return {ExitCode::NotReady, fmt::format("is {}", FlagText(record.StateFlags)), "run 'zvctl doctor'"};
 }
 
-Finding Unanswered(const _ZV_SRVC_DEVICE_INFO& record, std::chrono::nanoseconds elapsed)
+OpenCause Unanswered(const _ZV_SRVC_DEVICE_INFO& record, std::chrono::nanoseconds elapsed)
 {
     if (IsTimeOut(elapsed, OpenBound))
         return {ExitCode::TimedOut, fmt::format("has a driver that does not answer within {} ms", OpenBound.count()),
@@ -80,7 +80,7 @@ OperationFailed OpenFailure(const _ZV_SRVC_DEVICE_INFO& record, unsigned int sta
 {
     if (status != ZV_SRVC_ERR_DEVICE_NOT_OPEN && status != ZV_SRVC_ERR_CONTROL_DEVICE)
         return {"OpenDevice", status};
-    const Finding found = status == ZV_SRVC_ERR_DEVICE_NOT_OPEN ? Unavailable(record) : Unanswered(record, elapsed);
+    const OpenCause found = status == ZV_SRVC_ERR_DEVICE_NOT_OPEN ? Unavailable(record) : Unanswered(record, elapsed);
     return {"OpenDevice", status, found.Code,
             fmt::format("\"{}\" {}; {}", Printable(FieldText(record.DeviceName)), found.Cause,
                         remedy.empty() ? found.Remedy : remedy)};
