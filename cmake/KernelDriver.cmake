@@ -6,5 +6,6 @@ function(zv_kernel_driver target)
     $<$<BOOL:${ZV_WARNINGS_AS_ERRORS}>:-Werror>)
   target_link_options(${target} PRIVATE -nostdlib LINKER:--subsystem,native LINKER:--entry,DriverEntry)
   target_link_libraries(${target} PRIVATE ntoskrnl gcc)
-  set_target_properties(${target} PROPERTIES PREFIX "" SUFFIX .sys C_STANDARD 11)
+  # The DDK has two sets of headers, which cannot be used in one file.
+  set_target_properties(${target} PROPERTIES PREFIX "" SUFFIX .sys C_STANDARD 11 UNITY_BUILD OFF)
 endfunction()
