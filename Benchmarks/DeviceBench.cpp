@@ -22,6 +22,7 @@
 #include <semaphore>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -78,32 +79,47 @@ public:
 protected:
     void Serve(const RequestPtr& read) override
     {
+        bool wasAsleep = false;
         {
             const std::lock_guard lock(Mutex);
             Waiting.push_back(read);
+            wasAsleep = std::exchange(IsAsleep, false);
         }
-        Changed.notify_one();
+        if (wasAsleep)
+            Changed.notify_one();
     }
 
 private:
     void Run()
     {
-        for (;;)
-        {
-            std::unique_lock lock(Mutex);
-            Changed.wait(lock, [this] { return !Waiting.empty(); });
-            const RequestPtr read = Waiting.front();
-            Waiting.pop_front();
-            lock.unlock();
-            if (read == nullptr)
-                return;
+        while (const RequestPtr read = Next())
             Answer(read);
-        }
     }
+
+    /// Yields before it sleeps: a sleep and its wake-up cost more than a chunk, and a busy host sends the next read
+    /// by then.
+    RequestPtr Next()
+    {
+        std::unique_lock lock(Mutex);
+        for (int yields = 0; Waiting.empty() && yields < YieldsBeforeSleep; ++yields)
+        {
+            lock.unlock();
+            std::this_thread::yield();
+            lock.lock();
+        }
+        IsAsleep = Waiting.empty();
+        Changed.wait(lock, [this] { return !Waiting.empty(); });
+        const RequestPtr read = Waiting.front();
+        Waiting.pop_front();
+        return read;
+    }
+
+    static constexpr int YieldsBeforeSleep = 8;
 
     std::mutex Mutex;
     std::condition_variable Changed;
     std::deque<RequestPtr> Waiting; ///< Guarded by Mutex.
+    bool IsAsleep = false;          ///< Guarded by Mutex.
     std::jthread Thread{[this] { Run(); }};
 };
 

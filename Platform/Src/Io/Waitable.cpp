@@ -4,6 +4,7 @@
 
 #include <array>
 #include <chrono>
+#include <thread>
 
 namespace Platform
 {
@@ -15,6 +16,13 @@ struct Waiter
     std::optional<std::size_t> Result PLATFORM_GUARDED_BY(Waitable::Lock);
     std::array<Waitable::Link, MAXIMUM_WAIT_OBJECTS> Links{};
 };
+
+namespace
+{
+
+constexpr int YieldsBeforeSleep = 8;
+
+}
 
 Waitable::Waitable(bool manualReset, bool signalled) : ManualReset(manualReset), Signalled(signalled) {}
 
@@ -76,11 +84,26 @@ std::optional<std::size_t> Waitable::TakeAny(std::span<const std::shared_ptr<Wai
     return std::nullopt;
 }
 
-std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Waitable>> objects, DWORD milliseconds)
+std::optional<std::size_t> Waitable::Poll(std::span<const std::shared_ptr<Waitable>> objects)
 {
     const ScopedLock lock(Lock);
-    const std::optional<std::size_t> taken = TakeAny(objects);
-    if (taken || milliseconds == 0)
+    return TakeAny(objects);
+}
+
+std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Waitable>> objects, DWORD milliseconds)
+{
+    // Not used for INFINITE, whose number is only a large count of milliseconds here.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    // A sleep and its wake-up cost each side a system call, many times the cost of yielding the processor. A busy
+    // driver has signalled again by then.
+    for (int yields = 0; yields < YieldsBeforeSleep; ++yields)
+    {
+        if (const std::optional<std::size_t> taken = Poll(objects); taken || milliseconds == 0)
+            return taken;
+        std::this_thread::yield();
+    }
+    const ScopedLock lock(Lock);
+    if (const std::optional<std::size_t> taken = TakeAny(objects))
         return taken;
     Waiter self;
     for (std::size_t i = 0; i < objects.size(); ++i)
@@ -88,8 +111,6 @@ std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Wai
         self.Links[i] = {&self, i, nullptr};
         objects[i]->Append(self.Links[i]);
     }
-    // Not used for INFINITE, whose number is only a large count of milliseconds here.
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     bool inTime = true;
     while (!self.Result && inTime)
         if (milliseconds == INFINITE)

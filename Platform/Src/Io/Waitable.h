@@ -50,6 +50,8 @@ private:
     static std::optional<std::size_t> TakeAny(std::span<const std::shared_ptr<Waitable>> objects)
         PLATFORM_REQUIRES(Lock);
 
+    static std::optional<std::size_t> Poll(std::span<const std::shared_ptr<Waitable>> objects) PLATFORM_EXCLUDES(Lock);
+
     const bool ManualReset;
     bool Signalled PLATFORM_GUARDED_BY(Lock);
     Link* Waiters PLATFORM_GUARDED_BY(Lock) = nullptr; // longest wait first
