@@ -9,6 +9,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 using Events = std::vector<std::uint32_t>;
 
@@ -82,7 +83,7 @@ protected:
     {
         List(*Manager, "ZV_USB");
         _ZV_SRVC_DEVICE_INFO record{};
-        std::strcpy(record.NetCfgInstanceId, identity);
+        std::string_view(identity).copy(record.NetCfgInstanceId, sizeof record.NetCfgInstanceId - 1);
         std::shared_ptr<CDeviceIntf> device;
         EXPECT_EQ(Manager->OpenDevice(&record, ZV_SRVC_DEVICE_UWP, device), ZV_SRVC_SUCCESS);
         return device;

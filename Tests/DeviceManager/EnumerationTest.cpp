@@ -11,7 +11,6 @@ namespace
 {
 
 using Platform::AdapterDescription;
-using Platform::RegistryValue;
 
 /// Lists a machine with one adapter that is changed by `change`.
 Listing ListOne(const std::function<void(AdapterDescription&)>& change, std::string_view filter = "ZV_ALL")

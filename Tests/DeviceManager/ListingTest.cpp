@@ -175,6 +175,7 @@ TEST_F(ListingTest, FourThreadsWithChangingFiltersEachGetTheirAdapters)
         {"othernic", {"othernic"}},
     };
     std::vector<std::jthread> hosts;
+    hosts.reserve(4);
     for (std::size_t host = 0; host < 4; ++host)
         hosts.emplace_back([&, host] {
             for (std::size_t round = 0; round < 50; ++round)

@@ -208,6 +208,7 @@ TEST_F(RealRequests, ReturnWhatTheDriverAnswers)
 TEST_F(RealRequests, ManyRunAtOnceAndCompleteBeforeTheDeviceIsReleased)
 {
     std::vector<std::future<HostKit::Result>> futures;
+    futures.reserve(50);
     for (int i = 0; i < 50; ++i)
         futures.push_back(Device.SendAsync({.Code = Code, .OutputSize = 3}));
     Device = {};

@@ -79,6 +79,7 @@ TEST_F(Notification, DeliversEveryBlobOfFourProducersInTheirOrder)
     });
     {
         std::vector<std::jthread> producers;
+        producers.reserve(4);
         for (std::uint32_t id = 0; id < 4; ++id)
             producers.emplace_back([&, id] {
                 for (std::uint32_t n = 0; n < each; ++n)

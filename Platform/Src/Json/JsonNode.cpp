@@ -122,6 +122,7 @@ std::vector<JsonNode> JsonNode::Elements() const
 {
     Require(Value.is_array(), "expected an array");
     std::vector<JsonNode> elements;
+    elements.reserve(Value.size());
     for (std::size_t i = 0; i < Value.size(); ++i)
         elements.emplace_back(Value[i], Path + '[' + std::to_string(i) + ']');
     return elements;

@@ -63,7 +63,7 @@ try
 {
     if (FieldText(record.Service).empty())
         return {.Result = Verdict::Problem,
-                .Detail = "listed by every filter, because its key \"NDI\" has no value \"Service\"",
+                .Detail = R"(listed by every filter, because its key "NDI" has no value "Service")",
                 .Remedy = std::string(Reinstall)};
     OpenAgain(record, DriverNeed::Answers);
     return {.Detail = "listed, and its driver answers"};

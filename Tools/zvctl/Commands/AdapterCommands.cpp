@@ -29,7 +29,7 @@ OperationFailed NothingListed(const ListOptions& options)
             ? fmt::format("no adapter matches filter \"{}\"; filters are ZV_ALL, ZV_USB, ZV_SDIO, ZV_PCIE and service "
                           "names in lower case",
                           options.Filter)
-            : fmt::format("no adapter of filter \"{}\" has a device instance ID that contains \"{}\"", options.Filter,
+            : fmt::format(R"(no adapter of filter "{}" has a device instance ID that contains "{}")", options.Filter,
                           options.Patterns);
     return {"GetZVDeviceList", ZV_SRVC_ERR_NO_DEVICE, ExitCode::NotFound,
             cause + "; 'zvctl doctor' shows all adapters"};

@@ -15,10 +15,10 @@ Json FindingsJson(const std::vector<Finding>& findings)
 {
     Json::Array array;
     for (const Finding& finding : findings)
-        array.push_back(Json::Object{{"subject", finding.Subject},
-                                     {"result", VerdictName(finding.Result)},
-                                     {"detail", finding.Detail},
-                                     {"remedy", finding.Remedy.empty() ? Json() : Json(finding.Remedy)}});
+        array.emplace_back(Json::Object{{"subject", finding.Subject},
+                                        {"result", VerdictName(finding.Result)},
+                                        {"detail", finding.Detail},
+                                        {"remedy", finding.Remedy.empty() ? Json() : Json(finding.Remedy)}});
     return array;
 }
 

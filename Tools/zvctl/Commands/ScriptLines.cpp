@@ -44,7 +44,7 @@ void CheckWords(const AssertOptions& options)
 {
     const std::vector<std::string> names = ExplainedNames(ExplainedKind::Flag);
     if (options.Negated() && options.Words.front() != "not")
-        throw std::invalid_argument(fmt::format("\"{}\" is not \"not\"", options.Words.front()));
+        throw std::invalid_argument(fmt::format(R"("{}" is not "not")", options.Words.front()));
     if (std::ranges::find(names, options.Flag()) == names.end())
         throw std::invalid_argument(fmt::format("\"{}\" is none of {}", options.Flag(), Join(names, ", ")));
 }

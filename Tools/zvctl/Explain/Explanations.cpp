@@ -78,7 +78,7 @@ std::vector<Explanation> FindExplanations(const std::vector<std::string>& words)
     const auto kind = words.size() > 1 ? AsKind(words.front()) : std::nullopt;
     const std::string& text = words.back();
     if (words.size() > (kind ? 2 : 1))
-        throw UsageError("expected a number or a name, or \"status\", \"flag\", \"event\" or \"problem\" before it");
+        throw UsageError(R"(expected a number or a name, or "status", "flag", "event" or "problem" before it)");
     const auto number = AsNumber(text);
     const std::string name = Normal(text);
     std::vector<Explanation> found;
