@@ -26,7 +26,10 @@ inline void AddBenchAdapter(Platform::Machine& machine, std::size_t index,
                             const std::shared_ptr<Platform::ControlDevice>& driver, std::uint32_t problem = 0)
 {
     const std::string identity = BenchIdentity(index);
+    // Named, because the search for a free key examines all keys before it.
+    const std::string key = R"({4D36E972-E325-11CE-BFC1-08002BE10318}\)" + std::to_string(100'000 + index);
     Platform::AdapterDescription adapter;
+    adapter.DriverKey = std::u16string(key.begin(), key.end());
     adapter.NetCfgInstanceId = identity;
     adapter.Service = "zvwlanu";
     adapter.HardwareId = u"USB";
