@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+using Description = Platform::AdapterDescription;
 using Events = std::vector<std::uint32_t>;
 
 inline const Events StatusChanged = {ZV_EVT_DEVICE_STATUS_CHANGED};

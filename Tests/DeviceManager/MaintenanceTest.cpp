@@ -7,8 +7,6 @@
 namespace
 {
 
-using Description = Platform::AdapterDescription;
-
 const Events None = {};
 
 class Maintenance : public AdapterTest

@@ -5,8 +5,6 @@
 namespace
 {
 
-using Description = Platform::AdapterDescription;
-
 class NicChangeState : public AdapterTest
 {
 protected:

@@ -1,5 +1,5 @@
 /// @file
-/// A manager that answers as a test chooses.
+/// A manager that answers as a test chooses, and how long the tests wait.
 #pragma once
 
 #include <CDeviceManagerIntf.h>

@@ -27,9 +27,9 @@ start_one() {
   )
   code=$?
   # Wine terminates other threads even while they hold the spin locks of its own wait queues. The thread that
-  # exits then spins on a lock without an owner: in one of 300 exits of a host that receives events without a
-  # pause, and more often on a busy machine. A hang of the library sleeps and uses no CPU time, so a start that
-  # spins is repeated, three times at most.
+  # exits then spins on a lock without an owner, in about one of 300 exits of a host that receives events without
+  # a pause. A hang of the library sleeps and uses no CPU time, so a start that spins is repeated, three times at
+  # most.
   if [ -n "$launcher" ] && [ "$code" -eq 152 ] && [ "${5:-0}" -lt 3 ]; then
     printf '%s %s: spun in Wine, started again\n' "$2" "$3" >&2
     start_one "$1" "$2" "$3" "$4" $((${5:-0} + 1))

@@ -17,13 +17,6 @@ struct Waiter
     std::array<Waitable::Link, MAXIMUM_WAIT_OBJECTS> Links{};
 };
 
-namespace
-{
-
-constexpr int YieldsBeforeSleep = 8;
-
-}
-
 Waitable::Waitable(bool manualReset, bool signalled) : ManualReset(manualReset), Signalled(signalled) {}
 
 // Decides under the lock which waiters are released. A waiter that is only woken and checks again could miss a signal
@@ -96,6 +89,7 @@ std::optional<std::size_t> Waitable::WaitAny(std::span<const std::shared_ptr<Wai
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     // A sleep and its wake-up cost each side a system call, many times the cost of yielding the processor. A busy
     // driver has signalled again by then.
+    constexpr int YieldsBeforeSleep = 8;
     for (int yields = 0; yields < YieldsBeforeSleep; ++yields)
     {
         if (const std::optional<std::size_t> taken = Poll(objects); taken || milliseconds == 0)
