@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -43,7 +44,21 @@ public:
     ///        234 (ERROR_MORE_DATA).
     /// @return false when the request had completed already.
     virtual bool Complete(std::uint32_t error, std::span<const std::uint8_t> output = {}) = 0;
+
+    /// Returns whether the machine needs to be notified of stored data that the request changes: other processes share
+    /// it, or its changes are recorded. The driver then calls ShareState instead of changing the data.
+    virtual bool SharesState() const { return false; }
+    /// Has the machine apply settings to the device, in every process that shares the machine. Does not block.
+    /// @param settings for ControlDevice::Configure, such as the item that the request has written.
+    /// @param done called once, with 0 or the error with which to complete the request, perhaps before this returns,
+    ///        and on any thread. Call without a lock that Configure takes.
+    virtual void ShareState(const std::string& settings, std::function<void(std::uint32_t error)> done);
 };
+
+inline void IoRequest::ShareState(const std::string& /*settings*/, std::function<void(std::uint32_t error)> done)
+{
+    done(0);
+}
 
 /// A driver's control device. The stand-in holds no lock during these calls. They come from the caller's threads,
 /// several at a time.
@@ -75,6 +90,9 @@ public:
     /// Called when the caller closes its handle, after the cancellation of its requests in flight. Close is called
     /// only after the last of them has completed, so a driver that holds cancelled requests completes them here.
     virtual void Cleanup(std::uint64_t openId);
+    /// Returns the current behaviour and stored data as JSON text that Configure accepts, so that another process can
+    /// create an equal device. The default returns an empty text: there is nothing to copy.
+    virtual std::string State() const { return {}; }
 };
 
 inline std::uint32_t ControlDevice::Open(std::uint64_t /*openId*/)

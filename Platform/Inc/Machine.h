@@ -115,6 +115,14 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// The server of a shared machine cannot be reached, or has refused a change; `what()` says which. Nothing was changed.
+class PLATFORM_API MachineServerError : public std::runtime_error
+{
+public:
+    /// Takes the text.
+    using std::runtime_error::runtime_error;
+};
+
 /// One described computer. Thread-safe; every operation may be called from any thread. Starts with
 /// the network class registered, no adapter, and no other registry content.
 class PLATFORM_API Machine
@@ -192,6 +200,8 @@ public:
     void SetCallerRights(bool administrator);
     /// Returns whether callers have them.
     bool HasCallerRights() const;
+    /// Sets or resets the named event, as SetEvent and ResetEvent do. Does nothing while no handle on it is open.
+    void SetNamedEvent(std::string_view name, bool signalled);
     /// @}
 
     /// @name Control devices
@@ -207,6 +217,11 @@ public:
     void DetachDevice(std::string_view name);
     /// Returns the device that an open would reach, or null.
     std::shared_ptr<ControlDevice> Device(std::string_view name) const;
+    /// Changes the behaviour or the stored data of a device; see ControlDevice::Configure. The device may be
+    /// unreachable.
+    /// @throws std::invalid_argument for a name that is not attached. std::runtime_error with the driver's text for
+    /// settings that it rejects.
+    void ConfigureDevice(std::string_view name, const std::string& settings);
     /// @}
 
     /// @name Registry below HKEY_LOCAL_MACHINE, by path; names compare without regard to case.
@@ -216,6 +231,10 @@ public:
     void SetValue(std::string_view path, std::string_view name, const RegistryValue& value);
     /// Returns nothing if the key or the value does not exist.
     std::optional<RegistryValue> Value(std::string_view path, std::string_view name) const;
+    /// Removes a value. Does nothing if there is no such value.
+    void DeleteValue(std::string_view path, std::string_view name);
+    /// Creates a key and its missing parents.
+    void CreateKey(std::string_view path);
     bool KeyExists(std::string_view path) const; ///< Returns whether there is such a key.
     /// Deletes a key with all keys below it. Open handles on them then fail with ERROR_KEY_DELETED (1018). Does nothing
     /// if there is no such key. @throws std::invalid_argument for the root.

@@ -24,10 +24,10 @@ void AttachedDevice::Detach()
     RequestTable::Instance().Cancel([this](const Request& request) { return request.Gate == Gate; });
 }
 
-void DeviceNames::Add(const std::string& name, std::shared_ptr<ControlDevice> device, bool present)
+void DeviceNames::Add(const std::string& name, std::shared_ptr<ControlDevice> device, bool present, DeviceSource source)
 {
     AttachedDevicePtr current = present ? std::make_shared<AttachedDevice>(device) : nullptr;
-    Entries.emplace(name, Entry{std::move(device), std::move(current)});
+    Entries.emplace(name, Entry{std::move(device), std::move(current), std::move(source)});
 }
 
 DeviceNames::Entry DeviceNames::Remove(std::string_view name)

@@ -6,6 +6,7 @@
 #include "Text.h"
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -40,6 +41,17 @@ using AttachedDevicePtr = std::shared_ptr<AttachedDevice>;
 /// (CurrentMachine.cpp), because it includes this header.
 AttachedDevicePtr FindDevice(std::string_view name);
 
+/// What IoRequest declares, for the current machine; implemented next to FindDevice.
+bool SharesState();
+void ShareState(ControlDevice& device, const std::string& settings, std::function<void(std::uint32_t)> done);
+
+/// Which module made a device, and from which settings; empty for a device that the program itself made.
+struct DeviceSource
+{
+    std::string Module = {};
+    std::string Settings = {}; ///< JSON.
+};
+
 /// Guarded by the machine's lock. The caller must detach a returned device after it has released that lock,
 /// because Detach calls the driver.
 class DeviceNames
@@ -49,17 +61,19 @@ public:
     {
         std::shared_ptr<ControlDevice> Device;
         AttachedDevicePtr Current; ///< Null while unreachable.
+        DeviceSource Source = {};
     };
 
     bool Contains(std::string_view name) const { return Entries.contains(name); }
     /// The name must be free.
-    void Add(const std::string& name, std::shared_ptr<ControlDevice> device, bool present);
+    void Add(const std::string& name, std::shared_ptr<ControlDevice> device, bool present, DeviceSource source);
     /// Returns an empty entry if there is none of that name.
     [[nodiscard]] Entry Remove(std::string_view name);
     /// Makes a device reachable or unreachable. @return the device that became unreachable, or null.
     [[nodiscard]] AttachedDevicePtr SetPresent(std::string_view name, bool present);
     /// Returns null if no device of that name is reachable.
     AttachedDevicePtr Find(std::string_view name) const;
+    const std::map<std::string, Entry, NameLess>& All() const { return Entries; }
 
 private:
     std::map<std::string, Entry, NameLess> Entries;

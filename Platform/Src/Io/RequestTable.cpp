@@ -1,5 +1,6 @@
 #include "RequestTable.h"
 
+#include "DeviceNames.h"
 #include "IoStatus.h"
 
 #include <algorithm>
@@ -50,6 +51,16 @@ bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output
     if (!refused)
         Deliver(output);
     return true;
+}
+
+bool Request::SharesState() const
+{
+    return Platform::SharesState();
+}
+
+void Request::ShareState(const std::string& settings, std::function<void(std::uint32_t error)> done)
+{
+    Gate->Visit([&](ControlDevice& device) { Platform::ShareState(device, settings, done); });
 }
 
 // The status is stored last, with release order: as soon as the caller reads it, it may free its memory. The event

@@ -51,6 +51,8 @@ public:
     std::uint64_t OpenId() const override { return FileId; }
     bool IsCancelRequested() const override;
     bool Complete(std::uint32_t error, std::span<const std::uint8_t> output) override;
+    bool SharesState() const override;
+    void ShareState(const std::string& settings, std::function<void(std::uint32_t error)> done) override;
 
     /// Called when the device has returned from Start. A cancellation that was asked for meanwhile reaches the
     /// device now, because a driver must not receive it before its Start.

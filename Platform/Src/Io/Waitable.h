@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
+#include <utility>
 
 namespace Platform
 {
@@ -64,10 +66,14 @@ class EventHandle final : public HandleObject
 public:
     static constexpr HandleKind Kind = HandleKind::Event;
 
-    EventHandle(bool manualReset, bool signalled) : Event(std::make_shared<Waitable>(manualReset, signalled)) {}
+    EventHandle(bool manualReset, bool signalled, std::string name = {})
+        : Event(std::make_shared<Waitable>(manualReset, signalled)), Name(std::move(name))
+    {
+    }
     HandleKind KindOf() const override { return Kind; }
 
     const std::shared_ptr<Waitable> Event;
+    const std::string Name; ///< Empty for an event without a name.
 };
 
 } // namespace Platform

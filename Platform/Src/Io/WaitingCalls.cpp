@@ -3,7 +3,9 @@
 
 #include "AnnotatedLock.h"
 #include "FileHandle.h"
+#include "NamedEvents.h"
 #include "PublishedCall.h"
+#include "Text.h"
 
 #include <map>
 #include <string>
@@ -35,16 +37,51 @@ public:
         SetLastError(event ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
         if (!event)
         {
-            event = std::make_shared<EventHandle>(manualReset, signalled);
+            event = std::make_shared<EventHandle>(manualReset, signalled, ToUtf8(name));
             known = event;
         }
         return HandleTable::Instance().Add(std::move(event));
+    }
+
+    /// Returns null if there is no handle on an event of that name.
+    std::shared_ptr<EventHandle> Find(const std::u16string& name)
+    {
+        const ScopedLock lock(Lock);
+        const auto found = Events.find(name);
+        return found == Events.end() ? nullptr : found->second.lock();
     }
 
 private:
     Mutex Lock;
     std::map<std::u16string, std::weak_ptr<EventHandle>> Events PLATFORM_GUARDED_BY(Lock);
 };
+
+void Change(const EventHandle& event, bool signalled)
+{
+    if (signalled)
+        event.Event->Signal();
+    else
+        event.Event->Reset();
+}
+
+/// The work of SetEvent and ResetEvent.
+BOOL ChangeByHandle(HANDLE handle, bool signalled)
+try
+{
+    // The reference keeps the event alive without the lock of the handle table.
+    const auto found = HandleTable::Instance().Find<EventHandle>(handle);
+    if (!found)
+        return FailWith(ERROR_INVALID_HANDLE);
+    if (found->Name.empty())
+        Change(*found, signalled);
+    else if (!ShareNamedEvent(found->Name, signalled))
+        return FailWith(RPC_S_SERVER_UNAVAILABLE);
+    return TRUE;
+}
+catch (const std::bad_alloc&)
+{
+    return OutOfMemory(FALSE);
+}
 
 DWORD WaitFailed(DWORD error)
 {
@@ -86,25 +123,12 @@ catch (const std::bad_alloc&)
 
 BOOL SetEvent(HANDLE event)
 {
-    if (CallFails("SetEvent"))
-        return FALSE;
-    const auto found = HandleTable::Instance().Find<EventHandle>(event);
-    if (!found)
-        return FailWith(ERROR_INVALID_HANDLE);
-    // Without the lock of the handle table: the reference keeps the event alive.
-    found->Event->Signal();
-    return TRUE;
+    return CallFails("SetEvent") ? FALSE : ChangeByHandle(event, true);
 }
 
 BOOL ResetEvent(HANDLE event)
 {
-    if (CallFails("ResetEvent"))
-        return FALSE;
-    const auto found = HandleTable::Instance().Find<EventHandle>(event);
-    if (!found)
-        return FailWith(ERROR_INVALID_HANDLE);
-    found->Event->Reset();
-    return TRUE;
+    return CallFails("ResetEvent") ? FALSE : ChangeByHandle(event, false);
 }
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds)
@@ -122,4 +146,10 @@ DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, D
         return WaitFailed(ERROR_INVALID_PARAMETER);
     std::shared_ptr<Waitable> objects[MAXIMUM_WAIT_OBJECTS];
     return WaitOn({objects, count}, handles, milliseconds);
+}
+
+void Platform::ChangeNamedEvent(std::string_view name, bool signalled)
+{
+    if (const auto event = EventNames::Instance().Find(ToUtf16(name)))
+        Change(*event, signalled);
 }

@@ -90,6 +90,16 @@ bool JsonNode::IsObject() const
     return Value.is_object();
 }
 
+bool JsonNode::IsNumber() const
+{
+    return Value.is_number();
+}
+
+bool JsonNode::IsNull() const
+{
+    return Value.is_null();
+}
+
 bool JsonNode::HasMember(const char* name) const
 {
     // False for a value that is no object.
@@ -140,6 +150,12 @@ std::uint32_t JsonNode::Number(std::uint32_t largest) const
     const bool fits = Value.is_number_unsigned() && Value.get<std::uint64_t>() <= largest;
     Require(fits, "expected a whole number from 0 to " + std::to_string(largest));
     return Value.get<std::uint32_t>();
+}
+
+std::uint64_t JsonNode::LongNumber() const
+{
+    Require(Value.is_number_unsigned(), "expected a whole number from 0 to 18446744073709551615");
+    return Value.get<std::uint64_t>();
 }
 
 std::string JsonNode::Text(const std::string& expected) const

@@ -41,6 +41,8 @@ public:
     void Require(bool good, const std::string& error) const;
 
     bool IsObject() const;
+    bool IsNumber() const;
+    bool IsNull() const;
     bool HasMember(const char* name) const;
     /// Returns a member that must exist.
     JsonNode Member(const char* name) const;
@@ -52,6 +54,7 @@ public:
 
     bool Flag() const;
     std::uint32_t Number(std::uint32_t largest = std::numeric_limits<std::uint32_t>::max()) const;
+    std::uint64_t LongNumber() const;
     /// @param expected the error for a value that is not a text.
     std::string Text(const std::string& expected = "expected a text") const;
     /// Returns the index of the text among the permitted ones.

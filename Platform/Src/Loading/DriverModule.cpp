@@ -50,6 +50,13 @@ CreateControlDeviceFunction LoadMaker(const std::string& folder, const std::stri
 
 } // namespace
 
+std::string ModulePath(const std::string& folder, const std::string& module)
+{
+    const std::string file = FileOf(folder, module);
+    std::error_code ignored;
+    return std::filesystem::exists(file, ignored) ? std::filesystem::absolute(file).string() : file;
+}
+
 std::shared_ptr<ControlDevice> MakeControlDevice(const std::string& folder, const std::string& module,
                                                  const std::string& deviceName, const std::string& settings)
 {

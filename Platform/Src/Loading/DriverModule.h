@@ -18,6 +18,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Returns the file that MakeControlDevice would load; the name itself if it is found by the loader only.
+std::string ModulePath(const std::string& folder, const std::string& module);
+
 /// Loads a driver, which stays loaded until the process ends, and has it create a device.
 /// @param folder is searched for the module first; empty for none.
 /// @param settings JSON text.

@@ -157,6 +157,15 @@ void AdapterTree::Uninstall(AdapterId id)
     }
 }
 
+void AdapterTree::Restore(AdapterId id, const AdapterNode& node)
+{
+    AdapterNode& own = Nodes[id];
+    const std::uint64_t version = own.Version + 1;
+    own = node;
+    own.Version = version;
+    LastId = std::max(LastId, id);
+}
+
 const AdapterNode* AdapterTree::Find(AdapterId id) const
 {
     const auto found = Nodes.find(id);

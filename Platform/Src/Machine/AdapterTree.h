@@ -35,6 +35,13 @@ public:
     void Remove(AdapterId id);
     /// Removes the driver and its key from an absent adapter. Does nothing to a present one.
     void Uninstall(AdapterId id);
+    /// Puts a copied adapter in the place of the one with this id, if there is one, and leaves the registry unchanged.
+    void Restore(AdapterId id, const AdapterNode& node);
+    /// Removes an adapter and leaves the registry unchanged.
+    void Forget(AdapterId id) { Nodes.erase(id); }
+    /// The largest id ever used.
+    AdapterId LastUsed() const { return LastId; }
+    void SetLastUsed(AdapterId id) { LastId = id; }
     /// Null for a removed adapter.
     const AdapterNode* Find(AdapterId id) const;
     /// By id, which is the order of adding.

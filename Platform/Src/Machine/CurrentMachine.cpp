@@ -1,6 +1,7 @@
 // Which machine the published functions use.
 #include "CallActivity.h"
 #include "MachineImpl.h"
+#include "NamedEvents.h"
 #include "PublishedCall.h"
 
 #include <cstdio>
@@ -89,6 +90,27 @@ catch (const std::bad_alloc&)
 AttachedDevicePtr FindDevice(std::string_view name)
 {
     return CurrentMachine()->Internal().FindDevice(name);
+}
+
+bool ShareNamedEvent(std::string_view name, bool signalled)
+try
+{
+    CurrentMachine()->SetNamedEvent(name, signalled);
+    return true;
+}
+catch (const MachineServerError&)
+{
+    return false;
+}
+
+bool SharesState()
+{
+    return CurrentMachine()->Internal().SharesState();
+}
+
+void ShareState(ControlDevice& device, const std::string& settings, std::function<void(std::uint32_t)> done)
+{
+    CurrentMachine()->Internal().ShareState(device, settings, std::move(done));
 }
 
 ScopedMachine::ScopedMachine() : ScopedMachine(std::make_shared<Machine>()) {}

@@ -1,12 +1,9 @@
 // Events of a computer: each changes the tree and sends messages to the windows.
-#include "DeviceNotifications.h"
 #include "MachineImpl.h"
-#include "ThreadQueue.h"
-#include "WindowTable.h"
+#include "MachineMessages.h"
+#include "Messages.h"
 
-#include <chrono>
 #include <functional>
-#include <span>
 #include <utility>
 
 namespace Platform
@@ -17,29 +14,6 @@ namespace
 
 constexpr std::uint32_t DisabledProblem = 22;
 constexpr std::uint32_t ReinstallProblem = 18;
-constexpr std::chrono::seconds Patience{5}; // the timeout of Windows for a window that does not respond
-
-using InterfaceRecord = std::shared_ptr<const DEV_BROADCAST_DEVICEINTERFACE_W>;
-
-// An interface exists only while the driver of its device runs.
-bool IsUp(const AdapterDescription& adapter)
-{
-    return adapter.Present && adapter.Problem == 0;
-}
-
-// A window that is created meanwhile does not receive the message; it can see the new state already.
-void TellAll(UINT message, WPARAM wParam)
-{
-    for (const WindowPtr& window : WindowTable::Instance().All())
-        ThisThreadsQueue()->Send(window, {message, wParam, 0}, Patience);
-}
-
-// The record is the payload, because a window that responds late reads it after this has returned.
-std::optional<LRESULT> TellOfInterface(const WindowPtr& window, WPARAM event, const InterfaceRecord& record)
-{
-    return ThisThreadsQueue()->Send(window, {WM_DEVICECHANGE, event, reinterpret_cast<LPARAM>(record.get()), record},
-                                    Patience);
-}
 
 /// One event of one adapter. Other events of the machine wait until it is over.
 class AdapterEvent
@@ -57,48 +31,30 @@ public:
     bool AskForRemoval() const
     {
         const AdapterDescription adapter = Now();
-        return !IsUp(adapter) || AskForRemoval(MakeInterfaceRecord(adapter));
+        if (!IsUp(adapter))
+            return true;
+        Own.Record([&] { return Changes::InterfaceMessage{Id, DBT_DEVICEQUERYREMOVE}; });
+        const bool agreed = SendRemovalQuery(adapter);
+        if (!agreed)
+            Own.Record([&] { return Changes::InterfaceMessage{Id, DBT_DEVICEQUERYREMOVEFAILED}; });
+        return agreed;
     }
 
     /// Changes the tree first, so that a window that enumerates inside its message finds the new state.
     void Change(const std::function<void(AdapterDescription&)>& edit) const
     {
         const auto [before, after] = ChangeTree(edit);
-        if (IsUp(before) != IsUp(after))
-        {
-            const InterfaceRecord record = MakeInterfaceRecord(after);
-            const WPARAM event = IsUp(after) ? DBT_DEVICEARRIVAL : DBT_DEVICEREMOVECOMPLETE;
-            // Interface messages precede the general one.
-            for (const WindowPtr& window : WindowTable::Instance().Registered(LanInterfaceClass))
-                TellOfInterface(window, event, record);
-        }
-        if (before.Present || after.Present)
-            TellAll(WM_DEVICECHANGE, DBT_DEVNODES_CHANGED);
+        SendAdapterMessages(before, after);
     }
 
     void DeleteDriver() const
     {
         const ScopedLock lock(Own.Lock);
         Own.AdapterNodes.Uninstall(Id);
+        Own.Log.Record([&] { return Changes::DriverUninstalled{Id}; });
     }
 
 private:
-    static bool AskForRemoval(const InterfaceRecord& record)
-    {
-        const std::vector<WindowPtr> windows = WindowTable::Instance().Registered(LanInterfaceClass);
-        for (std::size_t i = 0; i < windows.size(); ++i)
-        {
-            if (TellOfInterface(windows[i], DBT_DEVICEQUERYREMOVE, record) == BROADCAST_QUERY_DENY)
-            {
-                // Windows that agreed are notified that the removal is off; the one that denied it is not.
-                for (const WindowPtr& asked : std::span(windows).first(i))
-                    TellOfInterface(asked, DBT_DEVICEQUERYREMOVEFAILED, record);
-                return false;
-            }
-        }
-        return true;
-    }
-
     // The edits come from this file only, so they may run under the lock.
     std::pair<AdapterDescription, AdapterDescription> ChangeTree(
         const std::function<void(AdapterDescription&)>& edit) const
@@ -110,6 +66,8 @@ private:
         AdapterDescription after = before;
         edit(after);
         leaving.Device = Own.Change(Id, after);
+        const AdapterDescription& changed = Own.AdapterNodes.All().at(Id).Description;
+        Own.Log.Record([&] { return Changes::AdapterChanged{Id, changed, true}; });
         return {std::move(before), std::move(after)};
     }
 
@@ -129,6 +87,8 @@ void SetVersion(AdapterDescription& adapter, std::string_view version)
 
 void Machine::Plug(AdapterId id)
 {
+    if (Self->IsJoined())
+        return static_cast<void>(Self->Forward(MachineVerb{.Method = "plug", .Id = id}));
     const AdapterEvent event(*Self, id);
     if (!event.Now().Present)
         event.Change([](AdapterDescription& adapter) { adapter.Present = true; });
@@ -136,6 +96,8 @@ void Machine::Plug(AdapterId id)
 
 void Machine::Unplug(AdapterId id)
 {
+    if (Self->IsJoined())
+        return static_cast<void>(Self->Forward(MachineVerb{.Method = "unplug", .Id = id}));
     const AdapterEvent event(*Self, id);
     if (event.Now().Present)
         event.Change([](AdapterDescription& adapter) { adapter.Present = false; });
@@ -143,6 +105,8 @@ void Machine::Unplug(AdapterId id)
 
 bool Machine::Disable(AdapterId id)
 {
+    if (Self->IsJoined())
+        return Self->Forward(MachineVerb{.Method = "disable", .Id = id}).Done;
     const AdapterEvent event(*Self, id);
     if (!event.Now().Present || !event.AskForRemoval())
         return false;
@@ -154,6 +118,8 @@ bool Machine::Disable(AdapterId id)
 
 bool Machine::Enable(AdapterId id)
 {
+    if (Self->IsJoined())
+        return Self->Forward(MachineVerb{.Method = "enable", .Id = id}).Done;
     const AdapterEvent event(*Self, id);
     const AdapterDescription before = event.Now();
     if (before.Present && before.Problem == DisabledProblem)
@@ -163,6 +129,8 @@ bool Machine::Enable(AdapterId id)
 
 void Machine::SetProblem(AdapterId id, std::uint32_t problem)
 {
+    if (Self->IsJoined())
+        return static_cast<void>(Self->Forward(MachineVerb{.Method = "problem", .Id = id, .Problem = problem}));
     const AdapterEvent event(*Self, id);
     if (event.Now().Problem != problem)
         event.Change([problem](AdapterDescription& adapter) { adapter.Problem = problem; });
@@ -170,6 +138,8 @@ void Machine::SetProblem(AdapterId id, std::uint32_t problem)
 
 bool Machine::UpdateDriver(AdapterId id, std::string_view version)
 {
+    if (Self->IsJoined())
+        return Self->Forward(MachineVerb{.Method = "driverVersion", .Id = id, .Version = std::string(version)}).Done;
     const AdapterEvent event(*Self, id);
     if (!event.Now().Present || !event.AskForRemoval())
         return false;
@@ -187,6 +157,8 @@ bool Machine::UpdateDriver(AdapterId id, std::string_view version)
 // The driver key is deleted last: during the messages a host still reads its values, as on Windows.
 bool Machine::Uninstall(AdapterId id)
 {
+    if (Self->IsJoined())
+        return Self->Forward(MachineVerb{.Method = "uninstall", .Id = id}).Done;
     const AdapterEvent event(*Self, id);
     if (!event.AskForRemoval())
         return false;
@@ -203,20 +175,34 @@ void Machine::Suspend()
 
 void Machine::Resume()
 {
+    if (Self->IsJoined())
+        return static_cast<void>(Self->Forward(MachineVerb{.Method = "resume"}));
     const EventSequencer::Holder turn(Self->Events);
-    TellAll(WM_POWERBROADCAST, PBT_APMRESUMEAUTOMATIC);
-    TellAll(WM_POWERBROADCAST, PBT_APMRESUMESUSPEND);
+    Self->Broadcast(WM_POWERBROADCAST, PBT_APMRESUMEAUTOMATIC);
+    Self->Broadcast(WM_POWERBROADCAST, PBT_APMRESUMESUSPEND);
 }
 
 void Machine::Broadcast(std::uint32_t message, std::uint64_t wParam)
 {
+    if (Self->IsJoined())
+        return static_cast<void>(Self->Forward(MachineChange(Changes::Broadcast{message, wParam})));
     const EventSequencer::Holder turn(Self->Events);
-    TellAll(message, wParam);
+    Self->Broadcast(message, wParam);
+}
+
+void Machine::Impl::Broadcast(std::uint32_t message, std::uint64_t wParam)
+{
+    Record([&] { return Changes::Broadcast{message, wParam}; });
+    SendToAllWindows(message, wParam);
 }
 
 void Machine::SetCallerRights(bool administrator)
 {
+    if (Self->IsJoined())
+        return static_cast<void>(Self->Forward(MachineChange(Changes::RightsChanged{administrator})));
+    const ScopedLock lock(Self->Lock);
     Self->Administrator = administrator;
+    Self->Log.Record([&] { return Changes::RightsChanged{administrator}; });
 }
 
 bool Machine::HasCallerRights() const

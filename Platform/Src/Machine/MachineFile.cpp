@@ -1,4 +1,5 @@
 // Reads a machine file: adapters and registry values from JSON, or an error with its position.
+#include "AdapterJson.h"
 #include "DriverModule.h"
 #include "JsonNode.h"
 #include "Machine.h"
@@ -6,7 +7,6 @@
 #include "Text.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -14,7 +14,6 @@
 #include <fstream>
 #include <sstream>
 #include <utility>
-#include <variant>
 
 namespace Platform
 {
@@ -22,102 +21,8 @@ namespace Platform
 namespace
 {
 
-using ValueTable = std::map<std::string, RegistryValue>;
-using Field =
-    std::variant<std::optional<std::string> AdapterDescription::*, std::optional<std::u16string> AdapterDescription::*,
-                 bool AdapterDescription::*, std::uint32_t AdapterDescription::*, ValueTable AdapterDescription::*>;
-
-// The keys of an adapter. They are documented in docs/MACHINE-FILE.md.
-constexpr std::array AdapterFields = std::to_array<std::pair<std::string_view, Field>>({
-    {"netCfgInstanceId", &AdapterDescription::NetCfgInstanceId},
-    {"deviceInstanceId", &AdapterDescription::DeviceInstanceId},
-    {"driverVersion", &AdapterDescription::DriverVersion},
-    {"infSection", &AdapterDescription::InfSection},
-    {"service", &AdapterDescription::Service},
-    {"hardwareId", &AdapterDescription::HardwareId},
-    {"friendlyName", &AdapterDescription::FriendlyName},
-    {"description", &AdapterDescription::Description},
-    {"className", &AdapterDescription::ClassName},
-    {"classGuid", &AdapterDescription::ClassGuid},
-    {"driverKey", &AdapterDescription::DriverKey},
-    {"assignDriverKey", &AdapterDescription::AssignDriverKey},
-    {"hasDriverKey", &AdapterDescription::HasDriverKey},
-    {"hasLinkage", &AdapterDescription::HasLinkage},
-    {"hasNdi", &AdapterDescription::HasNdi},
-    {"present", &AdapterDescription::Present},
-    {"hidden", &AdapterDescription::Hidden},
-    {"readable", &AdapterDescription::Readable},
-    {"problem", &AdapterDescription::Problem},
-    {"stateChangeError", &AdapterDescription::StateChangeError},
-    {"values", &AdapterDescription::Values},
-});
-
-// The published numbers of value types that have no function in RegistryValue.
-constexpr std::uint32_t ExpandTextType = 2;
-constexpr std::uint32_t TextListType = 7;
-
-RegistryValue ReadTextList(const JsonNode& list)
-{
-    RegistryValue value{TextListType, {}};
-    for (const JsonNode& element : list.Elements())
-    {
-        const std::string text = element.Text();
-        value.Data.insert(value.Data.end(), text.begin(), text.end());
-        value.Data.push_back(0);
-    }
-    value.Data.push_back(0); // the list ends with an empty text
-    return value;
-}
-
-/// Reads {"type": ..., "value": ...}.
-RegistryValue ReadValue(const JsonNode& node)
-{
-    node.AllowMembers({"type", "value"});
-    const JsonNode typeNode = node.Member("type");
-    const std::string type = typeNode.Text();
-    const JsonNode value = node.Member("value");
-    if (type == "dword")
-        return RegistryValue::Number(value.Number());
-    if (type == "sz")
-        return RegistryValue::Text(value.Text());
-    if (type == "expand_sz")
-        return {ExpandTextType, RegistryValue::Text(value.Text()).Data};
-    if (type == "multi_sz")
-        return ReadTextList(value);
-    if (type == "binary")
-        return RegistryValue::Binary(value.Hexadecimal());
-    typeNode.Fail(R"(expected "dword", "sz", "expand_sz", "multi_sz" or "binary")");
-}
-
-// One overload for each type of a field in AdapterFields.
-void Read(const JsonNode& node, bool& out)
-{
-    out = node.Flag();
-}
-
-void Read(const JsonNode& node, std::uint32_t& out)
-{
-    out = node.Number();
-}
-
-void Read(const JsonNode& node, std::optional<std::string>& out)
-{
-    out = node.Text();
-}
-
-void Read(const JsonNode& node, std::optional<std::u16string>& out)
-{
-    out = ToUtf16(node.Text());
-}
-
-void Read(const JsonNode& node, ValueTable& out)
-{
-    node.ForMembers(
-        [&](const std::string& name, const JsonNode& value) { out.insert_or_assign(name, ReadValue(value)); });
-}
-
 /// The driver that creates an adapter's control device.
-struct DeviceSource
+struct DescribedDevice
 {
     JsonNode Place;
     std::string Name;
@@ -141,8 +46,8 @@ struct DeviceSource
 struct Contents
 {
     std::vector<AdapterDescription> Adapters;
-    std::map<std::string, DeviceSource, NameLess> Devices;
-    std::map<std::string, ValueTable> Keys;
+    std::map<std::string, DescribedDevice, NameLess> Devices;
+    std::map<std::string, ValueMap> Keys;
 };
 
 /// @return the name of the device.
@@ -154,7 +59,7 @@ std::string ReadControlDevice(const JsonNode& node, Contents& contents)
     if (name.empty() || contents.Devices.contains(name))
         nameNode.Fail("expected a name that no other device has");
     const std::string settings = node.HasMember("settings") ? node.Member("settings").Json() : "{}";
-    contents.Devices.emplace(name, DeviceSource{node, name, node.Member("module").Text(), settings});
+    contents.Devices.emplace(name, DescribedDevice{node, name, node.Member("module").Text(), settings});
     return name;
 }
 
@@ -167,10 +72,8 @@ AdapterDescription ReadAdapter(const JsonNode& node, Contents& contents)
             adapter.ControlDeviceName = ReadControlDevice(value, contents);
             return;
         }
-        const auto field = std::ranges::find(AdapterFields, name, [](const auto& entry) { return entry.first; });
-        if (field == AdapterFields.end())
+        if (!ReadAdapterField(name, value, adapter))
             value.Fail("unknown key");
-        std::visit([&](auto member) { Read(value, adapter.*member); }, field->second);
     });
     return adapter;
 }
@@ -202,7 +105,7 @@ Contents ReadContents(const JsonNode& root)
         else if (name == "registry")
         {
             section.ForMembers(
-                [&](const std::string& path, const JsonNode& values) { Read(values, contents.Keys[path]); });
+                [&](const std::string& path, const JsonNode& values) { ReadValues(values, contents.Keys[path]); });
         }
         else
         {
@@ -255,12 +158,15 @@ try
     {
         const RegistryKeyPtr key = Registry->FindOrCreate(path);
         for (const auto& [name, value] : values)
-            key->Values.insert_or_assign(name, value);
+            SetValue(*key, path, name, value);
     }
     for (const AdapterDescription& adapter : contents.Adapters)
-        AdapterNodes.Add(adapter);
+        Add(adapter);
     for (auto& [name, device] : made)
-        Attach(name, std::move(device));
+    {
+        const DescribedDevice& source = contents.Devices.at(name);
+        Attach(name, std::move(device), {ModulePath(folder, source.Module), source.Settings});
+    }
 }
 catch (const JsonError& error)
 {

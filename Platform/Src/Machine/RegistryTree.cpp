@@ -64,6 +64,24 @@ NewKey::NewKey(RegistryKey& from, std::string_view path) : Parent(from.shared_fr
     }
 }
 
+std::string RegistryKey::Path() const
+{
+    const RegistryKeyPtr parent = Parent.lock();
+    if (!parent || Deleted)
+        return "";
+    const std::string above = parent->Path();
+    return above.empty() ? Name : above + '\\' + Name;
+}
+
+void RegistryKey::ForAll(const std::function<void(const std::string& path, RegistryKey& key)>& visit) const
+{
+    for (const auto& [name, key] : Subkeys)
+    {
+        visit(key->Path(), *key);
+        key->ForAll(visit);
+    }
+}
+
 void RegistryKey::Delete()
 {
     const RegistryKeyPtr keep = shared_from_this(); // the parent may hold the last reference

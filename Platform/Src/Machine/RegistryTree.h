@@ -5,6 +5,7 @@
 #include "Machine.h"
 #include "Text.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -29,6 +30,11 @@ public:
     RegistryKeyPtr FindOrCreate(std::string_view path);
     /// Removes the key and all keys below it. Open handles keep the keys, marked as deleted.
     void Delete();
+
+    /// Returns the path from the root; empty for the root and for a deleted key.
+    std::string Path() const;
+    /// Visits every key below this one, parents first.
+    void ForAll(const std::function<void(const std::string& path, RegistryKey& key)>& visit) const;
 
     bool IsRoot() const { return Parent.expired() && !Deleted; }
     bool IsDeleted() const { return Deleted; }

@@ -5,6 +5,7 @@
 #include "PublishedCall.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -81,6 +82,46 @@ LSTATUS WithKeyBelow(HKEY key, std::string_view path, Work work)
     });
 }
 
+// Has the server of a shared machine change a key that has been checked here. Hold no lock: the server may take its
+// time, and its answer is applied under the machine's lock.
+LSTATUS AskServer(const std::shared_ptr<Machine>& machine, const MachineChange& change)
+{
+    const LinkAnswer answer = machine->Internal().Link->Ask(change);
+    if (answer.IsAway)
+        return RPC_S_SERVER_UNAVAILABLE;
+    return answer.Error.empty() ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
+}
+
+// Changes a key: checks, then `work` under the lock, or by the server of a shared machine.
+// `check(handle, key)` returns an error; `describe(path)` returns the change.
+template <class Check, class Describe, class Work>
+LSTATUS ChangeKey(HKEY key, std::string_view below, Check check, Describe describe, Work work)
+try
+{
+    std::shared_ptr<Machine> owner;
+    std::optional<MachineChange> change;
+    const LSTATUS error = WithKeyBelow(key, below, [&](const KeyHandle& open, const RegistryKeyPtr& found) -> LSTATUS {
+        if (const LSTATUS refusal = check(open, *found))
+            return refusal;
+        const Machine::Impl& data = open.Owner->Internal();
+        owner = open.Owner;
+        if (data.IsJoined() || open.Data.Log.HasListeners())
+            change = describe(found->Path());
+        if (!data.IsJoined())
+        {
+            work(*found);
+            if (change)
+                open.Data.Log.Record([&] { return std::move(*change); });
+        }
+        return ERROR_SUCCESS;
+    });
+    return error == ERROR_SUCCESS && owner->Internal().IsJoined() ? AskServer(owner, *change) : error;
+}
+catch (const std::bad_alloc&)
+{
+    return ERROR_NOT_ENOUGH_MEMORY;
+}
+
 LSTATUS Open(HKEY key, std::string_view path, HKEY* result)
 {
     if (result == nullptr)
@@ -105,8 +146,30 @@ LSTATUS Create(const KeyHandle& open, RegistryKey& start, std::string_view path,
         return ERROR_ACCESS_DENIED;
     NewKey created(start, path);
     *result = AddKeyHandle(open.Owner, created.Key(), writable);
+    const bool isNew = !start.Find(path);
     created.Attach(); // last, so that no key is created if there is no memory for its handle
+    if (isNew)
+        open.Data.Log.Record([&] { return Changes::KeyCreated{created.Key()->Path()}; });
     return ERROR_SUCCESS;
+}
+
+// In a shared machine the key is created by the server before it is opened here.
+LSTATUS CreateByServer(HKEY key, std::string_view path)
+{
+    std::shared_ptr<Machine> owner;
+    std::string whole;
+    const LSTATUS error = WithKey(key, [&](const KeyHandle& open, RegistryKey& start) -> LSTATUS {
+        const std::string above = start.Path();
+        // What Create refuses, and keys that exist, need no server.
+        if (open.Owner->Internal().IsJoined() && MayWrite(*open.Owner) && !path.starts_with('\\') &&
+            (!start.IsRoot() || start.Find(path.substr(0, path.find('\\')))) && !start.Find(path))
+        {
+            owner = open.Owner;
+            whole = above.empty() ? std::string(path) : above + '\\' + std::string(path);
+        }
+        return ERROR_SUCCESS;
+    });
+    return owner ? AskServer(owner, Changes::KeyCreated{whole}) : error;
 }
 
 bool IsText(DWORD type)
@@ -164,6 +227,8 @@ LSTATUS RegCreateKeyA(HKEY key, const char* subKey, HKEY* result)
     if (result == nullptr)
         return ERROR_INVALID_PARAMETER;
     *result = nullptr;
+    if (const LSTATUS refusal = CreateByServer(key, OrEmpty(subKey)))
+        return refusal;
     return WithKey(
         key, [&](const KeyHandle& open, RegistryKey& start) { return Create(open, start, OrEmpty(subKey), result); });
 }
@@ -190,12 +255,15 @@ LSTATUS RegSetValueExA(HKEY key, const char* valueName, DWORD, DWORD type, const
         return fault;
     if (data == nullptr && size != 0)
         return ERROR_NOACCESS;
-    return WithKey(key, [&](const KeyHandle& open, RegistryKey& opened) -> LSTATUS {
-        if (!open.Writable)
-            return ERROR_ACCESS_DENIED;
-        opened.Values.insert_or_assign(OrEmpty(valueName), RegistryValue{type, {data, data + size}});
-        return ERROR_SUCCESS;
-    });
+    const std::string name = OrEmpty(valueName);
+    const auto value = [&] { return RegistryValue{type, {data, data + size}}; };
+    return ChangeKey(
+        key, "",
+        [](const KeyHandle& open, const RegistryKey&) -> LSTATUS {
+            return open.Writable ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+        },
+        [&](const std::string& path) { return Changes::ValueSet{path, name, value()}; },
+        [&](RegistryKey& opened) { opened.Values.insert_or_assign(name, value()); });
 }
 
 LSTATUS RegFlushKey(HKEY key)
@@ -218,13 +286,17 @@ LSTATUS RegDeleteKeyValueA(HKEY key, const char* subKey, const char* valueName)
 {
     if (const LSTATUS fault = Fault("RegDeleteKeyValueA"))
         return fault;
-    const std::string_view path = OrEmpty(subKey);
-    return WithKeyBelow(key, path, [&](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
-        // A subkey is opened for this call with the current rights.
-        if (subKey == nullptr ? !open.Writable : !MayWrite(*open.Owner))
-            return ERROR_ACCESS_DENIED;
-        return below->Values.erase(OrEmpty(valueName)) != 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
-    });
+    const std::string name = OrEmpty(valueName);
+    return ChangeKey(
+        key, OrEmpty(subKey),
+        [&](const KeyHandle& open, const RegistryKey& below) -> LSTATUS {
+            // A subkey is opened for this call with the current rights.
+            if (subKey == nullptr ? !open.Writable : !MayWrite(*open.Owner))
+                return ERROR_ACCESS_DENIED;
+            return below.Values.contains(name) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+        },
+        [&](const std::string& path) { return Changes::ValueDeleted{path, name}; },
+        [&](RegistryKey& below) { below.Values.erase(name); });
 }
 
 LSTATUS RegDeleteKeyA(HKEY key, const char* subKey)
@@ -233,11 +305,12 @@ LSTATUS RegDeleteKeyA(HKEY key, const char* subKey)
         return fault;
     if (subKey == nullptr)
         return ERROR_INVALID_PARAMETER;
-    return WithKeyBelow(key, subKey, [](const KeyHandle& open, const RegistryKeyPtr& below) -> LSTATUS {
-        // RegDeleteKey deletes no tree: callers delete from the leaves up.
-        if (below->HasSubkeys() || below->IsRoot() || !MayWrite(*open.Owner))
-            return ERROR_ACCESS_DENIED;
-        below->Delete();
-        return ERROR_SUCCESS;
-    });
+    return ChangeKey(
+        key, subKey,
+        [](const KeyHandle& open, const RegistryKey& below) -> LSTATUS {
+            // RegDeleteKey deletes no tree: callers delete from the leaves up.
+            const bool denied = below.HasSubkeys() || below.IsRoot() || !MayWrite(*open.Owner);
+            return denied ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+        },
+        [](const std::string& path) { return Changes::KeyDeleted{path}; }, [](RegistryKey& below) { below.Delete(); });
 }

@@ -93,6 +93,10 @@ catch (const std::out_of_range&) // removed meanwhile
 {
     return ERROR_NO_SUCH_DEVINST;
 }
+catch (const MachineServerError&)
+{
+    return RPC_S_SERVER_UNAVAILABLE;
+}
 
 } // namespace
 
