@@ -31,14 +31,11 @@ Bytes InformationBlock(std::span<const std::uint32_t> words)
 }
 
 /// Returns the record; a query fills in the item's data.
-Bytes ItemAnswer(const WireRequest& wire, ItemStore& items)
+Bytes ItemAnswer(const WireRequest& wire, const ItemStore& items)
 {
     Bytes record(wire.Payload.begin(), wire.Payload.end());
-    const auto data = std::span(record).subspan(Wire::RecordHead);
-    if (wire.IsSet)
-        items.Set(wire.ItemId, data);
-    else
-        items.Query(wire.ItemId, data);
+    if (!wire.IsSet)
+        items.Query(wire.ItemId, std::span(record).subspan(Wire::RecordHead));
     return record;
 }
 
@@ -97,7 +94,7 @@ void DriverModel::DealWithRequest(const RequestPtr& request, const WireRequest& 
     Serve(stream, ends);
     if (Current.Hang || std::erase(Waiting, request) == 0)
         return; // waits for its cancellation, or vanished with the device
-    ends.push_back({request, 0, Answer(wire, request->OutputRoom())});
+    ends.push_back({request, 0, Answer(wire, request->OutputRoom()), StoreItem(*request, wire)});
     stream.AddChunks(std::span(chunks).subspan(inFront));
     Serve(stream, ends);
 }
@@ -144,7 +141,19 @@ std::size_t DriverModel::ChunksInFront(std::size_t waitingReads, std::size_t chu
     return 0;
 }
 
-/// An item request has its effect even if its answer is garbage.
+/// Stores the item that a request sets, even if its answer is garbage. Returns the settings with which the machine
+/// stores it instead, if the machine shares the item with other processes.
+std::string DriverModel::StoreItem(const Platform::IoRequest& request, const WireRequest& wire)
+{
+    if (wire.Code != Wire::ItemCode || !wire.IsSet)
+        return "";
+    const auto data = wire.Payload.subspan(Wire::RecordHead);
+    if (request.SharesState())
+        return WriteItem(wire.ItemId, data);
+    StoredItems.Set(wire.ItemId, data);
+    return "";
+}
+
 DriverModel::Bytes DriverModel::Answer(const WireRequest& wire, std::size_t room)
 {
     Bytes answer;

@@ -75,16 +75,27 @@ void DriverModel::Cancel(const RequestPtr& request)
 bool DriverModel::Configure(const char* settings, char* error, std::size_t errorRoom)
 try
 {
-    const Platform::ScopedLock guard(Lock);
+    Platform::ScopedLock guard(Lock);
     // Throws before the assignment, so a faulty text changes nothing.
-    Current = ReadDriverSwitches(settings, Current);
-    ChunksServed = 0;
+    const DriverChange change = ReadDriverChange(settings, Current);
+    // An item that a request has written must not start the count of chunks again.
+    if (change.Switches != Current || change.Items.empty())
+        ChunksServed = 0;
+    Current = change.Switches;
+    guard.Unlock();
+    for (const auto& [id, data] : change.Items)
+        StoredItems.Set(id, data);
     return true;
 }
 catch (const DriverSettingsError& mistake)
 {
     std::snprintf(error, errorRoom, "%s", mistake.what());
     return false;
+}
+
+std::string DriverModel::State() const
+{
+    return WriteDriverChange({.Switches = Switches(), .Items = StoredItems.All()});
 }
 
 /// Completes a cancelled request unless it has been completed already.
@@ -169,7 +180,12 @@ void DriverModel::Vanish()
 void DriverModel::CarryOut(const Ends& ends)
 {
     for (const RequestEnd& end : ends)
-        end.Request->Complete(end.Error, end.Output);
+        if (end.State.empty())
+            end.Request->Complete(end.Error, end.Output);
+        else
+            end.Request->ShareState(end.State, [request = end.Request, output = end.Output](std::uint32_t error) {
+                request->Complete(error, output);
+            });
 }
 
 void DriverModel::Capture(const Platform::IoRequest& request)

@@ -52,8 +52,10 @@ public:
     void Close(std::uint64_t openId) override;
     void Start(const RequestPtr& request) override;
     void Cancel(const RequestPtr& request) override;
-    /// Accepts only switches, by their names in the settings.
+    /// Accepts switches, by their names in the settings, and items.
     bool Configure(const char* settings, char* error, std::size_t errorRoom) override;
+    /// Returns the switches and the items.
+    std::string State() const override;
 
     ItemStore& Items() { return StoredItems; }
     /// Returns all violations of the wire format, oldest first.
@@ -92,6 +94,7 @@ private:
     Ends TakeAll(std::uint32_t error) PLATFORM_REQUIRES(Lock);
     std::vector<Bytes> ResponseChunks(const WireRequest& wire) const PLATFORM_REQUIRES(Lock);
     std::size_t ChunksInFront(std::size_t waitingReads, std::size_t chunks) const;
+    std::string StoreItem(const Platform::IoRequest& request, const WireRequest& wire);
     Bytes Answer(const WireRequest& wire, std::size_t room) PLATFORM_REQUIRES(Lock);
 
     mutable Platform::Mutex Lock; ///< Not held while a request is completed.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <fmt/format.h>
 #include <string>
 #include <utility>
 
@@ -120,6 +121,26 @@ constexpr auto SwitchReaders = std::to_array<Reader<DriverSwitches>>({
     {"holdCancelled", ReadMember<&DriverSwitches::HoldCancelled>},
 });
 
+template <auto Member>
+std::string WriteMember(const DriverSwitches& switches)
+{
+    return fmt::format("{}", switches.*Member);
+}
+
+/// The same names as in SwitchReaders.
+constexpr auto SwitchWriters = std::to_array<std::pair<std::string_view, std::string (*)(const DriverSwitches&)>>({
+    {"refuse", WriteMember<&DriverSwitches::Refuse>},
+    {"refuseOpen", WriteMember<&DriverSwitches::RefuseOpen>},
+    {"slowMs", WriteMember<&DriverSwitches::SlowMs>},
+    {"lateCancelMs", WriteMember<&DriverSwitches::LateCancelMs>},
+    {"vanishAfterChunks", WriteMember<&DriverSwitches::VanishAfterChunks>},
+    {"pend", WriteMember<&DriverSwitches::Pend>},
+    {"hang", WriteMember<&DriverSwitches::Hang>},
+    {"silent", WriteMember<&DriverSwitches::Silent>},
+    {"garbage", WriteMember<&DriverSwitches::Garbage>},
+    {"holdCancelled", WriteMember<&DriverSwitches::HoldCancelled>},
+});
+
 /// Returns false if no reader has this name.
 template <class Readers, class Owner>
 bool ReadNamed(const Readers& readers, const std::string& name, const JsonNode& value, Owner& owner)
@@ -157,14 +178,33 @@ DriverSettings ReadDriverSettings(std::string_view text)
     return settings;
 }
 
-DriverSwitches ReadDriverSwitches(std::string_view text, DriverSwitches switches)
+DriverChange ReadDriverChange(std::string_view text, const DriverSwitches& switches)
 {
+    DriverChange change{.Switches = switches};
     ReadDocument(text, [&](const std::string& name, const JsonNode& value) {
-        // Settings are fixed once the driver runs: other threads read them without a lock.
-        if (!ReadNamed(SwitchReaders, name, value, switches))
-            value.Fail("not a switch of a running driver");
+        // Other settings are fixed once the driver runs: its threads read them without a lock.
+        if (name == "items")
+            Read(value, change.Items);
+        else if (!ReadNamed(SwitchReaders, name, value, change.Switches))
+            value.Fail("neither a switch of a running driver nor \"items\"");
     });
-    return switches;
+    return change;
+}
+
+std::string WriteItem(std::uint32_t id, std::span<const std::uint8_t> data)
+{
+    return fmt::format(R"({{"items": {{"{}": "{:02x}"}}}})", id, fmt::join(data, ""));
+}
+
+std::string WriteDriverChange(const DriverChange& change)
+{
+    std::string text = "{";
+    for (const auto& [name, write] : SwitchWriters)
+        text += fmt::format(R"("{}": {}, )", name, write(change.Switches));
+    text += R"("items": {)";
+    for (const auto& [id, data] : change.Items)
+        text += fmt::format(R"({}"{}": "{:02x}")", text.ends_with('{') ? "" : ", ", id, fmt::join(data, ""));
+    return text + "}}";
 }
 
 DriverSettings::Bytes CountingBytes(std::size_t size)

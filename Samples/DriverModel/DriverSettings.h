@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,6 +27,8 @@ struct DriverSwitches
     bool Silent = false;                 ///< Sends no response.
     bool Garbage = false;                ///< Answers with arbitrary but reproducible bytes of the correct length.
     bool HoldCancelled = false;          ///< Completes cancelled requests only on demand.
+
+    bool operator==(const DriverSwitches&) const = default;
 };
 
 /// When a host request with response reads completes, relative to its chunks.
@@ -65,9 +69,21 @@ public:
 /// @throws DriverSettingsError
 DriverSettings ReadDriverSettings(std::string_view json);
 
-/// Returns `switches` with those named in the text changed; any other key is an error.
+/// What a running driver can change.
+struct DriverChange
+{
+    DriverSwitches Switches;
+    std::map<std::uint32_t, DriverSettings::Bytes> Items = {};
+};
+
+/// Returns the items of the text, and `switches` with those that it names changed; any other key is an error.
 /// @throws DriverSettingsError
-DriverSwitches ReadDriverSwitches(std::string_view json, DriverSwitches switches);
+DriverChange ReadDriverChange(std::string_view json, const DriverSwitches& switches);
+
+/// Returns the JSON text of which ReadDriverChange makes these.
+std::string WriteDriverChange(const DriverChange& change);
+/// Returns the JSON text of a change that stores one item.
+std::string WriteItem(std::uint32_t id, std::span<const std::uint8_t> data);
 
 /// Returns the pattern of {"size": ...}.
 DriverSettings::Bytes CountingBytes(std::size_t size);

@@ -16,3 +16,9 @@ void ItemStore::Query(std::uint32_t id, std::span<std::uint8_t> buffer) const
     if (const auto item = Items.find(id); item != Items.end())
         std::copy_n(item->second.begin(), std::min(item->second.size(), buffer.size()), buffer.begin());
 }
+
+std::map<std::uint32_t, std::vector<std::uint8_t>> ItemStore::All() const
+{
+    const Platform::ScopedLock guard(Lock);
+    return Items;
+}

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 using RequestPtr = std::shared_ptr<Platform::IoRequest>;
@@ -20,6 +21,7 @@ struct RequestEnd
     RequestPtr Request;
     std::uint32_t Error = 0;
     std::vector<std::uint8_t> Output = {};
+    std::string State = {}; ///< Settings that the machine applies first; empty for none.
 };
 
 /// How the end of a response is marked. A chunk shorter than 200 bytes is the last one.

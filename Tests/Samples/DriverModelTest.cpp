@@ -174,8 +174,9 @@ TEST(DriverModel, SwitchesTakeEffectAtRunTime)
 {
     DriverModel model(ReadDriverSettings(R"({"slowMs": 5, "pend": true, "order": "before"})"));
     for (const auto& [settings, mistake] : {
-             std::pair(R"({"hang": true, "order": "after"})", "settings.order: not a switch of a running driver"),
-             {R"({"refuse": 5, "odd": 1})", "settings.odd: not a switch of a running driver"},
+             std::pair(R"({"hang": true, "order": "after"})",
+                       R"(settings.order: neither a switch of a running driver nor "items")"),
+             {R"({"refuse": 5, "odd": 1})", R"(settings.odd: neither a switch of a running driver nor "items")"},
              {R"({"hang": true, "slowMs": -1})", "settings.slowMs: expected a whole number from 0 to 4294967295"},
              {R"({"refuse": 31, "slowMs": 0, "pend": false})", ""},
              {"{}", ""},

@@ -4,7 +4,6 @@
 #include "Options.h"
 #include "StandInCommands.h"
 
-#include <array>
 #include <fmt/core.h>
 #include <stdexcept>
 
@@ -42,13 +41,9 @@ void Configure(Machine& machine, const VerbOptions& options, const std::string& 
 {
     const std::string name = machine.Adapter(Chosen(machine, options)).ControlDeviceName;
     // Null while the adapter is absent.
-    const auto device = name.empty() ? nullptr : machine.Device(name);
-    if (device == nullptr)
+    if (name.empty() || machine.Device(name) == nullptr)
         throw Failure("this adapter has no driver", ExitCode::NotReady);
-    // The driver writes its message here, truncated to the buffer.
-    std::array<char, 200> error{};
-    if (!device->Configure(settings.c_str(), error.data(), error.size()))
-        throw std::runtime_error(error.data());
+    machine.ConfigureDevice(name, settings);
 }
 
 bool IsOn(const VerbOptions& options)
