@@ -235,7 +235,7 @@ json ValuesToJson(const ValueMap& values)
 
 json AdapterToJson(const AdapterDescription& adapter)
 {
-    static const AdapterDescription empty;
+    static const AdapterDescription& empty = *new AdapterDescription; // never destroyed: threads outlive main
     json object = json::object();
     for (const auto& [key, field] : AdapterFields)
         std::visit(

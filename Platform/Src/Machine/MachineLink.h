@@ -38,13 +38,15 @@ struct LinkAnswer
 class MachineLink
 {
 public:
+    using Done = std::function<void(const LinkAnswer&)>;
+
     virtual ~MachineLink() = default;
 
     /// Has the server make a change. Returns when this process has applied it and its windows have handled the
     /// messages. The calling thread dispatches messages sent to its windows meanwhile.
     virtual LinkAnswer Ask(const MachineRequest& request) = 0;
     /// Does the same without waiting. `done` is called once, on any thread, perhaps before this returns.
-    virtual void AskLater(const MachineRequest& request, std::function<void(const LinkAnswer&)> done) = 0;
+    virtual void AskLater(const MachineRequest& request, Done done) = 0;
     /// Passes on a change that needs no answer.
     virtual void Report(const MachineChange& change) = 0;
 };

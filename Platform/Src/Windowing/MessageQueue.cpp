@@ -56,16 +56,19 @@ void MessageQueue::DispatchNext()
     Incoming.pop_front();
     WindowLock.Unlock();
     std::optional<LRESULT> answer;
+    ++Dispatching;
     try
     {
         answer = Call(*sent->Target, sent->Content);
     }
     catch (...) // or the end of the thread, which unwinds its stack: the sender must not wait forever
     {
+        --Dispatching;
         WindowLock.Lock();
         Finish(*sent, std::nullopt);
         throw;
     }
+    --Dispatching;
     WindowLock.Lock();
     Finish(*sent, answer);
 }

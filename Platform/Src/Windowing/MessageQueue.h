@@ -75,6 +75,8 @@ public:
     /// Marks the queue of a thread that has ended: no window can be created for it.
     void End() PLATFORM_REQUIRES(WindowLock) { Ended = true; }
     bool IsEnded() const PLATFORM_REQUIRES(WindowLock) { return Ended; }
+    /// Returns whether the calling thread, which must own this queue, is handling a message that was sent to it.
+    bool IsDispatching() const { return Dispatching != 0; }
 
 private:
     struct Sent
@@ -90,6 +92,7 @@ private:
     void DispatchNext() PLATFORM_REQUIRES(WindowLock);
 
     Condition Changed;
+    int Dispatching = 0; ///< Used only by the owner.
     std::deque<std::shared_ptr<Sent>> Incoming PLATFORM_GUARDED_BY(WindowLock);
     std::deque<MSG> Posted PLATFORM_GUARDED_BY(WindowLock);
     std::optional<int> ExitCode PLATFORM_GUARDED_BY(WindowLock); ///< Set after PostQuitMessage.
