@@ -267,9 +267,16 @@ private:
     std::unique_ptr<Impl> Self;
 };
 
+/// Opens the machine that a value of ZV_MACHINE names: a machine file, or "unix:PATH" for the machine of the server
+/// that listens on this Unix domain socket. The process then shares that machine with others: it sees every change in
+/// the same order, and changes that it makes go through the server. If the server disappears, the machine keeps its
+/// last state, says so on stderr, and joins again when a server listens; changes fail meanwhile.
+/// @throws MachineFileError for an error in the file, and if no server answers within 5 seconds.
+PLATFORM_API std::shared_ptr<Machine> OpenMachine(const std::string& source);
+
 /// Returns the machine that the published functions use: the innermost ScopedMachine, otherwise the
-/// default one. The default machine is empty, or described by the file named in the environment variable
-/// ZV_MACHINE. An error in that file ends the process with a message and code 2, because a host could not
+/// default one. The default machine is empty, or the one that the environment variable ZV_MACHINE names; see
+/// OpenMachine. An error in it ends the process with a message and code 2, because a host could not
 /// distinguish a broken description from a machine without adapters.
 PLATFORM_API std::shared_ptr<Machine> CurrentMachine();
 

@@ -1,5 +1,6 @@
 // Which machine the published functions use.
 #include "CallActivity.h"
+#include "JournalOfEnvironment.h"
 #include "MachineImpl.h"
 #include "NamedEvents.h"
 #include "PublishedCall.h"
@@ -29,27 +30,26 @@ InstalledMachine& Slot()
 
 std::shared_ptr<Machine> MakeDefaultMachine()
 {
-    auto machine = std::make_shared<Machine>();
-    if (const char* path = std::getenv("ZV_MACHINE"))
+    const char* const source = std::getenv("ZV_MACHINE");
+    if (source == nullptr)
+        return std::make_shared<Machine>();
+    try
     {
-        try
-        {
-            machine->LoadFile(path);
-        }
-        catch (const MachineFileError& error)
-        {
-            std::fprintf(stderr, "%s\n", error.what());
-            // Not exit(), whose destructors could call a published function and thus this one.
-            std::_Exit(2);
-        }
+        return OpenMachine(source);
     }
-    return machine;
+    catch (const MachineFileError& error)
+    {
+        std::fprintf(stderr, "%s\n", error.what());
+        // Not exit(), whose destructors could call a published function and thus this one.
+        std::_Exit(2);
+    }
 }
 
 // Created by the first call that needs it, so that a process that installs its own machine reads no file.
 const std::shared_ptr<Machine>& DefaultMachine()
 {
     static const std::shared_ptr<Machine>& machine = *new std::shared_ptr<Machine>(MakeDefaultMachine());
+    StartJournalOfEnvironment(machine);
     return machine;
 }
 
@@ -117,6 +117,7 @@ ScopedMachine::ScopedMachine() : ScopedMachine(std::make_shared<Machine>()) {}
 
 ScopedMachine::ScopedMachine(std::shared_ptr<Machine> machine) : Installed(std::move(machine))
 {
+    StartJournalOfEnvironment(Installed);
     Previous = Exchange(Installed);
 }
 

@@ -1,4 +1,5 @@
 // Instead of MachineFile.cpp in a build without a JSON reader: machines are described by code only.
+#include "JournalOfEnvironment.h"
 #include "Machine.h"
 
 namespace Platform
@@ -25,5 +26,12 @@ void Machine::LoadFile(const std::string& path)
 {
     Refuse(path);
 }
+
+std::shared_ptr<Machine> OpenMachine(const std::string& source)
+{
+    Refuse(source);
+}
+
+void StartJournalOfEnvironment(const std::shared_ptr<Machine>& /*machine*/) {}
 
 } // namespace Platform

@@ -12,14 +12,14 @@ namespace
 {
 
 std::string Source;
+bool IsShared = false;
 
 std::shared_ptr<Platform::Machine> MakeMachine(const std::string& file)
 {
+    if (!file.empty())
+        return Platform::OpenMachine(file);
     auto machine = std::make_shared<Platform::Machine>();
-    if (file.empty())
-        machine->Load(DefaultMachineText, "built-in machine");
-    else
-        machine->LoadFile(file);
+    machine->Load(DefaultMachineText, "built-in machine");
     return machine;
 }
 
@@ -31,7 +31,8 @@ try
     const char* const named = std::getenv("ZV_MACHINE");
     const bool inEnvironment = named != nullptr && *named != '\0';
     const std::string chosen = file.empty() && inEnvironment ? named : file;
-    Source = chosen.empty() ? "built-in machine" : "machine file " + chosen;
+    IsShared = chosen.starts_with("unix:");
+    Source = chosen.empty() ? "built-in machine" : IsShared ? "shared machine " + chosen : "machine file " + chosen;
     // Threads of the library use the machine until the process exits. --machine takes precedence over ZV_MACHINE.
     static const NeverDestroyed<Platform::ScopedMachine> installed(MakeMachine(chosen));
 }
@@ -43,4 +44,9 @@ catch (const Platform::MachineFileError& mistake)
 const std::string& MachineSource()
 {
     return Source;
+}
+
+bool MachineIsShared()
+{
+    return IsShared;
 }

@@ -7,5 +7,8 @@
 /// Adds tour, which uses one adapter in every possible way and prints a line for each step.
 Command AddTourCommand(Syntax app);
 
+/// Adds serve, which owns a machine that several processes share.
+Command AddServeCommand(Syntax app);
+
 /// Adds one command for each change of the machine; for lines of a session.
 std::vector<Command> AddMachineCommands(Syntax app);
