@@ -25,7 +25,11 @@ install(TARGETS ${libraries} EXPORT ZVUWPSrvcLibTargets
   ARCHIVE COMPONENT Development)
 if(TARGET ZVDriverModel)
   # Next to the stand-in, which searches this folder.
-  install(TARGETS ZVDriverModel LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/zvuwpsrvclib COMPONENT Runtime)
+  set(drivers ZVDriverModel)
+  if(TARGET ZVReplayDriver)
+    list(APPEND drivers ZVReplayDriver)
+  endif()
+  install(TARGETS ${drivers} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/zvuwpsrvclib COMPONENT Runtime)
 endif()
 
 # Headers

@@ -260,22 +260,6 @@ MachineChange EmptyChange(std::size_t kind, std::index_sequence<Index...> /*all*
     return change;
 }
 
-std::chrono::system_clock::time_point ReadTime(const JsonNode& node)
-{
-    const std::string text = node.Text();
-    std::tm parts{};
-    unsigned long micros = 0;
-    char end = 0;
-    // NOLINTNEXTLINE(cert-err34-c): the count of the conversions and the range checks below find every error
-    const int count = std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%6lu%c", &parts.tm_year, &parts.tm_mon,
-                                  &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &micros, &end);
-    node.Require(count == 8 && end == 'Z' && parts.tm_year >= 1970 && parts.tm_mon >= 1 && parts.tm_mon <= 12,
-                 "expected a time such as 2026-11-24T20:35:38.123456Z");
-    parts.tm_year -= 1900;
-    parts.tm_mon -= 1;
-    return std::chrono::system_clock::from_time_t(timegm(&parts)) + std::chrono::microseconds(micros);
-}
-
 } // namespace
 
 std::string TimeText(std::chrono::system_clock::time_point time)
@@ -290,6 +274,22 @@ std::string TimeText(std::chrono::system_clock::time_point time)
                   parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec,
                   static_cast<int>(micros % 1'000'000));
     return text.data();
+}
+
+std::chrono::system_clock::time_point ReadTime(const JsonNode& node)
+{
+    const std::string text = node.Text();
+    std::tm parts{};
+    unsigned long micros = 0;
+    char end = 0;
+    // NOLINTNEXTLINE(cert-err34-c): the count of the conversions and the range checks below find every error
+    const int count = std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%6lu%c", &parts.tm_year, &parts.tm_mon,
+                                  &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &micros, &end);
+    node.Require(count == 8 && end == 'Z' && parts.tm_year >= 1970 && parts.tm_mon >= 1 && parts.tm_mon <= 12,
+                 "expected a time such as 2026-11-24T20:35:38.123456Z");
+    parts.tm_year -= 1900;
+    parts.tm_mon -= 1;
+    return std::chrono::system_clock::from_time_t(timegm(&parts)) + std::chrono::microseconds(micros);
 }
 
 json ToJson(const MachineChange& change)

@@ -31,5 +31,7 @@ MachineState ReadState(const JsonNode& node);
 
 /// Formats a time as RFC 3339 in UTC with microseconds.
 std::string TimeText(std::chrono::system_clock::time_point time);
+/// Reads what TimeText writes. @throws JsonError
+std::chrono::system_clock::time_point ReadTime(const JsonNode& node);
 
 } // namespace Platform

@@ -10,5 +10,8 @@ Command AddTourCommand(Syntax app);
 /// Adds serve, which owns a machine that several processes share.
 Command AddServeCommand(Syntax app);
 
+/// Adds replay, which repeats a journal for a host.
+Command AddReplayCommand(Syntax app);
+
 /// Adds one command for each change of the machine; for lines of a session.
 std::vector<Command> AddMachineCommands(Syntax app);
