@@ -1,5 +1,5 @@
 # The packages of tools, samples and tests, and the platform that the library uses. The library itself needs no
-# package: without nlohmann_json, the stand-in is built without machine files.
+# package: without nlohmann_json, the stand-in is built without machine files, and without Boost without control server.
 include(GNUInstallDirs)
 find_package(Threads REQUIRED)
 if(MINGW AND ZV_BUILD_SAMPLES)
@@ -17,6 +17,11 @@ else()
     find_package(nlohmann_json 3.11 REQUIRED)
   else()
     find_package(nlohmann_json 3.11 QUIET)
+  endif()
+  if(ZV_BUILD_TOOLS)
+    find_package(Boost 1.74 REQUIRED)
+  else()
+    find_package(Boost 1.74 QUIET)
   endif()
   if(ZV_BUILD_TESTS)
     find_package(GTest REQUIRED)

@@ -42,6 +42,7 @@ std::optional<std::uint32_t> FaultBoard::Enter(std::string_view function)
 {
     std::optional<std::uint32_t> error;
     std::shared_ptr<const std::function<void()>> hook;
+    std::shared_ptr<Gate> closed;
     {
         const ScopedLock lock(Lock);
         Function* const known = EntryIfPossible(function);
@@ -50,6 +51,7 @@ std::optional<std::uint32_t> FaultBoard::Enter(std::string_view function)
         Function& entry = *known;
         ++entry.Calls;
         hook = entry.Hook;
+        closed = entry.Closed;
         // A fault that has passed would be checked on every later call.
         std::erase_if(entry.Faults, [&](const Fault& fault) { return fault.LastCall < entry.Calls; });
         // The fault that was set last applies if several include this call.
@@ -60,7 +62,49 @@ std::optional<std::uint32_t> FaultBoard::Enter(std::string_view function)
     // The shared pointer keeps a hook alive that another thread replaces while it runs.
     if (hook)
         (*hook)();
+    if (closed)
+        WaitAt(*closed);
     return error;
+}
+
+void FaultBoard::WaitAt(Gate& gate)
+{
+    const ScopedLock lock(Lock);
+    ++gate.Threads;
+    while (!gate.IsOpen)
+        Opened.Wait(Lock);
+    --gate.Threads;
+}
+
+void FaultBoard::Hold(std::string_view function)
+{
+    RequirePublished(std::string(function));
+    const ScopedLock lock(Lock);
+    Function& entry = Entry(function);
+    if (!entry.Closed)
+        entry.Closed = std::make_shared<Gate>();
+}
+
+std::size_t FaultBoard::Release(std::string_view function)
+{
+    const ScopedLock lock(Lock);
+    const auto found = Functions.find(function);
+    if (found == Functions.end() || !found->second.Closed)
+        return 0;
+    const std::shared_ptr<Gate> gate = std::exchange(found->second.Closed, nullptr);
+    gate->IsOpen = true;
+    Opened.NotifyAll();
+    return gate->Threads;
+}
+
+std::map<std::string, std::size_t> FaultBoard::Held() const
+{
+    const ScopedLock lock(Lock);
+    std::map<std::string, std::size_t> held;
+    for (const auto& [name, entry] : Functions)
+        if (entry.Closed)
+            held.emplace(name, entry.Closed->Threads);
+    return held;
 }
 
 void FaultBoard::Fail(std::string_view function, unsigned nth, std::uint32_t error, unsigned count)

@@ -1,5 +1,5 @@
 /// @file
-/// The faults, hooks and call counts of one machine.
+/// The faults, hooks, holds and call counts of one machine.
 #pragma once
 
 #include "AnnotatedLock.h"
@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,7 +32,22 @@ public:
     std::uint64_t Calls(std::string_view function) const;
     void SetHook(std::string_view function, std::function<void()> hook);
 
+    /// Makes later calls wait until Release. @throws std::invalid_argument for a function that is not published.
+    void Hold(std::string_view function);
+    /// Lets the waiting calls continue, even if the function is held again at once.
+    /// @return how many threads waited.
+    std::size_t Release(std::string_view function);
+    /// Returns the held functions and how many threads wait in each.
+    std::map<std::string, std::size_t> Held() const;
+
 private:
+    /// Where calls of a held function wait. Guarded by Lock. A later hold has another gate.
+    struct Gate
+    {
+        std::size_t Threads = 0;
+        bool IsOpen = false;
+    };
+
     struct Fault
     {
         std::uint64_t FirstCall; // both bounds count from the first call on this machine
@@ -43,6 +59,7 @@ private:
         std::uint64_t Calls = 0;
         std::vector<Fault> Faults;
         std::shared_ptr<const std::function<void()>> Hook;
+        std::shared_ptr<Gate> Closed; // null unless the function is held
     };
 
     /// Finds a name without making a string of it: every published call does.
@@ -54,8 +71,10 @@ private:
 
     Function& Entry(std::string_view function) PLATFORM_REQUIRES(Lock);
     Function* EntryIfPossible(std::string_view function) PLATFORM_REQUIRES(Lock);
+    void WaitAt(Gate& gate);
 
     mutable Mutex Lock;
+    Condition Opened;
     std::unordered_map<std::string, Function, TextHash, std::equal_to<>> Functions PLATFORM_GUARDED_BY(Lock);
 };
 

@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <string>
+#include <utility>
 
 namespace Platform
 {
@@ -20,7 +22,7 @@ namespace Platform
 class DeviceGate
 {
 public:
-    explicit DeviceGate(ControlDevice& device) : Device(&device) {}
+    DeviceGate(ControlDevice& device, std::string name) : Name(std::move(name)), Device(&device) {}
 
     /// Calls the device without holding a lock, unless the gate is shut.
     /// @return false when the device ran out of memory. Cleanup and Close cannot report that.
@@ -45,6 +47,8 @@ public:
 
     /// Blocks until all visits have ended. No visit reaches the device afterwards.
     void Shut();
+
+    const std::string Name; ///< Under which the device was attached.
 
 private:
     ControlDevice* Enter();

@@ -7,8 +7,8 @@
 namespace Platform
 {
 
-AttachedDevice::AttachedDevice(std::shared_ptr<ControlDevice> device)
-    : Device(std::move(device)), Gate(std::make_shared<DeviceGate>(*Device))
+AttachedDevice::AttachedDevice(const std::string& name, std::shared_ptr<ControlDevice> device)
+    : Device(std::move(device)), Gate(std::make_shared<DeviceGate>(*Device, name))
 {
 }
 
@@ -26,7 +26,7 @@ void AttachedDevice::Detach()
 
 void DeviceNames::Add(const std::string& name, std::shared_ptr<ControlDevice> device, bool present, DeviceSource source)
 {
-    AttachedDevicePtr current = present ? std::make_shared<AttachedDevice>(device) : nullptr;
+    AttachedDevicePtr current = present ? std::make_shared<AttachedDevice>(name, device) : nullptr;
     Entries.emplace(name, Entry{std::move(device), std::move(current), std::move(source)});
 }
 
@@ -48,7 +48,8 @@ AttachedDevicePtr DeviceNames::SetPresent(std::string_view name, bool present)
     if (found == Entries.end() || present == (found->second.Current != nullptr))
         return nullptr;
     Entry& entry = found->second;
-    return std::exchange(entry.Current, present ? std::make_shared<AttachedDevice>(entry.Device) : nullptr);
+    return std::exchange(entry.Current,
+                         present ? std::make_shared<AttachedDevice>(found->first, entry.Device) : nullptr);
 }
 
 AttachedDevicePtr DeviceNames::Find(std::string_view name) const

@@ -20,7 +20,7 @@ namespace Platform
 class AttachedDevice
 {
 public:
-    explicit AttachedDevice(std::shared_ptr<ControlDevice> device);
+    AttachedDevice(const std::string& name, std::shared_ptr<ControlDevice> device);
     ~AttachedDevice();
     AttachedDevice(const AttachedDevice&) = delete;
     AttachedDevice& operator=(const AttachedDevice&) = delete;

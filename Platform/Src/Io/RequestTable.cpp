@@ -6,10 +6,18 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <unistd.h>
 #include <utility>
 
 namespace Platform
 {
+
+std::uint32_t KernelThreadId()
+{
+    // A system call for each request would be noticeable.
+    thread_local const auto id = static_cast<std::uint32_t>(gettid());
+    return id;
+}
 
 Request::Request(std::shared_ptr<OpenFile> file, std::uint64_t thread, DWORD code, std::span<const std::uint8_t> input,
                  CallerMemory caller)

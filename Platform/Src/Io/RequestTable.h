@@ -3,6 +3,7 @@
 #pragma once
 
 #include "AnnotatedLock.h"
+#include "CallActivity.h"
 #include "ControlDevice.h"
 #include "DeviceGate.h"
 #include "DeviceIo.h"
@@ -36,6 +37,9 @@ struct RequestEnd
     std::size_t Bytes;
 };
 
+/// Returns the number that "/proc" shows for the calling thread.
+std::uint32_t KernelThreadId();
+
 /// A control request. Its creator adds it to the table; completion removes it.
 class Request final : public IoRequest, public std::enable_shared_from_this<Request>
 {
@@ -67,6 +71,9 @@ public:
     const std::uint64_t FileId;
     const std::uint64_t Thread; ///< Number of the thread that sent it.
     const std::thread::id Starter = std::this_thread::get_id();
+    const std::uint32_t ThreadId = KernelThreadId();
+    /// On the monotonic clock. The call that sends the request has just read it.
+    const std::int64_t StartNs = CallActivity::LastCallNs.load(std::memory_order_relaxed);
     const DWORD ControlCode;
     const std::vector<std::uint8_t> InputCopy;
     const CallerMemory Caller;
@@ -105,6 +112,15 @@ public:
     void Add(Request& request);
     void Remove(Request& request);
     std::size_t Count() const;
+
+    /// Visits the requests, oldest first. The visitor runs under the lock and may read only constant fields.
+    template <class Visitor>
+    void ForAll(Visitor visit) const
+    {
+        const ScopedLock lock(RequestTableLock);
+        for (const Request* request : Requests)
+            visit(*request);
+    }
 
     /// Cancels the matching requests, oldest first. The filter runs under the lock and may read only constant
     /// fields. @return how many requests were cancelled.

@@ -63,6 +63,8 @@ public:
     Bytes Hexadecimal() const;
     /// Returns the value, of any type, as JSON text.
     std::string Json() const;
+    /// For values of any type.
+    const nlohmann::json& Any() const { return Value; }
 
 private:
     const nlohmann::json& Value;

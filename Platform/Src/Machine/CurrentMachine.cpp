@@ -1,5 +1,6 @@
 // Which machine the published functions use.
 #include "CallActivity.h"
+#include "ControlOfEnvironment.h"
 #include "JournalOfEnvironment.h"
 #include "MachineImpl.h"
 #include "NamedEvents.h"
@@ -50,6 +51,7 @@ const std::shared_ptr<Machine>& DefaultMachine()
 {
     static const std::shared_ptr<Machine>& machine = *new std::shared_ptr<Machine>(MakeDefaultMachine());
     StartJournalOfEnvironment(machine);
+    StartControlOfEnvironment(); // afterwards, because its threads use the machine
     return machine;
 }
 
@@ -119,11 +121,14 @@ ScopedMachine::ScopedMachine(std::shared_ptr<Machine> machine) : Installed(std::
 {
     StartJournalOfEnvironment(Installed);
     Previous = Exchange(Installed);
+    StartControlOfEnvironment();
+    FollowCurrentMachine();
 }
 
 ScopedMachine::~ScopedMachine()
 {
     Exchange(std::move(Previous));
+    FollowCurrentMachine();
 }
 
 } // namespace Platform

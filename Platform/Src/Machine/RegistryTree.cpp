@@ -73,6 +73,14 @@ std::string RegistryKey::Path() const
     return above.empty() ? Name : above + '\\' + Name;
 }
 
+std::vector<std::string> RegistryKey::SubkeyNames() const
+{
+    std::vector<std::string> names;
+    for (const auto& [name, key] : Subkeys)
+        names.push_back(name);
+    return names;
+}
+
 void RegistryKey::ForAll(const std::function<void(const std::string& path, RegistryKey& key)>& visit) const
 {
     for (const auto& [name, key] : Subkeys)

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Platform
 {
@@ -39,6 +40,7 @@ public:
     bool IsRoot() const { return Parent.expired() && !Deleted; }
     bool IsDeleted() const { return Deleted; }
     bool HasSubkeys() const { return !Subkeys.empty(); }
+    std::vector<std::string> SubkeyNames() const;
 
     ValueMap Values;
 
