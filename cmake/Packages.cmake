@@ -35,3 +35,6 @@ endif()
 # Windows itself replaces the stand-in.
 add_library(ZVPlatform INTERFACE)
 target_link_libraries(ZVPlatform INTERFACE setupapi cfgmgr32 advapi32 user32 ntdll)
+if(ZV_BUILD_TOOLS)
+  add_subdirectory(Platform/Src/Json)
+endif()

@@ -23,14 +23,4 @@ std::shared_ptr<Machine> JoinMachine(const std::string& path)
     return machine;
 }
 
-std::shared_ptr<Machine> OpenMachine(const std::string& source)
-{
-    constexpr std::string_view server = "unix:";
-    if (source.starts_with(server))
-        return JoinMachine(source.substr(server.size()));
-    auto machine = std::make_shared<Machine>();
-    machine->LoadFile(source);
-    return machine;
-}
-
 } // namespace Platform

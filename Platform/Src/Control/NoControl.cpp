@@ -1,6 +1,7 @@
 // Replaces the control server in a build without nlohmann_json or Boost.
 #include "Control.h"
 #include "ControlOfEnvironment.h"
+#include "JoinedMachine.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -36,5 +37,10 @@ void StartControlOfEnvironment()
 }
 
 void FollowCurrentMachine() {}
+
+std::shared_ptr<Machine> JoinMachine(const std::string& path)
+{
+    throw MachineFileError("unix:" + path + ": this stand-in was built without nlohmann_json or Boost");
+}
 
 } // namespace Platform

@@ -1,6 +1,7 @@
 // Reads a machine file: adapters and registry values from JSON, or an error with its position.
 #include "AdapterJson.h"
 #include "DriverModule.h"
+#include "JoinedMachine.h"
 #include "JsonNode.h"
 #include "Machine.h"
 #include "MachineImpl.h"
@@ -183,6 +184,16 @@ void Machine::LoadFile(const std::string& path)
         throw MachineFileError(path + ": cannot be read: " + std::strerror(errno));
     text << file.rdbuf();
     Self->Load(text.str(), path, std::filesystem::absolute(path).parent_path().string());
+}
+
+std::shared_ptr<Machine> OpenMachine(const std::string& source)
+{
+    constexpr std::string_view server = "unix:";
+    if (source.starts_with(server))
+        return JoinMachine(source.substr(server.size()));
+    auto machine = std::make_shared<Machine>();
+    machine->LoadFile(source);
+    return machine;
 }
 
 } // namespace Platform

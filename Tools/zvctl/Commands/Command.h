@@ -55,5 +55,8 @@ Command AddDoctorCommand(Syntax app);
 /// Adds explain, which describes statuses, flags, events and problem numbers.
 Command AddExplainCommand(Syntax app);
 
+/// Adds journal show.
+std::vector<Command> AddJournalCommands(Syntax app);
+
 /// Adds assert, echo, expect-fail and sleep, which scripts need.
 std::vector<Command> AddScriptLines(Syntax app);

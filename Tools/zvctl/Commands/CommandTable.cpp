@@ -33,6 +33,7 @@ std::vector<Command> AddCommonCommands(Syntax app)
     commands.push_back(AddWatchCommand(app));
     commands.push_back(AddDoctorCommand(app));
     commands.push_back(AddExplainCommand(app));
+    Append(commands, AddJournalCommands(app));
     return commands;
 }
 

@@ -47,7 +47,7 @@ std::function<void()> Host::AddOptions(Syntax app)
 
 std::vector<Command> Host::AddCommands(Syntax app)
 {
-    return {AddTourCommand(app)};
+    return {AddTourCommand(app), AddServeCommand(app), AddReplayCommand(app)};
 }
 
 std::vector<Command> Host::AddSessionCommands(Syntax app)

@@ -187,7 +187,7 @@ void Syntax::AddFinalRead(const std::string& name, const std::string& text, Read
 
 std::string Syntax::Name() const
 {
-    // Two levels suffice: only "reg" has commands below it.
+    // Two levels suffice: no command has more than one word before its own.
     const CLI::App* const parent = Parsed->get_parent();
     if (parent == nullptr)
         return "";
