@@ -29,6 +29,13 @@ std::function<void()> AddOptions(Syntax app);
 /// Adds the commands that only this kind of machine has; the first is the default.
 std::vector<Command> AddCommands(Syntax app);
 
+/// Adds the commands that only the command line with this kind of machine has.
+std::vector<Command> AddProgramCommands(Syntax app);
+
+/// Runs the lines of a file, or of stdin for "-", as calls of the control protocol, and prints the answers.
+/// @throws Failure if a line fails, except for one that was typed.
+void RunProtocol(const std::string& file, bool stopAtFailure);
+
 /// Adds the commands that only a session with this kind of machine has.
 std::vector<Command> AddSessionCommands(Syntax app);
 

@@ -17,8 +17,11 @@ A mistake on the command line ends with exit code 2.
   $ zvctl walk
   ! zvctl: no command "walk"; run 'zvctl --help'
   [2]
+  $ zvctl wait arrived
+  ! zvctl: "wait" works in 'zvctl shell' and 'zvctl script' only
+  [2]
   $ zvctl plug 0
-  ! zvctl: "plug" works in 'zvctl shell' and 'zvctl script' only
+  ! zvctl: plug: this command changes the machine of another process, which --connect names, or works in 'zvctl shell' and 'zvctl script'
   [2]
   $ zvctl reg rea 0
   ! zvctl: reg: no command "rea"; did you mean "read"? run 'zvctl reg --help'
@@ -115,8 +118,8 @@ The command help prints what --help prints, and describes the commands of a sess
 
   $ diff <(zvctl help) <(zvctl --help)
   $ diff <(zvctl help reg read) <(zvctl reg read --help)
-  $ zvctl help plug | grep -E 'Usage|works'
-  Usage: plug [OPTIONS] ADAPTER
+  $ zvctl help assert | grep -E 'Usage|works'
+  Usage: assert [OPTIONS] ADAPTER [not] FLAG
   This command works in 'zvctl shell' and 'zvctl script' only.
   $ zvctl help lists
   ! zvctl: help: no command "lists"; did you mean "list"? run 'help' for a list

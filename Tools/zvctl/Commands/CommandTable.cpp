@@ -42,6 +42,7 @@ std::vector<Command> AddCommonCommands(Syntax app)
 std::vector<Command> AddProgramCommands(Syntax app)
 {
     std::vector<Command> commands = AddCommonCommands(app);
+    Append(commands, Host::AddProgramCommands(app));
     commands.push_back(AddScriptCommand(app));
     commands.push_back(AddShellCommand(app));
     commands.push_back(AddHelpCommand(app));

@@ -1,5 +1,6 @@
 #include "Command.h"
 #include "Errors.h"
+#include "Host.h"
 #include "LineRunner.h"
 
 #include <cerrno>
@@ -10,6 +11,12 @@
 
 namespace
 {
+
+struct ScriptOptions
+{
+    std::string File;
+    bool Json = false;
+};
 
 /// Stops at the first line that fails.
 void RunLines(std::istream& lines, const std::string& name)
@@ -48,8 +55,14 @@ void Script(const std::string& file)
 
 Command AddScriptCommand(Syntax app)
 {
-    const auto file = std::make_shared<std::string>();
+    const auto options = std::make_shared<ScriptOptions>();
     Syntax script = app.AddCommand("script", "Run the lines of a file; stop at the first failure");
-    script.AddText("FILE", *file, "Script file, or - for stdin").Required();
-    return {script, [file] { Script(*file); }};
+    script.AddText("FILE", options->File, "Script file, or - for stdin").Required();
+    script.AddFlag("--json", options->Json, "The lines are calls of the control protocol; print its answers");
+    return {script, [options] {
+                if (options->Json)
+                    Host::RunProtocol(options->File, true);
+                else
+                    Script(options->File);
+            }};
 }

@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "Completion.h"
 #include "Errors.h"
+#include "Host.h"
 #include "LineEditor.h"
 #include "LineRunner.h"
 
@@ -52,5 +53,13 @@ void Shell()
 
 Command AddShellCommand(Syntax app)
 {
-    return {app.AddCommand("shell", "Run an interactive session; 'help' lists its commands"), Shell};
+    const auto json = std::make_shared<bool>();
+    Syntax shell = app.AddCommand("shell", "Run an interactive session; 'help' lists its commands");
+    shell.AddFlag("--json", *json, "Read calls of the control protocol; print its answers");
+    return {shell, [json] {
+                if (*json)
+                    Host::RunProtocol("-", false);
+                else
+                    Shell();
+            }};
 }

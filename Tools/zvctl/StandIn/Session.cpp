@@ -12,6 +12,7 @@ namespace
 {
 
 std::string Source;
+std::string SharedPath;
 bool IsShared = false;
 
 std::shared_ptr<Platform::Machine> MakeMachine(const std::string& file)
@@ -32,6 +33,7 @@ try
     const bool inEnvironment = named != nullptr && *named != '\0';
     const std::string chosen = file.empty() && inEnvironment ? named : file;
     IsShared = chosen.starts_with("unix:");
+    SharedPath = IsShared ? chosen.substr(chosen.find(':') + 1) : "";
     Source = chosen.empty() ? "built-in machine" : IsShared ? "shared machine " + chosen : "machine file " + chosen;
     // Threads of the library use the machine until the process exits. --machine takes precedence over ZV_MACHINE.
     static const NeverDestroyed<Platform::ScopedMachine> installed(MakeMachine(chosen));
@@ -44,6 +46,11 @@ catch (const Platform::MachineFileError& mistake)
 const std::string& MachineSource()
 {
     return Source;
+}
+
+const std::string& SharedMachinePath()
+{
+    return SharedPath;
 }
 
 bool MachineIsShared()

@@ -19,3 +19,6 @@ const std::string& MachineSource();
 
 /// Returns whether another process owns the installed machine.
 bool MachineIsShared();
+
+/// Returns the socket of that process.
+const std::string& SharedMachinePath();

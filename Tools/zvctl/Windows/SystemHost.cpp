@@ -1,5 +1,7 @@
 // The machine is Windows itself: there is nothing to select, and no command changes it.
 #include "Host.h"
+
+#include "Errors.h"
 #include "SystemAdapters.h"
 
 #include <cstdio>
@@ -57,6 +59,16 @@ std::function<void()> Host::AddOptions(Syntax)
 std::vector<Command> Host::AddCommands(Syntax)
 {
     return {};
+}
+
+std::vector<Command> Host::AddProgramCommands(Syntax)
+{
+    return {};
+}
+
+void Host::RunProtocol(const std::string&, bool)
+{
+    throw UsageError("--json: only simulated machines have a control protocol");
 }
 
 std::vector<Command> Host::AddSessionCommands(Syntax)
