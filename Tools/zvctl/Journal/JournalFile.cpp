@@ -49,7 +49,7 @@ JournalTime ReadTime(const JsonNode& node)
     using namespace std::chrono;
     const std::string text = node.Text();
     std::string_view rest = text;
-    std::array<int, 6> part{};
+    std::array<int, 6> part = {};
     microseconds fraction{};
     bool good = ReadDigits(rest, 4, '-', part[0]) && ReadDigits(rest, 2, '-', part[1]) &&
                 ReadDigits(rest, 2, 'T', part[2]) && ReadDigits(rest, 2, ':', part[3]) &&

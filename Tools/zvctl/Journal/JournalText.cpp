@@ -1,5 +1,7 @@
 #include "JournalText.h"
 
+#include "Terminal.h"
+
 #include "AdapterView.h"
 #include "DataText.h"
 
@@ -147,8 +149,7 @@ void Append(std::string& texts, const std::string& text, const char* separator =
 }
 
 /// @param place what the change concerns, as far as the adapter does not say it.
-void AddPlace(ChangeWords& words, const JournalAdapters& adapters, std::optional<std::size_t> owner,
-              const std::string& place, const char* separator)
+void AddPlace(ChangeWords& words, std::optional<std::size_t> owner, const std::string& place, const char* separator)
 {
     if (owner)
         words.Adapters.push_back(*owner);
@@ -163,13 +164,13 @@ void AddOwner(ChangeWords& words, const JsonNode& data, const JournalAdapters& a
     {
         std::string path = data.Member("path").Text();
         const auto owner = adapters.OfRegistryKey(path);
-        AddPlace(words, adapters, owner, path, "\\");
+        AddPlace(words, owner, path, "\\");
     }
     else if (const bool isAttached = data.HasMember("module"); isAttached || data.HasMember("device"))
     {
         const std::string name = data.Member(isAttached ? "name" : "device").Text();
         const auto owner = adapters.OfDevice(name);
-        AddPlace(words, adapters, owner, owner ? "" : name, ": ");
+        AddPlace(words, owner, owner ? "" : name, ": ");
     }
 }
 

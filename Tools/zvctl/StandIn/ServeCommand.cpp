@@ -1,6 +1,7 @@
 // Owns a machine that several processes share.
 #include "EndSignals.h"
 #include "Errors.h"
+#include "EventView.h"
 #include "Json.h"
 #include "Session.h"
 #include "StandInCommands.h"
