@@ -54,8 +54,7 @@ JournalTime ReadTime(const JsonNode& node)
     bool good = ReadDigits(rest, 4, '-', part[0]) && ReadDigits(rest, 2, '-', part[1]) &&
                 ReadDigits(rest, 2, 'T', part[2]) && ReadDigits(rest, 2, ':', part[3]) &&
                 ReadDigits(rest, 2, ':', part[4]) && ReadDigits(rest, 2, '.', part[5]) && ReadFraction(rest, fraction);
-    const year_month_day date(year(part[0]), month(static_cast<unsigned>(part[1])),
-                              day(static_cast<unsigned>(part[2])));
+    const year_month_day date = year{part[0]} / part[1] / part[2];
     good = good && date.ok() && part[3] < 24 && part[4] < 60 && part[5] < 60;
     node.Require(good, "expected a time such as \"2026-11-24T20:35:38.123456Z\"");
     return sys_days(date) + hours(part[3]) + minutes(part[4]) + seconds(part[5]) + fraction;

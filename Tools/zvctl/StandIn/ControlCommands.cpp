@@ -2,6 +2,7 @@
 #include "ControlClient.h"
 #include "EndSignals.h"
 #include "Errors.h"
+#include "EventView.h"
 #include "Options.h"
 #include "StandInCommands.h"
 
