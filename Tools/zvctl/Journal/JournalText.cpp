@@ -4,6 +4,7 @@
 
 #include "AdapterView.h"
 #include "DataText.h"
+#include "Terminal.h"
 
 #include <algorithm>
 #include <array>
