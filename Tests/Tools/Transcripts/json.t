@@ -46,6 +46,7 @@ Every machine file of the repository and of the documentation.
   >   cat "$ZV_SOURCE/$file" >>machine.json
   > done
   $ sed -n '/^```json file=/,/^```$/p' "$ZV_SOURCE/docs/MACHINE-FILE.md" | grep -v '^```' >machine.2.json
+  $ cp "$ZV_SOURCE/Samples/Journals/example.jsonl" journal.json
 
 All of them fit, and each schema has a file. A schema refuses other documents.
 
@@ -57,7 +58,7 @@ All of them fit, and each schema has a file. A schema refuses other documents.
   >   echo '{"adapter": 1, "more": 2}' >"bad/$kind.json"
   > done
   $ "$ZV_SOURCE/Tests/Tools/check-json.py" bad/* | cut -d : -f 1 | sort -u | wc -l
-  13
+  14
   $ sed 's/"bus": "SDIO"/"bus": "ISA"/; s/"stateFlags": 0/"stateFlags": "0"/' list.json >bad/list.json
   $ echo '{"adapters": [{"problem": -1, "friendly": "name", "values": {"V": {"type": "dword", "value": "3"}}}]}' \
   >   >bad/machine.json
