@@ -345,15 +345,20 @@ json ToJson(const MachineState& state)
     json devices = json::array();
     for (const Changes::DeviceAttached& device : state.Devices)
         devices.push_back(ToJson(MachineChange(device))["data"]);
-    return {{"sequence", state.Sequence},    {"administrator", state.Administrator},
-            {"lastAdapterId", state.LastId}, {"adapters", adapters},
-            {"registry", registry},          {"devices", devices}};
+    return {{"sequence", state.Sequence},
+            {"administrator", state.Administrator},
+            {"recordsRequests", state.RecordsRequests},
+            {"lastAdapterId", state.LastId},
+            {"adapters", adapters},
+            {"registry", registry},
+            {"devices", devices}};
 }
 
 MachineState ReadState(const JsonNode& node)
 {
     MachineState state{.Sequence = node.Member("sequence").LongNumber(),
                        .Administrator = node.Member("administrator").Flag(),
+                       .RecordsRequests = node.Member("recordsRequests").Flag(),
                        .LastId = node.Member("lastAdapterId").Number()};
     for (const JsonNode& entry : node.Member("adapters").Elements())
     {

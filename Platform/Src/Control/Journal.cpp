@@ -107,6 +107,7 @@ Journal::Journal(std::shared_ptr<Machine> machine, const std::string& path, cons
             return; // the numbers in the file then have a gap
         }
     });
+    RequestsAreRecorded = true;
     const MachineState state = recorded.Capture();
     Self->Queue.Add([journal = Self, state, started, program] {
         journal->WriteHeader({{"format", "zvuwpsrvclib journal"},

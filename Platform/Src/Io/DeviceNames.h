@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -40,6 +41,24 @@ using AttachedDevicePtr = std::shared_ptr<AttachedDevice>;
 /// Returns the device that an open on the current machine would reach, or null. The machine implements this
 /// (CurrentMachine.cpp), because it includes this header.
 AttachedDevicePtr FindDevice(std::string_view name);
+
+/// A request that has completed.
+struct CompletedRequest
+{
+    const std::string& Device;
+    std::uint32_t Code;
+    std::span<const std::uint8_t> Input;
+    std::span<const std::uint8_t> Output;
+    std::uint32_t OutputRoom;
+    std::uint32_t Error;
+    std::int64_t StartNs; ///< On the monotonic clock.
+    std::uint32_t ThreadId;
+};
+
+/// Set while a journal is written. A flag, so that requests cost nothing otherwise.
+inline constinit std::atomic<bool> RequestsAreRecorded{false};
+/// Passes a request to the log of the current machine; implemented next to FindDevice. Out of memory, it is left out.
+void RecordRequest(const CompletedRequest& request) noexcept;
 
 /// What IoRequest declares, for the current machine; implemented next to FindDevice.
 bool SharesState();

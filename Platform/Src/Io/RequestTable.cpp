@@ -43,6 +43,27 @@ bool Request::IsCancelRequested() const
 
 bool Request::Complete(std::uint32_t error, std::span<const std::uint8_t> output)
 {
+    if (!Finish(error, output))
+        return false;
+    // Without the request's lock: the record is passed to the machine.
+    if (RequestsAreRecorded.load(std::memory_order_relaxed))
+    {
+        const auto sent = IsFailure(error) ? std::span<const std::uint8_t>() : output;
+        RecordRequest({.Device = Gate->Name,
+                       .Code = ControlCode,
+                       .Input = InputCopy,
+                       .Output = sent.first(std::min(sent.size(), Caller.Room)),
+                       .OutputRoom = static_cast<std::uint32_t>(Caller.Room),
+                       .Error = error,
+                       .StartNs = StartNs,
+                       .ThreadId = ThreadId});
+    }
+    return true;
+}
+
+/// Returns false if the request has been completed before.
+bool Request::Finish(std::uint32_t error, std::span<const std::uint8_t> output)
+{
     std::shared_ptr<OpenFile> released; // may be the last reference: closes the device after the lock is released
     const ScopedLock lock(Lock);
     if (Now == Phase::Ended)

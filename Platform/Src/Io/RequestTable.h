@@ -88,6 +88,7 @@ private:
     };
 
     void PassCancel(const std::shared_ptr<OpenFile>& file);
+    bool Finish(std::uint32_t error, std::span<const std::uint8_t> output);
     void Deliver(std::span<const std::uint8_t> output) PLATFORM_REQUIRES(Lock);
 
     mutable Mutex Lock;

@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <unistd.h>
 #include <utility>
 
 namespace Platform
@@ -103,6 +104,32 @@ try
 catch (const MachineServerError&)
 {
     return false;
+}
+
+void RecordRequest(const CompletedRequest& request) noexcept
+try
+{
+    const std::shared_ptr<Machine> machine = CurrentMachine();
+    Machine::Impl& own = machine->Internal();
+    const auto make = [&] {
+        return Changes::RequestCompleted{
+            .Device = request.Device,
+            .Code = request.Code,
+            .Input = {request.Input.begin(), request.Input.end()},
+            .Output = {request.Output.begin(), request.Output.end()},
+            .OutputRoom = request.OutputRoom,
+            .Error = request.Error,
+            .DurationUs = static_cast<std::uint64_t>((CallActivity::NowNs() - request.StartNs) / 1000),
+            .ProcessId = static_cast<std::uint32_t>(getpid()),
+            .ThreadId = request.ThreadId};
+    };
+    own.Record(make);
+    if (own.IsJoined())
+        own.Link->Report(make());
+}
+catch (const std::bad_alloc&)
+{
+    return; // the journal then lacks this request
 }
 
 bool SharesState()

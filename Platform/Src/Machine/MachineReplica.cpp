@@ -253,6 +253,7 @@ MachineState Machine::Impl::Capture()
         const ScopedLock lock(Lock);
         state.Sequence = Log.LastSequence();
         state.Administrator = Administrator;
+        state.RecordsRequests = RequestsAreRecorded;
         state.LastId = AdapterNodes.LastUsed();
         state.Adapters = AdapterNodes.All();
         Registry->ForAll([&](const std::string& path, const RegistryKey& key) { state.Registry[path] = key.Values; });
@@ -369,6 +370,8 @@ Machine::Impl::Aftermath Machine::Impl::Restore(const MachineState& state)
     }
     const ScopedLock lock(Lock);
     Administrator = state.Administrator;
+    if (state.RecordsRequests)
+        RequestsAreRecorded = true;
     for (auto& [source, device] : made)
         Attach(source.Name, std::move(device), {source.Module, source.Settings});
     const auto adapters = std::make_shared<const AdapterRestore>(*this, state);

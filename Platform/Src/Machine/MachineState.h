@@ -18,7 +18,8 @@ struct MachineState
 {
     std::uint64_t Sequence = 0; ///< Of the last change that it contains.
     bool Administrator = true;
-    AdapterId LastId = 0; ///< The largest id ever used.
+    bool RecordsRequests = false; ///< A journal is written.
+    AdapterId LastId = 0;         ///< The largest id ever used.
     std::map<AdapterId, AdapterNode> Adapters = {};
     std::map<std::string, ValueMap, NameLess> Registry = {}; ///< Every key by its path.
     std::vector<Changes::DeviceAttached> Devices = {};
