@@ -8,17 +8,7 @@ import json
 import pathlib
 import sys
 
-import jsonschema
-
-FOLDER = pathlib.Path(__file__).parents[2] / "docs" / "schema"
-
-
-def load(name):
-    """Returns a schema; references to other files are replaced by their contents."""
-    return json.loads(
-        (FOLDER / name).read_text(),
-        object_hook=lambda value: load(value["$ref"]) if value.get("$ref", "").endswith(".schema.json") else value,
-    )
+import schemas
 
 
 def documents(text):
@@ -31,13 +21,11 @@ def documents(text):
 
 def complaints(path):
     """Yields what is wrong with a file."""
-    schema = load(path.name.split(".")[0] + ".schema.json")
-    jsonschema.Draft202012Validator.check_schema(schema)
     found = list(documents(path.read_text()))
     if not found:
         yield "no document"
     for document in found:
-        for error in jsonschema.Draft202012Validator(schema).iter_errors(document):
+        for error in schemas.errors(document, path.name.split(".")[0]):
             yield f"{error.json_path}: {error.message}"
 
 

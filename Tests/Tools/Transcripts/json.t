@@ -48,6 +48,14 @@ Every machine file of the repository and of the documentation.
   $ sed -n '/^```json file=/,/^```$/p' "$ZV_SOURCE/docs/MACHINE-FILE.md" | grep -v '^```' >machine.2.json
   $ cp "$ZV_SOURCE/Samples/Journals/example.jsonl" journal.json
 
+Messages of the control protocol.
+
+  $ print() { printf '{"jsonrpc":"2.0","id":1,"method":"%s","params":%s}\n' "$@"; }
+  $ print subscribe '{}' suspend '{}' plug '{"id":9}' >calls
+  $ cat calls >control.json
+  $ zvctl script --json - <calls >>control.json
+  [1]
+
 All of them fit, and each schema has a file. A schema refuses other documents.
 
   $ "$ZV_SOURCE/Tests/Tools/check-json.py" *.json
@@ -58,7 +66,7 @@ All of them fit, and each schema has a file. A schema refuses other documents.
   >   echo '{"adapter": 1, "more": 2}' >"bad/$kind.json"
   > done
   $ "$ZV_SOURCE/Tests/Tools/check-json.py" bad/* | cut -d : -f 1 | sort -u | wc -l
-  14
+  15
   $ sed 's/"bus": "SDIO"/"bus": "ISA"/; s/"stateFlags": 0/"stateFlags": "0"/' list.json >bad/list.json
   $ echo '{"adapters": [{"problem": -1, "friendly": "name", "values": {"V": {"type": "dword", "value": "3"}}}]}' \
   >   >bad/machine.json
