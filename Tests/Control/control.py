@@ -10,8 +10,12 @@ import sys
 import tempfile
 import time
 
+ROOT = pathlib.Path(__file__).parents[2]
+sys.path.append(str(ROOT / "Tests" / "Tools"))
+import schemas
+
 ZVCTL = sys.argv[1]
-DOCUMENT = (pathlib.Path(__file__).parents[2] / "docs" / "CONTROL.md").read_text()
+DOCUMENT = (ROOT / "docs" / "CONTROL.md").read_text()
 PATIENCE = 60  # seconds; a bound for failures, not a measurement
 CALL = '{"jsonrpc":"2.0","id":1,"method":"describe"}\n'
 
@@ -66,18 +70,34 @@ def matches(shown, got):
     return shown == got
 
 
+def check(message, pointer):
+    faults = [f"{error.json_path}: {error.message}" for error in schemas.errors(message, "control", pointer)]
+    assert not faults, (message, faults)
+
+
 def examples(host):
     client = Client(host.path)
     greeting = client.greeting
-    called = set()
+    calls = {}
     blocks = re.findall(r"```jsonrpc\n(.*?)```", DOCUMENT, re.DOTALL)
     for line in "".join(blocks).splitlines():
+        message = json.loads(line[3:])
         if line.startswith("-> "):
             client.send(line[3:] + "\n")
-            called.add(json.loads(line[3:]).get("method") if line[3] == "{" else None)
+            if isinstance(message, dict):
+                check(message, "")
+                calls[message["id"]] = message
         else:
             got, greeting = greeting or client.read(), None
-            assert matches(json.loads(line[3:]), got), (line, got)
+            assert matches(message, got), (line, got)
+            check(got, "")
+            call = calls.get(got.get("id"))
+            if "result" in got:
+                check(call.get("params", {}), f"/$defs/params/{call['method']}")
+                check(got["result"], f"/$defs/results/{call['method']}")
+            elif "error" in got and got["error"]["code"] == -32602:
+                assert list(schemas.errors(call["params"], "control", f"/$defs/params/{call['method']}"))
+    called = {call["method"] for call in calls.values()}
     missing = set(client.greeting["params"]["methods"]) - called - {"change", "report"}
     assert not missing, f"no example of {missing}"
 
@@ -90,8 +110,8 @@ def conductor(host):
 
 
 def bad_clients(host):
-    for text, code in (("{", -32700), ('"\\ud800', -32700), ('{"a":1,"a":2}', -32700), ("[" * 100, -32700), ("7", -32600),
-                       ("[]", -32600), ('{"jsonrpc":"1.0","id":1,"method":"plug"}', -32600),
+    for text, code in (("{", -32700), ('"\\ud800', -32700), ('{"a":1,"a":2}', -32700), ("[" * 100, -32700),
+                       ("7", -32600), ("[]", -32600), ('{"jsonrpc":"1.0","id":1,"method":"plug"}', -32600),
                        ('{"jsonrpc":"2.0","id":{},"method":"plug"}', -32600),
                        ('{"jsonrpc":"2.0","id":1,"method":"plug","params":[]}', -32602),
                        ('{"jsonrpc":"2.0","id":1,"method":"plug","params":{"id":-1}}', -32602),
