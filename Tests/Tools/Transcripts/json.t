@@ -47,6 +47,8 @@ Every machine file of the repository and of the documentation.
   > done
   $ sed -n '/^```json file=/,/^```$/p' "$ZV_SOURCE/docs/MACHINE-FILE.md" | grep -v '^```' >machine.2.json
   $ cp "$ZV_SOURCE/Samples/Journals/example.jsonl" journal.json
+  $ head -c -40 journal.json >cut
+  $ zvctl journal show cut --json >shown-change.json
 
 Messages of the control protocol.
 
@@ -66,7 +68,7 @@ All of them fit, and each schema has a file. A schema refuses other documents.
   >   echo '{"adapter": 1, "more": 2}' >"bad/$kind.json"
   > done
   $ "$ZV_SOURCE/Tests/Tools/check-json.py" bad/* | cut -d : -f 1 | sort -u | wc -l
-  15
+  16
   $ sed 's/"bus": "SDIO"/"bus": "ISA"/; s/"stateFlags": 0/"stateFlags": "0"/' list.json >bad/list.json
   $ echo '{"adapters": [{"problem": -1, "friendly": "name", "values": {"V": {"type": "dword", "value": "3"}}}]}' \
   >   >bad/machine.json
