@@ -91,9 +91,9 @@ struct EventChanged
 struct DeviceAttached
 {
     std::string Name = {};
-    std::string Module = {};         ///< Empty for a device that the program itself made.
-    std::string Settings = {};       ///< JSON, for the module.
-    std::string State = {};          ///< JSON, for ControlDevice::Configure; empty for none.
+    std::string Module = {};   ///< Empty for a device that the program itself made.
+    std::string Settings = {}; ///< JSON, for the module.
+    std::string State = {};    ///< JSON, for ControlDevice::Configure; empty for none.
 };
 
 /// The settings or the stored data of a driver.

@@ -195,7 +195,15 @@ public:
         return {};
     }
 
-    Aftermath operator()(const Changes::CallsHeld& /*change*/) const { return {}; }
+    Aftermath operator()(const Changes::CallsHeld& change) const
+    {
+        if (change.Held)
+            Own.Faults.Hold(change.Function);
+        else
+            Own.Faults.Release(change.Function);
+        Own.Record([&] { return change; });
+        return {};
+    }
 
     /// Requests stay in the process that sends them.
     Aftermath operator()(const Changes::RequestCompleted& /*change*/) const { return {}; }
