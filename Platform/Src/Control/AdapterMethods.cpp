@@ -158,7 +158,7 @@ json SetRights(Machine& machine, const JsonNode& params)
     return json::object();
 }
 
-constexpr std::array Methods = std::to_array<NamedMethod>({
+constexpr std::array AdapterTable = std::to_array<NamedMethod>({
     {"plug", OnAdapter<&Machine::Plug>},
     {"unplug", OnAdapter<&Machine::Unplug>},
     {"enable", AskAdapter<&Machine::Enable>},
@@ -179,7 +179,7 @@ constexpr std::array Methods = std::to_array<NamedMethod>({
 
 std::span<const NamedMethod> AdapterMethods()
 {
-    return Methods;
+    return AdapterTable;
 }
 
 } // namespace Platform

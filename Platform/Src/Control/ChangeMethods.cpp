@@ -121,13 +121,13 @@ json ReportRequest(Machine& machine, const JsonNode& params)
     return json::object();
 }
 
-constexpr auto Methods = std::to_array<NamedMethod>({{"change", MakeRequestedChange}, {"report", ReportRequest}});
+constexpr auto ChangeTable = std::to_array<NamedMethod>({{"change", MakeRequestedChange}, {"report", ReportRequest}});
 
 } // namespace
 
 std::span<const NamedMethod> ChangeMethods()
 {
-    return Methods;
+    return ChangeTable;
 }
 
 } // namespace Platform

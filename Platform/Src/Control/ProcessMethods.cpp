@@ -136,7 +136,7 @@ json ReleaseCalls(Machine& machine, const JsonNode& params)
     return {{"threads", threads}};
 }
 
-constexpr std::array Methods = std::to_array<NamedMethod>({
+constexpr std::array ProcessTable = std::to_array<NamedMethod>({
     {"describe", Describe},
     {"requests", ListRequests},
     {"waitIdle", WaitIdle},
@@ -151,7 +151,7 @@ constexpr std::array Methods = std::to_array<NamedMethod>({
 
 std::span<const NamedMethod> ProcessMethods()
 {
-    return Methods;
+    return ProcessTable;
 }
 
 } // namespace Platform

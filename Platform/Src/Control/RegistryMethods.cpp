@@ -93,7 +93,7 @@ json SignalNamedEvent(Machine& machine, const JsonNode& params)
     return json::object();
 }
 
-constexpr std::array Methods = std::to_array<NamedMethod>({
+constexpr std::array RegistryTable = std::to_array<NamedMethod>({
     {"registryRead", ReadRegistry},
     {"registryWrite", WriteRegistry},
     {"registryCreate", CreateRegistryKey},
@@ -106,7 +106,7 @@ constexpr std::array Methods = std::to_array<NamedMethod>({
 
 std::span<const NamedMethod> RegistryMethods()
 {
-    return Methods;
+    return RegistryTable;
 }
 
 } // namespace Platform
