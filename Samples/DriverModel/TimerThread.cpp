@@ -4,11 +4,16 @@
 
 void TimerThread::Post(std::chrono::milliseconds delay, std::function<void()> task)
 {
+    PostAt(Clock::now() + delay, std::move(task));
+}
+
+void TimerThread::PostAt(Clock::time_point due, std::function<void()> task)
+{
     const Platform::ScopedLock guard(Lock);
     // The destructor of the model completes the request that the task was meant for.
     if (Stopping)
         return;
-    Tasks.emplace(std::chrono::steady_clock::now() + delay, std::move(task));
+    Tasks.emplace(due, std::move(task));
     if (!Thread.joinable())
         Thread = std::thread(&TimerThread::Run, this);
     Changed.NotifyOne();

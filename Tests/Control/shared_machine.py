@@ -4,6 +4,7 @@
 usage: shared_machine.py ZVCTL CASE [SEED]
 """
 
+import difflib
 import json
 import os
 import pathlib
@@ -235,12 +236,13 @@ def replay(processes):
         replays.append(again.communicate(timeout=PATIENCE)[0])
         assert again.returncode == 0, processes.errors()
     for again in replays:
-        assert strip_times(again) == strip_times("".join(output)), (again, output)
+        difference = difflib.unified_diff(strip_times("".join(output)), strip_times(again), "recorded", "replayed", n=0)
+        assert not (lines := list(difference)), "\n".join(lines)
 
 
 def strip_times(text):
     """Removes the times at which events arrived."""
-    return re.sub(r"^\d{4}-\d\d-\d\dT[\d:.]+Z", "TIME", text, flags=re.MULTILINE)
+    return re.sub(r"^\d{4}-\d\d-\d\dT[\d:.]+Z", "TIME", text, flags=re.MULTILINE).splitlines()
 
 
 def main():

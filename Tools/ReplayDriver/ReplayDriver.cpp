@@ -76,9 +76,8 @@ public:
         // Answers of one code keep their order: a response consists of the answers of several reads.
         TimePoint& earliest = LastAnswer[answer->Code];
         earliest = std::max(earliest, Clock::now() + std::chrono::microseconds(answer->DurationUs));
-        const auto delay = std::chrono::duration_cast<std::chrono::milliseconds>(earliest - Clock::now());
-        guard.Unlock();
-        Timer.Post(delay, [this, request, answer] {
+        // Under the lock, so that answers of the same time keep their order too.
+        Timer.PostAt(earliest, [this, request, answer] {
             if (Remove(request))
                 request->Complete(answer->Error, answer->Output);
         });

@@ -269,7 +269,7 @@ std::string TimeText(std::chrono::system_clock::time_point time)
     const std::time_t seconds = micros / 1'000'000;
     std::tm parts{};
     gmtime_r(&seconds, &parts);
-    std::array<char, 40> text{};
+    std::array<char, 80> text{};
     std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%06dZ", parts.tm_year + 1900,
                   parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec,
                   static_cast<int>(micros % 1'000'000));
