@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -39,7 +40,12 @@ public:
         if (File == nullptr)
             throw JournalError(path + ": cannot be written: " + std::strerror(errno));
     }
-    ~Impl() { std::fclose(File); }
+    ~Impl()
+    {
+        if (Listener)
+            Recorded->Internal().Log.Dismiss(*Listener);
+        std::fclose(File);
+    }
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
 
@@ -64,7 +70,7 @@ public:
     }
 
     const std::shared_ptr<Machine> Recorded;
-    ChangeLog::ListenerId Listener;
+    std::optional<ChangeLog::ListenerId> Listener;
     // Never destroyed, because its thread is not.
     WorkQueue& Queue = *new WorkQueue;
 
@@ -107,8 +113,8 @@ Journal::Journal(std::shared_ptr<Machine> machine, const std::string& path, cons
             return; // the numbers in the file then have a gap
         }
     });
-    RequestsAreRecorded = true;
-    const MachineState state = recorded.Capture();
+    MachineState state = recorded.Capture();
+    state.RecordsRequests = true;
     Self->Queue.Add([journal = Self, state, started, program] {
         journal->WriteHeader({{"format", "zvuwpsrvclib journal"},
                               {"version", 1},
@@ -118,11 +124,12 @@ Journal::Journal(std::shared_ptr<Machine> machine, const std::string& path, cons
                               {"machine", ToJson(state)}},
                              state.Sequence);
     });
+    RequestsAreRecorded = true; // last, because nothing resets it if a step before fails
 }
 
 Journal::~Journal()
 {
-    Self->Recorded->Internal().Log.Dismiss(Self->Listener);
+    Self->Recorded->Internal().Log.Dismiss(*std::exchange(Self->Listener, std::nullopt));
     Flush();
 }
 

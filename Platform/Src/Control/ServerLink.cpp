@@ -2,6 +2,7 @@
 
 #include "ChangeJson.h"
 #include "ThreadQueue.h"
+#include "WorkerPool.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/read_until.hpp>
@@ -9,7 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
-#include <thread>
+#include <new>
 #include <utility>
 
 namespace Platform
@@ -96,10 +97,7 @@ void ServerLink::Start()
 {
     Messages.Start();
     boost::asio::post(Io, [this] { Connect(); });
-    std::thread([this] {
-        const auto work = boost::asio::make_work_guard(Io);
-        Io.run();
-    }).detach();
+    StartThread([this] { Run(); }).detach();
     const auto end = std::chrono::steady_clock::now() + JoinTime;
     const ScopedLock lock(StartLock);
     while (!StartError)
@@ -107,6 +105,25 @@ void ServerLink::Start()
             throw MachineFileError("unix:" + Path + ": the server does not answer");
     if (!StartError->empty())
         throw MachineFileError("unix:" + Path + ": " + *StartError);
+}
+
+void ServerLink::Run()
+{
+    const auto work = boost::asio::make_work_guard(Io);
+    for (bool isBroken = false;;)
+    {
+        try
+        {
+            // A handler that did not finish may have lost a change. A new connection copies the whole machine.
+            if (std::exchange(isBroken, false))
+                Disconnect("out of memory");
+            Io.run();
+        }
+        catch (const std::bad_alloc&)
+        {
+            isBroken = true;
+        }
+    }
 }
 
 void ServerLink::Finish(const std::string& error)
@@ -164,7 +181,10 @@ void ServerLink::Connect()
         {
             Finish("no server listens there: " + error.message());
             Retry.expires_after(RetryPause);
-            Retry.async_wait([this](const Error&) { Connect(); });
+            Retry.async_wait([this](const Error& cancelled) {
+                if (!cancelled)
+                    Connect();
+            });
             return;
         }
         ++Connections;
@@ -184,7 +204,10 @@ void ServerLink::Subscribe()
 
 void ServerLink::Read()
 {
-    boost::asio::async_read_until(Connection, Input, '\n', [this](const Error& error, std::size_t size) {
+    const auto received = [this, connection = Connections](const Error& error, std::size_t size) {
+        // The connection has been closed meanwhile.
+        if (connection != Connections || !IsConnected)
+            return;
         if (error)
             return Disconnect(error.message());
         std::string line(size, '\0');
@@ -198,7 +221,8 @@ void ServerLink::Read()
             return Disconnect(wrong.what());
         }
         Read();
-    });
+    };
+    boost::asio::async_read_until(Connection, Input, '\n', received);
 }
 
 void ServerLink::Handle(std::string_view line)
@@ -313,7 +337,10 @@ void ServerLink::Disconnect(const std::string& reason)
     for (const auto& release : std::exchange(Held, {}))
         release();
     Retry.expires_after(RetryPause);
-    Retry.async_wait([this](const Error&) { Connect(); });
+    Retry.async_wait([this](const Error& cancelled) {
+        if (!cancelled)
+            Connect();
+    });
 }
 
 } // namespace Platform

@@ -42,6 +42,7 @@ private:
     using Error = boost::system::error_code;
 
     // All of these run on the connection's thread.
+    [[noreturn]] void Run();
     void Connect();
     void Read();
     void Handle(std::string_view line);

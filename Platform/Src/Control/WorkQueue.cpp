@@ -1,6 +1,8 @@
 #include "WorkQueue.h"
 
-#include <thread>
+#include "WorkerPool.h"
+
+#include <new>
 #include <utility>
 
 namespace Platform
@@ -8,7 +10,7 @@ namespace Platform
 
 void WorkQueue::Start()
 {
-    std::thread([this] { Run(); }).detach();
+    StartThread([this] { Run(); }).detach();
 }
 
 void WorkQueue::Add(std::function<void()> work)
@@ -30,7 +32,14 @@ void WorkQueue::Run()
             work = std::move(Waiting.front());
             Waiting.pop_front();
         }
-        work();
+        try
+        {
+            work();
+        }
+        catch (const std::bad_alloc&)
+        {
+            continue; // without memory this piece of work is left out; the process goes on
+        }
     }
 }
 

@@ -137,10 +137,6 @@ catch (const Platform::MachineFileError& error)
 {
     throw UsageError(error.what());
 }
-catch (const Platform::ControlError& error)
-{
-    throw std::runtime_error(error.what());
-}
 
 } // namespace
 

@@ -2,7 +2,6 @@
 #include "EndSignals.h"
 #include "Errors.h"
 #include "EventView.h"
-#include "Json.h"
 #include "Session.h"
 #include "StandInCommands.h"
 
@@ -33,7 +32,6 @@ std::string DefaultSocket()
 }
 
 void Serve(const ServeOptions& options)
-try
 {
     if (MachineIsShared())
         throw UsageError("another process owns this machine; serve a machine file");
@@ -53,10 +51,6 @@ try
         if (!EndSignals::Asked())
             wake.WaitUntil(WakeSignal::Clock::time_point::max());
     }
-}
-catch (const Platform::ControlError& error)
-{
-    throw std::runtime_error(error.what());
 }
 
 } // namespace

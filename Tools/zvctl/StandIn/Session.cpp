@@ -13,7 +13,6 @@ namespace
 
 std::string Source;
 std::string SharedPath;
-bool IsShared = false;
 
 std::shared_ptr<Platform::Machine> MakeMachine(const std::string& file)
 {
@@ -32,9 +31,10 @@ try
     const char* const named = std::getenv("ZV_MACHINE");
     const bool inEnvironment = named != nullptr && *named != '\0';
     const std::string chosen = file.empty() && inEnvironment ? named : file;
-    IsShared = chosen.starts_with("unix:");
-    SharedPath = IsShared ? chosen.substr(chosen.find(':') + 1) : "";
-    Source = chosen.empty() ? "built-in machine" : IsShared ? "shared machine " + chosen : "machine file " + chosen;
+    SharedPath = chosen.starts_with("unix:") ? chosen.substr(chosen.find(':') + 1) : "";
+    Source = chosen.empty()      ? "built-in machine"
+             : MachineIsShared() ? "shared machine " + chosen
+                                 : "machine file " + chosen;
     // Threads of the library use the machine until the process exits. --machine takes precedence over ZV_MACHINE.
     static const NeverDestroyed<Platform::ScopedMachine> installed(MakeMachine(chosen));
 }
@@ -55,5 +55,5 @@ const std::string& SharedMachinePath()
 
 bool MachineIsShared()
 {
-    return IsShared;
+    return !SharedPath.empty();
 }
